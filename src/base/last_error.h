@@ -1,0 +1,24 @@
+#pragma once
+// The text of the last failure. An operation that fails returns false or null and has set this text; its caller shows it.
+
+#include <cstddef>
+
+#include "base/text.h"
+
+namespace tervo {
+
+/// The last failure's text. Process-wide; any thread.
+Text LastErrorText();
+void setLastErrorText(TextView text);
+
+/// Sets the last failure's text and converts to whatever says "failed": false, a null pointer, an empty optional.
+///
+///     if (frames == 0) return fail(u"Zero length");
+class Failure {
+ public:
+  operator bool() const { return false; }
+  operator std::nullptr_t() const { return nullptr; }
+};
+Failure fail(TextView text);
+
+}  // namespace tervo

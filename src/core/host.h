@@ -1,0 +1,40 @@
+#pragma once
+// What the lower rooms may ask of the world: a status line, progress that can be cancelled, questions, a missing file.
+// The window, the command line and the tests implement it, so every question has an answer without a window.
+
+#include <memory>
+#include <optional>
+#include <span>
+
+#include "base/text.h"
+
+namespace tervo {
+
+class Song;
+class Waveform;
+
+struct Question {
+  TextView text;
+  std::span<const TextView> buttons;
+  std::size_t safeButton;  ///< the answer that loses nothing, taken when nobody can be asked
+};
+
+/// Called on the document thread, progress() also from workers of a long operation.
+class Host {
+ public:
+  virtual ~Host() = default;
+
+  virtual void showStatus(TextView) {}
+  /// `fraction` is 0..1. Returns false when the user wants to stop.
+  virtual bool progress(double /*fraction*/) { return true; }
+  /// The index of the chosen button.
+  virtual std::size_t ask(const Question& question) { return question.safeButton; }
+  /// A file that an instrument names and that is not where it should be; nothing when it stays missing.
+  virtual std::optional<Text> locateFile(TextView /*path*/) { return std::nullopt; }
+  /// Renders a song to a waveform. Null with LastErrorText set ("Failed to render synth to wave", "Save aborted!").
+  virtual std::unique_ptr<Waveform> renderSong(const Song& song);
+  /// Takes a restore point of the whole document before an operation that changes much; false when none is kept.
+  virtual bool takeSavedState() { return false; }
+};
+
+}  // namespace tervo

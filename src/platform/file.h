@@ -1,0 +1,45 @@
+#pragma once
+// Files on disk: 64-bit positions, wide paths, reads at any position from any thread, and writing that replaces the
+// file that was there only once everything has been written.
+
+#include <memory>
+#include <optional>
+
+#include "base/byte_source.h"
+#include "base/text.h"
+
+namespace tervo::platform {
+
+/// A file opened for reading. It stays readable when another file takes its name.
+class InputFile : public ByteSource {
+ public:
+  /// Null with "Could not open file" (and the cause of the operating system kept in openErrorCause()).
+  /// Folders, sockets and the like are refused; a pipe or device is read as far as it says its size.
+  static std::shared_ptr<InputFile> open(TextView path);
+};
+
+/// What the operating system said about the last failed open or write of this thread, e.g. "No such file or directory".
+Text systemErrorCause();
+
+enum class Replace { never, allowed };
+
+/// A file being written. Bytes go to a temporary file beside the target (buffered); commit() flushes it to the disk and
+/// gives it the target's name in one step. Destroyed without commit, the temporary file is removed and the target is
+/// as it was. On POSIX the new file has the mode of the file that it replaces, else 0666 less the umask; a target that is a
+/// symbolic link is written through the link.
+class OutputFile : public ByteSink {
+ public:
+  /// Null with "Could not open file" when the temporary file cannot be made, or when the target exists and `replace`
+  /// is never ("File exists already").
+  static std::unique_ptr<OutputFile> create(TextView target, Replace replace);
+
+  /// Flushes, syncs and renames. False with "Writing to file failed"; the target is then untouched.
+  virtual bool commit() = 0;
+};
+
+bool fileExists(TextView path);
+bool isFolder(TextView path);
+bool createFolders(TextView path);
+bool removeFile(TextView path);
+
+}  // namespace tervo::platform

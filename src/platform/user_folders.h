@@ -1,0 +1,17 @@
+#pragma once
+// Folders that belong to the user.
+
+#include "base/text.h"
+
+namespace tervo::platform {
+
+/// Where settings live: $XDG_CONFIG_HOME or ~/.config on Linux, the roaming application folder on Windows.
+Text configFolder();
+/// Where the program keeps its own data (saved states): $XDG_DATA_HOME or ~/.local/share on Linux, the roaming
+/// application folder on Windows.
+Text dataFolder();
+/// The system folder ("C:\Windows\System32") on Windows; empty elsewhere.
+Text systemFolder();
+Text temporaryFolder();
+
+}  // namespace tervo::platform
