@@ -1,0 +1,57 @@
+#pragma once
+// Items of the document: nine kinds, each item with an identifier that is unique in the process. Parents own their
+// children; whoever refers to an item without owning it holds its identifier and asks for the item when needed.
+// Everything here belongs to the document thread.
+
+#include <cstdint>
+
+#include "base/text.h"
+
+namespace tervo {
+
+enum class ItemKind : uint8_t { waveform, synth, region, layer, instrument, track, song, collection, special };
+inline constexpr int itemKindCount = 9;
+
+constexpr uint8_t kindBit(ItemKind kind) { return static_cast<uint8_t>(1u << static_cast<unsigned>(kind)); }
+
+/// The kind in the top 4 bits, a serial number in the low 28.
+enum class ItemId : uint32_t {};
+inline constexpr ItemId noItem{0xFFFFFFFF};
+
+constexpr ItemId makeItemId(ItemKind kind, uint32_t serial) { return ItemId{(static_cast<uint32_t>(kind) << 28) | (serial & 0x0FFFFFFF)}; }
+constexpr ItemKind kindOf(ItemId id) { return static_cast<ItemKind>(static_cast<uint32_t>(id) >> 28); }
+
+/// The word shown to the user: "waveform", "synth", ...
+TextView nameOf(ItemKind kind);
+
+class Item {
+ public:
+  virtual ~Item();
+  Item(const Item&) = delete;
+  Item& operator=(const Item&) = delete;
+
+  ItemId id() const { return id_; }
+  ItemKind kind() const { return kindOf(id_); }
+  /// The owner; null for a collection, and for an item that nothing owns yet.
+  Item* parent() const { return parent_; }
+  /// Whether there is anything to save.
+  virtual bool holdsData() const = 0;
+
+ protected:
+  /// Takes the next serial number of the kind and enters the item into the process-wide map.
+  explicit Item(ItemKind kind);
+
+ private:
+  friend class ItemOwner;
+  ItemId id_;
+  Item* parent_ = nullptr;
+};
+
+/// The item of an identifier; null when it was deleted, which callers treat as nothing to do.
+Item* findItem(ItemId id);
+template <typename Kind>
+Kind* findItem(ItemId id) {
+  return kindOf(id) == Kind::itemKind ? static_cast<Kind*>(findItem(id)) : nullptr;
+}
+
+}  // namespace tervo
