@@ -26,6 +26,14 @@ using FormatIndex = int;
 inline constexpr FormatIndex noFormat = -1;
 inline constexpr std::size_t formatCount = 543;
 
+/// How bytes without a header are to be read (row 0).
+struct RawLayout {
+  SampleFormatWord format = formatWord(SampleFormat::pcm16);
+  int channels = 1;
+  double sampleRate = 44100;  ///< Hz
+  uint64_t offset = 0;        ///< bytes before the samples
+};
+
 /// A file being read, and what its reader may use.
 struct SourceFile {
   std::shared_ptr<const ByteSource> bytes;
@@ -33,6 +41,7 @@ struct SourceFile {
   Host& host;
   ConversionReport& report;
   const Settings& settings;
+  RawLayout raw = {};
 };
 
 /// What the user asked for when saving.
