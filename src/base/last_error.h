@@ -1,7 +1,8 @@
 #pragma once
 // The text of the last failure. An operation that fails returns false or null and has set this text; its caller shows it.
 
-#include <cstddef>
+#include <memory>
+#include <optional>
 
 #include "base/text.h"
 
@@ -17,7 +18,22 @@ void setLastErrorText(TextView text);
 class Failure {
  public:
   operator bool() const { return false; }
-  operator std::nullptr_t() const { return nullptr; }
+  template <typename T>
+  operator T*() const {
+    return nullptr;
+  }
+  template <typename T>
+  operator std::unique_ptr<T>() const {
+    return nullptr;
+  }
+  template <typename T>
+  operator std::shared_ptr<T>() const {
+    return nullptr;
+  }
+  template <typename T>
+  operator std::optional<T>() const {
+    return std::nullopt;
+  }
 };
 Failure fail(TextView text);
 
