@@ -1,11 +1,50 @@
 # Libraries from the distribution. The Windows build takes header-only ones from the same place and the others from
-# what scripts/ has built for it.
+# what scripts/build-windows-deps has built for it.
 find_package(Threads REQUIRED)
 
+set(TERVO_WINDOWS_DEPS ${CMAKE_SOURCE_DIR}/build/windows-deps CACHE PATH "Libraries built for the Windows build")
+
+# tervo_header_only(TARGET FOLDER): headers of the host that do not depend on the target system. The Windows build must
+# not see the rest of the folder they stand in, so it gets a folder with links to just these.
+function(tervo_header_only target folder)
+  add_library(${target} INTERFACE IMPORTED GLOBAL)
+  find_path(TERVO_HOST_${target} ${folder} PATHS /usr/include /usr/local/include
+            NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+  if(CMAKE_CROSSCOMPILING)
+    set(links ${CMAKE_BINARY_DIR}/host-headers)
+    file(MAKE_DIRECTORY ${links})
+    file(CREATE_LINK ${TERVO_HOST_${target}}/${folder} ${links}/${folder} SYMBOLIC)
+    set_target_properties(${target} PROPERTIES INTERFACE_INCLUDE_DIRECTORIES ${links})
+  endif()
+endfunction()
+
+tervo_header_only(fmt fmt)
+target_compile_definitions(fmt INTERFACE FMT_HEADER_ONLY)
+tervo_header_only(cli11 CLI)
+tervo_header_only(json nlohmann)
+
+if(WIN32)
+  set(ZLIB_USE_STATIC_LIBS ON)
+endif()
+find_package(ZLIB REQUIRED)
+
+# Debian has no soxr for mingw-w64.
+add_library(soxr::soxr UNKNOWN IMPORTED GLOBAL)
+if(CMAKE_CROSSCOMPILING)
+  set(soxr_hints HINTS ${TERVO_WINDOWS_DEPS} NO_CMAKE_FIND_ROOT_PATH)
+endif()
+find_path(SOXR_INCLUDE_DIR soxr.h PATH_SUFFIXES include ${soxr_hints} REQUIRED)
+find_library(SOXR_LIBRARY soxr PATH_SUFFIXES lib ${soxr_hints} REQUIRED)
+set_target_properties(soxr::soxr PROPERTIES IMPORTED_LOCATION ${SOXR_LIBRARY}
+                      INTERFACE_INCLUDE_DIRECTORIES ${SOXR_INCLUDE_DIR})
+
 if(TERVO_TESTS)
-  if(WIN32 OR TERVO_SANITIZE)
+  if(WIN32 OR TERVO_SANITIZE MATCHES thread)
     # Debian ships GoogleTest's sources too; they are built with the flags of this build.
     add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+    if(TERVO_SANITIZE)
+      target_compile_options(gtest PUBLIC -fsanitize=${TERVO_SANITIZE})
+    endif()
     add_library(GTest::gmock ALIAS gmock)
     add_library(GTest::gtest_main ALIAS gtest_main)
   else()
