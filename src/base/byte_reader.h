@@ -38,7 +38,8 @@ class ByteReader {
   Record record() {
     static_assert(std::is_trivially_copyable_v<Record> && alignof(Record) == 1);
     Record value{};
-    if (const auto from = take(sizeof(Record)); from.size() == sizeof(Record)) std::memcpy(&value, from.data(), sizeof value);
+    if (const auto from = take(sizeof(Record)); from.size() == sizeof(Record))
+      std::memcpy(&value, from.data(), sizeof value);
     return value;
   }
 

@@ -7,7 +7,8 @@ namespace tervo {
 
 void ByteWriter::zeros(std::size_t count) {
   static constexpr std::array<std::byte, 64> block{};
-  for (; count > 0 && ok_; count -= std::min(count, block.size())) bytes(std::span(block).first(std::min(count, block.size())));
+  for (; count > 0 && ok_; count -= std::min(count, block.size()))
+    bytes(std::span(block).first(std::min(count, block.size())));
 }
 
 ChunkScope::ChunkScope(ByteWriter& writer, FourCC id, ByteOrder order) : writer_(writer), order_(order) {

@@ -1,5 +1,6 @@
 #pragma once
-// The text of the last failure. An operation that fails returns false or null and has set this text; its caller shows it.
+// The text of the last failure. An operation that fails returns false or null and has set this text; its caller shows
+// it.
 
 #include <memory>
 #include <optional>

@@ -16,7 +16,9 @@ struct Decoded {
   bool valid = false;
 };
 
-uint8_t byteAt(std::string_view bytes, std::size_t i) { return static_cast<uint8_t>(bytes[i]); }
+uint8_t byteAt(std::string_view bytes, std::size_t i) {
+  return static_cast<uint8_t>(bytes[i]);
+}
 
 Decoded decodeOne(std::string_view bytes, std::size_t at) {
   const uint8_t first = byteAt(bytes, at);
@@ -63,11 +65,16 @@ void appendUtf8(std::string& out, char32_t code) {
   if (code < 0x80) return put(code);
   if (code < 0x800) return put(0xC0 | (code >> 6)), put(0x80 | (code & 0x3F));
   if (code < 0x10000) return put(0xE0 | (code >> 12)), put(0x80 | ((code >> 6) & 0x3F)), put(0x80 | (code & 0x3F));
-  put(0xF0 | (code >> 18)), put(0x80 | ((code >> 12) & 0x3F)), put(0x80 | ((code >> 6) & 0x3F)), put(0x80 | (code & 0x3F));
+  put(0xF0 | (code >> 18)), put(0x80 | ((code >> 12) & 0x3F)), put(0x80 | ((code >> 6) & 0x3F)),
+      put(0x80 | (code & 0x3F));
 }
 
-bool isHighSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
-bool isLowSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
+bool isHighSurrogate(char16_t c) {
+  return c >= 0xD800 && c <= 0xDBFF;
+}
+bool isLowSurrogate(char16_t c) {
+  return c >= 0xDC00 && c <= 0xDFFF;
+}
 
 enum class LoneSurrogate { replace, asByte };
 
@@ -88,9 +95,10 @@ std::string encode(TextView text, LoneSurrogate lone) {
 }
 
 // Windows-1252, 0x80..0x9F; the five bytes it leaves undefined map to the C1 controls of the same number.
-constexpr std::array<char16_t, 32> windows1252 = {
-    0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
-    0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+constexpr std::array<char16_t, 32> windows1252 = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                                  0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0x008D, 0x017D, 0x008F,
+                                                  0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                                  0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
 }  // namespace
 
@@ -105,7 +113,9 @@ Text fromUtf8(std::string_view bytes) {
   return text;
 }
 
-std::string toUtf8(TextView text) { return encode(text, LoneSurrogate::replace); }
+std::string toUtf8(TextView text) {
+  return encode(text, LoneSurrogate::replace);
+}
 
 bool isUtf8(std::string_view bytes) {
   for (std::size_t at = 0; at < bytes.size();) {
@@ -136,14 +146,17 @@ Text fromPathBytes(std::string_view bytes) {
     if (next.valid) {
       appendUtf16(text, next.codePoint);
     } else {
-      for (std::size_t i = 0; i < next.length; ++i) text.push_back(static_cast<char16_t>(0xDC00 + byteAt(bytes, at + i)));
+      for (std::size_t i = 0; i < next.length; ++i)
+        text.push_back(static_cast<char16_t>(0xDC00 + byteAt(bytes, at + i)));
     }
     at += next.length;
   }
   return text;
 }
 
-std::string toPathBytes(TextView path) { return encode(path, LoneSurrogate::asByte); }
+std::string toPathBytes(TextView path) {
+  return encode(path, LoneSurrogate::asByte);
+}
 
 char16_t upper(char16_t c) {
   if (c >= u'a' && c <= u'z') return static_cast<char16_t>(c - 0x20);

@@ -12,14 +12,20 @@ namespace tervo {
 enum class ItemKind : uint8_t { waveform, synth, region, layer, instrument, track, song, collection, special };
 inline constexpr int itemKindCount = 9;
 
-constexpr uint8_t kindBit(ItemKind kind) { return static_cast<uint8_t>(1u << static_cast<unsigned>(kind)); }
+constexpr uint8_t kindBit(ItemKind kind) {
+  return static_cast<uint8_t>(1u << static_cast<unsigned>(kind));
+}
 
 /// The kind in the top 4 bits, a serial number in the low 28.
 enum class ItemId : uint32_t {};
 inline constexpr ItemId noItem{0xFFFFFFFF};
 
-constexpr ItemId makeItemId(ItemKind kind, uint32_t serial) { return ItemId{(static_cast<uint32_t>(kind) << 28) | (serial & 0x0FFFFFFF)}; }
-constexpr ItemKind kindOf(ItemId id) { return static_cast<ItemKind>(static_cast<uint32_t>(id) >> 28); }
+constexpr ItemId makeItemId(ItemKind kind, uint32_t serial) {
+  return ItemId{(static_cast<uint32_t>(kind) << 28) | (serial & 0x0FFFFFFF)};
+}
+constexpr ItemKind kindOf(ItemId id) {
+  return static_cast<ItemKind>(static_cast<uint32_t>(id) >> 28);
+}
 
 /// The word shown to the user: "waveform", "synth", ...
 TextView nameOf(ItemKind kind);

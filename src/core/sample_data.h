@@ -1,7 +1,7 @@
 #pragma once
-// Sample frames: immutable, shared by reference, and to everyone who asks interleaved 32-bit floats with full scale 1.0.
-// They are held in memory, or stand in the file they came from and are decoded block by block when somebody reads them,
-// so that opening a large file costs its header and converting it needs no more memory than a few blocks.
+// Sample frames: immutable, shared by reference, and to everyone who asks interleaved 32-bit floats with full
+// scale 1.0. They are held in memory, or stand in the file they came from and are decoded block by block when somebody
+// reads them, so that opening a large file costs its header and converting it needs no more memory than a few blocks.
 
 #include <cstdint>
 #include <memory>
@@ -27,12 +27,12 @@ class SampleStream {
 /// The bytes that sample data was read from, for a writer that can use them as they are.
 struct StoredSamples {
   std::shared_ptr<const ByteSource> source;
-  uint64_t offset = 0;               ///< of the first byte in `source`
-  uint64_t bytes = 0;                ///< of sample data (both halves of split channels)
-  uint64_t secondChannelOffset = 0;  ///< with SplitChannels: where the second channel begins
-  SampleFormatWord format = 0;       ///< format bit and layout flags
-  bool genericPcm = false;           ///< laid out exactly as the generic PCM import reads it
-  std::vector<std::byte> waveFormat; ///< body of the "fmt " chunk that describes the bytes, when they came from one
+  uint64_t offset = 0;                ///< of the first byte in `source`
+  uint64_t bytes = 0;                 ///< of sample data (both halves of split channels)
+  uint64_t secondChannelOffset = 0;   ///< with SplitChannels: where the second channel begins
+  SampleFormatWord format = 0;        ///< format bit and layout flags
+  bool genericPcm = false;            ///< laid out exactly as the generic PCM import reads it
+  std::vector<std::byte> waveFormat;  ///< body of the "fmt " chunk that describes the bytes, when they came from one
 };
 
 class SampleData {

@@ -9,15 +9,51 @@
 namespace tervo {
 
 enum class SampleFormat : uint8_t {
-  pcm8, pcm12, pcm16, pcm20, pcm24, pcm32, float32, float64, muLaw, aLaw, gsm, adpcm2, adpcm3, adpcm4, adpcm5,
-  deltaPcm8, deltaPcm16, compressed, asciiText, midi,
+  pcm8,
+  pcm12,
+  pcm16,
+  pcm20,
+  pcm24,
+  pcm32,
+  float32,
+  float64,
+  muLaw,
+  aLaw,
+  gsm,
+  adpcm2,
+  adpcm3,
+  adpcm4,
+  adpcm5,
+  deltaPcm8,
+  deltaPcm16,
+  compressed,
+  asciiText,
+  midi,
   none  // 20: no format bit is set
 };
 
 enum class SampleCoding : uint8_t {
-  pcm8, pcm16, pcm24, pcm32, float32, muLaw, aLaw, adpcm4, compressed32, compressed48, compressed64, compressed80,
-  compressed96, compressed112, compressed128, compressed144, compressed160, compressed192, compressed224,
-  compressed256, compressed320
+  pcm8,
+  pcm16,
+  pcm24,
+  pcm32,
+  float32,
+  muLaw,
+  aLaw,
+  adpcm4,
+  compressed32,
+  compressed48,
+  compressed64,
+  compressed80,
+  compressed96,
+  compressed112,
+  compressed128,
+  compressed144,
+  compressed160,
+  compressed192,
+  compressed224,
+  compressed256,
+  compressed320
 };
 
 // Layout flags that share one word with the format bits.

@@ -24,9 +24,9 @@ struct Marker {
   double start = 0;
   double end = 1;
   LoopType loopType = LoopType::off;
-  uint8_t loopCount = 0;    ///< 0: infinitely, or until the key is released
-  float loopPitch = 0;      ///< semitones, while the loop plays
-  uint32_t foreignId = 0;   ///< the number by which the source file names it (a cue ID); 0 when it has none
+  uint8_t loopCount = 0;   ///< 0: infinitely, or until the key is released
+  float loopPitch = 0;     ///< semitones, while the loop plays
+  uint32_t foreignId = 0;  ///< the number by which the source file names it (a cue ID); 0 when it has none
 
   double length() const { return end - start; }
   bool operator==(const Marker&) const = default;
@@ -50,15 +50,15 @@ class Waveform final : public Item {
   bool holdsData() const override { return samples && samples->frames() > 0; }
 
   Text name;
-  SampleRef samples;                 ///< null while nothing has been read
-  double sampleRate = 22050;         ///< Hz
-  uint8_t rootKey = 60;              ///< MIDI key that plays at the original pitch
-  float fineTune = 0;                ///< "Playback Pitch adjustment", cents, -100..100
-  float gain = 0;                    ///< "Playback Volume adjustment", dB
-  SampleFormatWord storedFormat = 0; ///< as it stood in the source, kept so that a later save can keep it
-  int storedBits = 0;                ///< bits per sample in the source
+  SampleRef samples;                  ///< null while nothing has been read
+  double sampleRate = 22050;          ///< Hz
+  uint8_t rootKey = 60;               ///< MIDI key that plays at the original pitch
+  float fineTune = 0;                 ///< "Playback Pitch adjustment", cents, -100..100
+  float gain = 0;                     ///< "Playback Volume adjustment", dB
+  SampleFormatWord storedFormat = 0;  ///< as it stood in the source, kept so that a later save can keep it
+  int storedBits = 0;                 ///< bits per sample in the source
   SampleCoding coding = SampleCoding::pcm16;
-  uint8_t preferredFormat = 21;      ///< "Preferred data format for saving", 0..21; 21 is "Default"
+  uint8_t preferredFormat = 21;  ///< "Preferred data format for saving", 0..21; 21 is "Default"
   std::vector<Marker> markers;
   Tags tags;
   std::vector<ForeignChunk> foreignChunks;

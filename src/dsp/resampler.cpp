@@ -14,12 +14,13 @@ using SoxrHandle = std::unique_ptr<soxr, SoxrDelete>;
 
 class SoxrResampler final : public Resampler {
  public:
-  SoxrResampler(SoxrHandle handle, int channels) : handle_(std::move(handle)), channels_(static_cast<std::size_t>(channels)) {}
+  SoxrResampler(SoxrHandle handle, int channels)
+      : handle_(std::move(handle)), channels_(static_cast<std::size_t>(channels)) {}
 
   Step process(std::span<const float> in, std::span<float> out) override {
     Step step;
-    soxr_process(handle_.get(), in.empty() ? nullptr : in.data(), in.size() / channels_, &step.framesConsumed, out.data(),
-                 out.size() / channels_, &step.framesProduced);
+    soxr_process(handle_.get(), in.empty() ? nullptr : in.data(), in.size() / channels_, &step.framesConsumed,
+                 out.data(), out.size() / channels_, &step.framesProduced);
     return step;
   }
 

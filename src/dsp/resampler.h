@@ -1,6 +1,6 @@
 #pragma once
-// Sample-rate conversion of a stream, by libsoxr's high-quality recipe (20 bits, linear phase, no delay: the first frame
-// out is the first frame in).
+// Sample-rate conversion of a stream, by libsoxr's high-quality recipe (20 bits, linear phase, no delay: the first
+// frame out is the first frame in).
 
 #include <cstddef>
 #include <memory>

@@ -74,11 +74,13 @@ using OptionsFn = bool (*)(SaveOptions& options, uint32_t variant);
 
 // Bits 0-7 of the format flags: sample formats that the writer accepts.
 namespace BitDepthMask {
-inline constexpr uint32_t pcm8 = 0x01, pcm12 = 0x02, pcm16 = 0x04, pcm20 = 0x08, pcm24 = 0x10, pcm32 = 0x20, float32 = 0x40, float64 = 0x80;
+inline constexpr uint32_t pcm8 = 0x01, pcm12 = 0x02, pcm16 = 0x04, pcm20 = 0x08, pcm24 = 0x10, pcm32 = 0x20,
+                          float32 = 0x40, float64 = 0x80;
 }
 // Bits 8-15: coded formats that the writer accepts.
 namespace CodedFormatMask {
-inline constexpr uint32_t muLaw = 0x0100, aLaw = 0x0200, gsm = 0x0400, adpcm2 = 0x0800, adpcm3 = 0x1000, adpcm4 = 0x2000, adpcm5 = 0x4000, raw8 = 0x8000;
+inline constexpr uint32_t muLaw = 0x0100, aLaw = 0x0200, gsm = 0x0400, adpcm2 = 0x0800, adpcm3 = 0x1000,
+                          adpcm4 = 0x2000, adpcm5 = 0x4000, raw8 = 0x8000;
 }
 // Bits 16-31.
 namespace FormatFlags {
@@ -88,7 +90,7 @@ inline constexpr uint32_t textDefinition = 0x00040000;     ///< the two rows tha
 inline constexpr uint32_t songs = 0x00080000;              ///< the writer writes songs; other rows have them rendered
 inline constexpr uint32_t mono = 0x00100000;
 inline constexpr uint32_t stereo = 0x00200000;
-inline constexpr uint32_t stereoWaves = 0x02000000;        ///< counts as stereo in the channel rule
+inline constexpr uint32_t stereoWaves = 0x02000000;  ///< counts as stereo in the channel rule
 }  // namespace FormatFlags
 
 // Operations that a row is meant to have.
@@ -99,10 +101,10 @@ inline constexpr uint8_t read = 1, write = 2, detect = 4;
 struct FormatDescriptor {
   TextView extension;  ///< without the dot, compared without regard to case; '?' is any character, '*' the rest
   TextView description;
-  uint8_t declared;    ///< DeclaredOps
-  uint8_t kindMask;    ///< bit k: the format can hold items of kind k
-  uint32_t flags;      ///< BitDepthMask | CodedFormatMask | FormatFlags
-  uint32_t variant;    ///< passed unchanged to the operations
+  uint8_t declared;  ///< DeclaredOps
+  uint8_t kindMask;  ///< bit k: the format can hold items of kind k
+  uint32_t flags;    ///< BitDepthMask | CodedFormatMask | FormatFlags
+  uint32_t variant;  ///< passed unchanged to the operations
   ReadFn read = nullptr;
   WriteFn write = nullptr;
   DetectFn detect = nullptr;

@@ -13,7 +13,8 @@ constexpr std::size_t blockFrames = 8192;
 
 class ResampledStream final : public SampleStream {
  public:
-  ResampledStream(std::unique_ptr<SampleStream> source, std::unique_ptr<Resampler> resampler, int channels, int64_t frames)
+  ResampledStream(std::unique_ptr<SampleStream> source, std::unique_ptr<Resampler> resampler, int channels,
+                  int64_t frames)
       : source_(std::move(source)),
         resampler_(std::move(resampler)),
         channels_(static_cast<std::size_t>(channels)),

@@ -25,8 +25,8 @@ enum class Replace { never, allowed };
 
 /// A file being written. Bytes go to a temporary file beside the target (buffered); commit() flushes it to the disk and
 /// gives it the target's name in one step. Destroyed without commit, the temporary file is removed and the target is
-/// as it was. On POSIX the new file has the mode of the file that it replaces, else 0666 less the umask; a target that is a
-/// symbolic link is written through the link.
+/// as it was. On POSIX the new file has the mode of the file that it replaces, else 0666 less the umask; a target that
+/// is a symbolic link is written through the link.
 class OutputFile : public ByteSink {
  public:
   /// Null with "Could not open file" when the temporary file cannot be made, or when the target exists and `replace`
