@@ -69,6 +69,8 @@ class Instrument final : public Item {
 
   std::span<const std::unique_ptr<Layer>> layers() const { return layers_; }
   Synth* synth() const { return synth_.get(); }
+  /// Over all layers.
+  std::size_t regionCount() const;
   Layer& add(std::unique_ptr<Layer> layer);
   Synth& set(std::unique_ptr<Synth> synth);
 
@@ -77,6 +79,9 @@ class Instrument final : public Item {
   std::vector<std::unique_ptr<Layer>> layers_;
   std::unique_ptr<Synth> synth_;
 };
+
+/// The instrument of a synth, region or layer, or the instrument itself; null for other kinds and deleted items.
+Instrument* containingInstrument(ItemId id);
 
 /// Program in bits 0-6, CC 32 in bits 7-13, CC 0 in bits 14-20, drum flag in bit 21.
 uint32_t packedNumber(const Instrument& instrument);

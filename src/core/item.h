@@ -60,4 +60,12 @@ Kind* findItem(ItemId id) {
   return kindOf(id) == Kind::itemKind ? static_cast<Kind*>(findItem(id)) : nullptr;
 }
 
+/// The item itself or the nearest owner above it that is of the kind; null when there is none or the item was deleted.
+template <typename Kind>
+Kind* containing(ItemId id) {
+  Item* item = findItem(id);
+  while (item && item->kind() != Kind::itemKind) item = item->parent();
+  return static_cast<Kind*>(item);
+}
+
 }  // namespace tervo

@@ -37,4 +37,7 @@ class Song final : public Item {
   std::vector<std::unique_ptr<Track>> tracks_;
 };
 
+/// The song of a track, or the song itself; null for other kinds and deleted items.
+Song* containingSong(ItemId id);
+
 }  // namespace tervo

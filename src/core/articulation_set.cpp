@@ -1,0 +1,36 @@
+#include "core/articulation_set.h"
+
+#include <algorithm>
+
+namespace tervo {
+namespace {
+
+template <typename Entries>
+auto placeOf(Entries& entries, ParameterId row) {
+  return std::lower_bound(entries.begin(), entries.end(), row,
+                          [](const ParameterSet::Entry& entry, ParameterId sought) { return entry.first < sought; });
+}
+
+}  // namespace
+
+std::optional<float> ParameterSet::get(ParameterId row) const {
+  const auto place = placeOf(entries_, row);
+  if (place == entries_.end() || place->first != row) return std::nullopt;
+  return place->second;
+}
+
+void ParameterSet::set(ParameterId row, float value) {
+  const auto place = placeOf(entries_, row);
+  if (place != entries_.end() && place->first == row) {
+    place->second = value;
+    return;
+  }
+  entries_.insert(place, {row, value});
+}
+
+void ParameterSet::erase(ParameterId row) {
+  const auto place = placeOf(entries_, row);
+  if (place != entries_.end() && place->first == row) entries_.erase(place);
+}
+
+}  // namespace tervo

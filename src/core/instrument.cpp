@@ -1,0 +1,42 @@
+#include "core/instrument.h"
+
+#include <algorithm>
+
+#include "core/item_owner.h"
+
+namespace tervo {
+
+Region& Layer::add(std::unique_ptr<Region> region) {
+  return ItemOwner::adopt(*this, regions_, std::move(region));
+}
+
+bool Instrument::holdsData() const {
+  if (synth_ && synth_->holdsData()) return true;
+  return std::any_of(layers_.begin(), layers_.end(), [](const auto& layer) { return layer->holdsData(); });
+}
+
+Layer& Instrument::add(std::unique_ptr<Layer> layer) {
+  return ItemOwner::adopt(*this, layers_, std::move(layer));
+}
+
+Synth& Instrument::set(std::unique_ptr<Synth> synth) {
+  return ItemOwner::adopt(*this, synth_, std::move(synth));
+}
+
+std::size_t Instrument::regionCount() const {
+  std::size_t count = 0;
+  for (const auto& layer : layers_) count += layer->regions().size();
+  return count;
+}
+
+Instrument* containingInstrument(ItemId id) {
+  return containing<Instrument>(id);
+}
+
+uint32_t packedNumber(const Instrument& instrument) {
+  const auto field = [](uint8_t number, unsigned shift) { return (number & 0x7Fu) << shift; };
+  return field(instrument.program, 0) | field(instrument.bankLsb, 7) | field(instrument.bankMsb, 14) |
+         (instrument.drum ? 1u << 21 : 0u);
+}
+
+}  // namespace tervo

@@ -1,0 +1,50 @@
+#pragma once
+// How parents take and give up children; only the owning kinds use it.
+
+#include <cassert>
+#include <memory>
+#include <vector>
+
+#include "core/item.h"
+
+namespace tervo {
+
+class ItemOwner {
+ public:
+  template <typename Kind>
+  using List = std::vector<std::unique_ptr<Kind>>;
+
+  template <typename Kind>
+  static Kind& adopt(Item& parent, List<Kind>& list, std::unique_ptr<Kind> child) {
+    assert(child && !child->parent());
+    list.push_back(std::move(child));
+    list.back()->parent_ = &parent;
+    return *list.back();
+  }
+
+  template <typename Kind>
+  static Kind& adopt(Item& parent, std::unique_ptr<Kind>& place, std::unique_ptr<Kind> child) {
+    assert(child && !child->parent());
+    place = std::move(child);
+    place->parent_ = &parent;
+    return *place;
+  }
+
+  /// Moves all of `from` behind `to`, whose capacity must already suffice.
+  template <typename Kind>
+  static void moveAll(Item& parent, List<Kind>& to, List<Kind>& from) {
+    assert(to.capacity() - to.size() >= from.size());
+    for (auto& child : from) {
+      child->parent_ = &parent;
+      to.push_back(std::move(child));
+    }
+    from.clear();
+  }
+
+  template <typename Kind>
+  static void destroy(List<Kind>& list, ItemId id) {
+    std::erase_if(list, [id](const auto& child) { return child->id() == id; });
+  }
+};
+
+}  // namespace tervo
