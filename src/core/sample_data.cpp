@@ -1,0 +1,150 @@
+#include "core/sample_data.h"
+
+#include <algorithm>
+#include <cassert>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+#include "base/last_error.h"
+#include "dsp/channel_kernels.h"
+
+namespace tervo {
+namespace {
+
+class ResidentStream final : public SampleStream {
+ public:
+  ResidentStream(std::shared_ptr<const std::vector<float>> frames, std::size_t channels, std::size_t firstFrame)
+      : frames_(std::move(frames)), channels_(channels), position_(firstFrame * channels) {}
+
+  std::optional<std::size_t> read(std::span<float> out) override {
+    const std::size_t count = std::min(out.size() / channels_ * channels_, frames_->size() - position_);
+    std::copy_n(frames_->data() + position_, count, out.data());
+    position_ += count;
+    return count / channels_;
+  }
+
+ private:
+  std::shared_ptr<const std::vector<float>> frames_;
+  std::size_t channels_;
+  std::size_t position_;
+};
+
+class ResidentSamples final : public SampleData {
+ public:
+  ResidentSamples(std::shared_ptr<const std::vector<float>> interleaved, int channels)
+      : SampleData(channels, static_cast<int64_t>(interleaved->size()) / channels), frames_(std::move(interleaved)) {}
+
+  std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
+    const auto first = static_cast<std::size_t>(std::clamp<int64_t>(firstFrame, 0, frames()));
+    return std::make_unique<ResidentStream>(frames_, static_cast<std::size_t>(channels()), first);
+  }
+  std::span<const float> resident() const override { return *frames_; }
+
+ private:
+  std::shared_ptr<const std::vector<float>> frames_;
+};
+
+constexpr std::size_t scratchSamples = 32768;  // 128 KiB: with its source and its target it stays in the cache
+
+/// One channel made of two, or two of one, while it is read.
+class ChannelStream final : public SampleStream {
+ public:
+  ChannelStream(std::unique_ptr<SampleStream> source, int channels)
+      : source_(std::move(source)), toStereo_(channels == 2), scratch_(scratchSamples) {}
+
+  std::optional<std::size_t> read(std::span<float> out) override {
+    const std::size_t wanted = toStereo_ ? out.size() / 2 : out.size();
+    std::size_t done = 0;
+    while (done < wanted) {
+      const auto frames = readPart(out, done, wanted - done);
+      if (!frames) return std::nullopt;
+      if (*frames == 0) break;
+      done += *frames;
+    }
+    return done;
+  }
+
+ private:
+  std::optional<std::size_t> readPart(std::span<float> out, std::size_t done, std::size_t wanted) {
+    const std::size_t samplesPerFrame = toStereo_ ? 1 : 2;
+    const auto part = std::span(scratch_).first(std::min(wanted * samplesPerFrame, scratch_.size()));
+    const auto frames = source_->read(part);
+    if (!frames) return std::nullopt;
+    const auto read = part.first(*frames * samplesPerFrame);
+    if (toStereo_) {
+      dsp::duplicate(read, out.subspan(2 * done));
+    } else {
+      dsp::mixToMono(read, out.subspan(done));
+    }
+    return frames;
+  }
+
+  std::unique_ptr<SampleStream> source_;
+  bool toStereo_;
+  std::vector<float> scratch_;
+};
+
+class ChannelView final : public SampleData {
+ public:
+  ChannelView(SampleRef source, int channels) : SampleData(channels, source->frames()), source_(std::move(source)) {}
+
+  std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
+    auto stream = source_->open(firstFrame);
+    if (!stream) return nullptr;
+    return std::make_unique<ChannelStream>(std::move(stream), channels());
+  }
+
+ private:
+  SampleRef source_;
+};
+
+/// Reads everything. The buffer grows with what has really been read, because a source may declare more than it holds.
+bool readAll(const SampleData& data, std::vector<float>& out) {
+  const auto channels = static_cast<std::size_t>(data.channels());
+  const auto declared = static_cast<uint64_t>(data.frames()) * channels;
+  if (declared > std::numeric_limits<std::size_t>::max() / sizeof(float)) throw std::bad_alloc();
+  const auto total = static_cast<std::size_t>(declared);
+  auto stream = data.open();
+  if (!stream) return false;
+
+  constexpr std::size_t firstStep = std::size_t{1} << 22;  // 16 MiB
+  std::size_t done = 0;
+  while (done < total) {
+    if (done == out.size()) out.resize(std::min(total, std::max(done * 2, firstStep / channels * channels)));
+    const auto frames = stream->read(std::span(out).subspan(done));
+    if (!frames) return false;
+    if (*frames == 0) return fail(u"Reading from file failed");
+    done += *frames * channels;
+  }
+  return true;
+}
+
+}  // namespace
+
+SampleRef makeResident(std::vector<float> interleaved, int channels) {
+  assert(channels > 0 && interleaved.size() % static_cast<std::size_t>(channels) == 0);
+  return std::make_shared<ResidentSamples>(std::make_shared<const std::vector<float>>(std::move(interleaved)),
+                                           channels);
+}
+
+SampleRef makeResident(const SampleRef& data) {
+  if (!data || data->resident().size() > 0) return data;
+  try {
+    std::vector<float> frames;
+    if (!readAll(*data, frames)) return nullptr;
+    return makeResident(std::move(frames), data->channels());
+  } catch (const std::bad_alloc&) {
+    return fail(u"Out of memory");
+  } catch (const std::length_error&) {
+    return fail(u"Out of memory");
+  }
+}
+
+SampleRef withChannels(const SampleRef& data, int channels) {
+  if (!data || data->channels() == channels) return data;
+  assert((data->channels() == 2 && channels == 1) || (data->channels() == 1 && channels == 2));
+  return std::make_shared<ChannelView>(data, channels);
+}
+
+}  // namespace tervo
