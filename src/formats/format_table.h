@@ -41,7 +41,7 @@ struct SourceFile {
   Host& host;
   ConversionReport& report;
   const Settings& settings;
-  RawLayout raw = {};
+  std::optional<RawLayout> raw = {};  ///< as far as the user has said
 };
 
 /// What the user asked for when saving.
@@ -113,6 +113,13 @@ struct FormatDescriptor {
 
 /// The table; null operations of a row that declares them are formats known but not handled yet.
 const std::array<FormatDescriptor, formatCount>& FormatTable();
+
+/// The row of an index; null outside the table.
+const FormatDescriptor* rowAt(FormatIndex index);
+/// The row's description; "Unknown file type" outside the table.
+TextView descriptionOf(FormatIndex index);
+/// The first row with this extension that can write; noFormat when there is none.
+FormatIndex writerForExtension(TextView extension);
 
 struct WriterInfo {
   uint32_t flags = 0;
