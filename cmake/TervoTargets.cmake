@@ -12,8 +12,12 @@ if(WIN32)
   target_link_options(tervo_options INTERFACE -static)
 endif()
 if(TERVO_SANITIZE)
-  target_compile_options(tervo_options INTERFACE -fsanitize=${TERVO_SANITIZE} -fno-omit-frame-pointer)
+  target_compile_options(tervo_options INTERFACE
+    -fsanitize=${TERVO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_link_options(tervo_options INTERFACE -fsanitize=${TERVO_SANITIZE})
+endif()
+if(TERVO_FUZZ)
+  target_compile_options(tervo_options INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
 # tervo_room(NAME DEPENDS room... [SOURCES file...]): the library of one room. Without SOURCES all .cpp files below the
