@@ -7,6 +7,8 @@ namespace tervo::platform {
 
 /// The characters that separate folders: "/" on POSIX, "/\:" on Windows.
 TextView pathSeparators();
+/// The one of them that join() puts between a folder and a name.
+char16_t preferredSeparator();
 
 /// The part after the last separator.
 TextView fileNameOf(TextView path);
@@ -17,7 +19,8 @@ TextView stemOf(TextView path);
 /// The path up to the file name, without the separator that ends it; "." when there is none, the root as it is.
 Text folderOf(TextView path);
 Text join(TextView folder, TextView name);
-/// The path seen from the root, without "." and ".." where they can be resolved by name alone.
+/// The path seen from the root, without "." and ".." where they can be resolved by name alone. A ".." behind a symbolic
+/// link stays: the folder above is that of the link's target.
 Text absolute(TextView path);
 
 }  // namespace tervo::platform

@@ -1,5 +1,5 @@
 #pragma once
-// Folders that belong to the user.
+// Folders that belong to the user, and where the system keeps what every user needs.
 
 #include "base/text.h"
 
@@ -13,5 +13,8 @@ Text dataFolder();
 /// The system folder ("C:\Windows\System32") on Windows; empty elsewhere.
 Text systemFolder();
 Text temporaryFolder();
+/// The General MIDI sound bank that the system comes with, whether or not it is installed: the system folder's
+/// "\drivers\gm.dls" on Windows; on Linux the name under which distributions install their preferred bank.
+Text generalMidiBank();
 
 }  // namespace tervo::platform

@@ -1,0 +1,22 @@
+#pragma once
+// Inside platform/: keeps what the operating system said about a failure for systemErrorCause().
+
+#include "base/last_error.h"
+#include "base/text.h"
+
+namespace tervo::platform {
+
+/// The system's text for its error number `code`.
+Text systemErrorText(int code);
+
+/// Keeps the cause for this thread.
+void setSystemErrorCause(TextView cause);
+/// Keeps the text of the thread's current error number (errno, GetLastError()).
+void noteSystemError();
+
+/// Notes the current error number and fails with `message`.
+Failure failBySystem(TextView message);
+/// Fails with `message` because of the error `code`.
+Failure failBySystem(TextView message, int code);
+
+}  // namespace tervo::platform
