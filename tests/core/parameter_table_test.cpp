@@ -72,7 +72,8 @@ TEST(ParameterTable, UniqueNamesLeadBackToTheirRow) {
   EXPECT_EQ(uniqueNameOf(ParameterId::xLfoDelay), u"F-LFO Delay Time #2");
   for (const ParameterRow& row : ParameterTable) {
     const auto id = static_cast<ParameterId>(row.index);
-    if (!row.name.empty()) EXPECT_EQ(findParameter(uniqueNameOf(id)), id) << row.index;
+    const auto expected = row.name.empty() ? std::nullopt : std::optional(id);
+    EXPECT_EQ(findParameter(uniqueNameOf(id)), expected) << row.index;
   }
   EXPECT_EQ(findParameter(u""), std::nullopt);
   EXPECT_EQ(findParameter(u"Send channel 3 level #3"), std::nullopt);
