@@ -1,0 +1,49 @@
+#pragma once
+// Reading files into the document: open, merge, and replacing waveforms by name. Document thread. The folder of the
+// file becomes the process's current folder, so callers with several relative paths make them absolute first.
+
+#include <functional>
+#include <optional>
+
+#include "formats/detection.h"
+#include "formats/format_table.h"
+
+namespace tervo {
+
+/// Whether a file that only row 0 takes is read as raw data.
+enum class RawFallback : uint8_t { refused, allowed };
+
+/// What opening may use and where it tells what happened.
+struct OpenContext {
+  Host& host;
+  ConversionReport& report;
+  const Settings& settings;
+  /// The layout of bytes without a header, as far as the user has said.
+  std::optional<RawLayout> raw = {};
+  /// The load-time normalisation ("Fixing up items..."): run over what has been read, before it joins the collection
+  /// that it is merged into, if any. Without it items stay as their codec made them.
+  std::function<void(Collection& loaded, const Collection* mergedInto)> normalise = {};
+};
+
+/// Replaces the collection with the file's content. A file that is not there, is empty or is not detected leaves the
+/// collection alone; one that turns out unreadable leaves it empty, under the name "Empty collection". False with
+/// LastErrorText.
+bool OpenFile(Collection& collection, TextView path, RawFallback fallback, const OpenContext& context);
+
+/// Adds the file's items to the collection. A failure leaves it as it was.
+bool MergeFile(Collection& collection, TextView path, RawFallback fallback, const OpenContext& context);
+
+/// Reads the file's waveforms and gives each to the collection's waveforms of the same name, which keep their
+/// identifiers, so that regions go on playing them. How many were replaced; nothing on failure, with the collection as
+/// it was. Waveforms without a namesake are reported.
+std::optional<std::size_t> ReplaceSameName(Collection& collection, TextView path, RawFallback fallback,
+                                           const OpenContext& context);
+
+/// What the user answered for all files to come.
+enum class RawChoice : uint8_t { askEachTime, always, never };
+
+/// Whether to try again with the raw-data fallback after `LastErrorText` said "Not detected as any supported file
+/// type": asks the host, and remembers an answer for all.
+RawFallback askRawFallback(Host& host, RawChoice& remembered);
+
+}  // namespace tervo

@@ -1,0 +1,25 @@
+#pragma once
+// Writing items to files. Document thread.
+
+#include "core/item.h"
+#include "formats/format_table.h"
+
+namespace tervo {
+
+enum class Overwrite : uint8_t { refused, allowed };
+
+/// What saving may use and where it tells what happened.
+struct SaveContext {
+  Host& host;
+  ConversionReport& report;
+  const Settings& settings;
+  SaveOptions options = {};
+  Overwrite overwrite = Overwrite::refused;
+};
+
+/// Writes one item by a row of the table: a synth, region or layer as its instrument, a track as its song; a song is
+/// rendered first for a row that does not write songs. The document is not changed, and the file that was there is
+/// replaced only by a complete one. False with LastErrorText; a null item is "No item selected".
+bool SaveItem(const Item* item, FormatIndex index, TextView path, const SaveContext& context);
+
+}  // namespace tervo
