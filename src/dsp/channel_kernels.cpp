@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "dsp/sample_kernels.h"
+
 namespace tervo::dsp {
 
 void mixToMono(std::span<const float> stereo, std::span<float> mono) noexcept {
   const std::size_t frames = std::min(stereo.size() / 2, mono.size());
-  for (std::size_t i = 0; i < frames; ++i) mono[i] = (stereo[2 * i] + stereo[2 * i + 1]) * 0.5f;
+  channelKernels().mixToMono(stereo.data(), mono.data(), frames);
 }
 
 void duplicate(std::span<const float> mono, std::span<float> stereo) noexcept {
@@ -16,10 +18,7 @@ void duplicate(std::span<const float> mono, std::span<float> stereo) noexcept {
 
 void interleave(std::span<const float> left, std::span<const float> right, std::span<float> stereo) noexcept {
   const std::size_t frames = std::min({left.size(), right.size(), stereo.size() / 2});
-  for (std::size_t i = 0; i < frames; ++i) {
-    stereo[2 * i] = left[i];
-    stereo[2 * i + 1] = right[i];
-  }
+  channelKernels().interleave(left.data(), right.data(), stereo.data(), frames);
 }
 
 void mixToStereo(std::span<const float> frames, std::span<const float> left, std::span<const float> right,
