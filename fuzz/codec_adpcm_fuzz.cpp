@@ -1,8 +1,8 @@
 // The ADPCM decoders over any bytes, with layouts as a "fmt " chunk may claim them: read from the front and from a
 // frame in the middle, which must give the same.
 
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 #include "base/byte_reader.h"
 #include "formats/codec/ima_adpcm.h"
@@ -70,6 +70,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, std::size_t size) {
   const auto whole = readFrom(data, 0);
   const auto tail = readFrom(data, first);
   if (whole.size() != static_cast<std::size_t>(frames * choice.channels)) std::abort();
-  if (std::memcmp(whole.data() + first * choice.channels, tail.data(), tail.size() * sizeof(float)) != 0) std::abort();
+  if (!std::equal(tail.begin(), tail.end(), whole.begin() + first * choice.channels, whole.end())) std::abort();
   return 0;
 }

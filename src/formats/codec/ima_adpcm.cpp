@@ -4,8 +4,7 @@
 
 #include "base/byte_reader.h"
 #include "base/last_error.h"
-#include "formats/codec/code_bits.h"
-#include "formats/codec/pcm16.h"
+#include "formats/codec/code_words.h"
 
 namespace tervo {
 namespace {
@@ -34,6 +33,7 @@ constexpr std::size_t headerBytes = 4;  // a channel: the first sample, the step
 
 constexpr std::size_t wordBytes = 4;
 constexpr std::size_t largestGroup = 3 * wordBytes;
+constexpr std::size_t mostCodes = 32;
 
 // The fewest whole words that hold whole codes.
 struct Group {
@@ -85,7 +85,7 @@ class ImaAdpcmDecoder final : public BlockDecoder {
     ByteReader reader(block.first(std::min(block.size(), blockBytes())));
     std::array<ImaAdpcmState, 2> states = readHeaders(reader);
     if (!reader.ok()) return 0;
-    for (std::size_t c = 0; c < shape_.channels; ++c) out[c] = floatOfPcm16(states[c].predictor);
+    for (std::size_t c = 0; c < shape_.channels; ++c) out[c] = fromPcm16(states[c].predictor);
 
     std::size_t frames = 1;
     while (frames < shape_.frames && !reader.atEnd()) {
@@ -116,10 +116,11 @@ class ImaAdpcmDecoder final : public BlockDecoder {
     for (std::size_t c = 0; c < shape_.channels; ++c) {
       std::array<std::byte, largestGroup> own{};
       const std::size_t bytes = gatherWords(groups, c, own);
-      frames = std::min(frames, bytes * 8 / static_cast<std::size_t>(shape_.bits));
-      CodeReader codes{std::span<const std::byte>(own).first(bytes), shape_.bits};
+      std::array<uint8_t, mostCodes> codes;
+      frames = std::min(
+          frames, unpackCodeWords(std::span<const std::byte>(own).first(bytes), shape_.bits, BitOrder::little, codes));
       for (std::size_t i = 0; i < frames; ++i) {
-        out[i * shape_.channels + c] = floatOfPcm16(states[c].decode(codes.next(), shape_.bits));
+        out[i * shape_.channels + c] = fromPcm16(states[c].decode(codes[i], shape_.bits));
       }
     }
     return frames;
@@ -155,7 +156,7 @@ class ImaAdpcmEncoder final : public BlockEncoder {
 
  private:
   int sampleAt(std::span<const float> frames, std::size_t frame, std::size_t channel) const {
-    return pcm16OfFloat(frames[std::min(frame, frames.size() / shape_.channels - 1) * shape_.channels + channel]);
+    return toPcm16(frames[std::min(frame, frames.size() / shape_.channels - 1) * shape_.channels + channel]);
   }
 
   void encodeBlock(std::span<const float> frames, std::vector<std::byte>& out) {
@@ -176,7 +177,7 @@ class ImaAdpcmEncoder final : public BlockEncoder {
     const auto groups = std::span(out).subspan(begin);
     for (std::size_t c = 0; c < shape_.channels; ++c) {
       std::vector<std::byte> own;
-      CodeWriter codes(shape_.bits);
+      CodeWordPacker codes(shape_.bits, BitOrder::little);
       for (std::size_t i = 0; i < shape_.group.codes; ++i) {
         codes.put(states_[c].encode(sampleAt(frames, first + i, c), shape_.bits), own);
       }
@@ -192,7 +193,7 @@ class ImaAdpcmEncoder final : public BlockEncoder {
 
 }  // namespace
 
-int ImaAdpcmState::decode(unsigned code, int bits) {
+int ImaAdpcmState::decode(uint8_t code, int bits) {
   // (magnitude + 1/2) × step / 2^(bits - 2), each bit's share cut on its own as the reference decoder does.
   const int step = stepSizes[static_cast<std::size_t>(stepIndex)];
   int difference = step >> (bits - 1);
@@ -200,24 +201,23 @@ int ImaAdpcmState::decode(unsigned code, int bits) {
     if (code & (1u << bit)) difference += step >> (bits - 2 - bit);
   }
   const unsigned sign = 1u << (bits - 1);
-  predictor = clampToPcm16(code & sign ? predictor - difference : predictor + difference);
+  predictor = std::clamp(code & sign ? predictor - difference : predictor + difference, -32768, 32767);
   const int move = indexSteps[static_cast<std::size_t>(bits - 2)][code & (sign - 1)];
   stepIndex = std::clamp(stepIndex + move, 0, lastStep);
   return predictor;
 }
 
-unsigned ImaAdpcmState::encode(int sample, int bits) {
+uint8_t ImaAdpcmState::encode(int sample, int bits) {
   int step = stepSizes[static_cast<std::size_t>(stepIndex)];
-  int difference = sample - predictor;
-  unsigned code = difference < 0 ? 1u << (bits - 1) : 0;
-  difference = std::abs(difference);
+  int rest = std::abs(sample - predictor);
+  unsigned code = sample < predictor ? 1u << (bits - 1) : 0;
   for (int bit = bits - 2; bit >= 0; --bit, step >>= 1) {
-    if (difference < step) continue;
+    if (rest < step) continue;
     code |= 1u << bit;
-    difference -= step;
+    rest -= step;
   }
-  decode(code, bits);
-  return code;
+  decode(static_cast<uint8_t>(code), bits);
+  return static_cast<uint8_t>(code);
 }
 
 ImaAdpcmLayout imaAdpcmLayoutFor(int bitsPerSample, int channels, double sampleRate) {

@@ -34,9 +34,9 @@ struct ImaAdpcmState {
   int stepIndex = 0;  ///< 0..88
 
   /// The sample of a code of `bits` bits (2..4).
-  int decode(unsigned code, int bits);
+  int decode(uint8_t code, int bits);
   /// The code that comes nearest to a sample; follows the decoder.
-  unsigned encode(int sample, int bits);
+  uint8_t encode(int sample, int bits);
 };
 
 }  // namespace tervo

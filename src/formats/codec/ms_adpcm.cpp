@@ -7,7 +7,7 @@
 #include "base/byte_reader.h"
 #include "base/byte_writer.h"
 #include "base/last_error.h"
-#include "formats/codec/pcm16.h"
+#include "formats/codec/code_words.h"
 
 namespace tervo {
 namespace {
@@ -37,7 +37,7 @@ struct ChannelState {
 
   int decode(unsigned code) {
     const int64_t signedCode = code < 8 ? int64_t{code} : int64_t{code} - 16;
-    const int sample = clampToPcm16(prediction() + signedCode * step);
+    const auto sample = static_cast<int>(std::clamp<int64_t>(prediction() + signedCode * step, -32768, 32767));
     step = std::clamp((stepFactors[code] * step) >> 8, smallestStep, largestStep);
     before = std::exchange(last, sample);
     return sample;
@@ -77,8 +77,8 @@ class MsAdpcmDecoder final : public BlockDecoder {
     std::array<ChannelState, 2> states = readHeaders(reader);
     if (!reader.ok()) return 0;
     for (std::size_t c = 0; c < channels_; ++c) {
-      out[c] = floatOfPcm16(states[c].before);
-      out[channels_ + c] = floatOfPcm16(states[c].last);
+      out[c] = fromPcm16(states[c].before);
+      out[channels_ + c] = fromPcm16(states[c].last);
     }
     // Nibbles are samples in the order of the frames, so two channels share a byte.
     const std::size_t samples = std::min(blockFrames_ * channels_, headerFrames * channels_ + 2 * reader.remaining());
@@ -87,7 +87,7 @@ class MsAdpcmDecoder final : public BlockDecoder {
     for (std::size_t i = headerSamples; i < samples; ++i) {
       const auto byte = std::to_integer<unsigned>(codes[(i - headerSamples) / 2]);
       const unsigned code = (i - headerSamples) % 2 == 0 ? byte >> 4 : byte & 0xF;
-      out[i] = floatOfPcm16(states[i % channels_].decode(code));
+      out[i] = fromPcm16(states[i % channels_].decode(code));
     }
     return samples / channels_;
   }
@@ -141,7 +141,7 @@ class MsAdpcmEncoder final : public BlockEncoder {
     std::vector<int> samples(blockFrames_);
     for (std::size_t i = 0; i < samples.size(); ++i) {
       const std::size_t frame = std::min(i, frames.size() / channels_ - 1);
-      samples[i] = pcm16OfFloat(frames[frame * channels_ + channel]);
+      samples[i] = toPcm16(frames[frame * channels_ + channel]);
     }
     return samples;
   }

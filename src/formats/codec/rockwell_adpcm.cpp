@@ -4,8 +4,7 @@
 #include <cstdlib>
 
 #include "base/last_error.h"
-#include "formats/codec/code_bits.h"
-#include "formats/codec/pcm16.h"
+#include "formats/codec/code_words.h"
 
 namespace tervo {
 namespace {
@@ -51,6 +50,9 @@ constexpr std::array<Quantizer, 3> quantizers = {{
 constexpr int32_t product(int a, int b) {
   return static_cast<int32_t>(static_cast<uint32_t>(a * b) << 1);
 }
+constexpr int clip16(int value) {
+  return std::clamp(value, -32768, 32767);
+}
 constexpr int64_t clip32(int64_t value) {
   return std::clamp<int64_t>(value, INT32_MIN, INT32_MAX);
 }
@@ -62,32 +64,35 @@ constexpr int rounded(int32_t value) {
 }
 // The step and what is multiplied with it are held at a quarter of their size.
 constexpr int timesStep(int factor, int step) {
-  return clampToPcm16(rounded(product(factor, step)) * 4);
+  return clip16(rounded(product(factor, step)) * 4);
 }
 
 // What coder and decoder share: the adaptive step and the predictor with two poles and six zeros.
-class RockwellState {
+class RockwellChannel {
  public:
-  explicit RockwellState(int bits) : quantizer_(&quantizers[static_cast<std::size_t>(bits - 2)]) {}
+  explicit RockwellChannel(int bits) : quantizer_(&quantizers[static_cast<std::size_t>(bits - 2)]) {}
 
-  int decode(unsigned code) {
+  static constexpr std::size_t framesPerWord = 1;
+
+  std::array<int16_t, 1> decode(uint8_t code) {
     const int difference = timesStep(quantizer_->level[code], step_);
     adaptStep(code);
     const int64_t sum = predict(difference);
     const int sample = upperHalf(sum);
     deEmphasized_ = upperHalf(clip32(sum + product(emphasis, deEmphasized_)));
     adaptPredictor(difference, sample);
-    return deEmphasized_;
+    return {static_cast<int16_t>(deEmphasized_)};
   }
 
-  unsigned encode(int sample) {
+  uint8_t encode(std::array<int16_t, 1> pcm16) {
+    const int sample = pcm16[0];
     const int64_t sum = predict(0);
     const int expected = upperHalf(clip32(sum + product(emphasis, lastInput_)));
     lastInput_ = sample;
-    const unsigned code = nearestCode(clampToPcm16(sample - expected));
+    const uint8_t code = nearestCode(clip16(sample - expected));
     const int difference = timesStep(quantizer_->level[code], step_);
     adaptStep(code);
-    adaptPredictor(difference, clampToPcm16(upperHalf(sum) + difference));
+    adaptPredictor(difference, clip16(upperHalf(sum) + difference));
     return code;
   }
 
@@ -98,14 +103,14 @@ class RockwellState {
     return sum;
   }
 
-  unsigned nearestCode(int difference) const {
+  uint8_t nearestCode(int difference) const {
     const auto count = quantizer_->thresholds;
     std::size_t level = 0;
     while (level < count && std::abs(difference) >= timesStep(quantizer_->threshold[level], step_)) ++level;
-    return static_cast<unsigned>(difference < 0 ? count - level : count + 1 + level);
+    return static_cast<uint8_t>(difference < 0 ? count - level : count + 1 + level);
   }
 
-  void adaptStep(unsigned code) {
+  void adaptStep(uint8_t code) {
     step_ = std::clamp(timesStep(quantizer_->stepFactor[code], step_), smallestStep, quantizer_->largestStep);
   }
 
@@ -114,7 +119,7 @@ class RockwellState {
     for (std::size_t i = 0; i < history_.size(); ++i) {
       const int move = i < poles ? poleAdaptation : zeroAdaptation;
       const bool opposed = rounded(product(difference, history_[i])) < 0;
-      coefficients_[i] = clampToPcm16(rounded(product(coefficients_[i], leak)) + (opposed ? -move : move));
+      coefficients_[i] = clip16(rounded(product(coefficients_[i], leak)) + (opposed ? -move : move));
     }
     std::shift_right(history_.begin(), history_.begin() + poles, 1);
     std::shift_right(history_.begin() + poles, history_.end(), 1);
@@ -132,42 +137,6 @@ class RockwellState {
   int lastInput_ = 0;     // encoder: its last input
 };
 
-class RockwellDecoder final : public BlockDecoder {
- public:
-  explicit RockwellDecoder(int bits) : bits_(bits), state_(bits) {}
-
-  std::size_t blockBytes() const override { return 1536; }  // whole codes of each width
-  std::size_t blockFrames() const override { return blockBytes() * 8 / static_cast<std::size_t>(bits_); }
-  bool independentBlocks() const override { return false; }
-
-  std::size_t decode(std::span<const std::byte> block, std::span<float> out) override {
-    const std::size_t bytes = std::min(block.size(), blockBytes());
-    const std::size_t frames = bytes * 8 / static_cast<std::size_t>(bits_);
-    CodeReader codes(block, bits_);
-    for (float& sample : out.first(frames)) sample = floatOfPcm16(state_.decode(codes.next()));
-    return frames;
-  }
-
- private:
-  int bits_;
-  RockwellState state_;
-};
-
-class RockwellEncoder final : public BlockEncoder {
- public:
-  explicit RockwellEncoder(int bits) : state_(bits), codes_(bits) {}
-
-  std::size_t blockFrames() const override { return 8; }
-  void encode(std::span<const float> frames, std::vector<std::byte>& out) override {
-    for (const float sample : frames) codes_.put(state_.encode(pcm16OfFloat(sample)), out);
-  }
-  void finish(std::vector<std::byte>& out) override { codes_.finish(out); }
-
- private:
-  RockwellState state_;
-  CodeWriter codes_;
-};
-
 }  // namespace
 
 DecoderFactory rockwellAdpcmDecoder(int bitsPerSample) {
@@ -175,12 +144,16 @@ DecoderFactory rockwellAdpcmDecoder(int bitsPerSample) {
     setLastErrorText(invalid);
     return nullptr;
   }
-  return [bitsPerSample] { return std::make_unique<RockwellDecoder>(bitsPerSample); };
+  return [bitsPerSample] {
+    return std::make_unique<CodeWordDecoder<RockwellChannel>>(RockwellChannel(bitsPerSample), bitsPerSample,
+                                                              BitOrder::little, 1);
+  };
 }
 
 std::unique_ptr<BlockEncoder> makeRockwellAdpcmEncoder(int bitsPerSample) {
   if (bitsPerSample < 2 || bitsPerSample > 4) return fail(invalid);
-  return std::make_unique<RockwellEncoder>(bitsPerSample);
+  return std::make_unique<CodeWordEncoder<RockwellChannel>>(RockwellChannel(bitsPerSample), bitsPerSample,
+                                                            BitOrder::little, 1);
 }
 
 }  // namespace tervo

@@ -3,34 +3,36 @@
 #include <cstdlib>
 
 #include "base/last_error.h"
-#include "formats/codec/nibble_codec.h"
+#include "formats/codec/code_words.h"
 
 namespace tervo {
 namespace {
 
+constexpr TextView tooManyChannels = u"> 2ch Yamaha ADPCM not supported";
 constexpr int smallestStep = 127;
 constexpr int largestStep = 24576;
-constexpr TextView tooManyChannels = u"> 2ch Yamaha ADPCM not supported";
 
 // The step's factor in 1/256, by magnitude.
 constexpr std::array<int, 8> stepFactors = {230, 230, 230, 230, 307, 409, 512, 614};
 
-struct YamahaState {
+struct YamahaChannel {
+  static constexpr std::size_t framesPerWord = 1;
+
   int sample = 0;
   int step = smallestStep;
 
-  int decode(unsigned code) {
-    const unsigned magnitude = code & 7;
-    const int difference = (static_cast<int>(magnitude) * 2 + 1) * step / 8;
-    sample = clampToPcm16(code & 8 ? sample - difference : sample + difference);
-    step = std::clamp(step * stepFactors[magnitude] >> 8, smallestStep, largestStep);
-    return sample;
+  std::array<int16_t, 1> decode(uint8_t code) {
+    const int magnitude = code & 7;
+    const int difference = (magnitude * 2 + 1) * step / 8;
+    sample = std::clamp(code & 8 ? sample - difference : sample + difference, -32768, 32767);
+    step = std::clamp(step * stepFactors[static_cast<std::size_t>(magnitude)] >> 8, smallestStep, largestStep);
+    return {static_cast<int16_t>(sample)};
   }
 
-  unsigned encode(int pcm16) {
-    const int difference = pcm16 - sample;
+  uint8_t encode(std::array<int16_t, 1> pcm16) {
+    const int difference = pcm16[0] - sample;
     const int magnitude = std::min(std::abs(difference) * 4 / step, 7);
-    const auto code = static_cast<unsigned>(magnitude) | (difference < 0 ? 8u : 0u);
+    const auto code = static_cast<uint8_t>(difference < 0 ? magnitude | 8 : magnitude);
     decode(code);
     return code;
   }
@@ -43,12 +45,14 @@ DecoderFactory yamahaAdpcmDecoder(int channels) {
     setLastErrorText(tooManyChannels);
     return nullptr;
   }
-  return [channels] { return std::make_unique<NibbleDecoder<YamahaState, NibbleOrder::lowFirst>>(channels); };
+  return [channels] {
+    return std::make_unique<CodeWordDecoder<YamahaChannel>>(YamahaChannel(), 4, BitOrder::little, channels);
+  };
 }
 
 std::unique_ptr<BlockEncoder> makeYamahaAdpcmEncoder(int channels) {
   if (channels < 1 || channels > 2) return fail(tooManyChannels);
-  return std::make_unique<NibbleEncoder<YamahaState, NibbleOrder::lowFirst>>(channels);
+  return std::make_unique<CodeWordEncoder<YamahaChannel>>(YamahaChannel(), 4, BitOrder::little, channels);
 }
 
 }  // namespace tervo

@@ -7,7 +7,6 @@
 #include "formats/codec/ima_adpcm.h"
 #include "formats/codec/ms_adpcm.h"
 #include "formats/codec/oki_adpcm.h"
-#include "formats/codec/pcm16.h"
 #include "formats/codec/rockwell_adpcm.h"
 #include "formats/codec/yamaha_adpcm.h"
 
@@ -234,13 +233,6 @@ TEST(Adpcm, EncodersFollowTheirDecoders) {
     ASSERT_GE(decoded.size(), signal.size()) << coding.name;
     EXPECT_GT(signalToNoise(signal, decoded), coding.expectedDecibels) << coding.name << coding.channels;
   }
-}
-
-TEST(Adpcm, FloatsBecome16BitsByHalfUpRoundingWithClipping) {
-  const std::vector<std::pair<float, int>> cases = {{1.0f, 32767},   {-1.0f, -32768},   {2.0f, 32767},
-                                                    {-2.0f, -32768}, {0.5f / 32768, 1}, {-0.5f / 32768, 0},
-                                                    {NAN, -32768}};
-  for (const auto& [value, expected] : cases) EXPECT_EQ(pcm16OfFloat(value), expected) << value;
 }
 
 }  // namespace
