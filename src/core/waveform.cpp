@@ -1,11 +1,40 @@
 #include "core/waveform.h"
 
+#include <array>
+
 namespace tervo {
+namespace {
+
+const Marker* loopNumber(const Waveform& waveform, int number) {
+  for (const Marker& marker : waveform.markers) {
+    if (marker.type == MarkerType::loop && number-- == 0) return &marker;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+TextView nameOf(MarkerType type) {
+  static constexpr std::array<TextView, 3> names = {u"Position", u"Section", u"Loop"};
+  return names[static_cast<std::size_t>(type)];
+}
+
+TextView nameOf(LoopType type) {
+  static constexpr std::array<TextView, 4> names = {u"Off", u"Forward", u"Reverse", u"Alternating"};
+  return names[static_cast<std::size_t>(type)];
+}
 
 void Waveform::setStoredFormat(SampleFormat format, uint32_t flags) {
   storedFormat = formatWord(format, flags);
   storedBits = bitsOf(format);
   coding = codingOf(format, coding);
+}
+
+const Marker* mainLoop(const Waveform& waveform) {
+  return loopNumber(waveform, 0);
+}
+const Marker* altLoop(const Waveform& waveform) {
+  return loopNumber(waveform, 1);
 }
 
 }  // namespace tervo

@@ -17,14 +17,23 @@ enum class MarkerType : uint8_t { position, section, loop };
 /// "Off/One-shot | Forward/Normal | Reverse/Backwards | Alternating/Ping-Pong/Bi-directional".
 enum class LoopType : uint8_t { off, forward, reverse, alternating };
 
+/// "Position", "Section", "Loop".
+TextView nameOf(MarkerType type);
+/// "Off", "Forward", "Reverse", "Alternating".
+TextView nameOf(LoopType type);
+
+// Loop counts with a meaning of their own; the others are how often the loop plays.
+inline constexpr uint8_t loopForever = 0;         ///< also while the key's release fades
+inline constexpr uint8_t loopUntilRelease = 255;  ///< note-off leaves the loop and plays what follows it
+
 /// Positions are frames counted from 0, fractions allowed; the end is the first frame after the range.
 struct Marker {
   MarkerType type = MarkerType::position;
-  Text name;
+  Text name = {};
   double start = 0;
   double end = 1;
   LoopType loopType = LoopType::off;
-  uint8_t loopCount = 0;   ///< 0: infinitely, or until the key is released
+  uint8_t loopCount = loopForever;
   float loopPitch = 0;     ///< semitones, while the loop plays
   uint32_t foreignId = 0;  ///< the number by which the source file names it (a cue ID); 0 when it has none
 
@@ -68,5 +77,10 @@ class Waveform final : public Item {
   /// Sets stored format, bits and coding together (see codingOf).
   void setStoredFormat(SampleFormat format, uint32_t flags);
 };
+
+/// The first and the second marker that is a loop: what editors call "Main Loop" and "Alt Loop". Null when there is
+/// none.
+const Marker* mainLoop(const Waveform& waveform);
+const Marker* altLoop(const Waveform& waveform);
 
 }  // namespace tervo

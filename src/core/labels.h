@@ -1,0 +1,22 @@
+#pragma once
+// What the tree and the item list write beside an item.
+
+#include <memory>
+#include <span>
+
+#include "base/text.h"
+#include "core/collection.h"
+
+namespace tervo {
+
+/// "%d\t(%d layers, %d regions)"; `number` is the one that the view gives the instrument.
+Text treeLabel(int number, const Instrument& instrument);
+/// "%d\t(%d tracks)".
+Text treeLabel(int number, const Song& song);
+/// "%d\t(total %sK samples)": how many waveforms, and their frames times channels in units of 1024.
+Text treeLabel(std::span<const std::unique_ptr<Waveform>> waveforms);
+
+/// The stored sample format that the waveforms share; "Mixed" when they differ, empty when there are none.
+Text sampleFormatLabel(std::span<const std::unique_ptr<Waveform>> waveforms);
+
+}  // namespace tervo
