@@ -1,0 +1,45 @@
+#pragma once
+// What a thread is for, and so what it may touch. Debug builds stop where a thread does what is another one's business.
+
+#include <cassert>
+#include <cstdint>
+#include <memory>
+
+namespace tervo::platform {
+
+enum class ThreadRole : uint8_t {
+  document,     ///< owns the document and the windows; the main thread has this role from the start
+  audio,        ///< runs blocks: no allocation, no lock, no waiting, no files
+  voiceWorker,  ///< renders its group of voices, nothing else
+  other,        ///< everything else: decoding ahead, writing, libraries' own threads
+};
+
+void setThreadRole(ThreadRole role) noexcept;
+ThreadRole currentThreadRole() noexcept;
+
+#ifdef NDEBUG
+inline void assertThreadRole(ThreadRole) noexcept {}
+#else
+inline void assertThreadRole(ThreadRole role) noexcept {
+  assert(currentThreadRole() == role);
+}
+#endif
+
+/// Gives the thread that makes it the priority of sound for as long as it lives, where the user may have it: the
+/// multimedia class "Pro Audio" on Windows, first-in-first-out scheduling on Linux. For the roles audio and
+/// voiceWorker.
+class AudioPriority {
+ public:
+  AudioPriority();
+  ~AudioPriority();
+  AudioPriority(const AudioPriority&) = delete;
+  AudioPriority& operator=(const AudioPriority&) = delete;
+
+  bool isRaised() const { return before_ != nullptr; }
+
+ private:
+  struct Before;
+  std::unique_ptr<Before> before_;
+};
+
+}  // namespace tervo::platform
