@@ -231,7 +231,7 @@ TextView nameOf(Capability capability) {
 
 CapabilitySet requiredFor(ParameterId row) {
   CapabilitySet required = lookUp(needs, row);
-  if (row >= P::vEnvInitialLevel && row < P::separator188 && row != P::shutdownRate) {
+  if (row >= P::vEnvInitialLevel && row <= P::xEnvReleaseMode) {
     const int offset = indexOf(row) - indexOf(P::vEnvInitialLevel);
     required = required | lookUp(envelopeNeeds, offsetBy(P::vEnvInitialLevel, offset % 27));
   }

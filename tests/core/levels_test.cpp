@@ -48,6 +48,7 @@ TEST(Levels, TriggersComeFromTheLayerAndOverridesDoNot) {
   document.low.trigger.set(P::triggerLowKey, 36);
   EXPECT_EQ(keyRange(document.low), (Range{36, 72}));
   EXPECT_EQ(velocityRange(document.low), (Range{0, 127}));
+  EXPECT_EQ(effectiveValue(document.low, P::rootKeyOverride), 0);
   EXPECT_EQ(rootKeyOf(document.low), 60);
   Region orphan;
   EXPECT_EQ(keyRange(orphan), (Range{0, 127}));
