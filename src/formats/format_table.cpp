@@ -3,11 +3,14 @@
 #include <iterator>
 
 #include "core/item.h"
+#include "formats/detect_shared.h"
+#include "formats/wave/raw_pcm.h"
 
 namespace tervo {
 namespace {
 
 using namespace DeclaredOps;
+using enum SampleFormat;
 constexpr uint8_t RD = read | detect, RWD = read | write | detect, W = write;
 constexpr auto null = nullptr;
 
