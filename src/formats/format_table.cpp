@@ -96,10 +96,4 @@ bool matchesExtension(TextView extension, TextView pattern) {
   return extension.size() == pattern.size();
 }
 
-FormatIndex writerForExtension(TextView extension) {
-  for (std::size_t i = 0; i < formatCount; ++i)
-    if (table[i].write && matchesExtension(extension, table[i].extension)) return static_cast<FormatIndex>(i);
-  return noFormat;
-}
-
 }  // namespace tervo

@@ -16,27 +16,19 @@ namespace {
 
 constexpr double lowestRate = 1, highestRate = 768000;  // Hz, what a waveform may have
 
-/// The bytes from the offset on, cut to whole frames.
-StoredSamples wholeFrames(const SourceFile& file, const RawLayout& layout, int64_t& frames) {
+/// How many whole frames the bytes from the offset on make; those left over are reported.
+int64_t wholeFrames(const SourceFile& file, const RawLayout& layout) {
   const uint64_t size = file.bytes->size();
   const uint64_t bytes = size - std::min(size, layout.offset);
   const auto frameBits = static_cast<uint64_t>(bitsOf(formatOf(layout.format)) * std::clamp(layout.channels, 1, 2));
-  // A format of no bits is for the import to refuse.
-  const uint64_t whole = frameBits == 0 ? bytes : bytes / frameBits * 8 + bytes % frameBits * 8 / frameBits;
-  frames = static_cast<int64_t>(whole);
-
-  StoredSamples stored;
-  stored.source = file.bytes;
-  stored.offset = layout.offset;
-  stored.bytes = frameBits == 0 ? bytes : whole / 8 * frameBits + (whole % 8 * frameBits + 7) / 8;
-  stored.secondChannelOffset = layout.offset + stored.bytes / 2;
-  stored.format = layout.format;
-  stored.genericPcm = true;
-  if (stored.bytes < bytes)
+  if (frameBits == 0) return static_cast<int64_t>(bytes);  // no sample format: for the import to refuse
+  const uint64_t frames = bytes / frameBits * 8 + bytes % frameBits * 8 / frameBits;
+  const uint64_t used = frames / 8 * frameBits + (frames % 8 * frameBits + 7) / 8;
+  if (used < bytes)
     file.report.dropped(platform::stemOf(file.path),
-                        u"bytes at the end: " + numberText(static_cast<double>(bytes - stored.bytes)),
+                        u"bytes at the end: " + numberText(static_cast<double>(bytes - used)),
                         u"they do not make a whole frame");
-  return stored;
+  return static_cast<int64_t>(frames);
 }
 
 void reportPlayback(const TargetFile& file, const Waveform& waveform, SampleFormat format) {
@@ -95,10 +87,12 @@ bool readHeaderless(Collection& collection, const SourceFile& file, const RawLay
   if (file.raw) layout = {usual.format, file.raw->channels, file.raw->sampleRate, file.raw->offset};
   if (!(layout.sampleRate >= lowestRate && layout.sampleRate <= highestRate)) return fail(u"Invalid sample rate");
 
-  int64_t frames = 0;
-  StoredSamples stored = wholeFrames(file, layout, frames);
+  StoredSamples stored;
+  stored.source = file.bytes;
+  stored.offset = layout.offset;
+  stored.format = layout.format;
   auto waveform = std::make_unique<Waveform>();
-  waveform->samples = importPcm(std::move(stored), layout.channels, frames);
+  waveform->samples = importPcm(std::move(stored), layout.channels, wholeFrames(file, layout));
   if (!waveform->samples) return false;
   waveform->name = platform::stemOf(file.path);
   waveform->sampleRate = layout.sampleRate;
