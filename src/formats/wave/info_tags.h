@@ -1,0 +1,26 @@
+#pragma once
+// Text in "LIST" "INFO": zero-terminated strings under four-character names (Microsoft "Multimedia Programming
+// Interface and Data Specifications 1.0"). SoundFont, DLS and RMID files carry the same list.
+
+#include <span>
+#include <vector>
+
+#include "base/byte_writer.h"
+#include "core/tags.h"
+#include "formats/chunk_walker.h"
+
+namespace tervo {
+
+/// A string that no tag of the model stands for, kept to be written back.
+struct KeptInfo {
+  FourCC id;
+  std::vector<std::byte> body;
+};
+
+/// Reads the strings of an "INFO" list into the tags; others are appended to `kept` where that is given.
+void readInfoTags(const ByteSource& source, const Chunk& list, Tags& tags, std::vector<KeptInfo>* kept = nullptr);
+
+/// Writes a "LIST" "INFO" with the tags that are set, `kept`, and the name of this program as the software.
+void writeInfoTags(ByteWriter& writer, const Tags& tags, std::span<const KeptInfo> kept = {});
+
+}  // namespace tervo
