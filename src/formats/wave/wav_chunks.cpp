@@ -1,0 +1,52 @@
+#include "formats/wave/wav_chunks.h"
+
+#include <algorithm>
+
+namespace tervo {
+namespace {
+
+constexpr FourCC fillers[] = {"JUNK", "junk", "PAD ", "FLLR", "fllr", "filr", "_pad"};
+// Peak values, an envelope of peaks (EBU Tech 3285 supplement 3), a checksum.
+constexpr FourCC sampleDescriptions[] = {"PEAK", "levl", "MD5 "};
+
+}  // namespace
+
+bool keepChunk(Waveform& waveform, FourCC container, const Chunk& chunk, std::shared_ptr<const ByteSource> source,
+               bool beforeSamples) {
+  if (waveform.foreignChunks.size() >= maxKeptChunks) return false;
+  waveform.foreignChunks.push_back({container, chunk.id, beforeSamples, std::move(source), chunk.body, chunk.bytes});
+  return true;
+}
+
+std::vector<const ForeignChunk*> knownChunks(const Waveform& waveform, FourCC id, FourCC list) {
+  std::vector<const ForeignChunk*> found;
+  for (const auto& kept : waveform.foreignChunks) {
+    if (kept.container != knownContainer || kept.id != id) continue;
+    if (list == FourCC() || listType(*kept.source, asChunk(kept)) == list) found.push_back(&kept);
+  }
+  return found;
+}
+
+Chunk asChunk(const ForeignChunk& kept) {
+  return {kept.id, kept.offset, kept.bytes, kept.bytes};
+}
+
+std::vector<std::byte> bodyOf(const ForeignChunk& kept) {
+  return loadChunk(*kept.source, asChunk(kept));
+}
+
+FourCC listType(const ByteSource& source, const Chunk& chunk) {
+  FourCC type;
+  if (chunk.bytes >= sizeof type) source.readAt(chunk.body, std::as_writable_bytes(std::span(type.chars)));
+  return type;
+}
+
+bool isFiller(FourCC id) {
+  return std::find(std::begin(fillers), std::end(fillers), id) != std::end(fillers);
+}
+
+bool describesSamples(FourCC id) {
+  return std::find(std::begin(sampleDescriptions), std::end(sampleDescriptions), id) != std::end(sampleDescriptions);
+}
+
+}  // namespace tervo

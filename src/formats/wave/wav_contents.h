@@ -1,0 +1,36 @@
+#pragma once
+// What the reader of a WAV or W64 file has gathered from its chunks so far, and how that becomes a waveform.
+
+#include <memory>
+#include <optional>
+
+#include "core/collection.h"
+#include "formats/chunk_walker.h"
+#include "formats/format_table.h"
+#include "formats/wave/wave_format.h"
+
+namespace tervo {
+
+struct WavContents {
+  explicit WavContents(const SourceFile& source);
+
+  const SourceFile& file;
+  std::unique_ptr<Waveform> waveform;
+  std::optional<WaveFormat> format;
+  std::optional<Chunk> data;
+  uint64_t statedFrames = 0;  ///< of "fact" or its like; 0 when nothing says
+
+  const ByteSource& bytes() const { return *file.bytes; }
+  /// Notes in the report what of the file does not reach the model.
+  void dropped(TextView what, TextView why) const { file.report.dropped(waveform->name, what, why); }
+
+  /// Takes a "fmt " body; the first one counts. False with LastErrorText.
+  bool readFormat(const Chunk& chunk);
+  /// Opens the sample data and puts the waveform into the collection. False with LastErrorText.
+  bool finish(Collection& collection);
+};
+
+/// A chunk's name as the report shows it.
+Text textOf(FourCC id);
+
+}  // namespace tervo

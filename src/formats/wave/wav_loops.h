@@ -1,0 +1,50 @@
+#pragma once
+// How to play the samples of a WAV file: the chunks "smpl" and "inst" of RIFF-WAVE (Microsoft "New Multimedia Data
+// Types and Data Techniques") and "wsmp" of DLS (DLS Level 1, section 2.12).
+
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "base/byte_writer.h"
+#include "core/waveform.h"
+
+namespace tervo {
+
+/// What a "smpl" chunk says.
+struct SamplerData {
+  std::optional<uint8_t> rootKey;
+  float fineTune = 0;            ///< cents
+  std::vector<Marker> loops;     ///< their foreignId is the cue ID
+  std::vector<uint32_t> cueIds;  ///< of all loops, those that make no sense included
+
+  /// Whether a waveform with these loops still says the same.
+  bool saysTheSameAs(const Waveform& waveform) const;
+};
+
+/// Understands as much of the body as is there; nothing when not even its fixed part is.
+std::optional<SamplerData> readSampler(std::span<const std::byte> body);
+void apply(const SamplerData& sampler, Waveform& waveform);
+
+/// What an "inst" chunk says.
+struct InstrumentData {
+  uint8_t rootKey = 60;
+  float fineTune = 0;  ///< cents
+  float gain = 0;      ///< dB
+};
+std::optional<InstrumentData> readInstrumentChunk(std::span<const std::byte> body);
+/// Key and tuning are taken only by a waveform that has none yet, the gain always.
+void apply(const InstrumentData& instrument, Waveform& waveform);
+/// Root key, fine tune, gain and loops of DLS. False when the body is too short for its fixed part.
+bool readDlsSample(std::span<const std::byte> body, Waveform& waveform);
+
+/// The loops of a waveform in their order.
+std::vector<const Marker*> loopsOf(const Waveform& waveform);
+
+/// Writes a "smpl" chunk; cueIds[i] belongs to the i-th loop.
+void writeSampler(ByteWriter& writer, const Waveform& waveform, std::span<const uint32_t> cueIds);
+
+/// The 7 bytes of "inst". `previous` is the body that the source had, whose key and velocity ranges are kept.
+std::vector<std::byte> makeInstrumentChunk(const Waveform& waveform, std::span<const std::byte> previous);
+
+}  // namespace tervo
