@@ -38,5 +38,7 @@ class SettingsBackend {
 /// "<config folder>/tervo-studio/settings" on Linux. The environment variable TERVO_SETTINGS names another registry
 /// key or file (tests and portable use).
 std::unique_ptr<SettingsBackend> openUserSettings();
+/// The store in this registry key or file.
+std::unique_ptr<SettingsBackend> openSettingsAt(TextView place);
 
 }  // namespace tervo::platform
