@@ -69,7 +69,11 @@ Text settingsPath() {
 }  // namespace
 
 std::unique_ptr<SettingsBackend> openUserSettings() {
-  return std::make_unique<FileBackend>(settingsPath());
+  return openSettingsAt(settingsPath());
+}
+
+std::unique_ptr<SettingsBackend> openSettingsAt(TextView place) {
+  return std::make_unique<FileBackend>(absolute(place));
 }
 
 }  // namespace tervo::platform
