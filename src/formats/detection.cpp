@@ -4,6 +4,8 @@
 #include <array>
 #include <vector>
 
+#include "formats/detect_shared.h"
+#include "formats/wave/raw_pcm.h"
 #include "platform/path.h"
 
 namespace tervo {
@@ -15,20 +17,27 @@ constexpr int anythingBonus = 2;  // row 0
 constexpr int leastScore = 3;
 constexpr int bestScore = 9;
 
+struct Candidate {
+  FormatIndex index;
+  const FormatDescriptor* row;
+  /// Whether its detection never tells enough for it to win against row 0 without its extension, so that it need not be
+  /// run then.
+  bool needsExtension;
+};
+
+bool needsExtension(const FormatDescriptor& row) {
+  return row.detect == detectByExtension || row.detect == detectSignedBytes;
+}
+
 /// The rows that can be read, ascending: detection runs through these only.
-const std::vector<FormatIndex>& readableRows() {
-  static const std::vector<FormatIndex> rows = [] {
-    std::vector<FormatIndex> result;
-    for (FormatIndex i = 0; i < static_cast<FormatIndex>(formatCount); ++i)
-      if (rowAt(i)->read) result.push_back(i);
+const std::vector<Candidate>& candidates() {
+  static const std::vector<Candidate> rows = [] {
+    std::vector<Candidate> result;
+    for (FormatIndex i = 0; const FormatDescriptor* row = rowAt(i); ++i)
+      if (row->read) result.push_back({i, row, needsExtension(*row)});
     return result;
   }();
   return rows;
-}
-
-int bonusOf(FormatIndex index, TextView extension, const FormatDescriptor& row) {
-  if (!matchesExtension(extension, row.extension)) return 0;
-  return index == 0 ? anythingBonus : extensionBonus;
 }
 
 }  // namespace
@@ -43,9 +52,11 @@ Detection DetectFormat(TextView fileName, const ByteSource& file) {
 
   Detection best;
   int highest = -1;
-  for (const FormatIndex index : readableRows()) {
-    const FormatDescriptor& row = *rowAt(index);
-    const int score = row.detect(head, row.variant, size) + bonusOf(index, extension, row);
+  for (const auto& [index, row, needsExtension] : candidates()) {
+    const bool matches = matchesExtension(extension, row->extension);
+    if (needsExtension && !matches) continue;
+    const int bonus = !matches ? 0 : index == 0 ? anythingBonus : extensionBonus;
+    const int score = row->detect(head, row->variant, size) + bonus;
     if (score <= highest) continue;
     highest = score;
     best.index = index;

@@ -3,6 +3,8 @@
 #include <iterator>
 
 #include "core/item.h"
+#include "formats/detect_shared.h"
+#include "formats/wave/raw_pcm.h"
 #include "formats/wave/wav_reader.h"
 #include "formats/wave/wav_writer.h"
 
@@ -10,6 +12,7 @@ namespace tervo {
 namespace {
 
 using namespace DeclaredOps;
+using enum SampleFormat;
 constexpr uint8_t RD = read | detect, RWD = read | write | detect, W = write;
 constexpr auto null = nullptr;
 
@@ -93,12 +96,6 @@ bool matchesExtension(TextView extension, TextView pattern) {
     if (pattern[i] != u'?' && upper(pattern[i]) != upper(extension[i])) return false;
   }
   return extension.size() == pattern.size();
-}
-
-FormatIndex writerForExtension(TextView extension) {
-  for (std::size_t i = 0; i < formatCount; ++i)
-    if (table[i].write && matchesExtension(extension, table[i].extension)) return static_cast<FormatIndex>(i);
-  return noFormat;
 }
 
 }  // namespace tervo

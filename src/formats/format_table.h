@@ -46,9 +46,9 @@ struct SourceFile {
 
 /// What the user asked for when saving.
 struct SaveOptions {
-  std::optional<SampleCoding> coding;  ///< nothing: what the source had, as far as the row can hold it
-  std::optional<double> sampleRate;    ///< Hz
-  std::optional<int> channels;         ///< 1 or 2
+  std::optional<SampleCoding> coding = {};  ///< nothing: what the source had, as far as the row can hold it
+  std::optional<double> sampleRate = {};    ///< Hz
+  std::optional<int> channels = {};         ///< 1 or 2
   double kbitPerSecond = 0;            ///< for compressed codings; 0: the coding's own
 };
 
@@ -118,8 +118,6 @@ const std::array<FormatDescriptor, formatCount>& FormatTable();
 const FormatDescriptor* rowAt(FormatIndex index);
 /// The row's description; "Unknown file type" outside the table.
 TextView descriptionOf(FormatIndex index);
-/// The first row with this extension that can write; noFormat when there is none.
-FormatIndex writerForExtension(TextView extension);
 
 struct WriterInfo {
   uint32_t flags = 0;

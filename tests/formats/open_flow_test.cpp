@@ -1,0 +1,138 @@
+#include "formats/open_flow.h"
+
+#include "formats/memory_guard.h"
+#include "platform/current_folder.h"
+#include "tests/formats/flow_fixture.h"
+
+namespace tervo::test {
+namespace {
+
+using namespace std::string_literals;
+
+class OpenFlow : public FlowTest {
+ protected:
+  void SetUp() override {
+    document.name = u"before";
+    document.add(waveformNamed(u"old", {0.5f}));
+  }
+  void expectUntouched() {
+    EXPECT_EQ(document.name, u"before");
+    ASSERT_EQ(document.waveforms().size(), 1u);
+    EXPECT_EQ(framesOf(*document.waveforms()[0]), std::vector<float>{0.5f});
+  }
+
+  Collection document;
+};
+
+TEST_F(OpenFlow, SaysWhyAFileIsNotOpenedAndKeepsTheDocument) {
+  folder.put(u"empty.sw", "");
+  folder.put(u"what.xyz", "no sound");
+  std::filesystem::create_directory(folder / u"folder.sw");
+  struct Case {
+    TextView name, message;
+  };
+  for (const Case& each :
+       {Case{u"absent.sw", u"Could not open file"}, Case{u"folder.sw", u"Could not open file"},
+        Case{u"empty.sw", u"File is of zero size"}, Case{u"what.xyz", u"Not detected as any supported file type"}}) {
+    EXPECT_FALSE(open(document, each.name)) << toUtf8(each.name);
+    EXPECT_EQ(LastErrorText(), each.message) << toUtf8(each.name);
+    expectUntouched();
+  }
+}
+
+TEST_F(OpenFlow, ReplacesTheDocument) {
+  folder.put(u"kick drum.sw", "\x00\x40\x00\xC0"s);
+  ASSERT_TRUE(open(document, u"kick drum.sw"));
+  EXPECT_EQ(document.name, u"kick drum");
+  EXPECT_EQ(document.tags[Tag::sourceFile], folder.text(u"kick drum.sw"));
+  EXPECT_EQ(descriptionOf(document.sourceFormat), u"Signed words (16-bit) - Little Endian");
+  ASSERT_EQ(document.waveforms().size(), 1u);
+  EXPECT_EQ(framesOf(*document.waveforms()[0]), (std::vector<float>{0.5f, -0.5f}));
+  EXPECT_EQ(host.statuses.back(), u"Opened: kick drum.sw");
+  EXPECT_TRUE(std::filesystem::equivalent(std::filesystem::path(platform::currentFolder()), folder / u"."));
+}
+
+TEST_F(OpenFlow, AFileThatCannotBeReadLeavesAnEmptyCollection) {
+  folder.put(u"one.xyz", "12345678");
+  OpenContext context = opening();
+  context.raw = RawLayout{.channels = 3};
+  EXPECT_FALSE(OpenFile(document, folder.text(u"one.xyz"), RawFallback::allowed, context));
+  EXPECT_EQ(LastErrorText(), u"Too many channels");
+  EXPECT_EQ(document.name, u"Empty collection");
+  EXPECT_FALSE(document.holdsData());
+  EXPECT_EQ(document.sourceFormat, noFormat);
+}
+
+TEST_F(OpenFlow, NormalisationSeesOnlyWhatWasRead) {
+  folder.put(u"a.sb", "\x40");
+  OpenContext context = opening();
+  std::size_t loadedItems = 0;
+  const Collection* target = nullptr;
+  context.normalise = [&](Collection& loaded, const Collection* mergedInto) {
+    loadedItems = loaded.waveforms().size();
+    target = mergedInto;
+  };
+  ASSERT_TRUE(MergeFile(document, folder.text(u"a.sb"), RawFallback::refused, context));
+  EXPECT_EQ(loadedItems, 1u);
+  EXPECT_EQ(target, &document);
+}
+
+TEST_F(OpenFlow, MemoryRunningOutIsAFailureLikeAnother) {
+  folder.put(u"a.sb", "\x40");
+  OpenContext context = opening();
+  context.normalise = [](Collection&, const Collection*) { throw std::bad_alloc(); };
+  EXPECT_FALSE(MergeFile(document, folder.text(u"a.sb"), RawFallback::refused, context));
+  EXPECT_EQ(LastErrorText(), u"Out of memory");
+  expectUntouched();
+}
+
+TEST_F(OpenFlow, MergesBehindWhatIsThere) {
+  folder.put(u"new.sb", "\x40");
+  const ItemId old = document.waveforms()[0]->id();
+  ASSERT_TRUE(MergeFile(document, folder.text(u"new.sb"), RawFallback::refused, opening()));
+  EXPECT_EQ(document.name, u"before");
+  ASSERT_EQ(document.waveforms().size(), 2u);
+  EXPECT_EQ(document.waveforms()[0]->id(), old);
+  EXPECT_EQ(document.waveforms()[1]->name, u"new");
+  EXPECT_EQ(host.statuses.back(), u"Merged: new.sb");
+}
+
+TEST_F(OpenFlow, ReplacesWaveformsOfTheSameNameInPlace) {
+  const ItemId old = document.waveforms()[0]->id();
+  document.add(waveformNamed(u"other", {0.25f}));
+  folder.put(u"old.sb", "\x20\x20");
+  folder.put(u"stranger.sb", "\x20");
+  EXPECT_EQ(ReplaceSameName(document, folder.text(u"old.sb"), RawFallback::refused, opening()), 1u);
+  ASSERT_EQ(document.waveforms().size(), 2u);
+  EXPECT_EQ(document.waveforms()[0]->id(), old);
+  EXPECT_EQ(framesOf(*document.waveforms()[0]), (std::vector<float>{0.25f, 0.25f}));
+  EXPECT_EQ(document.waveforms()[0]->storedBits, 8);
+  EXPECT_EQ(ReplaceSameName(document, folder.text(u"stranger.sb"), RawFallback::refused, opening()), 0u);
+  EXPECT_TRUE(report.lostSomething());
+  EXPECT_EQ(ReplaceSameName(document, folder.text(u"absent.sb"), RawFallback::refused, opening()), std::nullopt);
+}
+
+TEST_F(OpenFlow, AsksForTheRawFallbackUntilAnAnswerForAll) {
+  struct Case {
+    std::size_t button;
+    RawFallback first;
+    RawChoice remembered;
+  };
+  for (const Case& each :
+       {Case{0, RawFallback::allowed, RawChoice::askEachTime}, Case{1, RawFallback::refused, RawChoice::askEachTime},
+        Case{2, RawFallback::allowed, RawChoice::always}, Case{3, RawFallback::refused, RawChoice::never}}) {
+    RawChoice remembered = RawChoice::askEachTime;
+    host.answer = each.button;
+    host.questions = 0;
+    EXPECT_EQ(askRawFallback(host, remembered), each.first);
+    EXPECT_EQ(remembered, each.remembered);
+    EXPECT_EQ(askRawFallback(host, remembered), each.first);
+    EXPECT_EQ(host.questions, each.remembered == RawChoice::askEachTime ? 2 : 1);
+  }
+  host.answer.reset();  // nobody there: nothing is read on a guess
+  RawChoice fresh = RawChoice::askEachTime;
+  EXPECT_EQ(askRawFallback(host, fresh), RawFallback::refused);
+}
+
+}  // namespace
+}  // namespace tervo::test

@@ -1,0 +1,107 @@
+#include "formats/save_flow.h"
+
+#include "core/song.h"
+#include "tests/formats/flow_fixture.h"
+
+namespace tervo::test {
+namespace {
+
+using namespace std::string_literals;
+
+constexpr FormatIndex sb = 377, sw = 433, swBig = 434, ulaw = 457, wavRead = 492;
+
+class SaveFlow : public FlowTest {
+ protected:
+  bool save(const Item& item, FormatIndex row, SaveOptions options = {}) {
+    return SaveItem(&item, row, folder.text(u"out"), saving(options));
+  }
+};
+
+TEST_F(SaveFlow, SaysWhatCannotBeSaved) {
+  Waveform empty;
+  Collection nothing, bank;
+  bank.add(waveformNamed(u"a", {0.5f}));
+  Instrument& instrument = bank.add(std::make_unique<Instrument>());
+  const Region& region = instrument.add(std::make_unique<Layer>()).add(std::make_unique<Region>());
+  const Region lost;
+  Song& song = bank.add(std::make_unique<Song>());
+  Track& track = song.add(std::make_unique<Track>());
+  struct Case {
+    const Item* item;
+    FormatIndex row;
+    TextView message;
+  };
+  for (const Case& each : {
+           Case{&bank, -1, u"Invalid export format selected"},
+           Case{&bank, 543, u"Invalid export format selected"},
+           Case{&bank, wavRead, u"Invalid export format selected"},
+           Case{nullptr, sw, u"No item selected"},
+           Case{&lost, sw, u"No item selected"},
+           Case{&empty, sw, u"Empty item - nothing to save"},
+           Case{&nothing, sw, u"Empty item - nothing to save"},
+           Case{&bank, sw, u"The file format can not save this item"},
+           Case{&region, sw, u"The file format can not save this item"},
+           Case{&track, sw, u"Failed to render synth to wave"},
+       }) {
+    EXPECT_FALSE(SaveItem(each.item, each.row, folder.text(u"out"), saving())) << each.row << toUtf8(each.message);
+    EXPECT_EQ(LastErrorText(), each.message) << each.row;
+  }
+  EXPECT_EQ(folder.count(), 0);
+}
+
+TEST_F(SaveFlow, WritesSamplesInTheRowsLayout) {
+  const auto waveform = waveformNamed(u"a", {0.5f, -1.0f});
+  ASSERT_TRUE(save(*waveform, swBig));
+  EXPECT_EQ(folder.get(u"out"), "\x40\x00\x80\x00"s);
+  EXPECT_EQ(host.statuses.back(), u"Writing: out");
+  EXPECT_FALSE(report.lostSomething());
+}
+
+TEST_F(SaveFlow, ReplacesAFileOnlyWhenAllowedAndOnlyByACompleteOne) {
+  const auto waveform = waveformNamed(u"a", std::vector<float>(3'000'000, 0.5f));
+  folder.put(u"out", "precious");
+  EXPECT_FALSE(save(*waveform, sw));
+  EXPECT_EQ(LastErrorText(), u"File exists already");
+
+  SaveContext context = saving();
+  context.overwrite = Overwrite::allowed;
+  host.stepsAllowed = 1;
+  EXPECT_FALSE(SaveItem(waveform.get(), sw, folder.text(u"out"), context));
+  EXPECT_EQ(LastErrorText(), u"Save aborted!");
+  EXPECT_FALSE(SaveItem(waveform.get(), sw, folder.text(u"absent/out"), context));
+  EXPECT_EQ(folder.get(u"out"), "precious");
+  EXPECT_EQ(folder.count(), 1);
+
+  host.stepsAllowed = 1 << 30;
+  EXPECT_TRUE(SaveItem(waveform.get(), sw, folder.text(u"out"), context));
+  EXPECT_EQ(folder.get(u"out").size(), 6'000'000u);
+}
+
+TEST_F(SaveFlow, ConvertsACopyToTheChannelsAndRateAskedFor) {
+  auto waveform = waveformNamed(u"a", {0.5f, 0.25f, 0.5f, 0.25f}, 2);
+  ASSERT_TRUE(save(*waveform, sw, {.channels = 1}));
+  EXPECT_EQ(folder.get(u"out"), "\x00\x30\x00\x30"s);  // the mean, 0.375
+  EXPECT_TRUE(reported(u"channels"));
+  EXPECT_EQ(waveform->channels(), 2);
+
+  // A telephone coding is at 8000 Hz unless the user says otherwise.
+  const auto longer = waveformNamed(u"b", std::vector<float>(44100), 1);
+  std::filesystem::remove(folder / u"out");
+  ASSERT_TRUE(save(*longer, ulaw));
+  EXPECT_EQ(folder.get(u"out").size(), 8000u);
+  EXPECT_EQ(longer->sampleRate, 44100);
+  std::filesystem::remove(folder / u"out");
+  ASSERT_TRUE(save(*longer, ulaw, {.sampleRate = 44100}));
+  EXPECT_EQ(folder.get(u"out").size(), 44100u);
+}
+
+TEST_F(SaveFlow, RendersSongsForRowsWithoutSongs) {
+  Song song;
+  song.add(std::make_unique<Track>()).data.push_back(std::byte{0});
+  host.rendered = waveformNamed(u"song", {0.5f, 0.5f, -0.5f, -0.5f}, 2);
+  ASSERT_TRUE(save(*song.tracks()[0], sb));
+  EXPECT_EQ(folder.get(u"out"), "\x40\x40\xC0\xC0"s);
+}
+
+}  // namespace
+}  // namespace tervo::test
