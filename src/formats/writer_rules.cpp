@@ -72,9 +72,9 @@ struct FixedRate {
   double rate;
 };
 constexpr FixedRate fixedRates[] = {
-    {u"alaw", 8000},   {u"alw", 8000},    {u"ulaw", 8000},  {u"ulw", 8000},   {u"u255law", 8000},
-    {u"gsm", 8000},    {u"g721*", 8000},  {u"g723*", 8000}, {u"g726*", 8000}, {u"g722*", 16000},
-    {u"vox-6k", 6000}, {u"vox-8k", 8000}, {u"amr", 8000},   {u"cod", 8000},
+    {u"alaw", 8000},  {u"alw", 8000},       {u"ulaw", 8000},  {u"ulw", 8000},    {u"u255law", 8000}, {u"gsm", 8000},
+    {u"g721*", 8000}, {u"g723*", 8000},     {u"g726*", 8000}, {u"g722*", 16000}, {u"vox-6k", 6000},  {u"vox-8k", 8000},
+    {u"vox", 8000},   {u"rockwell*", 7200}, {u"amr", 8000},   {u"cod", 8000},
 };
 
 /// The channel counts that are written for some waveforms: 0 none yet, 1, 2, or mixed.

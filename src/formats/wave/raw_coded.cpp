@@ -1,0 +1,78 @@
+#include "formats/wave/raw_coded.h"
+
+#include <algorithm>
+
+#include "base/last_error.h"
+#include "core/collection.h"
+#include "formats/codec/encode_stream.h"
+#include "formats/number_text.h"
+#include "platform/path.h"
+
+namespace tervo {
+namespace {
+
+constexpr double lowestRate = 1, highestRate = 768000;  // Hz, what a waveform may have
+
+void reportLosses(TargetFile& file, const Waveform& waveform, double readAs) {
+  const TextView why = u"the file has no header";
+  if (waveform.sampleRate != readAs) {
+    file.report.approximated(waveform.name, u"sample rate", numberText(waveform.sampleRate) + u" Hz",
+                             u"not in the file, which is read as " + numberText(readAs) + u" Hz");
+  }
+  if (waveform.rootKey != 60 || waveform.fineTune != 0) file.report.dropped(waveform.name, u"root key and tuning", why);
+  if (waveform.gain != 0) file.report.dropped(waveform.name, u"playback volume", why);
+  if (!waveform.markers.empty()) file.report.dropped(waveform.name, u"markers and loops", why);
+  for (std::size_t i = 0; i < tagCount; ++i) {
+    const auto tag = static_cast<Tag>(i);
+    if (tag == Tag::name || tag == Tag::sourceFile || waveform.tags[tag].empty()) continue;
+    file.report.dropped(waveform.name, u"tag " + Text(nameOf(tag)), why);
+  }
+  if (waveform.tags.image) file.report.dropped(waveform.name, u"image", why);
+  if (!waveform.foreignChunks.empty()) file.report.dropped(waveform.name, u"chunks of the source file", why);
+}
+
+}  // namespace
+
+bool addCodedWaveform(Collection& collection, const SourceFile& file, RawCoding coding,
+                      int64_t (*framesOf)(const RawCoding& coding, uint64_t bytes), DecoderFactory decoder) {
+  if (file.raw) {
+    coding.rate = file.raw->sampleRate;
+    coding.offset += file.raw->offset;
+  }
+  if (!(coding.rate >= lowestRate && coding.rate <= highestRate)) return fail(u"Invalid sample rate");
+  StoredSamples stored;
+  stored.source = file.bytes;
+  stored.offset = std::min(coding.offset, file.bytes->size());
+  stored.bytes = file.bytes->size() - stored.offset;
+  stored.format = formatWord(coding.format, coding.flags);
+  const int64_t frames = framesOf(coding, stored.bytes);
+  if (frames == 0) return fail(u"Zero length");
+
+  auto waveform = std::make_unique<Waveform>();
+  waveform->samples = makeCodedSamples(std::move(stored), coding.channels, frames, std::move(decoder));
+  if (!waveform->samples) return false;
+  waveform->name = platform::stemOf(file.path);
+  waveform->sampleRate = coding.rate;
+  waveform->coding = SampleCoding::adpcm4;
+  waveform->setStoredFormat(coding.format, coding.flags);
+  collection.add(std::move(waveform));
+  return true;
+}
+
+int64_t framesOfCodes(const RawCoding& coding, uint64_t bytes) {
+  const auto bits = static_cast<uint64_t>(bitsOf(coding.format) * coding.channels);
+  return static_cast<int64_t>(bytes / bits * 8 + bytes % bits * 8 / bits);
+}
+
+bool writeCodedWaveform(const Item& item, TargetFile& file, const RawCoding& coding,
+                        std::unique_ptr<BlockEncoder> encoder) {
+  if (!encoder) return false;
+  if (item.kind() != ItemKind::waveform) return fail(u"The file format can not save this item");
+  const auto& waveform = static_cast<const Waveform&>(item);
+  const SampleRef samples = waveform.samples ? withChannels(waveform.samples, coding.channels) : nullptr;
+  if (!samples) return fail(u"Empty item - nothing to save");
+  reportLosses(file, waveform, coding.rate);
+  return encodeAll(*samples, *encoder, file.sink, file.host);
+}
+
+}  // namespace tervo
