@@ -99,13 +99,13 @@ bool readRockwell(Collection& collection, const SourceFile& file, uint32_t varia
 
 bool writeRockwell(const Item& item, TargetFile& file, uint32_t variant) {
   if (item.kind() != ItemKind::waveform) return fail(u"The file format can not save this item");
-  const SampleFormat format = chooseSampleFormat(file, static_cast<const Waveform&>(item));
-  RawCoding coding{variant == 0 ? format : formatOfBits(static_cast<int>(variant)), 0, rockwellRate};
+  const SampleFormat wanted = chooseSampleFormat(file.row, static_cast<const Waveform&>(item), file.options);
+  const RawCoding coding{variant == 0 ? wanted : formatOfBits(static_cast<int>(variant)), 0, rockwellRate};
   return writeCodedWaveform(item, file, coding, makeRockwellAdpcmEncoder(bitsOf(coding.format)));
 }
 
-int detectRockwell(std::span<const std::byte> head, uint32_t variant, uint64_t) {
-  return variant == 0 && isRockwell(headerOf(head)) ? 6 : 2;
+int detectRockwell(std::span<const std::byte> head, uint32_t, uint64_t) {
+  return isRockwell(headerOf(head)) ? 6 : 2;
 }
 
 bool readYamahaAdpcm(Collection& collection, const SourceFile& file, uint32_t) {

@@ -19,7 +19,7 @@ bool writeVox(const Item& item, TargetFile& file, uint32_t variant);
 bool readRockwell(Collection& collection, const SourceFile& file, uint32_t variant);
 /// Writes codes without a header: of the variant's bits, with 0 those of the sample format to be saved.
 bool writeRockwell(const Item& item, TargetFile& file, uint32_t variant);
-/// 6 for a raw modem data header of Rockwell's where the row leaves the bits open, else 2.
+/// 6 for a raw modem data header that names a modem with this coding, else 2.
 int detectRockwell(std::span<const std::byte> head, uint32_t variant, uint64_t fileSize);
 
 /// One channel unless the user says two; at 44100 Hz unless the user says otherwise.

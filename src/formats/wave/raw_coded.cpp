@@ -6,6 +6,7 @@
 #include "core/collection.h"
 #include "formats/codec/encode_stream.h"
 #include "formats/number_text.h"
+#include "formats/writer_rules.h"
 #include "platform/path.h"
 
 namespace tervo {
@@ -71,6 +72,7 @@ bool writeCodedWaveform(const Item& item, TargetFile& file, const RawCoding& cod
   const auto& waveform = static_cast<const Waveform&>(item);
   const SampleRef samples = waveform.samples ? withChannels(waveform.samples, coding.channels) : nullptr;
   if (!samples) return fail(u"Empty item - nothing to save");
+  chooseSampleFormat(file, waveform);  // for its report; the row has settled the format
   reportLosses(file, waveform, coding.rate);
   return encodeAll(*samples, *encoder, file.sink, file.host);
 }
