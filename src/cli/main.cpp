@@ -1,6 +1,8 @@
-#include <cstdio>
+#include "cli/commands.h"
+#include "cli/process_console.h"
+#include "platform/program.h"
 
-int main() {
-  std::puts("tervo 12.9");
-  return 0;
+int main(int argc, char** argv) {
+  tervo::cli::ProcessConsole console;
+  return tervo::cli::run(tervo::platform::programArguments(argc, argv), console);
 }

@@ -1,0 +1,77 @@
+#include "cli/cli_host.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace tervo::cli {
+namespace {
+
+Text plainLabel(TextView label) {
+  Text plain(label);
+  std::erase(plain, u'&');
+  return plain;
+}
+
+std::optional<std::size_t> buttonLabelled(const Question& question, TextView label) {
+  for (std::size_t i = 0; i < question.buttons.size(); ++i) {
+    if (equalNoCase(plainLabel(question.buttons[i]), label)) return i;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::size_t> refusal(const Question& question) {
+  for (const TextView label : {u"No", u"Cancel"}) {
+    if (const auto button = buttonLabelled(question, label)) return button;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+void CliHost::showStatus(TextView text) {
+  if (line_.quiet || !console_.isTerminal()) return;
+  endProgress();
+  console_.err(toUtf8(text) + "\n");
+}
+
+bool CliHost::progress(double fraction) {
+  cancelled_ = cancelled_ || console_.cancelRequested();
+  const int percent = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * 100);
+  if (drawsProgress() && percent != shownPercent_) {
+    shownPercent_ = percent;
+    console_.err(fmt::format("\r{:3} %", percent));
+  }
+  return !cancelled_;
+}
+
+void CliHost::endProgress() {
+  if (shownPercent_ >= 0) console_.err("\r      \r");
+  shownPercent_ = -1;
+}
+
+std::size_t CliHost::ask(const Question& question) {
+  const std::size_t button = chosenButton(question, line_.answers);
+  if (!line_.quiet && button < question.buttons.size()) {
+    endProgress();
+    console_.err(fmt::format("{}\n  -> {}\n", toUtf8(question.text), toUtf8(plainLabel(question.buttons[button]))));
+  }
+  return button;
+}
+
+std::size_t chosenButton(const Question& question, std::span<const Text> answers) {
+  std::size_t button = question.safeButton;
+  for (const Text& answer : answers) {
+    if (const std::size_t equals = answer.rfind(u'='); equals != Text::npos) {
+      if (question.text.find(TextView(answer).substr(0, equals)) == TextView::npos) continue;
+      if (const auto named = buttonLabelled(question, TextView(answer).substr(equals + 1))) return *named;
+    } else if (equalNoCase(answer, u"yes")) {
+      button = 0;
+    } else if (equalNoCase(answer, u"no")) {
+      button = refusal(question).value_or(question.safeButton);
+    }
+  }
+  return button;
+}
+
+}  // namespace tervo::cli

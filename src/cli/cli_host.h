@@ -1,0 +1,36 @@
+#pragma once
+// The world as a command sees it: progress on a terminal, questions answered in advance or by the safe answer.
+
+#include "cli/command_line.h"
+#include "cli/console.h"
+#include "core/host.h"
+
+namespace tervo::cli {
+
+class CliHost final : public Host {
+ public:
+  CliHost(Console& console, const CommandLine& line) : console_(console), line_(line) {}
+  ~CliHost() override { endProgress(); }
+
+  void showStatus(TextView text) override;
+  bool progress(double fraction) override;
+  std::size_t ask(const Question& question) override;
+
+  bool cancelled() const { return cancelled_; }
+  /// Takes the progress line off the terminal before something else is printed.
+  void endProgress();
+
+ private:
+  bool drawsProgress() const { return console_.isTerminal() && !line_.quiet && !line_.noProgress; }
+
+  Console& console_;
+  const CommandLine& line_;
+  int shownPercent_ = -1;
+  bool cancelled_ = false;
+};
+
+/// The button that the given answers choose ("yes", "no", "TEXT=BUTTON" where TEXT is part of the question and BUTTON
+/// is the button's label, '&' left out); the safe button when none fits.
+std::size_t chosenButton(const Question& question, std::span<const Text> answers);
+
+}  // namespace tervo::cli

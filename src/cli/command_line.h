@@ -1,0 +1,48 @@
+#pragma once
+// What the user typed, taken apart. Wrong usage is found here, before anything is opened.
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/text.h"
+#include "formats/format_table.h"
+
+namespace tervo::cli {
+
+enum class Command { detect, info, convert, formats, settingsList, settingsGet, settingsSet };
+
+enum class ReportOutput { none, standardError, file };
+
+struct CommandLine {
+  Command command = Command::formats;
+  std::vector<Text> files;
+  Text target;
+  bool json = false;
+  bool quiet = false;
+  bool noProgress = false;
+  bool overwrite = false;
+  bool forceRaw = false;
+  std::optional<Text> format;
+  std::optional<Text> item;
+  std::vector<Text> answers;  ///< "yes", "no" or "TEXT=BUTTON"
+  std::vector<Text> sets;     ///< "KEY=VALUE", for this run
+  ReportOutput report = ReportOutput::none;
+  Text reportPath;
+  SaveOptions save;
+  RawLayout raw;
+  Text settingKey;
+  Text settingValue;
+};
+
+struct Parsed {
+  std::optional<CommandLine> commandLine;
+  /// Without a command line: what to print (help and version to standard output) and how to exit.
+  std::string output;
+  std::string error;
+  int exitStatus = 0;
+};
+
+Parsed parseCommandLine(const std::vector<Text>& arguments);
+
+}  // namespace tervo::cli

@@ -1,0 +1,35 @@
+#include "cli/report_output.h"
+
+#include <fmt/format.h>
+
+#include "cli/document_json.h"
+#include "platform/file.h"
+#include "platform/path.h"
+
+namespace tervo::cli {
+
+std::string reportText(const ConversionReport& report) {
+  if (report.entries().empty()) return "Nothing was lost.\n";
+  std::string text;
+  for (const ReportEntry& entry : report.entries()) {
+    text += fmt::format("{}: {}: {}", utf8(entry.item), utf8(nameOf(entry.kind)), utf8(entry.what));
+    if (!entry.from.empty()) text += fmt::format(", from {}", utf8(entry.from));
+    if (!entry.to.empty()) text += fmt::format("{} {}", entry.from.empty() ? ":" : " to", utf8(entry.to));
+    text += "\n";
+  }
+  return text;
+}
+
+bool outputReport(const ConversionReport& report, const CommandLine& line, Console& console) {
+  if (line.report == ReportOutput::none) return true;
+  const bool json = line.json || equalNoCase(platform::extensionOf(line.reportPath), u"json");
+  const std::string text = json ? dumped(reportJson(report)) : reportText(report);
+  if (line.report == ReportOutput::standardError) {
+    console.err(text);
+    return true;
+  }
+  const auto file = platform::OutputFile::create(line.reportPath, platform::Replace::allowed);
+  return file && file->write(std::as_bytes(std::span(text))) && file->commit();
+}
+
+}  // namespace tervo::cli

@@ -1,0 +1,3 @@
+#include <fmt/format.h>
+
+#include "cli/commands.h"
