@@ -7,6 +7,8 @@
 #include <map>
 #include <sstream>
 
+#include "platform/path.h"
+
 namespace tervo::cli {
 namespace {
 
@@ -112,6 +114,11 @@ std::vector<Text> texts(const std::vector<std::string>& strings) {
   return result;
 }
 
+NamedFile named(const std::string& file) {
+  const Text shown = fromPathBytes(file);
+  return {shown, shown.empty() ? Text() : platform::absolute(shown)};
+}
+
 RawLayout rawLayout(const Collected& got) {
   RawLayout raw;
   uint32_t flags = got.rawUnsigned ? Unsigned : 0;
@@ -124,10 +131,10 @@ RawLayout rawLayout(const Collected& got) {
 }
 
 void complete(CommandLine& line, const Collected& got) {
-  line.files = texts(got.files);
+  for (const std::string& file : got.files) line.files.push_back(named(file));
   line.answers = texts(got.answers);
   line.sets = texts(got.sets);
-  line.target = fromPathBytes(got.target);
+  line.target = named(got.target);
   line.settingKey = fromPathBytes(got.key);
   line.settingValue = fromPathBytes(got.value);
   line.raw = rawLayout(got);
@@ -137,7 +144,7 @@ void complete(CommandLine& line, const Collected& got) {
   if (got.rate > 0) line.save.sampleRate = got.rate;
   if (got.channels > 0) line.save.channels = got.channels;
   if (got.reportWanted) line.report = ReportOutput::standardError;
-  if (!got.report.empty()) line.report = ReportOutput::file, line.reportPath = fromPathBytes(got.report);
+  if (!got.report.empty()) line.report = ReportOutput::file, line.reportFile = named(got.report);
 }
 
 }  // namespace

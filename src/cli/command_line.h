@@ -14,10 +14,18 @@ enum class Command { detect, info, convert, formats, settingsList, settingsGet, 
 
 enum class ReportOutput { none, standardError, file };
 
+/// A file as the user named it, and where that is: opening a file may move to its folder.
+struct NamedFile {
+  Text shown;
+  Text path;  ///< absolute
+
+  bool operator==(const NamedFile&) const = default;
+};
+
 struct CommandLine {
   Command command = Command::formats;
-  std::vector<Text> files;
-  Text target;
+  std::vector<NamedFile> files;
+  NamedFile target;
   bool json = false;
   bool quiet = false;
   bool noProgress = false;
@@ -28,7 +36,7 @@ struct CommandLine {
   std::vector<Text> answers;  ///< "yes", "no" or "TEXT=BUTTON"
   std::vector<Text> sets;     ///< "KEY=VALUE", for this run
   ReportOutput report = ReportOutput::none;
-  Text reportPath;
+  NamedFile reportFile;
   SaveOptions save;
   RawLayout raw;
   Text settingKey;

@@ -29,18 +29,18 @@ std::string detectionText(const Text& path, const Detection& found) {
 int runDetect(const CommandLine& line, Console& console) {
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
   int status = exitDone;
-  for (const Text& path : line.files) {
+  for (const auto& [shown, path] : line.files) {
     const auto file = platform::InputFile::open(path);
     const Detection found = file ? DetectFormat(path, *file) : Detection{};
     if (!file || file->size() == 0) {
-      console.failure(path);
+      console.failure(shown);
       status = exitFailed;
       if (!file) continue;
     }
     if (line.json) {
-      all.push_back(detectionJson(path, found));
+      all.push_back(detectionJson(shown, found));
     } else if (file->size() > 0) {
-      console.out(detectionText(path, found));
+      console.out(detectionText(shown, found));
     }
   }
   if (line.json) console.out(dumped(all));

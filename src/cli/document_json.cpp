@@ -47,7 +47,7 @@ std::string parameterKey(ParameterId row) {
     std::vector<std::string> made;
     std::map<std::string, int> seen;
     for (int i = 0; i < parameterCount; ++i) {
-      std::string key = utf8(parameterRow(static_cast<ParameterId>(i)).name);
+      std::string key = utf8(rowOf(static_cast<ParameterId>(i)).name);
       const int count = ++seen[key];
       if (count > 1) key += " #" + std::to_string(count);
       made.push_back(std::move(key));

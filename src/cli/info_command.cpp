@@ -4,12 +4,11 @@
 #include "cli/document_json.h"
 #include "cli/opening.h"
 #include "cli/report_output.h"
-#include "core/labels.h"
 
 namespace tervo::cli {
 namespace {
 
-const FormatDescriptor* rowOf(const Collection& collection) {
+const FormatDescriptor* sourceRow(const Collection& collection) {
   if (collection.sourceFormat < 0) return nullptr;
   return &FormatTable()[static_cast<std::size_t>(collection.sourceFormat)];
 }
@@ -33,7 +32,7 @@ std::string waveformLines(std::size_t index, const Waveform& waveform) {
 }
 
 std::string documentText(const Text& path, const Collection& collection) {
-  const FormatDescriptor* row = rowOf(collection);
+  const FormatDescriptor* row = sourceRow(collection);
   std::string text = fmt::format("{}: {}\n", utf8(path), row ? utf8(row->description) : "");
   for (std::size_t i = 0; i < tagCount; ++i) {
     const auto tag = static_cast<Tag>(i);
@@ -50,7 +49,7 @@ std::string documentText(const Text& path, const Collection& collection) {
 
 nlohmann::ordered_json fileJson(const Text& path, const Collection& collection, int confidence, const ConversionReport& report) {
   nlohmann::ordered_json object = {{"path", utf8(path)}};
-  if (const FormatDescriptor* row = rowOf(collection)) {
+  if (const FormatDescriptor* row = sourceRow(collection)) {
     object["format"] = {{"index", collection.sourceFormat}, {"extension", utf8(row->extension)}, {"description", utf8(row->description)}, {"confidence", confidence}};
   }
   addDocument(object, collection);
@@ -63,16 +62,16 @@ nlohmann::ordered_json fileJson(const Text& path, const Collection& collection, 
 int runInfo(const CommandLine& line, Console& console, const Settings& settings) {
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
   int status = exitDone;
-  for (const Text& path : line.files) {
+  for (const NamedFile& file : line.files) {
     Run run{line, console, settings};
     Collection collection;
-    const auto confidence = openFile(run, collection, path);
+    const auto confidence = openFile(run, collection, file);
     if (!confidence) {
       status = run.host.cancelled() ? exitCancelled : exitFailed;
     } else if (line.json) {
-      all.push_back(fileJson(path, collection, *confidence, run.report));
+      all.push_back(fileJson(file.shown, collection, *confidence, run.report));
     } else {
-      console.out(documentText(path, collection));
+      console.out(documentText(file.shown, collection));
     }
     if (status == exitCancelled) break;
   }

@@ -17,11 +17,15 @@ struct Run {
   const Settings& settings;
   CliHost host{console, line};
   ConversionReport report{};
+
+  /// How a failed run exits.
+  int failureStatus() const { return host.cancelled() ? 130 : 1; }
 };
 
-/// Opens `path` into the collection, or merges it. Prints the failure. An undetected file is read as raw data when the
-/// command line says so, or when the question is answered so.
-bool openFile(Run& run, Collection& collection, const Text& path);
-bool mergeFile(Run& run, Collection& collection, const Text& path);
+/// Opens `path` into the collection and returns the confidence of its detection in percent. Nothing after printing why
+/// it failed. An undetected file is read as raw data when the command line says so, or the question is answered so.
+std::optional<int> openFile(Run& run, Collection& collection, const NamedFile& file);
+/// The same for a further file, whose items are added.
+bool mergeFile(Run& run, Collection& collection, const NamedFile& file);
 
 }  // namespace tervo::cli

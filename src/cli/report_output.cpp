@@ -22,13 +22,13 @@ std::string reportText(const ConversionReport& report) {
 
 bool outputReport(const ConversionReport& report, const CommandLine& line, Console& console) {
   if (line.report == ReportOutput::none) return true;
-  const bool json = line.json || equalNoCase(platform::extensionOf(line.reportPath), u"json");
+  const bool json = line.json || equalNoCase(platform::extensionOf(line.reportFile.path), u"json");
   const std::string text = json ? dumped(reportJson(report)) : reportText(report);
   if (line.report == ReportOutput::standardError) {
     console.err(text);
     return true;
   }
-  const auto file = platform::OutputFile::create(line.reportPath, platform::Replace::allowed);
+  const auto file = platform::OutputFile::create(line.reportFile.path, platform::Replace::allowed);
   return file && file->write(std::as_bytes(std::span(text))) && file->commit();
 }
 

