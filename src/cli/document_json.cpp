@@ -64,14 +64,14 @@ Json parametersJson(const ParameterSet& set) {
 }
 
 Json regionJson(const Region& region, const std::map<ItemId, std::size_t>& waveformIndex) {
-  const auto effective = [&](ParameterId row) { return static_cast<int>(effectiveTrigger(region, row)); };
+  const auto effective = [&](ParameterId row) { return static_cast<int>(effectiveValue(region, row)); };
   const auto waveform = waveformIndex.find(region.waveform);
   return {{"waveform", waveform == waveformIndex.end() ? Json(nullptr) : Json(waveform->second)},
           {"lowKey", effective(ParameterId::triggerLowKey)},
           {"highKey", effective(ParameterId::triggerHighKey)},
           {"lowVelocity", effective(ParameterId::triggerLowVelocity)},
           {"highVelocity", effective(ParameterId::triggerHighVelocity)},
-          {"rootKey", effectiveRootKey(region)},
+          {"rootKey", rootKeyOf(region)},
           {"articulation", parametersJson(region.articulation)},
           {"trigger", parametersJson(region.trigger)}};
 }
