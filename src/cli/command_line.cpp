@@ -59,13 +59,18 @@ void addCommonOptions(CLI::App& app, CommandLine& line, Collected& got) {
 void addReadOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_option("FILE", got.files)->required()->type_name("");
   app.add_flag("--force-raw", line.forceRaw, "read an undetected file as raw data");
-  app.add_option("--raw-format", got.rawFormat, "raw data: sample format, e.g. \"PCM 16-bit\"")->type_name("NAME")->check(checkRawFormat);
+  app.add_option("--raw-format", got.rawFormat, "raw data: sample format, e.g. \"PCM 16-bit\"")
+      ->type_name("NAME")
+      ->check(checkRawFormat);
   app.add_option("--raw-channels", got.rawChannels, "raw data: channels")->check(CLI::Range(1, 2));
   app.add_option("--raw-rate", got.rawRate, "raw data: sample rate in Hz")->check(CLI::Range(1.0, 768000.0));
   app.add_option("--raw-order", got.rawOrder, "raw data: byte order")->check(CLI::IsMember({"little", "big"}));
   app.add_flag("--raw-unsigned", got.rawUnsigned, "raw data: integers are unsigned");
   app.add_option("--raw-offset", got.rawOffset, "raw data: bytes to skip");
-  app.add_option("--answer", got.answers, "answers a question in advance")->type_name("yes|no|TEXT=BUTTON")->expected(1)->take_all();
+  app.add_option("--answer", got.answers, "answers a question in advance")
+      ->type_name("yes|no|TEXT=BUTTON")
+      ->expected(1)
+      ->take_all();
 }
 
 void addWriteOptions(CLI::App& app, CommandLine& line, Collected& got) {
@@ -74,7 +79,8 @@ void addWriteOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_option("--coding", got.coding, "sample coding to save in, or auto")->type_name("NAME")->check(checkCoding);
   app.add_option("--rate", got.rate, "convert the sample rate, Hz")->check(CLI::Range(1.0, 768000.0));
   app.add_option("--channels", got.channels, "convert the channel count")->check(CLI::Range(1, 2));
-  app.add_option("--item", got.item, "save one item, counted from 0: waveform:0, instrument:3, song:0")->type_name("KIND:N");
+  app.add_option("--item", got.item, "save one item, counted from 0: waveform:0, instrument:3, song:0")
+      ->type_name("KIND:N");
   app.add_flag("--report", got.reportWanted, "print the conversion report; --report=FILE writes it to a file");
   app.add_option("--report-file", got.report)->group("");
   app.add_flag("--overwrite", line.overwrite, "allow replacing an existing target");

@@ -6,7 +6,9 @@
 
 namespace tervo::cli {
 
-void Console::failure(TextView file) { failure(file, LastErrorText()); }
+void Console::failure(TextView file) {
+  failure(file, LastErrorText());
+}
 
 void Console::failure(TextView file, TextView message) {
   err(fmt::format("tervo: {}: {}\n", toPathBytes(file), toUtf8(message)));

@@ -24,7 +24,8 @@ bool save(Run& run, const Collection& collection) {
   const FormatIndex row = chosenRow(run.line);
   if (row == noFormat) return run.console.failure(run.line.target.shown), false;
   const Item* item = chosenItem(run.line, collection, row);
-  const SaveContext context{run.host, run.report, run.settings, run.line.save, run.line.overwrite ? Overwrite::allowed : Overwrite::refused};
+  const SaveContext context{run.host, run.report, run.settings, run.line.save,
+                            run.line.overwrite ? Overwrite::allowed : Overwrite::refused};
   if (item && SaveItem(item, row, run.line.target.path, context)) return true;
   run.host.endProgress();
   run.console.failure(run.line.target.shown);

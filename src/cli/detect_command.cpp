@@ -21,7 +21,8 @@ nlohmann::ordered_json detectionJson(const Text& path, const Detection& found) {
 std::string detectionText(const Text& path, const Detection& found) {
   if (found.index == noFormat) return fmt::format("{}: Unknown file type\n", utf8(path));
   const FormatDescriptor& row = FormatTable()[static_cast<std::size_t>(found.index)];
-  return fmt::format("{}: {} (row {}, .{}), confidence {} %\n", utf8(path), utf8(row.description), found.index, utf8(row.extension), found.confidence);
+  return fmt::format("{}: {} (row {}, .{}), confidence {} %\n", utf8(path), utf8(row.description), found.index,
+                     utf8(row.extension), found.confidence);
 }
 
 }  // namespace

@@ -15,10 +15,14 @@ namespace {
 
 const char* loopTypeName(LoopType type) {
   switch (type) {
-    case LoopType::forward: return "Forward";
-    case LoopType::reverse: return "Reverse";
-    case LoopType::alternating: return "Alternating";
-    case LoopType::off: break;
+    case LoopType::forward:
+      return "Forward";
+    case LoopType::reverse:
+      return "Reverse";
+    case LoopType::alternating:
+      return "Alternating";
+    case LoopType::off:
+      break;
   }
   return "Off";
 }
@@ -34,11 +38,18 @@ Json tagsJson(const Tags& tags) {
 }
 
 Json loopJson(const Marker& loop) {
-  return {{"name", utf8(loop.name)}, {"type", loopTypeName(loop.loopType)}, {"start", loop.start}, {"end", loop.end}, {"count", loop.loopCount}};
+  return {{"name", utf8(loop.name)},
+          {"type", loopTypeName(loop.loopType)},
+          {"start", loop.start},
+          {"end", loop.end},
+          {"count", loop.loopCount}};
 }
 
 Json markerJson(const Marker& marker) {
-  return {{"name", utf8(marker.name)}, {"type", marker.type == MarkerType::section ? "Section" : "Position"}, {"start", marker.start}, {"end", marker.end}};
+  return {{"name", utf8(marker.name)},
+          {"type", marker.type == MarkerType::section ? "Section" : "Position"},
+          {"start", marker.start},
+          {"end", marker.end}};
 }
 
 // Rows by name; the second and later rows of one name are told apart by " #2", " #3".
@@ -81,20 +92,21 @@ Json instrumentJson(const Instrument& instrument, const std::map<ItemId, std::si
   for (const auto& layer : instrument.layers()) {
     Json regions = Json::array();
     for (const auto& region : layer->regions()) regions.push_back(regionJson(*region, waveformIndex));
-    layers.push_back({{"articulation", parametersJson(layer->articulation)}, {"trigger", parametersJson(layer->trigger)}, {"regions", std::move(regions)}});
+    layers.push_back({{"articulation", parametersJson(layer->articulation)},
+                      {"trigger", parametersJson(layer->trigger)},
+                      {"regions", std::move(regions)}});
   }
-  return {{"name", utf8(instrument.name)},
-          {"drum", instrument.drum},
-          {"program", instrument.program},
-          {"bankMsb", instrument.bankMsb},
-          {"bankLsb", instrument.bankLsb},
-          {"articulation", parametersJson(instrument.articulation)},
+  return {{"name", utf8(instrument.name)}, {"drum", instrument.drum},
+          {"program", instrument.program}, {"bankMsb", instrument.bankMsb},
+          {"bankLsb", instrument.bankLsb}, {"articulation", parametersJson(instrument.articulation)},
           {"layers", std::move(layers)}};
 }
 
 }  // namespace
 
-std::string utf8(TextView text) { return toUtf8(text); }
+std::string utf8(TextView text) {
+  return toUtf8(text);
+}
 
 double shortest(float value) {
   char digits[32];
@@ -104,7 +116,9 @@ double shortest(float value) {
   return result;
 }
 
-std::string dumped(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n"; }
+std::string dumped(const Json& json) {
+  return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
 
 Json waveformJson(const Waveform& waveform) {
   Json loops = Json::array(), markers = Json::array();
@@ -132,8 +146,10 @@ Json waveformJson(const Waveform& waveform) {
 
 Json songJson(const Song& song) {
   Json tracks = Json::array();
-  for (const auto& track : song.tracks()) tracks.push_back({{"name", utf8(track->name)}, {"bytes", track->data.size()}});
-  return {{"name", utf8(song.name)}, {"format", song.format}, {"division", song.division}, {"tracks", std::move(tracks)}};
+  for (const auto& track : song.tracks())
+    tracks.push_back({{"name", utf8(track->name)}, {"bytes", track->data.size()}});
+  return {
+      {"name", utf8(song.name)}, {"format", song.format}, {"division", song.division}, {"tracks", std::move(tracks)}};
 }
 
 void addDocument(Json& object, const Collection& collection) {
@@ -143,7 +159,8 @@ void addDocument(Json& object, const Collection& collection) {
     waveformIndex[waveform->id()] = waveforms.size();
     waveforms.push_back(waveformJson(*waveform));
   }
-  for (const auto& instrument : collection.instruments()) instruments.push_back(instrumentJson(*instrument, waveformIndex));
+  for (const auto& instrument : collection.instruments())
+    instruments.push_back(instrumentJson(*instrument, waveformIndex));
   for (const auto& song : collection.songs()) songs.push_back(songJson(*song));
   object["collection"] = {{"name", utf8(collection.name)}, {"tags", tagsJson(collection.tags)}};
   object["waveforms"] = std::move(waveforms);
@@ -154,7 +171,11 @@ void addDocument(Json& object, const Collection& collection) {
 Json reportJson(const ConversionReport& report) {
   Json entries = Json::array();
   for (const ReportEntry& entry : report.entries()) {
-    entries.push_back({{"item", utf8(entry.item)}, {"what", utf8(entry.what)}, {"kind", utf8(nameOf(entry.kind))}, {"from", utf8(entry.from)}, {"to", utf8(entry.to)}});
+    entries.push_back({{"item", utf8(entry.item)},
+                       {"what", utf8(entry.what)},
+                       {"kind", utf8(nameOf(entry.kind))},
+                       {"from", utf8(entry.from)},
+                       {"to", utf8(entry.to)}});
   }
   return entries;
 }

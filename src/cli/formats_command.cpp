@@ -16,10 +16,13 @@ std::string letters(bool read, bool write, bool detect) {
 }
 
 std::string declaredLetters(const FormatDescriptor& row) {
-  return letters(row.declared & DeclaredOps::read, row.declared & DeclaredOps::write, row.declared & DeclaredOps::detect);
+  return letters(row.declared & DeclaredOps::read, row.declared & DeclaredOps::write,
+                 row.declared & DeclaredOps::detect);
 }
 
-std::string availableLetters(const FormatDescriptor& row) { return letters(row.read, row.write, row.detect); }
+std::string availableLetters(const FormatDescriptor& row) {
+  return letters(row.read, row.write, row.detect);
+}
 
 void printJson(Console& console) {
   nlohmann::ordered_json rows = nlohmann::ordered_json::array();
@@ -50,9 +53,11 @@ int runFormats(const CommandLine& line, Console& console) {
     const FormatDescriptor& row = FormatTable()[i];
     readable += row.read ? 1 : 0;
     writable += row.write ? 1 : 0;
-    text += fmt::format("{:5}  {:11}  {:3}  {:5}  {}\n", i, utf8(row.extension), availableLetters(row), declaredLetters(row), utf8(row.description));
+    text += fmt::format("{:5}  {:11}  {:3}  {:5}  {}\n", i, utf8(row.extension), availableLetters(row),
+                        declaredLetters(row), utf8(row.description));
   }
-  text += fmt::format("{} rows: {} can be read and {} written (R read, W write, D detect)\n", formatCount, readable, writable);
+  text += fmt::format("{} rows: {} can be read and {} written (R read, W write, D detect)\n", formatCount, readable,
+                      writable);
   console.out(text);
   return exitDone;
 }

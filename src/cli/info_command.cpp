@@ -15,14 +15,17 @@ const FormatDescriptor* sourceRow(const Collection& collection) {
 
 std::string waveformLines(std::size_t index, const Waveform& waveform) {
   const double seconds = static_cast<double>(waveform.frames()) / waveform.sampleRate;
-  std::string text = fmt::format("  waveform {}: {}\n    {} Hz, {}, {} frames ({:.3f} s), {}, root key {}", index, utf8(waveform.name),
-                                 waveform.sampleRate, waveform.channels() == 2 ? "stereo" : "mono", waveform.frames(), seconds,
-                                 utf8(nameOf(formatOf(waveform.storedFormat))), waveform.rootKey);
+  std::string text =
+      fmt::format("  waveform {}: {}\n    {} Hz, {}, {} frames ({:.3f} s), {}, root key {}", index, utf8(waveform.name),
+                  waveform.sampleRate, waveform.channels() == 2 ? "stereo" : "mono", waveform.frames(), seconds,
+                  utf8(nameOf(formatOf(waveform.storedFormat))), waveform.rootKey);
   if (waveform.fineTune != 0) text += fmt::format(", fine tune {} cents", waveform.fineTune);
   if (waveform.gain != 0) text += fmt::format(", gain {} dB", waveform.gain);
   text += "\n";
   for (const Marker& marker : waveform.markers) {
-    const char* what = marker.type == MarkerType::loop ? "loop" : marker.type == MarkerType::section ? "section" : "marker";
+    const char* what = marker.type == MarkerType::loop      ? "loop"
+                       : marker.type == MarkerType::section ? "section"
+                                                            : "marker";
     text += fmt::format("    {} {}", what, marker.start);
     if (marker.type != MarkerType::position) text += fmt::format(" to {}", marker.end);
     if (!marker.name.empty()) text += fmt::format(" \"{}\"", utf8(marker.name));
@@ -36,21 +39,28 @@ std::string documentText(const Text& path, const Collection& collection) {
   std::string text = fmt::format("{}: {}\n", utf8(path), row ? utf8(row->description) : "");
   for (std::size_t i = 0; i < tagCount; ++i) {
     const auto tag = static_cast<Tag>(i);
-    if (tag != Tag::sourceFile && !collection.tags[tag].empty()) text += fmt::format("  {}: {}\n", utf8(nameOf(tag)), utf8(collection.tags[tag]));
+    if (tag != Tag::sourceFile && !collection.tags[tag].empty())
+      text += fmt::format("  {}: {}\n", utf8(nameOf(tag)), utf8(collection.tags[tag]));
   }
   std::size_t index = 0;
-  for (const auto& instrument : collection.instruments()) text += fmt::format("  instrument {}: {}\n", index++, utf8(instrument->name));
+  for (const auto& instrument : collection.instruments())
+    text += fmt::format("  instrument {}: {}\n", index++, utf8(instrument->name));
   index = 0;
   for (const auto& waveform : collection.waveforms()) text += waveformLines(index++, *waveform);
   index = 0;
-  for (const auto& song : collection.songs()) text += fmt::format("  song {}: {} ({} tracks)\n", index++, utf8(song->name), song->tracks().size());
+  for (const auto& song : collection.songs())
+    text += fmt::format("  song {}: {} ({} tracks)\n", index++, utf8(song->name), song->tracks().size());
   return text;
 }
 
-nlohmann::ordered_json fileJson(const Text& path, const Collection& collection, int confidence, const ConversionReport& report) {
+nlohmann::ordered_json fileJson(const Text& path, const Collection& collection, int confidence,
+                                const ConversionReport& report) {
   nlohmann::ordered_json object = {{"path", utf8(path)}};
   if (const FormatDescriptor* row = sourceRow(collection)) {
-    object["format"] = {{"index", collection.sourceFormat}, {"extension", utf8(row->extension)}, {"description", utf8(row->description)}, {"confidence", confidence}};
+    object["format"] = {{"index", collection.sourceFormat},
+                        {"extension", utf8(row->extension)},
+                        {"description", utf8(row->description)},
+                        {"confidence", confidence}};
   }
   addDocument(object, collection);
   object["report"] = reportJson(report);

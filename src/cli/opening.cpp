@@ -10,7 +10,9 @@
 namespace tervo::cli {
 namespace {
 
-OpenContext contextOf(Run& run) { return {run.host, run.report, run.settings, run.line.raw}; }
+OpenContext contextOf(Run& run) {
+  return {run.host, run.report, run.settings, run.line.raw};
+}
 
 using OpenStep = bool (*)(Collection&, TextView, RawFallback, const OpenContext&);
 
@@ -38,6 +40,8 @@ std::optional<int> openFile(Run& run, Collection& collection, const NamedFile& f
   return bytes ? DetectFormat(file.path, *bytes).confidence : 0;
 }
 
-bool mergeFile(Run& run, Collection& collection, const NamedFile& file) { return openOrMerge(run, collection, file, MergeFile); }
+bool mergeFile(Run& run, Collection& collection, const NamedFile& file) {
+  return openOrMerge(run, collection, file, MergeFile);
+}
 
 }  // namespace tervo::cli

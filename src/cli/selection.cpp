@@ -8,7 +8,9 @@
 namespace tervo::cli {
 namespace {
 
-const FormatDescriptor& rowAt(FormatIndex index) { return FormatTable()[static_cast<std::size_t>(index)]; }
+const FormatDescriptor& rowAt(FormatIndex index) {
+  return FormatTable()[static_cast<std::size_t>(index)];
+}
 
 std::optional<int> numberIn(TextView text) {
   const std::string digits = toUtf8(text);
@@ -28,28 +30,36 @@ FormatIndex firstRow(Fits fits) {
 }
 
 FormatIndex writerOf(TextView extension) {
-  const FormatIndex row = firstRow([&](const FormatDescriptor& each) { return each.write && equalNoCase(each.extension, extension); });
+  const FormatIndex row =
+      firstRow([&](const FormatDescriptor& each) { return each.write && equalNoCase(each.extension, extension); });
   if (row != noFormat) return row;
-  const FormatIndex known =
-      firstRow([&](const FormatDescriptor& each) { return (each.declared & DeclaredOps::write) && equalNoCase(each.extension, extension); });
+  const FormatIndex known = firstRow([&](const FormatDescriptor& each) {
+    return (each.declared & DeclaredOps::write) && equalNoCase(each.extension, extension);
+  });
   setLastErrorText(u"Invalid export format selected");
-  if (known != noFormat) setLastErrorText(Text(u"Invalid export format selected (known, but not writable yet: ") + Text(rowAt(known).description) + u")");
+  if (known != noFormat)
+    setLastErrorText(Text(u"Invalid export format selected (known, but not writable yet: ") +
+                     Text(rowAt(known).description) + u")");
   return noFormat;
 }
 
 const Item* soleItem(const Collection& collection, uint8_t kinds) {
-  const auto sole = [&](ItemKind kind, const auto& items) -> const Item* { return (kinds & kindBit(kind)) && items.size() == 1 ? items[0].get() : nullptr; };
+  const auto sole = [&](ItemKind kind, const auto& items) -> const Item* {
+    return (kinds & kindBit(kind)) && items.size() == 1 ? items[0].get() : nullptr;
+  };
   if (const Item* song = sole(ItemKind::song, collection.songs())) return song;
   if (const Item* instrument = sole(ItemKind::instrument, collection.instruments())) return instrument;
   if (const Item* waveform = sole(ItemKind::waveform, collection.waveforms())) return waveform;
   // A row for waveforms takes a song too: it is rendered.
-  if ((kinds & kindBit(ItemKind::waveform)) && collection.waveforms().empty() && collection.songs().size() == 1) return collection.songs()[0].get();
+  if ((kinds & kindBit(ItemKind::waveform)) && collection.waveforms().empty() && collection.songs().size() == 1)
+    return collection.songs()[0].get();
   return nullptr;
 }
 
 template <typename Items>
 const Item* itemAt(const Items& items, int index) {
-  return index >= 0 && static_cast<std::size_t>(index) < items.size() ? items[static_cast<std::size_t>(index)].get() : nullptr;
+  return index >= 0 && static_cast<std::size_t>(index) < items.size() ? items[static_cast<std::size_t>(index)].get()
+                                                                      : nullptr;
 }
 
 const Item* namedItem(TextView name, const Collection& collection) {
@@ -68,7 +78,8 @@ const Item* namedItem(TextView name, const Collection& collection) {
 FormatIndex chosenRow(const CommandLine& line) {
   if (!line.format) return writerOf(platform::extensionOf(line.target.path));
   if (const auto index = numberIn(*line.format)) return *index;
-  const FormatIndex described = firstRow([&](const FormatDescriptor& row) { return equalNoCase(row.description, *line.format); });
+  const FormatIndex described =
+      firstRow([&](const FormatDescriptor& row) { return equalNoCase(row.description, *line.format); });
   return described != noFormat ? described : writerOf(*line.format);
 }
 
@@ -82,8 +93,10 @@ const Item* chosenItem(const CommandLine& line, const Collection& collection, Fo
   if ((kinds & kindBit(ItemKind::collection)) || !collection.holdsData()) return &collection;
   if (const Item* item = soleItem(collection, kinds)) return item;
   const auto count = [](std::size_t n, const char* word) { return fromUtf8(std::to_string(n) + word); };
-  return fail(Text(u"No item selected: the document holds ") + count(collection.instruments().size(), " instruments, ") +
-              count(collection.waveforms().size(), " waveforms and ") + count(collection.songs().size(), " songs; choose one with --item KIND:N"));
+  return fail(Text(u"No item selected: the document holds ") +
+              count(collection.instruments().size(), " instruments, ") +
+              count(collection.waveforms().size(), " waveforms and ") +
+              count(collection.songs().size(), " songs; choose one with --item KIND:N"));
 }
 
 }  // namespace tervo::cli

@@ -41,7 +41,9 @@ int runSettings(const CommandLine& line, Console& console, Settings settings) {
   if (line.command == Command::settingsList) return list(line, console, settings);
   const SettingRow* row = findSetting(line.settingKey);
   if (row && line.command == Command::settingsGet) return get(line, console, settings, *row);
-  if (row && setSettingText(settings, *row, line.settingValue) && SaveSetting(settings, *row, *platform::openUserSettings())) return exitDone;
+  if (row && setSettingText(settings, *row, line.settingValue) &&
+      SaveSetting(settings, *row, *platform::openUserSettings()))
+    return exitDone;
   console.failure(line.settingKey);
   return exitFailed;
 }

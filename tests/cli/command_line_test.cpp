@@ -16,8 +16,9 @@ CommandLine parsed(std::vector<Text> arguments) {
 }
 
 TEST(CommandLine, ConvertTakesItsOptions) {
-  const CommandLine line = parsed({u"convert", u"a.wav", u"-o", u"b.wav", u"--coding", u"pcm 24-bit", u"--rate", u"48000", u"--channels", u"1", u"b\xDCFF.wav",
-                                   u"--set", u"load.bConfirm=1", u"--set", u"aio.nLatency=5", u"--answer", u"yes"});
+  const CommandLine line =
+      parsed({u"convert", u"a.wav", u"-o", u"b.wav", u"--coding", u"pcm 24-bit", u"--rate", u"48000", u"--channels",
+              u"1", u"b\xDCFF.wav", u"--set", u"load.bConfirm=1", u"--set", u"aio.nLatency=5", u"--answer", u"yes"});
   EXPECT_EQ(line.command, Command::convert);
   ASSERT_EQ(line.files.size(), 2u);
   EXPECT_EQ(line.files[1].shown, u"b\xDCFF.wav");
