@@ -6,6 +6,7 @@
 #include "formats/detect_shared.h"
 #include "formats/wave/raw_adpcm.h"
 #include "formats/wave/raw_pcm.h"
+#include "formats/wave/raw_telephony.h"
 #include "formats/wave/wav_reader.h"
 #include "formats/wave/wav_writer.h"
 
