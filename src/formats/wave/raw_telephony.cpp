@@ -131,20 +131,29 @@ bool hasModemMarks(std::span<const std::byte> frame) {
          frame[36] == std::byte{0xA5} && frame[37] == std::byte{0xA5} && beginsWithMark(frame.subspan(2));
 }
 
-bool looksLike(GsmPacking packing, std::span<const std::byte> head, uint64_t fileSize) {
+bool hasMarks(GsmPacking packing, std::span<const std::byte> head) {
   switch (packing) {
     case GsmPacking::modem38:
       return everyFrame(head, 38, hasModemMarks);
-    case GsmPacking::frames33:
-      return everyFrame(head, 33, beginsWithMark);
     case GsmPacking::modem34:
       return everyFrame(head, 34, [](auto frame) { return beginsWithMark(frame) && frame[33] == std::byte{0}; });
+    case GsmPacking::frames33:
+      return everyFrame(head, 33, beginsWithMark);
     case GsmPacking::wavPairs65:
       break;
   }
-  // Pairs bear no mark: what is left when the size fits and no other packing does.
-  return fileSize % 65 == 0 && !looksLike(GsmPacking::frames33, head, fileSize) &&
-         !looksLike(GsmPacking::modem34, head, fileSize) && !looksLike(GsmPacking::modem38, head, fileSize);
+  return false;
+}
+
+bool looksLike(GsmPacking packing, std::span<const std::byte> head, uint64_t fileSize) {
+  const bool wholeFrames = fileSize % blockOf(packing).bytes == 0;
+  const auto marked = [&](GsmPacking other) { return hasMarks(other, head); };
+  // Pairs bear no mark: they are what is left when their size fits.
+  if (packing == GsmPacking::wavPairs65)
+    return wholeFrames && !marked(GsmPacking::frames33) && !marked(GsmPacking::modem34) && !marked(GsmPacking::modem38);
+  // A single frame of 34 bytes also begins as one of 33 does.
+  return marked(packing) && (packing != GsmPacking::modem34 || wholeFrames) &&
+         (packing != GsmPacking::frames33 || !looksLike(GsmPacking::modem34, head, fileSize));
 }
 
 }  // namespace
