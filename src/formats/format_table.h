@@ -49,7 +49,7 @@ struct SaveOptions {
   std::optional<SampleCoding> coding = {};  ///< nothing: what the source had, as far as the row can hold it
   std::optional<double> sampleRate = {};    ///< Hz
   std::optional<int> channels = {};         ///< 1 or 2
-  double kbitPerSecond = 0;            ///< for compressed codings; 0: the coding's own
+  double kbitPerSecond = 0;                 ///< for compressed codings; 0: the coding's own
 };
 
 /// A file being written, and what its writer may use. The saving frame owns the file and puts it in place.
