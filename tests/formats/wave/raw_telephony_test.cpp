@@ -106,9 +106,9 @@ TEST(RawTelephony, TheFirstWriterOfAnExtensionWritesWhatItsReaderExpects) {
   const auto waveform = ramp(4000);
   for (const TextView extension : {u"g721", u"g721-4", u"g723", u"g723-3", u"g723-5", u"g726", u"g726-3", u"g726-5"}) {
     SCOPED_TRACE(toUtf8(extension));
-    const FormatDescriptor& writer = *rowAt(writerForExtension(extension));
-    const FormatDescriptor* reader = &writer;
-    while (!reader->read) --reader;
+    const FormatDescriptor* reader = &FormatTable()[0];
+    while (reader->extension != extension) ++reader;
+    const FormatDescriptor& writer = reader[1];
     ConversionReport report;
     const auto opened = open(*reader, save(writer, *waveform, report));
     ASSERT_TRUE(opened->ok);
