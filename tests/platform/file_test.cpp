@@ -219,9 +219,10 @@ TEST(OutputFile, TakesLongPathsAndNamesInAnyScript) {
   ASSERT_TRUE(createFolders(folder.text(path)));
   path += u"\u97F3\u58F0 \U0001F3B9.wav";
   ASSERT_TRUE(save(folder.text(path), "new", Replace::never)) << toUtf8(systemErrorCause());
-  const auto file = InputFile::open(folder.text(path));
+  auto file = InputFile::open(folder.text(path));
   ASSERT_TRUE(file);
   EXPECT_EQ(readText(*file, 0, 9), "new");
+  file.reset();
   EXPECT_TRUE(removeFile(folder.text(path)));
   EXPECT_FALSE(fileExists(folder.text(path)));
 }

@@ -1,5 +1,6 @@
 #include "platform/settings_backend.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <thread>
@@ -71,8 +72,7 @@ TEST_F(SettingsStore, LosesNothingWhenSeveralWriteAtOnce) {
   std::vector<StoredSetting> expected;
   for (int writer = 0; writer < 4; ++writer) {
     std::vector<StoredSetting> own;
-    for (int i = 0; i < 10; ++i)
-      own.push_back({fromUtf8("w" + std::to_string(writer) + ".n" + std::to_string(i)), uint32_t{7}});
+    for (int i = 0; i < 10; ++i) own.push_back({fromUtf8(fmt::format("w{}.n{}", writer, i)), uint32_t{7}});
     expected.insert(expected.end(), own.begin(), own.end());
     writers.emplace_back([own, this] {
       for (const StoredSetting& setting : own) EXPECT_TRUE(open()->write(std::span(&setting, 1)));
