@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
-# adpcm.sh TERVO: ADPCM files of sox, libsndfile and FFmpeg decode to the samples that these programs give, and ours to
-# the same samples there as here. Works in the current folder.
+# adpcm.sh TERVO: ADPCM files of sox, libsndfile and, where they are installed, FFmpeg and mgetty's voice tools decode to
+# the samples that these programs give, and ours to the same samples there as here. Works in the current folder.
 set -uo pipefail
 tervo=$1
 failed=0
 
+makers="sox libsndfile"
+if command -v ffmpeg >/dev/null; then makers+=" ffmpeg"; fi
+
 samples() { sox -V1 -D "$@" -t raw -e signed -b 16 -L -; }
-decode() { "$tervo" convert "$1" -o "$2" --coding "PCM 16-bit" --quiet --overwrite && samples "$2" >"$2.raw"; }
+decode() { rm -f "$2" "$2.raw" && "$tervo" convert "$1" -o "$2" --coding "PCM 16-bit" --quiet --overwrite && samples "$2" >"$2.raw"; }
 
 # same WHAT OURS THEIRS FRAMES CHANNELS: equal as far as both go, which must be all the frames of the source. The last
 # block is longer than the sound, and programs differ in whether they cut it.
@@ -19,7 +22,7 @@ same() {
 frames=66150
 for channels in 1 2; do
   sox -V1 -R -n -r 22050 -b 16 -c $channels source.wav synth 3 sine 300-4000 synth 3 pinknoise mix gain -n -1
-  for maker in sox libsndfile ffmpeg; do
+  for maker in $makers; do
     for kind in ima ms; do
       file=$maker-$kind.wav
       case $maker in
@@ -34,6 +37,7 @@ for channels in 1 2; do
       same "$kind adpcm of $maker, $channels channels, as libsndfile" ours.wav.raw libsndfile.raw $frames $channels
     done
   done
+  command -v ffmpeg >/dev/null || continue
   ffmpeg -v error -y -i source.wav -c:a adpcm_yamaha yamaha.wav
   decode yamaha.wav ours.wav
   ffmpeg -v error -y -i yamaha.wav -f s16le yamaha.raw
@@ -50,10 +54,13 @@ samples -r 8000 theirs.vox >sox.raw
 same "Dialogic adpcm of sox" ours.wav.raw sox.raw $frames 1
 "$tervo" convert mono.wav -o ours.vox-8k --quiet && decode ours.vox-8k ours.wav && samples -r 8000 -t vox ours.vox-8k >sox.raw
 same "own Dialogic adpcm in sox" ours.wav.raw sox.raw $frames 1
-ffmpeg -v error -y -f s16le -ar 8000 -c:a adpcm_ima_oki -i ours.vox-8k -f s16le ffmpeg.raw
-same "own Dialogic adpcm in ffmpeg" ours.wav.raw ffmpeg.raw $frames 1
 
-# Modem recordings, where mgetty's voice tools are installed.
+if command -v ffmpeg >/dev/null; then
+  ffmpeg -v error -y -f s16le -ar 8000 -c:a adpcm_ima_oki -i ours.vox-8k -f s16le ffmpeg.raw
+  same "own Dialogic adpcm in ffmpeg" ours.wav.raw ffmpeg.raw $frames 1
+fi
+
+# Modem recordings.
 if command -v rmdtopvf pvftormd wavtopvf pvftolin >/dev/null; then
   frames=21600
   sox -V1 -D source.wav -c 1 -r 7200 modem.wav
