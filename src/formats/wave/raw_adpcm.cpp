@@ -29,8 +29,11 @@ bool isAdpcm(SampleFormat format) {
   return format >= SampleFormat::adpcm2 && format <= SampleFormat::adpcm5;
 }
 
-int64_t framesOfGsm(const RawCoding&, uint64_t bytes) {
-  return gsmFrames(GsmPacking::frames33, bytes);
+// Codes as wide as the format has bits, as the user says where there is anything said.
+bool addCodes(Collection& collection, const SourceFile& file, const RawCoding& usual, DecoderFactory decoder) {
+  const RawCoding coding = asTheUserSays(usual, file);
+  const int64_t frames = wholeCodes(codedBytes(coding, file), bitsOf(coding.format) * coding.channels);
+  return addCodedWaveform(collection, file, coding, frames, std::move(decoder));
 }
 
 // What the setting says a .vox file holds.
@@ -39,11 +42,12 @@ bool readVoxAs(SampleFormatWord word, Collection& collection, const SourceFile& 
   const uint32_t flags = word & (Unsigned | BigEndian);
   if (isAdpcm(format)) {
     const BitOrder order = flags & BigEndian ? BitOrder::big : BitOrder::little;
-    return addCodedWaveform(collection, file, {format, flags, voxRate}, framesOfCodes,
-                            g726Decoder(bitsOf(format), order));
+    return addCodes(collection, file, {format, flags, voxRate}, g726Decoder(bitsOf(format), order));
   }
   if (format == SampleFormat::gsm) {
-    return addCodedWaveform(collection, file, {format, 0, voxRate}, framesOfGsm, gsmDecoder(GsmPacking::frames33));
+    const RawCoding coding = asTheUserSays({format, 0, voxRate}, file);
+    const int64_t frames = gsmFrames(GsmPacking::frames33, codedBytes(coding, file));
+    return addCodedWaveform(collection, file, coding, frames, gsmDecoder(GsmPacking::frames33));
   }
   return readHeaderless(collection, file, RawLayout{formatWord(format, flags), 1, voxRate});
 }
@@ -79,7 +83,7 @@ RmdHeader headerOf(std::span<const std::byte> head) {
 bool readVox(Collection& collection, const SourceFile& file, uint32_t variant) {
   const SampleFormatWord word = file.settings.fmt.vox.dataFormat;
   if (variant == 0 && !(isAdpcm(formatOf(word)) && (word & DialogicAdpcm))) return readVoxAs(word, collection, file);
-  return addCodedWaveform(collection, file, voxCoding(variant), framesOfCodes, okiAdpcmDecoder());
+  return addCodes(collection, file, voxCoding(variant), okiAdpcmDecoder());
 }
 
 bool writeVox(const Item& item, TargetFile& file, uint32_t variant) {
@@ -94,7 +98,7 @@ bool readRockwell(Collection& collection, const SourceFile& file, uint32_t varia
     coding.offset = sizeof header;
     if (header.speed != 0) coding.rate = header.speed;
   }
-  return addCodedWaveform(collection, file, coding, framesOfCodes, rockwellAdpcmDecoder(bitsOf(coding.format)));
+  return addCodes(collection, file, coding, rockwellAdpcmDecoder(bitsOf(coding.format)));
 }
 
 bool writeRockwell(const Item& item, TargetFile& file, uint32_t variant) {
@@ -111,7 +115,7 @@ int detectRockwell(std::span<const std::byte> head, uint32_t, uint64_t) {
 bool readYamahaAdpcm(Collection& collection, const SourceFile& file, uint32_t) {
   RawCoding coding{SampleFormat::adpcm4, 0, RawLayout{}.sampleRate};
   if (file.raw && file.raw->channels == 2) coding.channels = 2;
-  return addCodedWaveform(collection, file, coding, framesOfCodes, yamahaAdpcmDecoder(coding.channels));
+  return addCodes(collection, file, coding, yamahaAdpcmDecoder(coding.channels));
 }
 
 bool writeYamahaAdpcm(const Item& item, TargetFile& file, uint32_t) {

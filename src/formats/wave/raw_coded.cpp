@@ -6,7 +6,6 @@
 #include "core/collection.h"
 #include "formats/codec/encode_stream.h"
 #include "formats/number_text.h"
-#include "formats/writer_rules.h"
 #include "platform/path.h"
 
 namespace tervo {
@@ -14,12 +13,20 @@ namespace {
 
 constexpr double lowestRate = 1, highestRate = 768000;  // Hz, what a waveform may have
 
-void reportLosses(TargetFile& file, const Waveform& waveform, double readAs) {
-  const TextView why = u"the file has no header";
-  if (waveform.sampleRate != readAs) {
-    file.report.approximated(waveform.name, u"sample rate", numberText(waveform.sampleRate) + u" Hz",
-                             u"not in the file, which is read as " + numberText(readAs) + u" Hz");
+void reportCoding(TargetFile& file, const Waveform& waveform, const RawCoding& coding) {
+  const SampleFormat stored = formatOf(waveform.storedFormat);
+  const SampleFormat before = stored == SampleFormat::none ? formatOf(waveform.coding).format : stored;
+  if (before != coding.format) {
+    file.report.approximated(waveform.name, u"sample format", nameOf(before), nameOf(coding.format));
   }
+  if (waveform.sampleRate != coding.rate) {
+    file.report.approximated(waveform.name, u"sample rate", numberText(waveform.sampleRate) + u" Hz",
+                             u"not in the file, which is read as " + numberText(coding.rate) + u" Hz");
+  }
+}
+
+void reportLosses(TargetFile& file, const Waveform& waveform) {
+  const TextView why = u"the file has no header";
   if (waveform.rootKey != 60 || waveform.fineTune != 0) file.report.dropped(waveform.name, u"root key and tuning", why);
   if (waveform.gain != 0) file.report.dropped(waveform.name, u"playback volume", why);
   if (!waveform.markers.empty()) file.report.dropped(waveform.name, u"markers and loops", why);
@@ -34,20 +41,31 @@ void reportLosses(TargetFile& file, const Waveform& waveform, double readAs) {
 
 }  // namespace
 
-bool addCodedWaveform(Collection& collection, const SourceFile& file, RawCoding coding,
-                      int64_t (*framesOf)(const RawCoding& coding, uint64_t bytes), DecoderFactory decoder) {
-  if (file.raw) {
-    coding.rate = file.raw->sampleRate;
-    coding.offset += file.raw->offset;
-  }
+RawCoding asTheUserSays(RawCoding coding, const SourceFile& file) {
+  if (!file.raw) return coding;
+  coding.rate = file.raw->sampleRate;
+  coding.offset += file.raw->offset;
+  return coding;
+}
+
+uint64_t codedBytes(const RawCoding& coding, const SourceFile& file) {
+  return file.bytes->size() - std::min(coding.offset, file.bytes->size());
+}
+
+int64_t wholeCodes(uint64_t bytes, int bits) {
+  const auto width = static_cast<uint64_t>(bits);
+  return static_cast<int64_t>(bytes / width * 8 + bytes % width * 8 / width);
+}
+
+bool addCodedWaveform(Collection& collection, const SourceFile& file, const RawCoding& coding, int64_t frames,
+                      DecoderFactory decoder) {
   if (!(coding.rate >= lowestRate && coding.rate <= highestRate)) return fail(u"Invalid sample rate");
+  if (frames == 0) return fail(u"Zero length");
   StoredSamples stored;
   stored.source = file.bytes;
-  stored.offset = std::min(coding.offset, file.bytes->size());
-  stored.bytes = file.bytes->size() - stored.offset;
+  stored.offset = coding.offset;
+  stored.bytes = codedBytes(coding, file);
   stored.format = formatWord(coding.format, coding.flags);
-  const int64_t frames = framesOf(coding, stored.bytes);
-  if (frames == 0) return fail(u"Zero length");
 
   auto waveform = std::make_unique<Waveform>();
   waveform->samples = makeCodedSamples(std::move(stored), coding.channels, frames, std::move(decoder));
@@ -60,11 +78,6 @@ bool addCodedWaveform(Collection& collection, const SourceFile& file, RawCoding 
   return true;
 }
 
-int64_t framesOfCodes(const RawCoding& coding, uint64_t bytes) {
-  const auto bits = static_cast<uint64_t>(bitsOf(coding.format) * coding.channels);
-  return static_cast<int64_t>(bytes / bits * 8 + bytes % bits * 8 / bits);
-}
-
 bool writeCodedWaveform(const Item& item, TargetFile& file, const RawCoding& coding,
                         std::unique_ptr<BlockEncoder> encoder) {
   if (!encoder) return false;
@@ -72,8 +85,8 @@ bool writeCodedWaveform(const Item& item, TargetFile& file, const RawCoding& cod
   const auto& waveform = static_cast<const Waveform&>(item);
   const SampleRef samples = waveform.samples ? withChannels(waveform.samples, coding.channels) : nullptr;
   if (!samples) return fail(u"Empty item - nothing to save");
-  chooseSampleFormat(file, waveform);  // for its report; the row has settled the format
-  reportLosses(file, waveform, coding.rate);
+  reportCoding(file, waveform, coding);
+  reportLosses(file, waveform);
   return encodeAll(*samples, *encoder, file.sink, file.host);
 }
 

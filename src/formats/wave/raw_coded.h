@@ -15,16 +15,21 @@ struct RawCoding {
   int channels = 1;
 };
 
-/// Adds a waveform named after the file, decoded while it is read. The user's rate and offset go before those of the
-/// coding. `framesOf` says how many frames a number of bytes holds. False with LastErrorText ("Zero length").
-bool addCodedWaveform(Collection& collection, const SourceFile& file, RawCoding coding,
-                      int64_t (*framesOf)(const RawCoding& coding, uint64_t bytes), DecoderFactory decoder);
+/// The coding with the user's rate, and with the user's offset further on, where there are any.
+RawCoding asTheUserSays(RawCoding coding, const SourceFile& file);
 
-/// Frames of codes that are as wide as the format has bits, one behind the other.
-int64_t framesOfCodes(const RawCoding& coding, uint64_t bytes);
+/// Bytes from the coding's offset on.
+uint64_t codedBytes(const RawCoding& coding, const SourceFile& file);
+/// How many whole codes of `bits` bits, one behind the other, that many bytes hold.
+int64_t wholeCodes(uint64_t bytes, int bits);
 
-/// Writes a waveform's coded samples and nothing else; reports what the file cannot say, its rate among it where that
-/// is not the one of `coding`, at which it will be read. False with LastErrorText.
+/// Adds a waveform named after the file, decoded while it is read. False with LastErrorText ("Zero length", "Invalid
+/// sample rate").
+bool addCodedWaveform(Collection& collection, const SourceFile& file, const RawCoding& coding, int64_t frames,
+                      DecoderFactory decoder);
+
+/// Writes a waveform's coded samples and nothing else; reports what the coding loses and the file cannot say, the rate
+/// among it where that is not the one of `coding`, at which it will be read. False with LastErrorText.
 bool writeCodedWaveform(const Item& item, TargetFile& file, const RawCoding& coding,
                         std::unique_ptr<BlockEncoder> encoder);
 

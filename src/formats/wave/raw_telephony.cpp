@@ -3,13 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/last_error.h"
-#include "core/collection.h"
-#include "formats/codec/encode_stream.h"
 #include "formats/codec/g722.h"
 #include "formats/codec/g726.h"
 #include "formats/codec/gsm0610.h"
-#include "platform/path.h"
+#include "formats/wave/raw_coded.h"
 
 namespace tervo {
 namespace {
@@ -39,36 +36,11 @@ uint32_t orderFlag(const SourceFile& file, uint32_t variant) {
   return (file.raw ? file.raw->format : variant) & BigEndian;
 }
 
-int64_t wholeWords(const SourceFile& file, int bits) {
-  const auto size = file.bytes->size();
-  const auto width = static_cast<uint64_t>(bits);
-  return static_cast<int64_t>(size / width * 8 + size % width * 8 / width);
+RawCoding codingOfBits(int bits, uint32_t flags) {
+  return {formatOfBits(bits), flags, 8000};
 }
-
-struct Coding {
-  SampleFormat format;
-  uint32_t flags;
-  double rate;  ///< Hz
-  int64_t frames;
-};
-
-bool addWaveform(Collection& collection, const SourceFile& file, const Coding& coding, DecoderFactory decoder) {
-  if (coding.frames == 0) return fail(u"Zero length");
-  StoredSamples stored;
-  stored.source = file.bytes;
-  stored.bytes = file.bytes->size();
-  stored.format = formatWord(coding.format, coding.flags);
-
-  auto waveform = std::make_unique<Waveform>();
-  waveform->samples = makeCodedSamples(std::move(stored), 1, coding.frames, std::move(decoder));
-  if (!waveform->samples) return false;
-  waveform->name = platform::stemOf(file.path);
-  waveform->sampleRate = coding.rate;
-  waveform->coding = SampleCoding::adpcm4;
-  waveform->setStoredFormat(coding.format, coding.flags);
-  collection.add(std::move(waveform));
-  return true;
-}
+constexpr RawCoding g722Coding{SampleFormat::adpcm4, 0, 16000};
+constexpr RawCoding gsmCoding{SampleFormat::gsm, 0, 8000};
 
 /// The bits of a code word: the row's own, or those of the bit rate asked for where the row leaves them open.
 int bitsToWrite(const TargetFile& file, uint32_t variant, double wordsPerSecond, int least, int most) {
@@ -76,27 +48,6 @@ int bitsToWrite(const TargetFile& file, uint32_t variant, double wordsPerSecond,
   if (!(variant & TelephonyVariant::anyRate) || !(file.options.kbitPerSecond > 0)) return own;
   const double asked = file.options.kbitPerSecond * 1000 / wordsPerSecond;
   return static_cast<int>(std::lround(std::clamp(asked, static_cast<double>(least), static_cast<double>(most))));
-}
-
-void reportLosses(const Waveform& waveform, SampleFormat format, TargetFile& file) {
-  const SampleFormat stored = formatOf(waveform.storedFormat);
-  const TextView before = nameOf(stored == SampleFormat::none ? formatOf(waveform.coding).format : stored);
-  file.report.approximated(waveform.name, u"sample format", before, nameOf(format));
-  const TextView why = u"the file has no header";
-  if (!waveform.markers.empty()) file.report.dropped(waveform.name, u"markers and loops", why);
-  if (waveform.rootKey != 60 || waveform.fineTune != 0) file.report.dropped(waveform.name, u"root key and tuning", why);
-  if (waveform.gain != 0) file.report.dropped(waveform.name, u"playback volume", why);
-  if (!waveform.foreignChunks.empty()) file.report.dropped(waveform.name, u"chunks of the source file", why);
-}
-
-bool writeCoded(const Item& item, TargetFile& file, SampleFormat format, std::unique_ptr<BlockEncoder> encoder) {
-  if (!encoder) return false;
-  if (item.kind() != ItemKind::waveform) return fail(u"The file format can not save this item");
-  const auto& waveform = static_cast<const Waveform&>(item);
-  const SampleRef mono = waveform.samples ? withChannels(waveform.samples, 1) : nullptr;
-  if (!mono) return fail(u"Empty item - nothing to save");
-  reportLosses(waveform, format, file);
-  return encodeAll(*mono, *encoder, file.sink, file.host);
 }
 
 GsmPacking packingOf(uint32_t variant) {
@@ -160,36 +111,36 @@ bool looksLike(GsmPacking packing, std::span<const std::byte> head, uint64_t fil
 
 bool readG726Raw(Collection& collection, const SourceFile& file, uint32_t variant) {
   const int bits = bitsOfVariant(variant);
-  const uint32_t order = orderFlag(file, variant);
-  return addWaveform(collection, file, {formatOfBits(bits), order, 8000, wholeWords(file, bits)},
-                     g726Decoder(bits, orderOf(order)));
+  const RawCoding coding = codingOfBits(bits, orderFlag(file, variant));
+  return addCodedWaveform(collection, file, coding, wholeCodes(file.bytes->size(), bits),
+                          g726Decoder(bits, orderOf(coding.flags)));
 }
 
 bool readG722Raw(Collection& collection, const SourceFile& file, uint32_t variant) {
   const int bits = bitsOfVariant(variant);
-  const uint32_t order = orderFlag(file, variant);
-  return addWaveform(collection, file, {SampleFormat::adpcm4, order, 16000, 2 * wholeWords(file, bits)},
-                     g722Decoder(bits, orderOf(order)));
+  RawCoding coding = g722Coding;
+  coding.flags = orderFlag(file, variant);
+  return addCodedWaveform(collection, file, coding, 2 * wholeCodes(file.bytes->size(), bits),
+                          g722Decoder(bits, orderOf(coding.flags)));
 }
 
 bool readGsmRaw(Collection& collection, const SourceFile& file, uint32_t variant) {
   const GsmPacking packing = packingOf(variant);
-  const int64_t frames = gsmFrames(packing, file.bytes->size());
-  return addWaveform(collection, file, {SampleFormat::gsm, 0, 8000, frames}, gsmDecoder(packing));
+  return addCodedWaveform(collection, file, gsmCoding, gsmFrames(packing, file.bytes->size()), gsmDecoder(packing));
 }
 
 bool writeG726Raw(const Item& item, TargetFile& file, uint32_t variant) {
   const int bits = bitsToWrite(file, variant, 8000, 2, 5);
-  return writeCoded(item, file, formatOfBits(bits), g726Encoder(bits, orderOf(variant)));
+  return writeCodedWaveform(item, file, codingOfBits(bits, 0), g726Encoder(bits, orderOf(variant)));
 }
 
 bool writeG722Raw(const Item& item, TargetFile& file, uint32_t variant) {
   const int bits = bitsToWrite(file, variant, 8000, 6, 8);
-  return writeCoded(item, file, SampleFormat::adpcm4, g722Encoder(bits, orderOf(variant)));
+  return writeCodedWaveform(item, file, g722Coding, g722Encoder(bits, orderOf(variant)));
 }
 
 bool writeGsmRaw(const Item& item, TargetFile& file, uint32_t variant) {
-  return writeCoded(item, file, SampleFormat::gsm, gsmEncoder(packingOf(variant)));
+  return writeCodedWaveform(item, file, gsmCoding, gsmEncoder(packingOf(variant)));
 }
 
 int detectGsmRaw(std::span<const std::byte> head, uint32_t variant, uint64_t fileSize) {
