@@ -65,6 +65,11 @@ Decoding decodeGsm(const WaveFormat& format, const WaveData& data) {
   return {gsmDecoder(packing), gsmFrames(packing, data.bytes)};
 }
 
+Decoding decodeG726(const WaveFormat& format, const WaveData& data) {
+  const auto order = packsFromTheTop(format.tag) ? BitOrder::big : BitOrder::little;
+  return continuous(format, data, g726Decoder(format.bits, order, format.channels));
+}
+
 Decoding decodingOf(const WaveFormat& format, const WaveData& data) {
   switch (format.codec) {
     case WaveCodec::ima:
@@ -80,7 +85,7 @@ Decoding decodingOf(const WaveFormat& format, const WaveData& data) {
     case WaveCodec::rockwell:
       return continuous(format, data, rockwellAdpcmDecoder(format.bits));
     case WaveCodec::g726:
-      return continuous(format, data, g726Decoder(format.bits, BitOrder::little, format.channels));
+      return decodeG726(format, data);
     case WaveCodec::g722:
       return continuous(format, data, g722Decoder(8, BitOrder::little, format.channels));
     case WaveCodec::mpeg:
@@ -96,12 +101,19 @@ Decoding decodingOf(const WaveFormat& format, const WaveData& data) {
   return {};
 }
 
+// Stated frames count as far as the bytes hold them. One encoder of stereo blocks states half of them.
+int64_t settleFrames(const WaveFormat& format, const WaveData& data, const Decoding& decoding) {
+  const auto capacity = static_cast<uint64_t>(decoding.capacity);
+  if (data.statedFrames == 0) return decoding.capacity;
+  const bool isHalved = format.codec == WaveCodec::ima && format.channels == 2 && data.statedFrames == capacity / 2;
+  return static_cast<int64_t>(isHalved ? capacity : std::min(data.statedFrames, capacity));
+}
+
 SampleRef openCoded(const WaveFormat& format, const WaveData& data) {
   if (formatOf(format.format) != SampleFormat::compressed && format.channels > 2) return fail(u"Too many channels");
   const Decoding decoding = decodingOf(format, data);
   if (!decoding.makeDecoder) return nullptr;
-  int64_t frames = decoding.capacity;
-  if (data.statedFrames > 0) frames = static_cast<int64_t>(std::min(data.statedFrames, static_cast<uint64_t>(frames)));
+  const int64_t frames = settleFrames(format, data, decoding);
   if (frames == 0) return fail(u"Zero length");
   return makeCodedSamples(storedSamples(format, data), format.channels, frames, decoding.makeDecoder);
 }

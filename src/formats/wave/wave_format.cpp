@@ -257,6 +257,10 @@ std::optional<WaveFormat> readWaveFormat(std::vector<std::byte> body) {
   return format;
 }
 
+bool packsFromTheTop(uint16_t tag) {
+  return tag == WaveTag::g726 || tag == WaveTag::g726Itu || tag == WaveTag::g723;
+}
+
 int64_t framesInData(const WaveFormat& format, uint64_t dataBytes) {
   if (format.containerBits > 0)
     return static_cast<int64_t>(dataBytes / static_cast<uint64_t>(format.containerBytes() * format.channels));

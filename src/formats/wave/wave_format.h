@@ -35,7 +35,7 @@ enum class WaveCodec : uint8_t {
 
 namespace WaveTag {
 inline constexpr uint16_t pcm = 1, ms = 2, floating = 3, aLaw = 6, muLaw = 7, ima = 17, g723 = 20, gsm = 49, g721 = 64,
-                          mpegLayer3 = 85, g726 = 100, rockwell = 768, msnAudio = 771, gsm4096 = 4096,
+                          mpegLayer3 = 85, g726 = 100, g726Itu = 69, rockwell = 768, msnAudio = 771, gsm4096 = 4096,
                           extensible = 65534;
 }
 
@@ -76,6 +76,10 @@ struct WaveFormat {
 
 /// Understands the body of a "fmt " chunk. Nothing, with LastErrorText, when its tag or its numbers cannot be read.
 std::optional<WaveFormat> readWaveFormat(std::vector<std::byte> body);
+
+/// Whether the G.726 family under this tag packs its code words from the upper end of each byte. The programs that
+/// write the tags of G.726 and G.723 do; G.721 is packed from the lower end, as its reference implementation had it.
+bool packsFromTheTop(uint16_t tag);
 
 /// Frames in `dataBytes` of data when nothing else in the file says.
 int64_t framesInData(const WaveFormat& format, uint64_t dataBytes);

@@ -146,8 +146,9 @@ uint64_t dataBytesOf(const FormRule& rule, const Waveform& waveform) {
 
 std::unique_ptr<BlockEncoder> makeEncoder(SampleFormat format, int channels) {
   if (format == SampleFormat::gsm) return gsmEncoder(GsmPacking::wavPairs65);
-  if (isAdpcm(format)) return g726Encoder(bitsOf(format), BitOrder::little, channels);
-  return nullptr;
+  if (!isAdpcm(format)) return nullptr;
+  const auto order = packsFromTheTop(ruleOf(format)->tag) ? BitOrder::big : BitOrder::little;
+  return g726Encoder(bitsOf(format), order, channels);
 }
 
 bool encodeBlocks(BlockEncoder& encoder, const SampleData& data, TargetFile& file) {
