@@ -495,7 +495,7 @@ ROW(486, "w7a",        "Yamaha Motif ES all",                           RD,  0x9
 ROW(487, "w7v",        "Yamaha Motif ES voices",                        RWD, 0x90, 0x02100004, 0,          null, null, null)
 ROW(488, "w7w",        "Yamaha Motif ES waves",                         RWD, 0x90, 0x02100004, 0,          null, null, null)
 ROW(489, "w8v",        "Yamaha Motif ES data",                          RD,  0x90, 0x00000000, 0,          null, null, null)
-ROW(490, "w64",        "Wave-64",                                       RWD, 0x01, 0x00307F75, 0,          null, null, null)
+ROW(490, "w64",        "Wave-64",                                       RWD, 0x01, 0x00307F75, 0,          readW64, writeW64, detectW64)
 ROW(491, "wav",        "Microsoft wave",                                RWD, 0x01, 0x00327F75, 0,          readWav, writeWav, detectWav)
 ROW(492, "wav",        "Broadcast wave",                                RD,  0x01, 0x00000000, 0,          readWav, null, detectBroadcastWav)
 ROW(493, "wa!",        "GigaStudio compr wave",                         RWD, 0x01, 0x00300004, 0,          readWav, null, detectCompressedGigaWav)

@@ -7,6 +7,8 @@
 #include "formats/wave/raw_adpcm.h"
 #include "formats/wave/raw_pcm.h"
 #include "formats/wave/raw_telephony.h"
+#include "formats/wave/w64_reader.h"
+#include "formats/wave/w64_writer.h"
 #include "formats/wave/wav_reader.h"
 #include "formats/wave/wav_writer.h"
 

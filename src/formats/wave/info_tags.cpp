@@ -1,7 +1,5 @@
 #include "formats/wave/info_tags.h"
 
-#include <algorithm>
-
 namespace tervo {
 namespace {
 
@@ -15,15 +13,6 @@ constexpr InfoName infoNames[] = {
     {"ICOP", Tag::copyright}, {"IENG", Tag::engineer}, {"IPRD", Tag::product},
 };
 
-constexpr FourCC software = "ISFT";
-constexpr std::string_view softwareName = "Tervo Studio 12.9";
-
-const InfoName* nameOf(FourCC id) {
-  const auto* found =
-      std::find_if(std::begin(infoNames), std::end(infoNames), [&](const InfoName& name) { return name.id == id; });
-  return found == std::end(infoNames) ? nullptr : found;
-}
-
 void writeText(ByteWriter& writer, FourCC id, std::string_view text) {
   const ChunkScope chunk(writer, id);
   writer.chars(text);
@@ -32,13 +21,26 @@ void writeText(ByteWriter& writer, FourCC id, std::string_view text) {
 
 }  // namespace
 
+std::optional<Tag> infoTagOf(FourCC id) {
+  for (const auto& name : infoNames) {
+    if (name.id == id) return name.tag;
+  }
+  return std::nullopt;
+}
+
+void forEachInfoTag(const Tags& tags, const std::function<void(FourCC, const Text&)>& visit) {
+  for (const auto& name : infoNames) {
+    if (!tags[name.tag].empty()) visit(name.id, tags[name.tag]);
+  }
+}
+
 void readInfoTags(const ByteSource& source, const Chunk& list, Tags& tags, std::vector<KeptInfo>* kept) {
   ChunkWalker walker(source, list.body + 4, list.body + list.bytes);
   while (const auto chunk = walker.next()) {
     auto body = loadChunk(source, *chunk);
-    if (const auto* name = nameOf(chunk->id)) {
-      tags[name->tag] = fromFileText({reinterpret_cast<const char*>(body.data()), body.size()});
-    } else if (kept && chunk->id != software) {
+    if (const auto tag = infoTagOf(chunk->id)) {
+      tags[*tag] = fromFileText({reinterpret_cast<const char*>(body.data()), body.size()});
+    } else if (kept && chunk->id != infoSoftware) {
       kept->push_back({chunk->id, std::move(body)});
     }
   }
@@ -47,14 +49,12 @@ void readInfoTags(const ByteSource& source, const Chunk& list, Tags& tags, std::
 void writeInfoTags(ByteWriter& writer, const Tags& tags, std::span<const KeptInfo> kept) {
   const ChunkScope list(writer, "LIST");
   writer.chars("INFO");
-  for (const auto& name : infoNames) {
-    if (!tags[name.tag].empty()) writeText(writer, name.id, toUtf8(tags[name.tag]));
-  }
+  forEachInfoTag(tags, [&](FourCC id, const Text& text) { writeText(writer, id, toUtf8(text)); });
   for (const auto& other : kept) {
     const ChunkScope chunk(writer, other.id);
     writer.bytes(other.body);
   }
-  writeText(writer, software, softwareName);
+  writeText(writer, infoSoftware, softwareName);
 }
 
 }  // namespace tervo

@@ -2,7 +2,10 @@
 // Text in "LIST" "INFO": zero-terminated strings under four-character names (Microsoft "Multimedia Programming
 // Interface and Data Specifications 1.0"). SoundFont, DLS and RMID files carry the same list.
 
+#include <functional>
+#include <optional>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "base/byte_writer.h"
@@ -16,6 +19,15 @@ struct KeptInfo {
   FourCC id;
   std::vector<std::byte> body;
 };
+
+/// The software that wrote a file, and what this program calls itself there.
+inline constexpr FourCC infoSoftware = "ISFT";
+inline constexpr std::string_view softwareName = "Tervo Studio 12.9";
+
+/// The tag that a string of this name stands for.
+std::optional<Tag> infoTagOf(FourCC id);
+/// Every tag that is set and has a name in the list.
+void forEachInfoTag(const Tags& tags, const std::function<void(FourCC, const Text&)>& visit);
 
 /// Reads the strings of an "INFO" list into the tags; others are appended to `kept` where that is given.
 void readInfoTags(const ByteSource& source, const Chunk& list, Tags& tags, std::vector<KeptInfo>* kept = nullptr);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 #include "base/byte_reader.h"
 
@@ -100,6 +101,11 @@ SamplerLoop recordOf(const Marker& marker, uint32_t cueId) {
   loop.fraction = static_cast<uint32_t>(std::min(rest * fractionScale, 4294967295.0));
   loop.playCount = marker.loopCount;
   return loop;
+}
+
+// Nanoseconds.
+uint32_t samplePeriodOf(double sampleRate) {
+  return static_cast<uint32_t>(std::min(std::round(1e9 / sampleRate), 4294967295.0));
 }
 
 // A pitch fraction only ever raises the sample's pitch, that is, lowers what has to be played.
@@ -202,15 +208,24 @@ bool readDlsSample(std::span<const std::byte> body, Waveform& waveform) {
   return true;
 }
 
-void writeSampler(ByteWriter& writer, const Waveform& waveform, std::span<const uint32_t> cueIds) {
-  const ChunkScope chunk(writer, "smpl");
+std::vector<std::byte> makeSampler(const Waveform& waveform, std::span<const uint32_t> cueIds) {
+  MemorySink sink;
+  ByteWriter writer(sink);
   const auto loops = loopsOf(waveform);
   SamplerHeader header;
-  header.samplePeriod = static_cast<uint32_t>(std::min(std::round(1e9 / waveform.sampleRate), 4294967295.0));
+  header.samplePeriod = samplePeriodOf(waveform.sampleRate);
   setPitch(header, waveform.rootKey, waveform.fineTune);
   header.loopCount = static_cast<uint32_t>(loops.size());
   writer.record(header);
   for (std::size_t i = 0; i < loops.size(); ++i) writer.record(recordOf(*loops[i], cueIds[i]));
+  return sink.take();
+}
+
+void setSamplePeriod(std::span<std::byte> sampler, double sampleRate) {
+  const LittleU32 period = samplePeriodOf(sampleRate);
+  const auto bytes = std::as_bytes(std::span(&period, 1));
+  if (sampler.size() >= sizeof(SamplerHeader))
+    std::copy(bytes.begin(), bytes.end(), sampler.begin() + offsetof(SamplerHeader, samplePeriod));
 }
 
 std::vector<std::byte> makeInstrumentChunk(const Waveform& waveform, std::span<const std::byte> previous) {

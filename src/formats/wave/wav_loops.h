@@ -41,8 +41,10 @@ bool readDlsSample(std::span<const std::byte> body, Waveform& waveform);
 /// The loops of a waveform in their order.
 std::vector<const Marker*> loopsOf(const Waveform& waveform);
 
-/// Writes a "smpl" chunk; cueIds[i] belongs to the i-th loop.
-void writeSampler(ByteWriter& writer, const Waveform& waveform, std::span<const uint32_t> cueIds);
+/// The body of a "smpl" chunk; cueIds[i] belongs to the i-th loop.
+std::vector<std::byte> makeSampler(const Waveform& waveform, std::span<const uint32_t> cueIds);
+/// Sets the time of a frame in such a body, which a conversion of the rate changes.
+void setSamplePeriod(std::span<std::byte> sampler, double sampleRate);
 
 /// The 7 bytes of "inst". `previous` is the body that the source had, whose key and velocity ranges are kept.
 std::vector<std::byte> makeInstrumentChunk(const Waveform& waveform, std::span<const std::byte> previous);

@@ -1,19 +1,67 @@
 #pragma once
-// What a WAV file says about a waveform beside its samples, as the writer puts it together: from the model, and from
-// the chunks of the source where those still say the same and hold more.
+// What a WAV or W64 file says about a waveform beside its samples, as the writers put it together: from the model, and
+// from the chunks of the source where those still say the same and hold more.
 
-#include "base/byte_writer.h"
+#include <optional>
+#include <unordered_set>
+#include <vector>
+
 #include "core/report.h"
 #include "core/waveform.h"
+#include "formats/wave/info_tags.h"
+#include "formats/wave/wav_loops.h"
+#include "formats/wave/wav_markers.h"
 
 namespace tervo {
 
-/// Text, markers, loops, instrument data and ID3, each in its chunk. What WAV cannot hold goes into the report.
-void writeWavMetadata(ByteWriter& writer, const Waveform& waveform, ConversionReport& report);
+class WavMetadata {
+ public:
+  /// Reports what neither kind of file can hold.
+  WavMetadata(const Waveform& waveform, ConversionReport& report);
 
-/// Copies the chunks that the program does not understand. Those that describe the sample values are left out unless
-/// `samplesAreSame`. False with LastErrorText when the source fails.
-bool writeForeignChunks(ByteWriter& writer, const Waveform& waveform, bool beforeSamples, bool samplesAreSame,
-                        ConversionReport& report);
+  /// Texts of the source that no tag stands for.
+  std::vector<KeptInfo> keptInfo() const;
+  /// Markers, and loops that have a name. Call it once.
+  std::vector<CueEntry> takeCues();
+  const std::vector<KeptLabel>& keptLabels() const { return keptLabels_; }
+  /// Bodies of "smpl", "inst" and "id3 "; empty where there is nothing to say.
+  std::vector<std::byte> sampler() const;
+  std::vector<std::byte> instrument() const;
+  std::vector<std::byte> id3() const;
+
+ private:
+  void readSourceCues();
+  void readSourceSampler();
+  uint32_t takeId(uint32_t wanted);
+  uint32_t frameOf(double position, TextView what) const;
+  void addLoopCues(std::vector<CueEntry>& cues) const;
+  const CuePoint* sourcePoint(uint32_t cueId) const;
+  std::vector<std::byte> sourceInstrument() const;
+  bool instrumentSaysPitch() const;
+  bool needsSampler() const;
+  bool saysTheSame(const Tags& id3) const;
+  void approximated(TextView what, double from, double to) const;
+  void reportLosses() const;
+
+  const Waveform& waveform_;
+  ConversionReport& report_;
+  std::vector<const Marker*> loops_;
+
+  CueList sourceCues_;
+  std::vector<KeptLabel> keptLabels_;
+  bool hadSampler_ = false;
+  std::vector<std::byte> samplerBody_;
+  std::optional<SamplerData> sourceSampler_;  ///< set while it says the same as the model
+
+  bool zeroIsCueId_ = false;
+  uint32_t nextId_ = 1;
+  std::unordered_set<uint32_t> usedIds_;
+  std::vector<uint32_t> loopIds_;
+};
+
+/// The chunks that the program does not understand and that fit into WAV and W64, those before or behind the samples.
+/// Those that describe the sample values are left out, and reported, unless `samplesAreSame`.
+std::vector<const ForeignChunk*> foreignChunks(const Waveform& waveform, bool beforeSamples, bool samplesAreSame,
+                                               ConversionReport& report);
 
 }  // namespace tervo

@@ -1,10 +1,7 @@
 #include "formats/wave/wav_reader.h"
 
-#include <unordered_set>
-
 #include "base/byte_reader.h"
 #include "base/last_error.h"
-#include "formats/wave/id3_tags.h"
 #include "formats/wave/info_tags.h"
 #include "formats/wave/wav_chunks.h"
 #include "formats/wave/wav_contents.h"
@@ -15,9 +12,6 @@ namespace tervo {
 namespace {
 
 constexpr uint32_t sizeIsElsewhere = 0xFFFFFFFF;
-// Programs that write to a pipe leave something like this where they cannot know the size.
-constexpr uint64_t leastPipeSize = 0x7FFFF000;
-constexpr std::size_t id3Limit = 64u << 20;  // pictures
 constexpr uint64_t formHeaderBytes = 12;
 
 struct FormHeader {
@@ -42,19 +36,7 @@ struct WavFile : WavContents {
   ChunkWalker walker;
   std::optional<Sizes64> sizes;
   CueList cues;
-  bool hasSampler = false;
-  std::unordered_set<uint32_t> loopCueIds;
-  std::vector<Chunk> id3;
-
-  void keep(FourCC container, const Chunk& chunk) {
-    if (!keepChunk(*waveform, container, chunk, file.bytes, !data))
-      dropped(textOf(chunk.id) + u" chunk", u"too many chunks");
-  }
 };
-
-bool onFormat(WavFile& wav, const Chunk& chunk) {
-  return wav.readFormat(chunk);
-}
 
 bool onFact(WavFile& wav, const Chunk& chunk) {
   wav.statedFrames = ByteReader(loadChunk(wav.bytes(), chunk)).little<uint32_t>();
@@ -80,43 +62,11 @@ bool sizeIsMissing(const WavFile& wav, const Chunk& data) {
 
 bool onData(WavFile& wav, const Chunk& found) {
   Chunk data = found;
-  if (wav.data) {
-    wav.dropped(u"data chunk", u"the file has another one");
-    return true;
-  }
-  const uint64_t rest = wav.bytes().size() - data.body;
-  if (sizeIsMissing(wav, data)) {
+  if (!wav.data && sizeIsMissing(wav, data)) {
     const bool isStated = wav.sizes && data.size == sizeIsElsewhere && wav.sizes->data > 0;
-    wav.walker.resize(data, isStated ? uint64_t{wav.sizes->data} : rest);
+    wav.walker.resize(data, isStated ? uint64_t{wav.sizes->data} : wav.bytes().size() - data.body);
   }
-  if (data.isTruncated() && data.size < leastPipeSize) {
-    wav.file.report.approximated(wav.waveform->name, u"sample data", fromUtf8(std::to_string(data.size) + " bytes"),
-                                 fromUtf8(std::to_string(data.bytes) + " bytes, where the file ends"));
-  }
-  wav.data = data;
-  return true;
-}
-
-bool onSampler(WavFile& wav, const Chunk& chunk) {
-  if (wav.hasSampler) {
-    wav.dropped(u"smpl chunk", u"the file has another one");
-    return true;
-  }
-  const auto sampler = readSampler(loadChunk(wav.bytes(), chunk));
-  if (!sampler) {
-    wav.dropped(u"smpl chunk", u"too short");
-    return true;
-  }
-  wav.hasSampler = true;
-  apply(*sampler, *wav.waveform);
-  wav.loopCueIds.insert(sampler->cueIds.begin(), sampler->cueIds.end());
-  wav.keep(knownContainer, chunk);
-  return true;
-}
-
-bool onInstrument(WavFile& wav, const Chunk& chunk) {
-  if (const auto instrument = readInstrumentChunk(loadChunk(wav.bytes(), chunk))) apply(*instrument, *wav.waveform);
-  wav.keep(knownContainer, chunk);
+  wav.setData(data);
   return true;
 }
 
@@ -145,12 +95,6 @@ bool onList(WavFile& wav, const Chunk& chunk) {
   return true;
 }
 
-bool onId3(WavFile& wav, const Chunk& chunk) {
-  wav.keep(knownContainer, chunk);
-  wav.id3.push_back(chunk);
-  return true;
-}
-
 bool onForeign(WavFile& wav, const Chunk& chunk) {
   if (!isFiller(chunk.id)) wav.keep(foreignContainer, chunk);
   return true;
@@ -163,17 +107,17 @@ struct ChunkHandler {
 
 // clang-format off
 constexpr ChunkHandler chunkHandlers[] = {
-    {"fmt ", onFormat},
+    {"fmt ", [](WavFile& wav, const Chunk& chunk) { return wav.readFormat(chunk); }},
     {"fact", onFact},
     {"ds64", onSizes64},
     {"data", onData},
-    {"smpl", onSampler},
-    {"inst", onInstrument},
+    {"smpl", [](WavFile& wav, const Chunk& chunk) { return wav.readSamplerChunk(chunk); }},
+    {"inst", [](WavFile& wav, const Chunk& chunk) { return wav.readInstrument(chunk); }},
     {"wsmp", onDlsSample},
     {"cue ", onCues},
     {"LIST", onList},
-    {"ID3 ", onId3},
-    {"id3 ", onId3},
+    {"ID3 ", [](WavFile& wav, const Chunk& chunk) { return wav.readId3Chunk(chunk); }},
+    {"id3 ", [](WavFile& wav, const Chunk& chunk) { return wav.readId3Chunk(chunk); }},
 };
 // clang-format on
 
@@ -187,9 +131,7 @@ bool readChunk(WavFile& wav, const Chunk& chunk) {
 bool readChunks(WavFile& wav) {
   while (const auto chunk = wav.walker.next()) {
     if (chunk->isTruncated() && chunk->id != FourCC("data")) {
-      if (!wav.format || !wav.data) return fail(u"Reading from file failed");
-      wav.dropped(textOf(chunk->id) + u" chunk", u"Reading from file failed");
-      return true;
+      return wav.readTruncated(*chunk);
     }
     if (!readChunk(wav, *chunk)) return false;
   }
@@ -214,8 +156,6 @@ bool readWav(Collection& collection, const SourceFile& file, uint32_t) {
   if (!readChunks(wav)) return false;
   if (wav.cues.ignoredPoints() > 0) wav.dropped(u"cue points", u"they do not refer to the sample data");
   wav.cues.addMarkers(*wav.waveform, wav.loopCueIds, wav.hasSampler);
-  // Last, because its texts say how they are encoded.
-  for (const auto& chunk : wav.id3) readId3(loadChunk(wav.bytes(), chunk, id3Limit), wav.waveform->tags);
   return wav.finish(collection);
 }
 

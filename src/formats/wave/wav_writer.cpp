@@ -48,6 +48,30 @@ bool writeData(ByteWriter& writer, Size size, const WavePlan& plan, const Wavefo
   return writer.ok();
 }
 
+void writeChunk(ByteWriter& writer, FourCC id, std::span<const std::byte> body) {
+  if (body.empty()) return;
+  const ChunkScope chunk(writer, id);
+  writer.bytes(body);
+}
+
+void writeMetadata(ByteWriter& writer, const Waveform& waveform, ConversionReport& report) {
+  WavMetadata metadata(waveform, report);
+  writeInfoTags(writer, waveform.tags, metadata.keptInfo());
+  const auto cues = metadata.takeCues();
+  if (!cues.empty()) writeCues(writer, cues, metadata.keptLabels());
+  writeChunk(writer, "smpl", metadata.sampler());
+  writeChunk(writer, "inst", metadata.instrument());
+  writeChunk(writer, "id3 ", metadata.id3());
+}
+
+bool writeForeign(ByteWriter& writer, const std::vector<const ForeignChunk*>& chunks) {
+  for (const auto* kept : chunks) {
+    const ChunkScope chunk(writer, kept->id);
+    if (!writer.sink().writeFrom(*kept->source, kept->offset, kept->bytes)) return false;
+  }
+  return true;
+}
+
 void patchSizes(ByteWriter& writer, Size size) {
   const uint64_t riffSize = writer.position() - 8;
   if (size == Size::bits64) {
@@ -70,11 +94,11 @@ bool writeWav(const Item& item, TargetFile& file, uint32_t variant) {
   ByteWriter writer(file.sink);
   writeHeader(writer, size, *plan, waveform);
   writeFormat(writer, *plan);
-  if (!writeForeignChunks(writer, waveform, true, plan->isVerbatim, file.report)) return false;
+  if (!writeForeign(writer, foreignChunks(waveform, true, plan->isVerbatim, file.report))) return false;
   if (plan->needsFrameCount) writeFrameCount(writer, waveform);
   if (!writeData(writer, size, *plan, waveform, file)) return false;
-  writeWavMetadata(writer, waveform, file.report);
-  if (!writeForeignChunks(writer, waveform, false, plan->isVerbatim, file.report)) return false;
+  writeMetadata(writer, waveform, file.report);
+  if (!writeForeign(writer, foreignChunks(waveform, false, plan->isVerbatim, file.report))) return false;
   patchSizes(writer, size);
   return writer.ok();
 }
