@@ -102,4 +102,10 @@ bool matchesExtension(TextView extension, TextView pattern) {
   return extension.size() == pattern.size();
 }
 
+FormatIndex writerForExtension(TextView extension) {
+  for (FormatIndex i = 0; const FormatDescriptor* row = rowAt(i); ++i)
+    if (row->write && matchesExtension(extension, row->extension)) return i;
+  return noFormat;
+}
+
 }  // namespace tervo

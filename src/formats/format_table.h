@@ -119,6 +119,9 @@ const FormatDescriptor* rowAt(FormatIndex index);
 /// The row's description; "Unknown file type" outside the table.
 TextView descriptionOf(FormatIndex index);
 
+/// The first row with this extension that can write; noFormat when there is none.
+FormatIndex writerForExtension(TextView extension);
+
 struct WriterInfo {
   uint32_t flags = 0;
   uint32_t variant = 0;
