@@ -18,9 +18,11 @@ constexpr const char* versionText = "tervo 12.9.0 (Tervo Studio)";
 struct Collected {
   std::vector<std::string> files, answers, sets;
   std::string target, format, item, coding, report, key, value, rawFormat, rawOrder;
-  double rate = 0, rawRate = 44100;
-  int channels = 0, rawChannels = 1;
-  uint64_t rawOffset = 0;
+  double rate = 0;
+  int channels = 0;
+  std::optional<double> rawRate;
+  std::optional<int> rawChannels;
+  std::optional<uint64_t> rawOffset;
   bool rawUnsigned = false, reportWanted = false;
 };
 
@@ -125,14 +127,18 @@ NamedFile named(const std::string& file) {
   return {shown, shown.empty() ? Text() : platform::absolute(shown)};
 }
 
-RawLayout rawLayout(const Collected& got) {
+/// Nothing without a --raw option: then each headerless format is read as is usual for it.
+std::optional<RawLayout> rawLayout(const Collected& got) {
+  const bool said = !got.rawFormat.empty() || !got.rawOrder.empty() || got.rawUnsigned || got.rawRate ||
+                    got.rawChannels || got.rawOffset;
+  if (!said) return std::nullopt;
   RawLayout raw;
   uint32_t flags = got.rawUnsigned ? Unsigned : 0;
   if (got.rawOrder == "big") flags |= BigEndian;
   raw.format = formatWord(got.rawFormat.empty() ? SampleFormat::pcm16 : *formatNamed(got.rawFormat), flags);
-  raw.channels = got.rawChannels;
-  raw.sampleRate = got.rawRate;
-  raw.offset = got.rawOffset;
+  raw.channels = got.rawChannels.value_or(raw.channels);
+  raw.sampleRate = got.rawRate.value_or(raw.sampleRate);
+  raw.offset = got.rawOffset.value_or(raw.offset);
   return raw;
 }
 

@@ -38,7 +38,7 @@ struct CommandLine {
   ReportOutput report = ReportOutput::none;
   NamedFile reportFile;
   SaveOptions save;
-  RawLayout raw;
+  std::optional<RawLayout> raw;
   Text settingKey;
   Text settingValue;
 };
