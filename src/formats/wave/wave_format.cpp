@@ -12,7 +12,6 @@ namespace {
 // More channels than any recorder has make a file that lies.
 constexpr int maxChannels = 1024;
 constexpr std::size_t baseBytes = 16;
-constexpr std::size_t extensibleBytes = 40;
 
 bool setStored(WaveFormat& format, SampleFormat stored, uint32_t flags = 0) {
   format.format = formatWord(stored, flags);
