@@ -127,18 +127,14 @@ NamedFile named(const std::string& file) {
   return {shown, shown.empty() ? Text() : platform::absolute(shown)};
 }
 
-/// Nothing without a --raw option: then each headerless format is read as is usual for it.
-std::optional<RawLayout> rawLayout(const Collected& got) {
-  const bool said = !got.rawFormat.empty() || !got.rawOrder.empty() || got.rawUnsigned || got.rawRate ||
-                    got.rawChannels || got.rawOffset;
-  if (!said) return std::nullopt;
-  RawLayout raw;
-  uint32_t flags = got.rawUnsigned ? Unsigned : 0;
-  if (got.rawOrder == "big") flags |= BigEndian;
-  raw.format = formatWord(got.rawFormat.empty() ? SampleFormat::pcm16 : *formatNamed(got.rawFormat), flags);
-  raw.channels = got.rawChannels.value_or(raw.channels);
-  raw.sampleRate = got.rawRate.value_or(raw.sampleRate);
-  raw.offset = got.rawOffset.value_or(raw.offset);
+RawRequest rawRequest(const Collected& got) {
+  RawRequest raw;
+  if (!got.rawFormat.empty()) raw.format = formatNamed(got.rawFormat);
+  if (!got.rawOrder.empty()) raw.byteOrder = got.rawOrder == "big" ? ByteOrder::big : ByteOrder::little;
+  raw.isUnsigned = got.rawUnsigned;
+  raw.channels = got.rawChannels;
+  raw.sampleRate = got.rawRate;
+  raw.offset = got.rawOffset.value_or(0);
   return raw;
 }
 
@@ -149,7 +145,7 @@ void complete(CommandLine& line, const Collected& got) {
   line.target = named(got.target);
   line.settingKey = fromPathBytes(got.key);
   line.settingValue = fromPathBytes(got.value);
-  line.raw = rawLayout(got);
+  line.raw = rawRequest(got);
   if (!got.format.empty()) line.format = fromPathBytes(got.format);
   if (!got.item.empty()) line.item = fromPathBytes(got.item);
   if (!got.coding.empty() && got.coding != "auto") line.save.coding = codingNamed(got.coding);

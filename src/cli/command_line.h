@@ -38,7 +38,7 @@ struct CommandLine {
   ReportOutput report = ReportOutput::none;
   NamedFile reportFile;
   SaveOptions save;
-  std::optional<RawLayout> raw;
+  RawRequest raw;
   Text settingKey;
   Text settingValue;
 };

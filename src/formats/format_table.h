@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/byte_source.h"
+#include "base/endian.h"
 #include "core/host.h"
 #include "core/report.h"
 #include "core/sample_format.h"
@@ -26,12 +27,23 @@ using FormatIndex = int;
 inline constexpr FormatIndex noFormat = -1;
 inline constexpr std::size_t formatCount = 543;
 
-/// How bytes without a header are to be read (row 0).
+/// How bytes without a header are read; the defaults are those of row 0.
 struct RawLayout {
   SampleFormatWord format = formatWord(SampleFormat::pcm16);
   int channels = 1;
   double sampleRate = 44100;  ///< Hz
   uint64_t offset = 0;        ///< bytes before the samples
+};
+
+/// What the user has said about bytes without a header. The rest is as usual for the row.
+struct RawRequest {
+  std::optional<SampleFormat> format = {};
+  std::optional<ByteOrder> byteOrder = {};
+  bool isUnsigned = false;
+  bool splitChannels = false;
+  std::optional<int> channels = {};
+  std::optional<double> sampleRate = {};  ///< Hz
+  uint64_t offset = 0;                    ///< bytes before the samples
 };
 
 /// A file being read, and what its reader may use.
@@ -41,7 +53,7 @@ struct SourceFile {
   Host& host;
   ConversionReport& report;
   const Settings& settings;
-  std::optional<RawLayout> raw = {};  ///< as far as the user has said
+  RawRequest raw = {};
 };
 
 /// What the user asked for when saving.

@@ -18,8 +18,7 @@ struct OpenContext {
   Host& host;
   ConversionReport& report;
   const Settings& settings;
-  /// The layout of bytes without a header, as far as the user has said.
-  std::optional<RawLayout> raw = {};
+  RawRequest raw = {};
   /// The load-time normalisation ("Fixing up items..."): run over what has been read, before it joins the collection
   /// that it is merged into, if any. Without it items stay as their codec made them.
   std::function<void(Collection& loaded, const Collection* mergedInto)> normalise = {};

@@ -55,7 +55,7 @@ TEST_F(OpenFlow, ReplacesTheDocument) {
 TEST_F(OpenFlow, AFileThatCannotBeReadLeavesAnEmptyCollection) {
   folder.put(u"one.xyz", "12345678");
   OpenContext context = opening();
-  context.raw = RawLayout{.channels = 3};
+  context.raw = {.channels = 3};
   EXPECT_FALSE(OpenFile(document, folder.text(u"one.xyz"), RawFallback::allowed, context));
   EXPECT_EQ(LastErrorText(), u"Too many channels");
   EXPECT_EQ(document.name, u"Empty collection");

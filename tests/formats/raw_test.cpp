@@ -9,7 +9,7 @@ using namespace std::string_literals;
 
 class Headerless : public FlowTest {
  protected:
-  const Waveform* read(TextView name, std::string_view bytes, std::optional<RawLayout> raw = {}) {
+  const Waveform* read(TextView name, std::string_view bytes, RawRequest raw = {}) {
     folder.put(name, bytes);
     OpenContext context = opening();
     context.raw = raw;
@@ -80,20 +80,25 @@ TEST_F(Headerless, WritesTheBytesItReads) {
 }
 
 TEST_F(Headerless, FollowsTheUsersLayout) {
-  const RawLayout layout = {formatWord(SampleFormat::pcm16, BigEndian | SplitChannels), 2, 22050, 3};
+  const RawRequest layout = {
+      .byteOrder = ByteOrder::big, .splitChannels = true, .channels = 2, .sampleRate = 22050, .offset = 3};
   const Waveform* waveform = read(u"a.xyz", "abc\x40\x00\x20\x00\xC0\x00\xE0\x00"s, layout);
   ASSERT_TRUE(waveform);
   EXPECT_EQ(framesOf(*waveform), (std::vector<float>{0.5f, -0.5f, 0.25f, -0.25f}));
   EXPECT_EQ(waveform->sampleRate, 22050);
-  // The extension's own coding stays.
-  waveform = read(u"a.sb", "abc\x40\x20"s, layout);
+  // What is not said is as usual for the extension.
+  waveform = read(u"a.ub", "abc\xC0"s, {.offset = 3});
+  ASSERT_TRUE(waveform);
+  EXPECT_EQ(framesOf(*waveform), std::vector<float>{0.5f});
+  waveform = read(u"a.cdr", "\x00\x40\x00\x20"s, {.byteOrder = ByteOrder::little});
   ASSERT_TRUE(waveform);
   EXPECT_EQ(framesOf(*waveform), (std::vector<float>{0.5f, 0.25f}));
+  EXPECT_EQ(waveform->channels(), 2);
 }
 
 TEST_F(Headerless, RefusesWhatCannotBe) {
   struct Case {
-    RawLayout layout;
+    RawRequest layout;
     TextView message;
   };
   for (const Case& each :
@@ -101,10 +106,10 @@ TEST_F(Headerless, RefusesWhatCannotBe) {
         Case{{.channels = 1 << 30}, u"Too many channels"}, Case{{.sampleRate = 0}, u"Invalid sample rate"},
         Case{{.sampleRate = std::numeric_limits<double>::quiet_NaN()}, u"Invalid sample rate"},
         Case{{.offset = 8}, u"Zero length"}, Case{{.offset = ~uint64_t{0}}, u"Zero length"},
-        Case{{.format = formatWord(SampleFormat::gsm)}, u"Invalid format for generic import function!"},
-        Case{{.format = formatWord(SampleFormat::midi)}, u"Invalid format for generic import function!"},
-        Case{{.format = 0}, u"Invalid format for generic import function!"},
-        Case{{.format = formatWord(SampleFormat::float64), .channels = 2}, u"Zero length"}}) {
+        Case{{.format = SampleFormat::gsm}, u"Invalid format for generic import function!"},
+        Case{{.format = SampleFormat::midi}, u"Invalid format for generic import function!"},
+        Case{{.format = SampleFormat::none}, u"Invalid format for generic import function!"},
+        Case{{.format = SampleFormat::float64, .channels = 2}, u"Zero length"}}) {
     EXPECT_FALSE(read(u"a.xyz", "12345678", each.layout));
     EXPECT_EQ(LastErrorText(), each.message);
   }

@@ -114,7 +114,7 @@ int detectRockwell(std::span<const std::byte> head, uint32_t, uint64_t) {
 
 bool readYamahaAdpcm(Collection& collection, const SourceFile& file, uint32_t) {
   RawCoding coding{SampleFormat::adpcm4, 0, RawLayout{}.sampleRate};
-  if (file.raw && file.raw->channels == 2) coding.channels = 2;
+  if (file.raw.channels == 2) coding.channels = 2;
   return addCodes(collection, file, coding, yamahaAdpcmDecoder(coding.channels));
 }
 

@@ -42,9 +42,8 @@ void reportLosses(TargetFile& file, const Waveform& waveform) {
 }  // namespace
 
 RawCoding asTheUserSays(RawCoding coding, const SourceFile& file) {
-  if (!file.raw) return coding;
-  coding.rate = file.raw->sampleRate;
-  coding.offset += file.raw->offset;
+  coding.rate = file.raw.sampleRate.value_or(coding.rate);
+  coding.offset += file.raw.offset;
   return coding;
 }
 

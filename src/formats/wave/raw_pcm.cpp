@@ -16,6 +16,20 @@ namespace {
 
 constexpr double lowestRate = 1, highestRate = 768000;  // Hz, what a waveform may have
 
+uint32_t layoutFlags(uint32_t usual, const RawRequest& raw) {
+  uint32_t flags = usual;
+  if (raw.byteOrder) flags = (flags & ~BigEndian) | (*raw.byteOrder == ByteOrder::big ? BigEndian : 0);
+  if (raw.isUnsigned) flags |= Unsigned;
+  if (raw.splitChannels) flags |= SplitChannels;
+  return flags;
+}
+
+RawLayout asRequested(const RawLayout& usual, const RawRequest& raw) {
+  const uint32_t usualFlags = usual.format & (SplitChannels | Unsigned | BigEndian);
+  return {formatWord(raw.format.value_or(formatOf(usual.format)), layoutFlags(usualFlags, raw)),
+          raw.channels.value_or(usual.channels), raw.sampleRate.value_or(usual.sampleRate), usual.offset + raw.offset};
+}
+
 /// How many whole frames the bytes from the offset on make; those left over are reported.
 int64_t wholeFrames(const SourceFile& file, const RawLayout& layout) {
   const uint64_t size = file.bytes->size();
@@ -83,8 +97,7 @@ Motion motionOf(std::span<const std::byte> bytes) {
 }  // namespace
 
 bool readHeaderless(Collection& collection, const SourceFile& file, const RawLayout& usual) {
-  RawLayout layout = usual;
-  if (file.raw) layout = {usual.format, file.raw->channels, file.raw->sampleRate, file.raw->offset};
+  const RawLayout layout = asRequested(usual, file.raw);
   if (!(layout.sampleRate >= lowestRate && layout.sampleRate <= highestRate)) return fail(u"Invalid sample rate");
 
   StoredSamples stored;
@@ -102,7 +115,7 @@ bool readHeaderless(Collection& collection, const SourceFile& file, const RawLay
 }
 
 bool readRaw(Collection& collection, const SourceFile& file, uint32_t) {
-  return readHeaderless(collection, file, file.raw.value_or(RawLayout{}));
+  return readHeaderless(collection, file, RawLayout{});
 }
 
 bool readStereoWords(Collection& collection, const SourceFile& file, uint32_t variant) {

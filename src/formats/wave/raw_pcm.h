@@ -10,7 +10,7 @@ namespace tervo {
 /// Row 0: everything about the layout comes from the user, or from the defaults of RawLayout.
 bool readRaw(Collection& collection, const SourceFile& file, uint32_t variant);
 
-/// Reads samples with this layout; channels, rate and offset are the user's where there are any.
+/// Reads samples with this layout, except for what the user says otherwise.
 bool readHeaderless(Collection& collection, const SourceFile& file, const RawLayout& usual);
 
 /// The rate in Hz at which a headerless file of this format is read.

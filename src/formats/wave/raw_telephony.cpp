@@ -33,7 +33,8 @@ BitOrder orderOf(uint32_t flags) {
 
 /// The user's order of bits, else the row's.
 uint32_t orderFlag(const SourceFile& file, uint32_t variant) {
-  return (file.raw ? file.raw->format : variant) & BigEndian;
+  if (!file.raw.byteOrder) return variant & BigEndian;
+  return *file.raw.byteOrder == ByteOrder::big ? BigEndian : 0;
 }
 
 RawCoding codingOfBits(int bits, uint32_t flags) {

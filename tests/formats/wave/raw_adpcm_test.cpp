@@ -59,7 +59,7 @@ class RawAdpcm : public testing::Test {
   Host host_;
   ConversionReport report_;
   Settings settings_;
-  std::optional<RawLayout> raw_;
+  RawRequest raw_;
   Collection collection_;
 };
 
@@ -104,16 +104,16 @@ TEST_F(RawAdpcm, TheUsersRateAndOffsetGoFirst) {
   Bytes file = bytesOf("head");
   const Bytes codes = someCodes(40);
   file.insert(file.end(), codes.begin(), codes.end());
-  raw_ = RawLayout{0, 1, 11025, 4};
+  raw_ = {.sampleRate = 11025, .offset = 4};
   ASSERT_TRUE(read(readVox, file, 6000));
   EXPECT_EQ(waveform().sampleRate, 11025);
   EXPECT_EQ(frames(), decoded(okiAdpcmDecoder(), codes));
 
-  raw_ = RawLayout{0, 2, 22050, 0};
+  raw_ = {.channels = 2, .sampleRate = 22050};
   ASSERT_TRUE(read(readYamahaAdpcm, codes, 0));
   EXPECT_EQ(waveform().channels(), 2);
   EXPECT_EQ(waveform().frames(), 40);
-  raw_ = RawLayout{0, 1, 8000, 1000};  // beyond the end
+  raw_ = {.offset = 1000};  // beyond the end
   EXPECT_FALSE(read(readYamahaAdpcm, codes, 0));
 }
 

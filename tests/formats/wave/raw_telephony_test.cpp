@@ -25,7 +25,7 @@ struct Opened {
   Collection collection;
 };
 
-std::unique_ptr<Opened> open(const FormatDescriptor& row, Bytes bytes, std::optional<RawLayout> raw = {}) {
+std::unique_ptr<Opened> open(const FormatDescriptor& row, Bytes bytes, RawRequest raw = {}) {
   Host host;
   ConversionReport report;
   const Settings settings{};
@@ -92,7 +92,8 @@ TEST(RawTelephony, RowsReadWhatTheyWrite) {
     const Bytes bytes = save(writer, *waveform, report, pair.kbit);
     EXPECT_EQ(bytes.size(), pair.bytes);
     EXPECT_TRUE(report.lostSomething());
-    const auto opened = open(rowNamed(pair.extension, pair.reads), bytes, RawLayout{writer.variant & BigEndian});
+    const auto order = writer.variant & BigEndian ? ByteOrder::big : ByteOrder::little;
+    const auto opened = open(rowNamed(pair.extension, pair.reads), bytes, {.byteOrder = order});
     ASSERT_TRUE(opened->ok);
     const Waveform& back = *opened->collection.waveforms()[0];
     EXPECT_EQ(back.name, u"call");
