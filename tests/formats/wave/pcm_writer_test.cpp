@@ -149,11 +149,16 @@ std::vector<int> decisionValues(int first, std::initializer_list<int> intervals,
   return values;
 }
 
+/// A-law: 13-bit values, 32 intervals of 2 and 16 of each doubled width. Mu-law: 14-bit values, after the first
+/// interval of 1 there are 15 of 2, then 16 of each doubled width.
+std::vector<int> positiveDecisionValues(CompandingLaw law) {
+  if (law == CompandingLaw::aLaw) return decisionValues(2, {31, 16, 16, 16, 16, 16, 16}, 2, 8);
+  return decisionValues(1, {15, 16, 16, 16, 16, 16, 16, 16}, 2, 4);
+}
+
 TEST(G711, CompressesAtTheDecisionValuesOfTheStandard) {
-  // A-law: 13-bit values, 32 intervals of 2 and 16 of each doubled width. Mu-law: 14-bit values, after the first
-  // interval of 1 there are 15 of 2, then 16 of each doubled width.
-  const auto aLaw = decisionValues(2, {31, 16, 16, 16, 16, 16, 16}, 2, 8);
-  const auto muLaw = decisionValues(1, {15, 16, 16, 16, 16, 16, 16, 16}, 2, 4);
+  const auto aLaw = positiveDecisionValues(CompandingLaw::aLaw);
+  const auto muLaw = positiveDecisionValues(CompandingLaw::muLaw);
   for (int value = 0; value < 32768; ++value) {
     const auto aIndex = std::upper_bound(aLaw.begin(), aLaw.end(), value) - aLaw.begin();
     const auto muIndex =
@@ -164,6 +169,21 @@ TEST(G711, CompressesAtTheDecisionValuesOfTheStandard) {
     ASSERT_EQ(compress(CompandingLaw::aLaw, minus), aIndex ^ 0x55) << value;
     ASSERT_EQ(compress(CompandingLaw::muLaw, plus), 0xFF - muIndex) << value;
     ASSERT_EQ(compress(CompandingLaw::muLaw, minus), 0x7F - muIndex) << value;
+  }
+}
+
+TEST(G711, ExpandsToTheMiddleOfEachInterval) {
+  for (auto law : {CompandingLaw::aLaw, CompandingLaw::muLaw}) {
+    const bool isALaw = law == CompandingLaw::aLaw;
+    auto bounds = positiveDecisionValues(law);
+    bounds.insert(bounds.begin(), isALaw ? 0 : -bounds[0]);  // zero itself is an output of mu-law
+    bounds.push_back(isALaw ? 4096 * 8 : 8159 * 4);
+    const auto table = expansionTable(law);
+    for (std::size_t i = 0; i < 128; ++i) {
+      const auto magnitude = static_cast<float>(bounds[i] + bounds[i + 1]) / 65536.0f;
+      EXPECT_EQ(table[isALaw ? (0x80 | i) ^ 0x55 : 0xFF - i], magnitude);
+      EXPECT_EQ(table[isALaw ? i ^ 0x55 : 0x7F - i], -magnitude);
+    }
   }
 }
 
