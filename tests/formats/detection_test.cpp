@@ -32,6 +32,12 @@ Bytes sixteenBits(const Bytes& samples) {
   return bytes;
 }
 
+Bytes riffWave() {
+  Bytes bytes;
+  for (const char c : std::string_view("RIFF\x04\x00\x00\x00WAVE", 12)) bytes.push_back(std::byte(c));
+  return bytes;
+}
+
 Detection detect(TextView name, Bytes bytes) {
   return DetectFormat(name, MemorySource(std::move(bytes)));
 }
@@ -44,6 +50,11 @@ TEST(DetectFormat, ScoresContentAndExtension) {
     int confidence;
   };
   for (const Case& each : {
+           Case{u"a.wav", riffWave(), u"Microsoft wave", 100},
+           Case{u"a.xyz", riffWave(), u"Microsoft wave", 66},
+           Case{u"a.sw", riffWave(), u"Microsoft wave", 66},
+           Case{u"a.wav", noise(300), u"Unrecognized", 0},
+           Case{u"a.vox", noise(300), u"Dialogic 4-bit ADPCM", 55},
            Case{u"a.sw", noise(300), u"Signed words (16-bit) - Little Endian", 55},
            Case{u"A.SW", noise(1), u"Signed words (16-bit) - Little Endian", 55},
            Case{u"/folder.sw/a", noise(300), u"Unrecognized", 0},

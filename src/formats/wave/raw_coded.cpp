@@ -5,7 +5,7 @@
 #include "base/last_error.h"
 #include "core/collection.h"
 #include "formats/codec/encode_stream.h"
-#include "formats/number_text.h"
+#include "formats/wave/headerless_losses.h"
 #include "platform/path.h"
 
 namespace tervo {
@@ -19,24 +19,6 @@ void reportCoding(TargetFile& file, const Waveform& waveform, const RawCoding& c
   if (before != coding.format) {
     file.report.approximated(waveform.name, u"sample format", nameOf(before), nameOf(coding.format));
   }
-  if (waveform.sampleRate != coding.rate) {
-    file.report.approximated(waveform.name, u"sample rate", numberText(waveform.sampleRate) + u" Hz",
-                             u"not in the file, which is read as " + numberText(coding.rate) + u" Hz");
-  }
-}
-
-void reportLosses(TargetFile& file, const Waveform& waveform) {
-  const TextView why = u"the file has no header";
-  if (waveform.rootKey != 60 || waveform.fineTune != 0) file.report.dropped(waveform.name, u"root key and tuning", why);
-  if (waveform.gain != 0) file.report.dropped(waveform.name, u"playback volume", why);
-  if (!waveform.markers.empty()) file.report.dropped(waveform.name, u"markers and loops", why);
-  for (std::size_t i = 0; i < tagCount; ++i) {
-    const auto tag = static_cast<Tag>(i);
-    if (tag == Tag::name || tag == Tag::sourceFile || waveform.tags[tag].empty()) continue;
-    file.report.dropped(waveform.name, u"tag " + Text(nameOf(tag)), why);
-  }
-  if (waveform.tags.image) file.report.dropped(waveform.name, u"image", why);
-  if (!waveform.foreignChunks.empty()) file.report.dropped(waveform.name, u"chunks of the source file", why);
 }
 
 }  // namespace
@@ -85,7 +67,7 @@ bool writeCodedWaveform(const Item& item, TargetFile& file, const RawCoding& cod
   const SampleRef samples = waveform.samples ? withChannels(waveform.samples, coding.channels) : nullptr;
   if (!samples) return fail(u"Empty item - nothing to save");
   reportCoding(file, waveform, coding);
-  reportLosses(file, waveform);
+  reportHeaderlessLosses(file, waveform, coding.rate);
   return encodeAll(*samples, *encoder, file.sink, file.host);
 }
 

@@ -6,6 +6,7 @@
 #include "base/last_error.h"
 #include "core/collection.h"
 #include "formats/number_text.h"
+#include "formats/wave/headerless_losses.h"
 #include "formats/wave/pcm_import.h"
 #include "formats/wave/sample_encoder.h"
 #include "formats/writer_rules.h"
@@ -43,27 +44,6 @@ int64_t wholeFrames(const SourceFile& file, const RawLayout& layout) {
                         u"bytes at the end: " + numberText(static_cast<double>(bytes - used)),
                         u"they do not make a whole frame");
   return static_cast<int64_t>(frames);
-}
-
-void reportPlayback(const TargetFile& file, const Waveform& waveform, SampleFormat format) {
-  const TextView why = u"the file has no header";
-  const double readAs = headerlessRate(format);
-  if (waveform.sampleRate != readAs)
-    file.report.approximated(waveform.name, u"sample rate", numberText(waveform.sampleRate) + u" Hz",
-                             u"not in the file, which is read as " + numberText(readAs) + u" Hz");
-  if (waveform.channels() == 2) file.report.dropped(waveform.name, u"channel count", why);
-  if (waveform.rootKey != 60 || waveform.fineTune != 0) file.report.dropped(waveform.name, u"root key and tuning", why);
-  if (waveform.gain != 0) file.report.dropped(waveform.name, u"playback volume", why);
-}
-
-void reportExtras(const TargetFile& file, const Waveform& waveform) {
-  const TextView why = u"the file has no header";
-  if (!waveform.markers.empty()) file.report.dropped(waveform.name, u"markers and loops", why);
-  for (std::size_t i = 0; i < tagCount; ++i)
-    if (const auto tag = static_cast<Tag>(i); tag != Tag::sourceFile && tag != Tag::name && !waveform.tags[tag].empty())
-      file.report.dropped(waveform.name, u"tag " + Text(nameOf(tag)), why);
-  if (waveform.tags.image) file.report.dropped(waveform.name, u"image", why);
-  if (!waveform.foreignChunks.empty()) file.report.dropped(waveform.name, u"chunks of the source file", why);
 }
 
 /// How a run of bytes moves, seen as signed and as unsigned samples.
@@ -126,8 +106,7 @@ bool writeHeaderless(const Item& item, TargetFile& file, uint32_t variant) {
   if (item.kind() != ItemKind::waveform) return fail(u"The file format can not save this item");
   const auto& waveform = static_cast<const Waveform&>(item);
   const SampleFormat format = chooseSampleFormat(file, waveform);
-  reportPlayback(file, waveform, format);
-  reportExtras(file, waveform);
+  reportHeaderlessLosses(file, waveform, headerlessRate(format));
   return writeSamples(file.sink, *waveform.samples, formatWord(format, variant), file.host);
 }
 
