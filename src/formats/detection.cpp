@@ -4,6 +4,7 @@
 #include <array>
 #include <vector>
 
+#include "base/last_error.h"
 #include "formats/detect_shared.h"
 #include "formats/wave/raw_pcm.h"
 #include "platform/path.h"
@@ -44,7 +45,10 @@ const std::vector<Candidate>& candidates() {
 
 Detection DetectFormat(TextView fileName, const ByteSource& file) {
   const uint64_t size = file.size();
-  if (size == 0) return {};
+  if (size == 0) {
+    setLastErrorText(u"File is of zero size");
+    return {};
+  }
   std::array<std::byte, headBytes> buffer;
   const std::size_t wanted = static_cast<std::size_t>(std::min<uint64_t>(size, headBytes));
   const std::span<const std::byte> head(buffer.data(), file.readAt(0, std::span(buffer).first(wanted)));

@@ -7,7 +7,7 @@
 namespace tervo {
 
 struct Detection {
-  FormatIndex index = noFormat;  ///< noFormat for a file of size 0
+  FormatIndex index = noFormat;  ///< noFormat, with "File is of zero size", for a file without bytes
   int confidence = 0;            ///< percent; 0 when only row 0 takes the file
 };
 

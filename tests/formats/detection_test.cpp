@@ -5,6 +5,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "base/last_error.h"
+
 namespace tervo {
 namespace {
 
@@ -69,6 +71,7 @@ TEST(DetectFormat, ScoresContentAndExtension) {
     EXPECT_EQ(found.confidence, each.confidence) << toUtf8(each.name);
   }
   EXPECT_EQ(detect(u"a.sw", {}).index, noFormat);
+  EXPECT_EQ(LastErrorText(), u"File is of zero size");
 }
 
 TEST(DetectFormat, TakesRawForSignedBytesOnlyWhenItLooksLikeThem) {

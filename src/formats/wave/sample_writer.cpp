@@ -19,8 +19,8 @@ SampleFormatWord essential(SampleFormatWord word, int channels) {
   uint32_t flags = word & (SplitChannels | Unsigned | BigEndian);
   if (channels == 1) flags &= ~SplitChannels;
   if (bitsOf(format) == 8) flags &= ~BigEndian;
-  const bool isInteger = format <= SampleFormat::pcm32 || format == SampleFormat::deltaPcm8 ||
-                         format == SampleFormat::deltaPcm16;
+  const bool isInteger =
+      format <= SampleFormat::pcm32 || format == SampleFormat::deltaPcm8 || format == SampleFormat::deltaPcm16;
   if (!isInteger) flags &= ~Unsigned;
   return formatWord(format, flags);
 }
