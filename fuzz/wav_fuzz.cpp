@@ -1,0 +1,8 @@
+// WAV files of any content: read, streamed to the end, and saved again as WAV and as Wave64.
+
+#include "formats/wave/wav_reader.h"
+#include "fuzz/wave_round_trip.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  return tervo::fuzzRoundTrip(data, size, tervo::readWav);
+}
