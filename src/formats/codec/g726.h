@@ -8,7 +8,7 @@
 
 namespace tervo {
 
-/// A decoder of 2 to 5 bits a sample; RIFF-WAVE files have BitOrder::little. Several channels alternate word by word.
+/// A decoder of 2 to 5 bits a sample. Several channels alternate word by word.
 /// Null, with LastErrorText, for other numbers of bits.
 DecoderFactory g726Decoder(int bits, BitOrder order, int channels = 1);
 std::unique_ptr<BlockEncoder> g726Encoder(int bits, BitOrder order, int channels = 1);
