@@ -149,7 +149,7 @@ struct TypePrinter {
   std::string operator()(std::span<T> field) const {
     if (row.limits.isFlag) return "on/off";
     const SettingLimits limits = limitsOf<T>(row);
-    const std::string what = field.size() == 1 ? "number" : fmt::format("{} numbers", field.size());
+    std::string what = field.size() == 1 ? "number" : fmt::format("{} numbers", field.size());
     if (std::is_floating_point_v<T> && row.limits.low == row.limits.high) return what;
     return fmt::format("{} {:.0f}..{:.0f}", what, limits.low, limits.high);
   }

@@ -9,7 +9,7 @@
 namespace tervo::platform {
 namespace {
 
-constexpr std::size_t bufferSize = 256 * 1024;
+constexpr std::size_t bufferSize = std::size_t{256} << 10;
 
 class BufferedFile final : public OutputFile {
  public:

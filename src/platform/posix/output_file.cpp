@@ -117,7 +117,7 @@ class StreamOutput final : public TemporaryOutput {
 
  private:
   bool send(int target) const {
-    std::vector<std::byte> block(256 * 1024);
+    std::vector<std::byte> block(std::size_t{256} << 10);
     for (uint64_t at = 0;;) {
       const ssize_t got = pread(file_->descriptor(), block.data(), block.size(), static_cast<off_t>(at));
       if (got < 0 && errno == EINTR) continue;
@@ -137,7 +137,9 @@ std::optional<std::string> throughLinks(std::string path) {
     const ssize_t length = readlink(path.c_str(), link.data(), link.size());
     if (length < 0) return path;
     link.resize(static_cast<std::size_t>(length));
-    path = link.starts_with('/') ? link : path.substr(0, path.rfind('/') + 1) + link;
+    // A relative link starts from the folder that it stands in.
+    path.resize(link.starts_with('/') ? 0 : path.rfind('/') + 1);
+    path += link;
   }
   errno = ELOOP;
   return std::nullopt;
@@ -148,13 +150,6 @@ FileDescriptor openFolder(const std::string& path) {
   // A folder that may be written but not listed can still be named.
   if (!folder && errno == EACCES) folder = FileDescriptor(open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   return folder;
-}
-
-std::unique_ptr<UnbufferedFile> createStream(const std::string& target) {
-  FileDescriptor folder = openFolder(toPathBytes(temporaryFolder()));
-  auto file = folder ? TemporaryFile::create(folder.get(), 0600) : nullptr;
-  if (!file) return failBySystem(couldNotOpen);
-  return std::make_unique<StreamOutput>(std::move(folder), std::move(file), target);
 }
 
 /// Owner, group and mode of the file that is being replaced, as far as this user may give them.
@@ -169,42 +164,60 @@ void takeOver(int file, const struct stat& replaced) {
   fchmod(file, replaced.st_mode & 0777);
 }
 
-/// The status of what is there; nothing, with errno 0, when the name is free; an errno when it may not be replaced.
-std::optional<struct stat> replaceable(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) {
-    if (errno == ENOENT) errno = 0;
-    return std::nullopt;
-  }
-  if (S_ISREG(status.st_mode)) {
-    if (access(path.c_str(), W_OK) != 0) return std::nullopt;
-  } else if (!S_ISCHR(status.st_mode) && !S_ISFIFO(status.st_mode)) {
+enum class TargetKind { absent, file, stream, refused };
+
+struct Target {
+  TargetKind kind;
+  struct stat status;
+};
+
+/// What the path leads to now; errno says why it is refused.
+Target targetAt(const std::string& path) {
+  Target target{};
+  if (stat(path.c_str(), &target.status) != 0) {
+    target.kind = errno == ENOENT ? TargetKind::absent : TargetKind::refused;
+  } else if (S_ISREG(target.status.st_mode)) {
+    const bool writable = faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0;
+    target.kind = writable ? TargetKind::file : TargetKind::refused;
+  } else if (S_ISCHR(target.status.st_mode) || S_ISFIFO(target.status.st_mode)) {
+    target.kind = TargetKind::stream;
+  } else {
     // Writing sound over a disc's blocks is never what was meant.
-    errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-    return std::nullopt;
+    target.kind = TargetKind::refused;
+    errno = S_ISDIR(target.status.st_mode) ? EISDIR : EINVAL;
   }
-  errno = 0;
-  return status;
+  return target;
+}
+
+std::unique_ptr<UnbufferedFile> createStream(const std::string& target) {
+  FileDescriptor folder = openFolder(toPathBytes(temporaryFolder()));
+  auto file = folder ? TemporaryFile::create(folder.get(), 0600) : nullptr;
+  if (!file) return failBySystem(couldNotOpen);
+  return std::make_unique<StreamOutput>(std::move(folder), std::move(file), target);
+}
+
+std::unique_ptr<UnbufferedFile> createBeside(const std::string& path, const Target& target, Replace replace) {
+  const auto real = throughLinks(path);
+  if (!real) return failBySystem(couldNotOpen);
+  std::string name = real->substr(real->rfind('/') + 1);
+  if (name.empty()) return failBySystem(couldNotOpen, EISDIR);
+  const bool replaces = target.kind == TargetKind::file;
+  FileDescriptor folder = openFolder(toPathBytes(folderOf(fromPathBytes(*real))));
+  auto file = folder ? TemporaryFile::create(folder.get(), replaces ? 0600 : 0666) : nullptr;
+  if (!file) return failBySystem(couldNotOpen);
+  if (replaces) takeOver(file->descriptor(), target.status);
+  return std::make_unique<ReplacingOutput>(std::move(folder), std::move(file), std::move(name), replace);
 }
 
 }  // namespace
 
 std::unique_ptr<UnbufferedFile> createUnbuffered(TextView target, Replace replace) {
   const std::string path = toPathBytes(target);
-  const auto existing = replaceable(path);
-  if (errno != 0) return failBySystem(couldNotOpen);
-  if (existing && !S_ISREG(existing->st_mode)) return createStream(path);
-  if (existing && replace == Replace::never) return failBySystem(u"File exists already", EEXIST);
-
-  const auto real = throughLinks(path);
-  if (!real) return failBySystem(couldNotOpen);
-  std::string name = real->substr(real->rfind('/') + 1);
-  if (name.empty()) return failBySystem(couldNotOpen, EISDIR);
-  FileDescriptor folder = openFolder(toPathBytes(folderOf(fromPathBytes(*real))));
-  auto file = folder ? TemporaryFile::create(folder.get(), existing ? 0600 : 0666) : nullptr;
-  if (!file) return failBySystem(couldNotOpen);
-  if (existing) takeOver(file->descriptor(), *existing);
-  return std::make_unique<ReplacingOutput>(std::move(folder), std::move(file), std::move(name), replace);
+  const Target found = targetAt(path);
+  if (found.kind == TargetKind::refused) return failBySystem(couldNotOpen);
+  if (found.kind == TargetKind::stream) return createStream(path);
+  if (found.kind == TargetKind::file && replace == Replace::never) return failBySystem(u"File exists already", EEXIST);
+  return createBeside(path, found, replace);
 }
 
 }  // namespace tervo::platform

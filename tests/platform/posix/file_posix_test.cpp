@@ -44,6 +44,22 @@ TEST(PosixOutputFile, KeepsTheModeOfWhatItReplacesAndElseFollowsTheUmask) {
   umask(before);
 }
 
+TEST(PosixOutputFile, RespectsWriteProtection) {
+  const TestFolder folder;
+  folder.put(u"a", "old");
+  chmod((folder / u"a").c_str(), 0444);
+  chmod((folder / u"").c_str(), 0777);
+  // The superuser may write everything.
+  const uid_t user = geteuid();
+  ASSERT_EQ(seteuid(user == 0 ? 65534 : user), 0);
+  const bool saved = save(folder.text(u"a"), "new", Replace::allowed);
+  const Text cause = systemErrorCause();
+  ASSERT_EQ(seteuid(user), 0);
+  EXPECT_FALSE(saved);
+  EXPECT_EQ(cause, u"Permission denied");
+  EXPECT_EQ(folder.get(u"a"), "old");
+}
+
 TEST(PosixOutputFile, WritesThroughSymbolicLinks) {
   const TestFolder folder;
   fs::create_directory(folder / u"real");
