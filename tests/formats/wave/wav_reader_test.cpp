@@ -185,6 +185,49 @@ TEST(WavReader, readsLargeSizesOfRf64) {
   EXPECT_EQ(opened->wave()->rootKey, 64) << "the chunk behind the samples";
 }
 
+// A file of some bytes, a hole of zeros and some more bytes.
+class SparseSource final : public ByteSource {
+ public:
+  SparseSource(Bytes head, uint64_t hole, Bytes tail)
+      : head_(std::move(head)), tail_(std::move(tail)), tailAt_(head_.size() + hole) {}
+  uint64_t size() const override { return tailAt_ + tail_.size(); }
+  std::size_t readAt(uint64_t offset, std::span<std::byte> out) const noexcept override {
+    const auto count = offset < size() ? static_cast<std::size_t>(std::min<uint64_t>(out.size(), size() - offset)) : 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      const uint64_t at = offset + i;
+      out[i] = at < head_.size() ? head_[at] : at < tailAt_ ? std::byte{0} : tail_[at - tailAt_];
+    }
+    return count;
+  }
+
+ private:
+  Bytes head_, tail_;
+  uint64_t tailAt_;
+};
+
+TEST(WavReader, readsBeyond32Bits) {
+  constexpr uint64_t hole = uint64_t{5} << 30, dataBytes = hole + 2;
+  const auto head = WavBuilder()
+                        .form("RF64", "WAVE")
+                        .riffSize(0xFFFFFFFF)
+                        .chunk("ds64", words<uint64_t>({dataBytes + 200, dataBytes, dataBytes / 2}) + u32({0}))
+                        .fmt({})
+                        .chunkSaying("data", 0xFFFFFFFF, {})
+                        .bytes();
+  const Bytes tail = i16({16384}) + chars("smpl") + u32({60}) + smplLoop;
+  const auto opened = open(std::make_shared<SparseSource>(head, hole, tail));
+  ASSERT_TRUE(opened->wave()) << toUtf8(opened->error);
+  const auto& wave = *opened->wave();
+  EXPECT_EQ(wave.frames(), static_cast<int64_t>(dataBytes / 2));
+  EXPECT_EQ(wave.rootKey, 64);
+  std::vector<float> last(4);
+  const auto stream = wave.samples->open(wave.frames() - 2);
+  ASSERT_TRUE(stream);
+  EXPECT_EQ(stream->read(last), 2u);
+  EXPECT_EQ(last[0], 0.0f);
+  EXPECT_EQ(last[1], 0.5f);
+}
+
 TEST(WavReader, readsKeyTuningAndLoops) {
   const auto body = u32({1, 2,   125000, 64,  0x80000000, 0, 0, 3, 0,  // half a semitone
                          5, 0,   100,    199, 0x40000000, 0,           //
