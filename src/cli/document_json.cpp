@@ -146,10 +146,20 @@ Json waveformJson(const Waveform& waveform) {
 
 Json songJson(const Song& song) {
   Json tracks = Json::array();
-  for (const auto& track : song.tracks())
-    tracks.push_back({{"name", utf8(track->name)}, {"bytes", track->data.size()}});
-  return {
-      {"name", utf8(song.name)}, {"format", song.format}, {"division", song.division}, {"tracks", std::move(tracks)}};
+  for (const auto& track : song.tracks()) {
+    const TrackSummary summary = summaryOf(*track);
+    tracks.push_back({{"name", utf8(track->name)},
+                      {"bytes", track->data.size()},
+                      {"hasNotes", trackHasNotes(*track)},
+                      {"events", summary.events},
+                      {"notes", summary.notes},
+                      {"ticks", summary.ticks}});
+  }
+  return {{"name", utf8(song.name)},
+          {"format", song.format},
+          {"division", song.division},
+          {"seconds", lengthInSeconds(song)},
+          {"tracks", std::move(tracks)}};
 }
 
 void addDocument(Json& object, const Collection& collection) {

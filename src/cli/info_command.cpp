@@ -4,6 +4,7 @@
 #include "cli/document_json.h"
 #include "cli/opening.h"
 #include "cli/report_output.h"
+#include "core/tempo_map.h"
 
 namespace tervo::cli {
 namespace {
@@ -34,6 +35,23 @@ std::string waveformLines(std::size_t index, const Waveform& waveform) {
   return text;
 }
 
+std::string divisionText(uint16_t division) {
+  const TickRate rate(division);
+  return rate.isSmpte ? fmt::format("{:.6g} ticks per second", rate.ticksPerSecond)
+                      : fmt::format("{} ticks per quarter note", division);
+}
+
+std::string songLines(std::size_t index, const Song& song) {
+  std::string text = fmt::format("  song {}: {}\n    format {}, {}, {:.3f} s, {} tracks\n", index, utf8(song.name),
+                                 song.format, divisionText(song.division), lengthInSeconds(song), song.tracks().size());
+  for (const auto& track : song.tracks()) {
+    const TrackSummary summary = summaryOf(*track);
+    text += fmt::format("    {}: {} bytes, {} events, {} notes\n", utf8(track->name), track->data.size(),
+                        summary.events, summary.notes);
+  }
+  return text;
+}
+
 std::string documentText(const Text& path, const Collection& collection) {
   const FormatDescriptor* row = sourceRow(collection);
   std::string text = fmt::format("{}: {}\n", utf8(path), row ? utf8(row->description) : "");
@@ -48,8 +66,7 @@ std::string documentText(const Text& path, const Collection& collection) {
   index = 0;
   for (const auto& waveform : collection.waveforms()) text += waveformLines(index++, *waveform);
   index = 0;
-  for (const auto& song : collection.songs())
-    text += fmt::format("  song {}: {} ({} tracks)\n", index++, utf8(song->name), song->tracks().size());
+  for (const auto& song : collection.songs()) text += songLines(index++, *song);
   return text;
 }
 

@@ -4,6 +4,7 @@
 
 #include "core/item.h"
 #include "formats/detect_shared.h"
+#include "formats/midi/midi_file.h"
 #include "formats/wave/raw_adpcm.h"
 #include "formats/wave/raw_pcm.h"
 #include "formats/wave/raw_telephony.h"
