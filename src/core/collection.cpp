@@ -59,6 +59,18 @@ void Collection::remove(ItemId id) {
   }
 }
 
+void Collection::removeWaveforms(const std::function<bool(const Waveform&)>& unwanted) {
+  ItemOwner::destroyIf(waveforms_, unwanted);
+}
+
+void Collection::sortInstruments(const std::function<bool(const Instrument&, const Instrument&)>& before) {
+  ItemOwner::sort(instruments_, before);
+}
+
+void Collection::sortWaveforms(const std::function<bool(const Waveform&, const Waveform&)>& before) {
+  ItemOwner::sort(waveforms_, before);
+}
+
 void Collection::clear() {
   instruments_.clear();
   waveforms_.clear();

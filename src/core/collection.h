@@ -1,6 +1,7 @@
 #pragma once
 // The document: one collection of instruments, waveforms and songs, in display order.
 
+#include <functional>
 #include <memory>
 #include <span>
 #include <vector>
@@ -37,6 +38,10 @@ class Collection final : public Item {
   /// Removes and destroys an instrument, waveform or song of this collection, or a layer, region, synth or track below
   /// it. An identifier that is not there is nothing to do.
   void remove(ItemId id);
+  void removeWaveforms(const std::function<bool(const Waveform&)>& unwanted);
+  /// Items that are equal in `before` keep their order.
+  void sortInstruments(const std::function<bool(const Instrument&, const Instrument&)>& before);
+  void sortWaveforms(const std::function<bool(const Waveform&, const Waveform&)>& before);
   /// Removes everything and takes the name and tags of a new collection.
   void clear();
   /// Moves all items of `other` behind this collection's own; identifiers stay.

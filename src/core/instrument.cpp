@@ -10,6 +10,24 @@ Region& Layer::add(std::unique_ptr<Region> region) {
   return ItemOwner::adopt(*this, regions_, std::move(region));
 }
 
+void Layer::absorb(Layer& other) {
+  if (&other == this) return;
+  regions_.reserve(regions_.size() + other.regions_.size());
+  ItemOwner::moveAll(*this, regions_, other.regions_);
+}
+
+void Layer::removeRegions(const std::function<bool(const Region&)>& unwanted) {
+  ItemOwner::destroyIf(regions_, unwanted);
+}
+
+void Layer::sortRegions(const std::function<bool(const Region&, const Region&)>& before) {
+  ItemOwner::sort(regions_, before);
+}
+
+void Instrument::removeLayers(const std::function<bool(const Layer&)>& unwanted) {
+  ItemOwner::destroyIf(layers_, unwanted);
+}
+
 bool Instrument::holdsData() const {
   if (synth_ && synth_->holdsData()) return true;
   return std::any_of(layers_.begin(), layers_.end(), [](const auto& layer) { return layer->holdsData(); });

@@ -1,6 +1,7 @@
 #pragma once
 // A playable instrument: its numbers, its articulation, and its layers of regions or its synth voice.
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
@@ -37,6 +38,11 @@ class Layer final : public Item {
 
   std::span<const std::unique_ptr<Region>> regions() const { return regions_; }
   Region& add(std::unique_ptr<Region> region);
+  /// Moves the other layer's regions behind this layer's own; identifiers stay.
+  void absorb(Layer& other);
+  void removeRegions(const std::function<bool(const Region&)>& unwanted);
+  /// Regions that are equal in `before` keep their order.
+  void sortRegions(const std::function<bool(const Region&, const Region&)>& before);
 
  private:
   friend class Collection;
@@ -72,6 +78,7 @@ class Instrument final : public Item {
   /// Over all layers.
   std::size_t regionCount() const;
   Layer& add(std::unique_ptr<Layer> layer);
+  void removeLayers(const std::function<bool(const Layer&)>& unwanted);
   Synth& set(std::unique_ptr<Synth> synth);
 
  private:

@@ -1,6 +1,7 @@
 #pragma once
 // How parents take and give up children; only the owning kinds use it.
 
+#include <algorithm>
 #include <cassert>
 #include <memory>
 #include <vector>
@@ -44,6 +45,17 @@ class ItemOwner {
   template <typename Kind>
   static void destroy(List<Kind>& list, ItemId id) {
     std::erase_if(list, [id](const auto& child) { return child->id() == id; });
+  }
+
+  template <typename Kind, typename Predicate>
+  static void destroyIf(List<Kind>& list, const Predicate& unwanted) {
+    std::erase_if(list, [&unwanted](const auto& child) { return unwanted(*child); });
+  }
+
+  /// Children that are equal in `before` keep their order.
+  template <typename Kind, typename Before>
+  static void sort(List<Kind>& list, const Before& before) {
+    std::stable_sort(list.begin(), list.end(), [&before](const auto& a, const auto& b) { return before(*a, *b); });
   }
 };
 

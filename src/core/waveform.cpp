@@ -30,6 +30,22 @@ void Waveform::setStoredFormat(SampleFormat format, uint32_t flags) {
   coding = codingOf(format, coding);
 }
 
+void copySound(const Waveform& from, Waveform& to) {
+  to.name = from.name;
+  to.samples = from.samples;
+  to.sampleRate = from.sampleRate;
+  to.rootKey = from.rootKey;
+  to.fineTune = from.fineTune;
+  to.gain = from.gain;
+  to.storedFormat = from.storedFormat;
+  to.storedBits = from.storedBits;
+  to.coding = from.coding;
+  to.preferredFormat = from.preferredFormat;
+  to.markers = from.markers;
+  to.tags = from.tags;
+  to.foreignChunks = from.foreignChunks;
+}
+
 const Marker* mainLoop(const Waveform& waveform) {
   return loopNumber(waveform, 0);
 }

@@ -78,6 +78,9 @@ class Waveform final : public Item {
   void setStoredFormat(SampleFormat format, uint32_t flags);
 };
 
+/// Gives `to` everything that `from` is but its identity. The frames are shared.
+void copySound(const Waveform& from, Waveform& to);
+
 /// The first and the second marker that is a loop: what editors call "Main Loop" and "Alt Loop". Null when there is
 /// none.
 const Marker* mainLoop(const Waveform& waveform);

@@ -30,22 +30,6 @@ bool convertRate(Waveform& waveform, double rate, ConversionReport& report) {
 
 }  // namespace
 
-void copySound(const Waveform& from, Waveform& to) {
-  to.name = from.name;
-  to.samples = from.samples;
-  to.sampleRate = from.sampleRate;
-  to.rootKey = from.rootKey;
-  to.fineTune = from.fineTune;
-  to.gain = from.gain;
-  to.storedFormat = from.storedFormat;
-  to.storedBits = from.storedBits;
-  to.coding = from.coding;
-  to.preferredFormat = from.preferredFormat;
-  to.markers = from.markers;
-  to.tags = from.tags;
-  to.foreignChunks = from.foreignChunks;
-}
-
 std::unique_ptr<Waveform> preparedFor(const FormatDescriptor& row, const Waveform& waveform, const SaveOptions& options,
                                       ConversionReport& report) {
   if (!waveform.samples) return fail(u"Empty item - nothing to save");

@@ -8,9 +8,6 @@
 
 namespace tervo {
 
-/// Gives `to` everything that `from` is but its identity. The frames are shared.
-void copySound(const Waveform& from, Waveform& to);
-
 /// A copy with the channels and the rate that the row and the options ask for; its frames are shared, or converted
 /// while they are read, and its markers move with the rate. Null with LastErrorText when the rates cannot be converted.
 /// What is lost goes into the report.

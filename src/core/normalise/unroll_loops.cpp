@@ -1,0 +1,174 @@
+#include <algorithm>
+#include <limits>
+#include <map>
+
+#include "core/normalise/sample_views.h"
+#include "core/normalise/steps.h"
+
+namespace tervo::fixup {
+namespace {
+
+/// A marker's index; -1 for the regions that play no loop.
+using LoopIndex = std::ptrdiff_t;
+constexpr LoopIndex noLoop = -1;
+
+bool needsUnrolling(const Marker& marker) {
+  return isActiveLoop(marker) && marker.loopType != LoopType::forward;
+}
+
+/// Frames that a loop becomes.
+struct Unrolled {
+  std::vector<Piece> inserted;  ///< behind the loop's last frame
+  int64_t start;
+  int64_t end;
+};
+
+/// What follows the loop is heard when the loop is left, so there its last pass runs up to its end. A loop that is never
+/// left saves that pass.
+Unrolled unrolled(const SampleRef& samples, WholeLoop loop, LoopType type, uint8_t count) {
+  const int64_t n = loop.frames();
+  if (n == 1) return {{}, loop.start, loop.end};
+  if (type == LoopType::reverse)
+    return {{{samples, loop.start, n - 1, Direction::backwards}}, loop.end - 1, loop.end - 1 + n};
+  if (count == loopForever)
+    return {{{samples, loop.start + 1, n - 2, Direction::backwards}}, loop.start, loop.end + n - 2};
+  return {{{samples, loop.start, n - 1, Direction::backwards}, {samples, loop.start + 1, n - 1, Direction::forwards}},
+          loop.end,
+          loop.end + 2 * n - 2};
+}
+
+void moveMarkers(std::vector<Marker>& markers, int64_t insertedAt, int64_t frames) {
+  const auto from = static_cast<double>(insertedAt), by = static_cast<double>(frames);
+  for (Marker& marker : markers) {
+    if (marker.start >= from) marker.start += by;
+    if (marker.end >= from) marker.end += by;
+  }
+}
+
+void unroll(Pass& pass, Waveform& waveform, std::size_t index) {
+  const Marker before = waveform.markers[index];
+  const WholeLoop loop = wholeLoop(before, waveform);
+  const bool wasWhole = static_cast<double>(loop.start) == before.start && static_cast<double>(loop.end) == before.end;
+  reportSamples(pass, waveform, u"loop type", nameOf(before.loopType), nameOf(LoopType::forward));
+  if (!wasWhole) pass.report.approximated(waveform.name, u"loop points", u"fractions of frames", u"whole frames");
+
+  const int64_t frames = waveform.frames();
+  Unrolled result = unrolled(waveform.samples, loop, before.loopType, before.loopCount);
+  std::vector<Piece> pieces = std::move(result.inserted);
+  pieces.insert(pieces.begin(), {waveform.samples, 0, loop.end});
+  pieces.push_back({waveform.samples, loop.end, frames - loop.end});
+  SampleRef samples = joined(std::move(pieces));
+  moveMarkers(waveform.markers, loop.end, samples->frames() - frames);
+  if (samples->frames() != frames) waveform.samples = std::move(samples);
+
+  Marker& marker = waveform.markers[index];
+  marker.loopType = LoopType::forward;
+  marker.start = static_cast<double>(result.start);
+  marker.end = static_cast<double>(result.end);
+}
+
+/// Makes all loops forward ones, for whoever plays the one loop. Loops behind it are played after it, if at all. Frames
+/// put in before it would be heard on the way to it, so loops there only change their type.
+void convert(Pass& pass, Waveform& waveform, LoopIndex played) {
+  std::vector<std::size_t> loops;
+  for (std::size_t i = 0; i < waveform.markers.size(); ++i) {
+    if (needsUnrolling(waveform.markers[i])) loops.push_back(i);
+  }
+  std::stable_sort(loops.begin(), loops.end(),
+                   [&](std::size_t a, std::size_t b) { return waveform.markers[a].end > waveform.markers[b].end; });
+
+  int64_t first = std::numeric_limits<int64_t>::max();
+  if (played != noLoop) first = wholeLoop(waveform.markers[static_cast<std::size_t>(played)], waveform).end;
+  int64_t limit = std::numeric_limits<int64_t>::max();
+  for (const std::size_t index : loops) {
+    Marker& marker = waveform.markers[index];
+    const WholeLoop loop = wholeLoop(marker, waveform);
+    if (static_cast<LoopIndex>(index) == played || (loop.start >= first && loop.end <= limit)) {
+      limit = loop.start;
+      unroll(pass, waveform, index);
+      continue;
+    }
+    pass.report.approximated(waveform.name, u"type of a loop that no region plays", nameOf(marker.loopType),
+                             nameOf(LoopType::forward));
+    marker.loopType = LoopType::forward;
+  }
+}
+
+LoopIndex mainLoopOf(const Waveform& waveform) {
+  const Marker* loop = mainLoop(waveform);
+  return loop && isActiveLoop(*loop) ? loop - waveform.markers.data() : noLoop;
+}
+
+/// Selectors have been repaired: they name loops that are there.
+LoopIndex playedLoopOf(const Region& region, const Waveform& waveform) {
+  const float selector = region.trigger.get(ParameterId::loopSection).value_or(-1.0f);
+  if (selector < 0) return mainLoopOf(waveform);
+  const LoopIndex index = static_cast<LoopIndex>(selector) - 1;
+  return index >= 0 && isActiveLoop(waveform.markers[static_cast<std::size_t>(index)]) ? index : noLoop;
+}
+
+/// The regions by the loop that they play.
+using Groups = std::map<LoopIndex, std::vector<Region*>>;
+
+Groups groupsOf(const Waveform& waveform, const Users& users) {
+  Groups groups;
+  for (Region* region : users.of(waveform)) groups[playedLoopOf(*region, waveform)].push_back(region);
+  if (groups.empty()) groups[mainLoopOf(waveform)];
+  return groups;
+}
+
+class Unroller {
+ public:
+  explicit Unroller(Pass& pass) : pass_(pass), users_(pass.loaded), waveforms_(pass.loaded.waveforms()) {}
+
+  void unroll(Waveform& waveform) {
+    Groups groups = groupsOf(waveform, users_);
+    const auto main = groups.find(mainLoopOf(waveform));
+    const LoopIndex keeper = main == groups.end() ? groups.rbegin()->first : main->first;
+    for (auto& [loop, regions] : groups) {
+      if (loop != keeper) convert(pass_, copyFor(regions, waveform), loop);
+    }
+    convert(pass_, waveform, keeper);
+  }
+
+  /// Puts what has been added where it belongs.
+  void sort() {
+    pass_.loaded.sortWaveforms([this](const Item& a, const Item& b) { return waveforms_.before(a, b); });
+  }
+
+ private:
+  Waveform& copyFor(const std::vector<Region*>& regions, const Waveform& waveform) {
+    Waveform& copy = pass_.loaded.add(std::make_unique<Waveform>());
+    copySound(waveform, copy);
+    waveforms_.putBehind(waveform, copy);
+    for (Region* region : regions) region->waveform = copy.id();
+    return copy;
+  }
+
+  Pass& pass_;
+  Users users_;
+  Places waveforms_;
+};
+
+std::vector<Waveform*> waveformsToUnroll(const Collection& collection) {
+  std::vector<Waveform*> result;
+  for (const auto& waveform : collection.waveforms()) {
+    const auto& markers = waveform->markers;
+    if (waveform->holdsData() && std::any_of(markers.begin(), markers.end(), needsUnrolling))
+      result.push_back(waveform.get());
+  }
+  return result;
+}
+
+}  // namespace
+
+bool unrollLoops(Pass& pass) {
+  const std::vector<Waveform*> waveforms = waveformsToUnroll(pass.loaded);
+  if (waveforms.empty()) return true;
+  Unroller unroller(pass);
+  for (Waveform* waveform : waveforms) unroller.unroll(*waveform);
+  unroller.sort();
+  return true;
+}
+
+}  // namespace tervo::fixup
