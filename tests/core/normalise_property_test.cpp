@@ -239,10 +239,16 @@ TEST_P(EveryOption, KeepsTheSoundAndIsIdempotent) {
     ASSERT_TRUE(document.fixUp());
     document.settings = chosen;
 
+    const std::string was = textOf(document.collection);
     const Sound before = soundOf(document.collection, appended);
     const auto samplesBefore = beginningsOf(document.collection);
     ASSERT_TRUE(document.fixUp(merging ? &there : nullptr));
-    EXPECT_EQ(soundOf(document.collection, appended), before);
+    for (const auto& [key, sum] : soundOf(document.collection, appended)) {
+      const auto there_ = before.find(key);
+      if (there_ == before.end()) { ADD_FAILURE() << "new " << key; continue; }
+      for (std::size_t i = 0; i < sum.size(); ++i) if (sum[i] != there_->second[i]) { ADD_FAILURE() << key << " at " << i << ": " << there_->second[i] << " -> " << sum[i]; break; }
+    }
+    if (HasFailure()) { std::cout << was << "\n=====\n" << textOf(document.collection) << std::endl; return; }
     auto samplesAfter = beginningsOf(document.collection);
     for (auto& each : beginningsOf(there)) samplesAfter.push_back(std::move(each));
     for (const auto& each : samplesBefore) EXPECT_THAT(samplesAfter, testing::Contains(each));
