@@ -2,6 +2,7 @@
 #include <limits>
 #include <map>
 
+#include "core/levels.h"
 #include "core/normalise/sample_views.h"
 #include "core/normalise/steps.h"
 
@@ -23,8 +24,8 @@ struct Unrolled {
   int64_t end;
 };
 
-/// What follows the loop is heard when the loop is left, so there its last pass runs up to its end. A loop that is never
-/// left saves that pass.
+/// What follows the loop is heard when the loop is left, so there its last pass runs up to its end. A loop that is
+/// never left saves that pass.
 Unrolled unrolled(const SampleRef& samples, WholeLoop loop, LoopType type, uint8_t count) {
   const int64_t n = loop.frames();
   if (n == 1) return {{}, loop.start, loop.end};
@@ -37,19 +38,31 @@ Unrolled unrolled(const SampleRef& samples, WholeLoop loop, LoopType type, uint8
           loop.end + 2 * n - 2};
 }
 
-void moveMarkers(std::vector<Marker>& markers, int64_t insertedAt, int64_t frames) {
+/// Whether those who play the waveform play the loop that is unrolled.
+enum class Heard : uint8_t { no, yes };
+
+/// A section that ends with the loop holds what the loop became only for those who play it.
+void moveMarkers(std::vector<Marker>& markers, int64_t insertedAt, int64_t frames, Heard heard) {
   const auto from = static_cast<double>(insertedAt), by = static_cast<double>(frames);
   for (Marker& marker : markers) {
     if (marker.start >= from) marker.start += by;
-    if (marker.end >= from) marker.end += by;
+    if (marker.end > from || (marker.end == from && heard == Heard::yes)) marker.end += by;
   }
 }
 
-void unroll(Pass& pass, Waveform& waveform, std::size_t index) {
+/// How often a loop plays would count both directions of an alternating one where it counted one.
+void reportCount(Pass& pass, const Waveform& waveform, const Marker& loop) {
+  if (loop.loopType != LoopType::alternating || loop.loopCount == loopForever || loop.loopCount == loopUntilRelease)
+    return;
+  pass.report.approximated(waveform.name, u"loop count", u"passes in either direction", u"passes in both directions");
+}
+
+void unroll(Pass& pass, Waveform& waveform, std::size_t index, Heard heard) {
   const Marker before = waveform.markers[index];
   const WholeLoop loop = wholeLoop(before, waveform);
   const bool wasWhole = static_cast<double>(loop.start) == before.start && static_cast<double>(loop.end) == before.end;
   reportSamples(pass, waveform, u"loop type", nameOf(before.loopType), nameOf(LoopType::forward));
+  reportCount(pass, waveform, before);
   if (!wasWhole) pass.report.approximated(waveform.name, u"loop points", u"fractions of frames", u"whole frames");
 
   const int64_t frames = waveform.frames();
@@ -58,7 +71,7 @@ void unroll(Pass& pass, Waveform& waveform, std::size_t index) {
   pieces.insert(pieces.begin(), {waveform.samples, 0, loop.end});
   pieces.push_back({waveform.samples, loop.end, frames - loop.end});
   SampleRef samples = joined(std::move(pieces));
-  moveMarkers(waveform.markers, loop.end, samples->frames() - frames);
+  moveMarkers(waveform.markers, loop.end, samples->frames() - frames, heard);
   if (samples->frames() != frames) waveform.samples = std::move(samples);
 
   Marker& marker = waveform.markers[index];
@@ -85,12 +98,34 @@ void convert(Pass& pass, Waveform& waveform, LoopIndex played) {
     const WholeLoop loop = wholeLoop(marker, waveform);
     if (static_cast<LoopIndex>(index) == played || (loop.start >= first && loop.end <= limit)) {
       limit = loop.start;
-      unroll(pass, waveform, index);
+      unroll(pass, waveform, index, static_cast<LoopIndex>(index) == played ? Heard::yes : Heard::no);
       continue;
     }
     pass.report.approximated(waveform.name, u"type of a loop that no region plays", nameOf(marker.loopType),
                              nameOf(LoopType::forward));
     marker.loopType = LoopType::forward;
+  }
+}
+
+/// The selector of a section with the loop's range.
+float sectionLike(Waveform& waveform, const Marker& loop) {
+  auto& markers = waveform.markers;
+  auto section = std::find_if(markers.begin(), markers.end(), [&loop](const Marker& each) {
+    return each.type == MarkerType::section && each.start == loop.start && each.end == loop.end;
+  });
+  if (section == markers.end())
+    section =
+        markers.insert(section, {.type = MarkerType::section, .name = loop.name, .start = loop.start, .end = loop.end});
+  return static_cast<float>(section - markers.begin() + 1);
+}
+
+/// A loop may also be the section that regions play. Its range is about to change, so they get a section of their own.
+void keepSections(Waveform& waveform, const std::vector<Region*>& regions) {
+  for (Region* region : regions) {
+    const auto selector = static_cast<std::size_t>(effectiveValue(*region, ParameterId::playSection));
+    if (selector == 0) continue;
+    const Marker marker = waveform.markers[selector - 1];
+    if (needsUnrolling(marker)) region->trigger.set(ParameterId::playSection, sectionLike(waveform, marker));
   }
 }
 
@@ -126,9 +161,9 @@ class Unroller {
     const auto main = groups.find(mainLoopOf(waveform));
     const LoopIndex keeper = main == groups.end() ? groups.rbegin()->first : main->first;
     for (auto& [loop, regions] : groups) {
-      if (loop != keeper) convert(pass_, copyFor(regions, waveform), loop);
+      if (loop != keeper) convertFor(regions, copyFor(regions, waveform), loop);
     }
-    convert(pass_, waveform, keeper);
+    convertFor(groups[keeper], waveform, keeper);
   }
 
   /// Puts what has been added where it belongs.
@@ -137,6 +172,11 @@ class Unroller {
   }
 
  private:
+  void convertFor(const std::vector<Region*>& regions, Waveform& waveform, LoopIndex played) {
+    keepSections(waveform, regions);
+    convert(pass_, waveform, played);
+  }
+
   Waveform& copyFor(const std::vector<Region*>& regions, const Waveform& waveform) {
     Waveform& copy = pass_.loaded.add(std::make_unique<Waveform>());
     copySound(waveform, copy);
