@@ -172,7 +172,9 @@ Parsed parseCommandLine(const std::vector<Text>& arguments) {
     return sub;
   };
   addReadOptions(*command("detect", "the format of each file and the confidence", Command::detect), line, got);
-  addReadOptions(*command("info", "what is inside each file", Command::info), line, got);
+  CLI::App* info = command("info", "what is inside each file", Command::info);
+  addReadOptions(*info, line, got);
+  info->add_flag("--raw-model", line.rawModel, "as it was read, before the load-time normalisation");
   CLI::App* convert = command("convert", "open the first file, merge the others, save as TARGET", Command::convert);
   addReadOptions(*convert, line, got);
   addWriteOptions(*convert, line, got);

@@ -31,6 +31,7 @@ struct CommandLine {
   bool noProgress = false;
   bool overwrite = false;
   bool forceRaw = false;
+  bool rawModel = false;  ///< items as their codec made them
   std::optional<Text> format;
   std::optional<Text> item;
   std::vector<Text> answers;  ///< "yes", "no" or "TEXT=BUTTON"

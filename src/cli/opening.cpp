@@ -11,7 +11,8 @@ namespace tervo::cli {
 namespace {
 
 OpenContext contextOf(Run& run) {
-  return {run.host, run.report, run.settings, run.line.raw};
+  return {run.host, run.report, run.settings, run.line.raw,
+          run.line.rawModel ? Normalisation::skipped : Normalisation::applied};
 }
 
 using OpenStep = bool (*)(Collection&, TextView, RawFallback, const OpenContext&);

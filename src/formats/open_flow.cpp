@@ -2,6 +2,7 @@
 
 #include "base/last_error.h"
 #include "core/collection.h"
+#include "core/normalise/fix_up.h"
 #include "formats/memory_guard.h"
 #include "formats/prepared_waveform.h"
 #include "platform/current_folder.h"
@@ -51,8 +52,8 @@ bool load(Collection& collection, const Found& found, const Collection* mergedIn
     collection.tags[Tag::sourceFile] = found.path;
     collection.sourceFormat = found.index;
     if (!runReader(collection, found, context)) return false;
-    if (context.normalise) context.normalise(collection, mergedInto);
-    return true;
+    return context.normalisation == Normalisation::skipped ||
+           FixUpItems(collection, mergedInto, context.settings, context.host, context.report);
   });
   if (loaded) return true;
   collection.clear();
@@ -64,14 +65,16 @@ void showDone(Host& host, TextView word, const Found& found) {
   host.showStatus(Text(word) + u": " + Text(platform::fileNameOf(found.path)));
 }
 
-bool replaceSameName(Collection& collection, const Waveform& from) {
-  bool replaced = false;
+/// Whether there was one; the identifiers of those replaced join `replaced`.
+bool replaceSameName(Collection& collection, const Waveform& from, std::unordered_set<ItemId>& replaced) {
+  bool any = false;
   for (const auto& waveform : collection.waveforms()) {
     if (waveform->name != from.name) continue;
     copySound(from, *waveform);
-    replaced = true;
+    replaced.insert(waveform->id());
+    any = true;
   }
-  return replaced;
+  return any;
 }
 
 }  // namespace
@@ -91,6 +94,7 @@ bool MergeFile(Collection& collection, TextView path, RawFallback fallback, cons
   Collection loaded;
   if (!load(loaded, *found, &collection, context)) return false;
   if (!guardMemory([&] { return collection.absorb(loaded), true; })) return false;
+  if (context.normalisation == Normalisation::applied) SortItems(collection, context.settings);
   showDone(context.host, u"Merged", *found);
   return true;
 }
@@ -100,14 +104,17 @@ std::optional<std::size_t> ReplaceSameName(Collection& collection, TextView path
   const auto found = find(path, fallback, context.host);
   if (!found) return std::nullopt;
   Collection loaded;
-  if (!load(loaded, *found, &collection, context)) return std::nullopt;
+  // Not as in a merge: a waveform that bears a name of the collection is what is wanted here.
+  if (!load(loaded, *found, nullptr, context)) return std::nullopt;
   std::size_t count = 0;
+  std::unordered_set<ItemId> replaced;
   for (const auto& waveform : loaded.waveforms()) {
-    if (replaceSameName(collection, *waveform))
+    if (replaceSameName(collection, *waveform, replaced))
       ++count;
     else
       context.report.dropped(waveform->name, u"waveform", u"no waveform of this name to replace");
   }
+  RepairUsers(collection, replaced, context.report);
   return count;
 }
 

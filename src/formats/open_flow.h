@@ -2,7 +2,6 @@
 // Reading files into the document: open, merge, and replacing waveforms by name. Document thread. The folder of the
 // file becomes the process's current folder, so callers with several relative paths make them absolute first.
 
-#include <functional>
 #include <optional>
 
 #include "formats/detection.h"
@@ -13,15 +12,16 @@ namespace tervo {
 /// Whether a file that only row 0 takes is read as raw data.
 enum class RawFallback : uint8_t { refused, allowed };
 
+/// Whether what has been read is tidied up ("Fixing up items...") as the settings say, or stays as its codec made it.
+enum class Normalisation : uint8_t { applied, skipped };
+
 /// What opening may use and where it tells what happened.
 struct OpenContext {
   Host& host;
   ConversionReport& report;
   const Settings& settings;
   RawRequest raw = {};
-  /// The load-time normalisation ("Fixing up items..."): run over what has been read, before it joins the collection
-  /// that it is merged into, if any. Without it items stay as their codec made them.
-  std::function<void(Collection& loaded, const Collection* mergedInto)> normalise = {};
+  Normalisation normalisation = Normalisation::applied;
 };
 
 /// Replaces the collection with the file's content. A file that is not there, is empty or is not detected leaves the
@@ -29,12 +29,13 @@ struct OpenContext {
 /// LastErrorText.
 bool OpenFile(Collection& collection, TextView path, RawFallback fallback, const OpenContext& context);
 
-/// Adds the file's items to the collection. A failure leaves it as it was.
+/// Adds the file's items to the collection, whose own items stay as they are; its lists are sorted where the settings
+/// say so. A failure leaves it as it was.
 bool MergeFile(Collection& collection, TextView path, RawFallback fallback, const OpenContext& context);
 
 /// Reads the file's waveforms and gives each to the collection's waveforms of the same name, which keep their
-/// identifiers, so that regions go on playing them. How many were replaced; nothing on failure, with the collection as
-/// it was. Waveforms without a namesake are reported.
+/// identifiers, so that regions go on playing them; selectors of markers that are gone are reset. How many were
+/// replaced; nothing on failure, with the collection as it was. Waveforms without a namesake are reported.
 std::optional<std::size_t> ReplaceSameName(Collection& collection, TextView path, RawFallback fallback,
                                            const OpenContext& context);
 

@@ -38,7 +38,8 @@ TEST(SampleViews, AShorterChannelEndsInSilence) {
 TEST(SampleViews, JoinsPiecesInBothDirectionsFromAnyFrame) {
   // Longer than one block that is read backwards.
   const SampleRef source = ramp(300000, 1);
-  const SampleRef all = joined({{source, 5, 3}, {source, 0, 300000, Direction::backwards}, {source, 9, 0}, {source, 7, 2}});
+  const SampleRef all =
+      joined({{source, 5, 3}, {source, 0, 300000, Direction::backwards}, {source, 9, 0}, {source, 7, 2}});
   const auto expected = [](int64_t i) {
     const int64_t frame = i < 3 ? 5 + i : i < 300003 ? 299999 - (i - 3) : 7 + (i - 300003);
     return static_cast<float>(frame) / 256;
@@ -77,7 +78,8 @@ struct LoopCase {
 };
 
 TEST(Unroll, PlaysTheSameFramesAsTheLoopDid) {
-  const LoopCase cases[] = {{40, 0, 40}, {40, 10, 40}, {40, 10, 30}, {40, 39, 40}, {40, 20, 22}, {40, 20, 23}, {1, 0, 1}};
+  const LoopCase cases[] = {{40, 0, 40},  {40, 10, 40}, {40, 10, 30}, {40, 39, 40},
+                            {40, 20, 22}, {40, 20, 23}, {1, 0, 1}};
   for (const auto& [frames, start, end] : cases) {
     for (const LoopType type : {alternating, reverse}) {
       for (const uint8_t count : {loopForever, loopUntilRelease, uint8_t{3}}) {
@@ -99,7 +101,8 @@ TEST(Unroll, PlaysTheSameFramesAsTheLoopDid) {
             ASSERT_EQ(heard(wave, {0, static_cast<double>(wave.frames())}, after, channel, 500),
                       heard(reference, {0, static_cast<double>(frames)}, before, channel, 500));
           }
-          // What follows the loop stays behind it, and follows its last frame wherever a loop that runs forwards is left.
+          // What follows the loop stays behind it, and follows its last frame wherever a loop that runs forwards is
+          // left.
           const auto all = framesOf(wave.samples), source = framesOf(original);
           EXPECT_TRUE(std::equal(source.begin() + static_cast<std::ptrdiff_t>(end * channels), source.end(),
                                  all.end() - static_cast<std::ptrdiff_t>((frames - end) * channels)));
@@ -116,8 +119,8 @@ TEST(Unroll, PlaysTheSameFramesAsTheLoopDid) {
 TEST(Unroll, MarkersBehindTheLoopMoveAndFractionsAreReported) {
   Document document;
   document.settings.load.autoBid2Fwd = 1;
-  Waveform& wave = document.wave(u"w", ramp(100, 1),
-                                 {loopMarker(10, 20.25, alternating), {.start = 15}, {.start = 50, .end = 60}});
+  Waveform& wave =
+      document.wave(u"w", ramp(100, 1), {loopMarker(10, 20.25, alternating), {.start = 15}, {.start = 50, .end = 60}});
   document.fixUp();
   const auto inserted = static_cast<double>(wave.frames() - 100);
   EXPECT_EQ(inserted, 8);
@@ -130,8 +133,7 @@ TEST(Unroll, MarkersBehindTheLoopMoveAndFractionsAreReported) {
 TEST(Unroll, RegionsThatPlayNoLoopOrAnotherOneHearWhatTheyHeard) {
   Document document;
   document.settings.load.autoBid2Fwd = 1;
-  Waveform& wave =
-      document.wave(u"w", ramp(100, 1), {loopMarker(10, 20, alternating), loopMarker(40, 60, reverse)});
+  Waveform& wave = document.wave(u"w", ramp(100, 1), {loopMarker(10, 20, alternating), loopMarker(40, 60, reverse)});
   Layer& layer = document.layer();
   const float selectors[] = {-1, 0, 1, 2};
   std::vector<std::vector<float>> before;

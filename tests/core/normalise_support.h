@@ -25,7 +25,8 @@ inline std::vector<float> framesOf(const SampleRef& samples, int64_t first = 0, 
 /// moves a position one frame at a time and turns it round at the ends of the loop.
 inline std::vector<int64_t> heardFrames(int64_t start, int64_t end, const std::optional<Marker>& loop, int count) {
   std::vector<int64_t> heard;
-  const auto first = static_cast<int64_t>(loop ? loop->start : 0), last = static_cast<int64_t>(loop ? loop->end : 0) - 1;
+  const auto first = static_cast<int64_t>(loop ? loop->start : 0),
+             last = static_cast<int64_t>(loop ? loop->end : 0) - 1;
   const bool reaches = loop && start <= last && last < end;
   int64_t step = 1;
   for (int64_t at = start; at < end && static_cast<int>(heard.size()) < count; at += step) {

@@ -35,7 +35,10 @@ class FlowTest : public testing::Test {
  protected:
   ~FlowTest() override { std::filesystem::current_path(std::filesystem::temp_directory_path()); }
 
-  OpenContext opening() { return {.host = host, .report = report, .settings = settings}; }
+  /// What codecs make of a file, untouched.
+  OpenContext opening() {
+    return {.host = host, .report = report, .settings = settings, .normalisation = Normalisation::skipped};
+  }
   SaveContext saving(SaveOptions options = {}) {
     return {.host = host, .report = report, .settings = settings, .options = options};
   }

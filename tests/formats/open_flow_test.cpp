@@ -63,24 +63,40 @@ TEST_F(OpenFlow, AFileThatCannotBeReadLeavesAnEmptyCollection) {
   EXPECT_EQ(document.sourceFormat, noFormat);
 }
 
-TEST_F(OpenFlow, NormalisationSeesOnlyWhatWasRead) {
+TEST_F(OpenFlow, WhatIsMergedIsTidiedUpAndWhatWasThereIsNot) {
+  document.add(waveformNamed(u"old", {0.5f}));
+  folder.put(u"old.sb", "\x20");
+  folder.put(u"equal.sb", "\x40");
+  OpenContext context = opening();
+  context.normalisation = Normalisation::applied;
+  for (Waveform* each : {document.waveforms()[0].get(), document.waveforms()[1].get()}) {
+    each->sampleRate = 44100;
+    each->setStoredFormat(SampleFormat::pcm8, 0);
+  }
+  for (const TextView name : {u"equal.sb", u"old.sb"})
+    ASSERT_TRUE(MergeFile(document, folder.text(name), RawFallback::refused, context));
+  ASSERT_EQ(document.waveforms().size(), 3u) << "one of them was there already";
+  EXPECT_EQ(document.waveforms()[0]->name, u"old");
+  EXPECT_EQ(document.waveforms()[1]->name, u"old");
+  EXPECT_EQ(document.waveforms()[2]->name, u"old 2");
+}
+
+TEST_F(OpenFlow, StoppingTheTidyingUpIsAFailure) {
   folder.put(u"a.sb", "\x40");
   OpenContext context = opening();
-  std::size_t loadedItems = 0;
-  const Collection* target = nullptr;
-  context.normalise = [&](Collection& loaded, const Collection* mergedInto) {
-    loadedItems = loaded.waveforms().size();
-    target = mergedInto;
-  };
-  ASSERT_TRUE(MergeFile(document, folder.text(u"a.sb"), RawFallback::refused, context));
-  EXPECT_EQ(loadedItems, 1u);
-  EXPECT_EQ(target, &document);
+  context.normalisation = Normalisation::applied;
+  host.stepsAllowed = 0;
+  EXPECT_FALSE(MergeFile(document, folder.text(u"a.sb"), RawFallback::refused, context));
+  EXPECT_EQ(LastErrorText(), u"Open aborted!");
+  expectUntouched();
 }
 
 TEST_F(OpenFlow, MemoryRunningOutIsAFailureLikeAnother) {
+  struct ShortOfMemory final : Host {
+    void showStatus(TextView) override { throw std::bad_alloc(); }
+  } shortOfMemory;
   folder.put(u"a.sb", "\x40");
-  OpenContext context = opening();
-  context.normalise = [](Collection&, const Collection*) { throw std::bad_alloc(); };
+  const OpenContext context{.host = shortOfMemory, .report = report, .settings = settings};
   EXPECT_FALSE(MergeFile(document, folder.text(u"a.sb"), RawFallback::refused, context));
   EXPECT_EQ(LastErrorText(), u"Out of memory");
   expectUntouched();

@@ -8,9 +8,9 @@
 namespace tervo::fixup {
 
 struct ChannelName {
-  Text front;                    ///< what stands before the ending
-  Text ending;                   ///< "-L", "(r)", "Left": what says the channel
-  std::size_t convention;        ///< which pair of endings it is of
+  Text front;              ///< what stands before the ending
+  Text ending;             ///< "-L", "(r)", "Left": what says the channel
+  std::size_t convention;  ///< which pair of endings it is of
   enum class Side { left, right } side;
 
   /// The name of the pair: the front without the blanks and marks at its end.

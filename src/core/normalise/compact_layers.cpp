@@ -77,8 +77,7 @@ void compact(Instrument& instrument) {
     if (layer->regions().empty()) continue;
     zones.clear();
     for (const auto& region : layer->regions()) zones.push_back(zoneOf(*region));
-    auto target =
-        std::find_if(targets.begin(), targets.end(), [&](const Target& each) { return each.canTake(zones); });
+    auto target = std::find_if(targets.begin(), targets.end(), [&](const Target& each) { return each.canTake(zones); });
     if (target == targets.end()) {
       target = targets.insert(targets.end(), {layer.get(), {}});
     } else {

@@ -64,6 +64,12 @@ bool FixUpItems(Collection& loaded, const Collection* mergedInto, const Settings
   return true;
 }
 
+void RepairUsers(const Collection& collection, const std::unordered_set<ItemId>& replaced, ConversionReport& report) {
+  forEachRegion(collection, [&](Region& region) {
+    if (replaced.contains(region.waveform)) repairRegion(report, region);
+  });
+}
+
 void SortItems(Collection& collection, const Settings& settings) {
   if (settings.load.autoSortColl) sortInstruments(collection);
   if (settings.load.autoSortWaves) sortWaveforms(collection);

@@ -69,8 +69,7 @@ bool moveArticulationUp(Pass& pass) {
 
 bool moveTriggerUp(Pass& pass) {
   for (const auto& instrument : pass.loaded.instruments()) {
-    for (const auto& layer : instrument->layers())
-      moveUp(setsOf(*layer, &Region::trigger), layer->trigger, isTrigger);
+    for (const auto& layer : instrument->layers()) moveUp(setsOf(*layer, &Region::trigger), layer->trigger, isTrigger);
   }
   return true;
 }

@@ -54,7 +54,8 @@ class Places {
   std::unordered_map<ItemId, std::size_t> places_;
 };
 
-/// A loop's range in whole frames, as writers round it. At least one frame, and within the waveform's when that has any.
+/// A loop's range in whole frames, as writers round it. At least one frame, and within the waveform's when that has
+/// any.
 struct WholeLoop {
   int64_t start;
   int64_t end;

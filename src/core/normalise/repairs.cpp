@@ -16,7 +16,7 @@ Text rangeText(const Marker& marker) {
 }
 
 /// Some files have loops that end behind the sound, or none of whose frames are there.
-void repairLoop(Pass& pass, const Waveform& waveform, Marker& loop) {
+void repairLoop(ConversionReport& report, const Waveform& waveform, Marker& loop) {
   const auto frames = static_cast<double>(waveform.frames());
   const bool fits = loop.start >= 0 && loop.end <= frames && loop.start < loop.end;
   if (fits) return;
@@ -28,7 +28,7 @@ void repairLoop(Pass& pass, const Waveform& waveform, Marker& loop) {
     loop.loopType = LoopType::off;
     loop.end = loop.start + 1;
   }
-  pass.report.approximated(waveform.name, u"loop", before, anyLeft ? rangeText(loop) : Text(u"off"));
+  report.approximated(waveform.name, u"loop", before, anyLeft ? rangeText(loop) : Text(u"off"));
 }
 
 void repairRootKey(Region& region, const Waveform& waveform) {
@@ -45,46 +45,49 @@ const Marker* named(const Waveform& waveform, float selector) {
 }
 
 /// Takes back to its default a selector that names no marker that it could mean.
-void resetSelector(Pass& pass, Region& region, const Waveform& waveform, ParameterId row, TextView meaning) {
+void resetSelector(ConversionReport& report, Region& region, const Waveform& waveform, ParameterId row,
+                   TextView meaning) {
   const Text before = fromUtf8(fmt::format("marker {}", region.trigger.get(row).value_or(0)));
   region.trigger.erase(row);
-  pass.report.approximated(waveform.name, rowOf(row).name, before, meaning);
+  report.approximated(waveform.name, rowOf(row).name, before, meaning);
 }
 
-void repairPlaySection(Pass& pass, Region& region, const Waveform& waveform) {
+void repairPlaySection(ConversionReport& report, Region& region, const Waveform& waveform) {
   const auto selector = region.trigger.get(ParameterId::playSection);
   if (!selector || *selector == 0) return;
   const Marker* marker = named(waveform, *selector);
   // Where the samples are missing, their length is not known.
   const bool reaches = marker && (!waveform.samples || marker->start < static_cast<double>(waveform.frames()));
-  if (!reaches) resetSelector(pass, region, waveform, ParameterId::playSection, u"whole waveform");
+  if (!reaches) resetSelector(report, region, waveform, ParameterId::playSection, u"whole waveform");
 }
 
-void repairLoopSection(Pass& pass, Region& region, const Waveform& waveform) {
+void repairLoopSection(ConversionReport& report, Region& region, const Waveform& waveform) {
   constexpr float ownLoop = -1, noLoop = 0;
   const auto selector = region.trigger.get(ParameterId::loopSection);
   if (!selector || *selector == ownLoop || *selector == noLoop) return;
   const Marker* marker = named(waveform, *selector);
   if (!marker || marker->type != MarkerType::loop)
-    resetSelector(pass, region, waveform, ParameterId::loopSection, u"the waveform's own loop");
+    resetSelector(report, region, waveform, ParameterId::loopSection, u"the waveform's own loop");
 }
 
 }  // namespace
+
+void repairRegion(ConversionReport& report, Region& region) {
+  const Waveform* waveform = findItem<Waveform>(region.waveform);
+  if (!waveform) return;
+  repairRootKey(region, *waveform);
+  repairPlaySection(report, region, *waveform);
+  repairLoopSection(report, region, *waveform);
+}
 
 bool repairItems(Pass& pass) {
   for (const auto& waveform : pass.loaded.waveforms()) {
     if (!waveform->holdsData()) continue;
     for (Marker& marker : waveform->markers) {
-      if (isActiveLoop(marker)) repairLoop(pass, *waveform, marker);
+      if (isActiveLoop(marker)) repairLoop(pass.report, *waveform, marker);
     }
   }
-  forEachRegion(pass.loaded, [&pass](Region& region) {
-    const Waveform* waveform = findItem<Waveform>(region.waveform);
-    if (!waveform) return;
-    repairRootKey(region, *waveform);
-    repairPlaySection(pass, region, *waveform);
-    repairLoopSection(pass, region, *waveform);
-  });
+  forEachRegion(pass.loaded, [&pass](Region& region) { repairRegion(pass.report, region); });
   return true;
 }
 

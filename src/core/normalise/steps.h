@@ -8,9 +8,11 @@ namespace tervo::fixup {
 
 /// Clears what a region says about its waveform that is not so, and cuts loops to the frames that are there.
 bool repairItems(Pass& pass);
+/// The same for one region.
+void repairRegion(ConversionReport& report, Region& region);
 
-/// Every two-channel waveform becomes two one-channel ones: the waveform itself ("-L") and one behind it ("-R"). Each of
-/// its regions gets a twin behind it in its layer; the two are panned to the sides. Frames are shared, not copied.
+/// Every two-channel waveform becomes two one-channel ones: the waveform itself ("-L") and one behind it ("-R"). Each
+/// of its regions gets a twin behind it in its layer; the two are panned to the sides. Frames are shared, not copied.
 bool splitStereo(Pass& pass);
 
 /// The inverse, for waveforms whose names differ only in the channel that they end with. They must agree in everything
