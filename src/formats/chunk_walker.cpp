@@ -36,14 +36,23 @@ bool ChunkWalker::looksLikeChunk(uint64_t offset) const {
   return chunk && isPrintable(chunk->id) && !chunk->isTruncated();
 }
 
+bool ChunkWalker::leadsOn(uint64_t offset) const {
+  if (!looksLikeChunk(offset)) return false;
+  const auto chunk = headerAt(offset);
+  const uint64_t end = chunk->body + chunk->bytes;
+  return end + 1 >= end_ || looksLikeChunk(end) || looksLikeChunk(end + 1);
+}
+
 uint64_t ChunkWalker::endOf(const Chunk& chunk) const {
   const uint64_t end = chunk.body + chunk.bytes;
   if (chunk.bytes % 2 == 0 || chunk.isTruncated()) return end;
-  // Some writers forget the pad byte. Where a chunk begins behind it, it is there; else look whether one begins before.
+  // Some writers forget the pad byte, and some do not write a zero: look where the chunks go on.
   std::byte pad{};
   source_.readAt(end, std::span(&pad, 1));
-  const bool padIsLikely = pad == std::byte{0} || looksLikeChunk(end + 1);
-  return !padIsLikely && looksLikeChunk(end) ? end : end + 1;
+  if (pad == std::byte{0}) return end + 1;
+  const bool padded = leadsOn(end + 1), padless = leadsOn(end);
+  if (padded != padless) return padded ? end + 1 : end;
+  return looksLikeChunk(end) && !looksLikeChunk(end + 1) ? end : end + 1;
 }
 
 std::optional<Chunk> ChunkWalker::next() {

@@ -42,6 +42,8 @@ class ChunkWalker {
 
  private:
   std::optional<Chunk> headerAt(uint64_t offset) const;
+  /// Whether a chunk could begin at `offset` and another one, or the end, behind it.
+  bool leadsOn(uint64_t offset) const;
   uint64_t endOf(const Chunk& chunk) const;
 
   const ByteSource& source_;
