@@ -36,8 +36,11 @@ std::optional<Chunk> W64Walker::next() {
   if (position_ > source_.size() || source_.readAt(position_, header) != header.size()) return std::nullopt;
   ByteReader reader(header);
   const FourCC id = idOf(reader.record<Guid>());
-  const auto size = reader.little<uint64_t>();
-  if (size < w64ChunkHeaderBytes) return std::nullopt;
+  auto size = reader.little<uint64_t>();
+  if (size < w64ChunkHeaderBytes) {
+    if (id != FourCC("data")) return std::nullopt;
+    size = source_.size() - position_;  // never filled in
+  }
   Chunk chunk;
   chunk.id = id;
   chunk.body = position_ + w64ChunkHeaderBytes;

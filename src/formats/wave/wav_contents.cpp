@@ -75,6 +75,13 @@ bool WavContents::readTruncated(const Chunk& chunk) const {
   return true;
 }
 
+// Codings with blocks need the stated count to cut the last one; here it leaves out samples that are there.
+void WavContents::reportFrameCount() const {
+  const auto stored = static_cast<uint64_t>(framesInData(*format, data->bytes));
+  if (format->containerBits == 0 || statedFrames == 0 || statedFrames >= stored) return;
+  file.report.approximated(waveform->name, u"frames", numberText(stored), numberText(statedFrames) + u", as stated");
+}
+
 bool WavContents::finish(Collection& collection) {
   if (!format || !data) return fail(u"No wave data found!");
   waveform->sampleRate = format->sampleRate;
@@ -83,6 +90,7 @@ bool WavContents::finish(Collection& collection) {
   waveform->coding = format->coding;
   waveform->samples = openWaveSamples(*format, {file.bytes, data->body, data->bytes, statedFrames});
   if (!waveform->samples) return false;
+  reportFrameCount();
   if (format->channels > 2) {
     file.report.approximated(waveform->name, u"channels", numberText(static_cast<uint64_t>(format->channels)),
                              u"2 (downmix)");

@@ -43,6 +43,9 @@ struct WavContents {
 
   /// Opens the sample data and puts the waveform into the collection. False with LastErrorText.
   bool finish(Collection& collection);
+
+ private:
+  void reportFrameCount() const;
 };
 
 /// A chunk's name as the report shows it.

@@ -36,11 +36,14 @@ void setCompressed(WaveFormat& format, double kbitPerSecond) {
   setStored(format, SampleFormat::compressed);
 }
 
-// The bits that a sample takes up are the block's when that is plausible: 24 bits may stand in 4 bytes.
+// The bits that a sample takes up are the block's: 24 bits may stand in 4 bytes. Where the data rate says that samples
+// are as wide as their bits need, a block of another size is a mistake of the writer.
 void settleContainer(WaveFormat& format) {
   const int needed = (format.bits + 7) / 8;
   const int fromBlock = format.blockAlign % format.channels == 0 ? format.blockAlign / format.channels : 0;
-  format.containerBits = 8 * (fromBlock >= needed && fromBlock <= 8 ? fromBlock : needed);
+  const bool isNarrow = format.bytesPerSecond == format.sampleRate * needed * format.channels;
+  const bool isWide = fromBlock >= needed && fromBlock <= 8 && !isNarrow;
+  format.containerBits = 8 * (isWide ? fromBlock : needed);
 }
 
 bool readPcm(WaveFormat& format) {

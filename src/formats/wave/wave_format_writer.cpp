@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/byte_reader.h"
 #include "base/byte_writer.h"
 #include "base/last_error.h"
 #include "formats/codec/block_codec.h"
@@ -62,12 +63,24 @@ std::optional<SampleCoding> askedCoding(const Waveform& waveform, const SaveOpti
   return std::nullopt;
 }
 
-// Whether the bytes of the source may stay as they are: nothing else was asked for, and a "fmt " describes them.
-bool canCopy(const Waveform& waveform, const SaveOptions& options) {
+// Whether samples are as wide as the stored format. Those of 12 or 53 bits, or of 24 in 4 bytes, are seldom read.
+bool isUsualWidth(const Waveform& waveform, std::span<const std::byte> waveFormat) {
+  const SampleFormat format = formatOf(waveform.storedFormat);
+  if (format > SampleFormat::pcm32) return true;
+  ByteReader reader(waveFormat);
+  const auto header = reader.record<WaveFormatHeader>();
+  return reader.little<uint16_t>() == bitsOf(format) && header.blockAlign * 8 == header.channels * bitsOf(format);
+}
+
+// Whether the bytes of the source may stay as they are: a "fmt " describes them, and nothing else was asked for.
+bool canCopy(const Waveform& waveform, const SaveOptions& options, WaveForm form) {
   const auto* stored = waveform.samples->stored();
   if (!stored || stored->waveFormat.size() < sizeof(WaveFormatHeader)) return false;
+  const auto header = ByteReader(stored->waveFormat).record<WaveFormatHeader>();
+  if (form == WaveForm::extensible && header.tag != WaveTag::extensible) return false;
   const auto asked = askedCoding(waveform, options);
-  return !asked || formatOf(*asked).format == formatOf(waveform.storedFormat);
+  if (!asked) return true;
+  return formatOf(*asked).format == formatOf(waveform.storedFormat) && isUsualWidth(waveform, stored->waveFormat);
 }
 
 WavePlan planCopy(const Waveform& waveform) {
@@ -176,7 +189,7 @@ bool encodeBlocks(BlockEncoder& encoder, const SampleData& data, TargetFile& fil
 }  // namespace
 
 std::optional<WavePlan> planWave(const Waveform& waveform, const TargetFile& file, WaveForm form) {
-  if (canCopy(waveform, file.options)) return planCopy(waveform);
+  if (canCopy(waveform, file.options, form)) return planCopy(waveform);
   WavePlan plan;
   plan.sampleFormat = chooseSampleFormat(file, waveform);
   if (plan.sampleFormat == SampleFormat::compressed) return fail(u"The MPEG layer 3 encoder is not available yet");

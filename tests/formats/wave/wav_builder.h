@@ -92,6 +92,22 @@ class WavBuilder {
   Bytes form_ = chars("RIFF"), type_ = chars("WAVE"), size_, chunks_;
 };
 
+/// Points of "cue ", and the sub-chunks of "LIST" "adtl".
+inline Bytes cue(std::initializer_list<std::pair<uint32_t, uint32_t>> points, std::string_view chunk = "data") {
+  Bytes body = u32({static_cast<uint32_t>(points.size())});
+  for (const auto& [id, position] : points) body = body + u32({id, 0}) + chars(chunk) + u32({0, 0, position});
+  return body;
+}
+inline Bytes subChunk(std::string_view id, const Bytes& body) {
+  return chars(id) + u32({static_cast<uint32_t>(body.size())}) + body + (body.size() % 2 == 1 ? u8({0}) : Bytes());
+}
+inline Bytes labl(uint32_t id, std::string_view text) {
+  return subChunk("labl", u32({id}) + chars(text) + u8({0}));
+}
+inline Bytes ltxt(uint32_t id, uint32_t length) {
+  return subChunk("ltxt", u32({id, length}) + chars("rgn ") + u32({0, 0}));
+}
+
 /// A file that was read: one waveform, or none and the message.
 struct Opened {
   Collection collection;

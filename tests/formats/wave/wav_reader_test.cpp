@@ -14,21 +14,6 @@ using testing::Pointwise;
 const Bytes fourFrames = i16({0, 16384, -32768, 32767});
 const Bytes smplLoop = u32({0, 0, 0, 64, 0, 0, 0, 1, 0, 7, 0, 1, 2, 0, 0});
 
-Bytes cue(std::initializer_list<std::pair<uint32_t, uint32_t>> points, std::string_view chunk = "data") {
-  Bytes body = u32({static_cast<uint32_t>(points.size())});
-  for (const auto& [id, position] : points) body = body + u32({id, 0}) + chars(chunk) + u32({0, 0, position});
-  return body;
-}
-Bytes subChunk(std::string_view id, const Bytes& body) {
-  return chars(id) + u32({static_cast<uint32_t>(body.size())}) + body + (body.size() % 2 == 1 ? u8({0}) : Bytes());
-}
-Bytes labl(uint32_t id, std::string_view text) {
-  return subChunk("labl", u32({id}) + chars(text) + u8({0}));
-}
-Bytes ltxt(uint32_t id, uint32_t length) {
-  return subChunk("ltxt", u32({id, length}) + chars("rgn ") + u32({0, 0}));
-}
-
 TEST(WavReader, takesChunksInAnyOrderAndSizesThatLie) {
   const auto file = [] { return WavBuilder().fmt({}).data(fourFrames); };
   const struct {
