@@ -20,7 +20,10 @@ bool isRmid(std::span<const std::byte> head) {
 }
 
 Text quoted(FourCC id) {
-  return u"\"" + fromFileText({id.chars.data(), id.chars.size()}) + u"\"";
+  Text text = fromFileText({id.chars.data(), id.chars.size()});
+  text.insert(text.begin(), u'"');
+  text.push_back(u'"');
+  return text;
 }
 
 /// The type of a list or of a form inside the form.
