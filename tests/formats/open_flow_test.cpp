@@ -81,6 +81,31 @@ TEST_F(OpenFlow, WhatIsMergedIsTidiedUpAndWhatWasThereIsNot) {
   EXPECT_EQ(document.waveforms()[2]->name, u"old 2");
 }
 
+TEST_F(OpenFlow, ADuplicateIsEqualInEveryStoredBit) {
+  folder.put(u"a.sdw", "\x00\x00\x00\x40"s);
+  folder.put(u"a float would round it.sdw", "\x01\x00\x00\x40"s);
+  folder.put(u"again.sdw", "\x01\x00\x00\x40"s);
+  OpenContext context = opening();
+  context.normalisation = Normalisation::applied;
+  ASSERT_TRUE(OpenFile(document, folder.text(u"a.sdw"), RawFallback::refused, context));
+  ASSERT_TRUE(MergeFile(document, folder.text(u"a float would round it.sdw"), RawFallback::refused, context));
+  EXPECT_EQ(document.waveforms().size(), 2u);
+  ASSERT_TRUE(MergeFile(document, folder.text(u"again.sdw"), RawFallback::refused, context));
+  EXPECT_EQ(document.waveforms().size(), 2u);
+}
+
+TEST_F(OpenFlow, ReplacedWaveformsLeaveNoDanglingSelectors) {
+  document.waveforms()[0]->markers.push_back({.type = MarkerType::section, .start = 0, .end = 1});
+  Layer& layer = document.add(std::make_unique<Instrument>()).add(std::make_unique<Layer>());
+  Region& region = layer.add(std::make_unique<Region>());
+  region.waveform = document.waveforms()[0]->id();
+  region.trigger.set(ParameterId::playSection, 1);
+  folder.put(u"old.sb", "\x20");
+  EXPECT_EQ(ReplaceSameName(document, folder.text(u"old.sb"), RawFallback::refused, opening()), 1u);
+  EXPECT_TRUE(region.trigger.empty());
+  EXPECT_TRUE(report.lostSomething());
+}
+
 TEST_F(OpenFlow, StoppingTheTidyingUpIsAFailure) {
   folder.put(u"a.sb", "\x40");
   OpenContext context = opening();

@@ -62,7 +62,8 @@ bool moveArticulationUp(Pass& pass) {
       moveUp(setsOf(*layer, &Region::articulation), layer->articulation, isAnyRow);
       layers.push_back(&layer->articulation);
     }
-    moveUp(layers, instrument->articulation, isAnyRow);
+    // A synth voice beside the layers would hear it too.
+    if (!instrument->synth()) moveUp(layers, instrument->articulation, isAnyRow);
   }
   return true;
 }

@@ -21,13 +21,20 @@ WholeLoop wholeLoop(const Marker& loop, const Waveform& waveform) {
   return {start, std::clamp<int64_t>(start + std::llround(loop.length()), start + 1, frames)};
 }
 
+bool isFinerThanFloats(const Waveform& waveform) {
+  const SampleFormat stored = formatOf(waveform.storedFormat);
+  return stored == SampleFormat::pcm32 || stored == SampleFormat::float64;
+}
+
 void reportSamples(Pass& pass, const Waveform& waveform, TextView what, TextView from, TextView to) {
   const SampleFormat stored = formatOf(waveform.storedFormat);
-  const bool finer = stored == SampleFormat::pcm32 || stored == SampleFormat::float64;
-  const ReportKind kind = finer ? ReportKind::approximated : ReportKind::kept;
-  Text result(to);
-  if (finer) result += u", in 32-bit floats";
-  pass.report.add({waveform.name, Text(what), kind, Text(from), std::move(result)});
+  const bool losesByCoding =
+      (stored >= SampleFormat::gsm && stored <= SampleFormat::adpcm5) || stored == SampleFormat::compressed;
+  const TextView loss = isFinerThanFloats(waveform) ? u", in 32-bit floats"
+                        : losesByCoding             ? u", to be coded anew"
+                                                    : u"";
+  const ReportKind kind = loss.empty() ? ReportKind::kept : ReportKind::approximated;
+  pass.report.add({waveform.name, Text(what), kind, Text(from), Text(to) + Text(loss)});
 }
 
 }  // namespace tervo::fixup

@@ -68,8 +68,11 @@ inline bool isActiveLoop(const Marker& marker) {
   return marker.type == MarkerType::loop && marker.loopType != LoopType::off;
 }
 
+/// Whether 32-bit floats round what the source stores.
+bool isFinerThanFloats(const Waveform& waveform);
+
 /// Says that samples were rearranged. They are the same as before, unless they were finer than 32-bit floats, which is
-/// what they pass through when they are written.
+/// what they pass through when they are written, or are in a coding that loses something each time it is made.
 void reportSamples(Pass& pass, const Waveform& waveform, TextView what, TextView from, TextView to);
 
 }  // namespace tervo::fixup

@@ -20,7 +20,7 @@ bool sameMarkers(const Waveform& a, const Waveform& b) {
                     [](const Marker& one, const Marker& other) { return rangeOf(one) == rangeOf(other); });
 }
 
-/// Everything but the content. The stored format counts: samples that floats round may still be told apart by it.
+/// Everything but the content. The stored format counts: a sound in a coarser format would be saved coarser.
 bool couldBeEqual(const Waveform& a, const Waveform& b) {
   return a.frames() == b.frames() && a.channels() == b.channels() && a.sampleRate == b.sampleRate &&
          a.rootKey == b.rootKey && a.fineTune == b.fineTune && a.gain == b.gain &&
@@ -55,7 +55,10 @@ class DuplicateFinder {
   /// Nothing when the samples cannot be read.
   const std::optional<SampleDigest>& digest(const Waveform& waveform) {
     const auto [place, isNew] = digests_.try_emplace(waveform.id());
-    if (isNew) place->second = digestOf(*waveform.samples);
+    if (isNew) {
+      const StoredSamples* stored = isFinerThanFloats(waveform) ? waveform.samples->stored() : nullptr;
+      place->second = stored ? digestOfStored(*stored) : digestOf(*waveform.samples);
+    }
     return place->second;
   }
 
