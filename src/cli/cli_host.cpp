@@ -32,17 +32,16 @@ std::optional<std::size_t> refusal(const Question& question) {
 void CliHost::showStatus(TextView text) {
   if (line_.quiet || !console_.isTerminal()) return;
   endProgress();
-  console_.err(toUtf8(text) + "\n");
+  console_.err(printable(text) + "\n");
 }
 
 bool CliHost::progress(double fraction) {
-  cancelled_ = cancelled_ || console_.cancelRequested();
   const int percent = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * 100);
   if (drawsProgress() && percent != shownPercent_) {
     shownPercent_ = percent;
     console_.err(fmt::format("\r{:3} %", percent));
   }
-  return !cancelled_;
+  return !cancelled();
 }
 
 void CliHost::endProgress() {

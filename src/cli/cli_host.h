@@ -16,7 +16,7 @@ class CliHost final : public Host {
   bool progress(double fraction) override;
   std::size_t ask(const Question& question) override;
 
-  bool cancelled() const { return cancelled_; }
+  bool cancelled() const { return console_.cancelRequested(); }
   /// Takes the progress line off the terminal before something else is printed.
   void endProgress();
 
@@ -26,7 +26,6 @@ class CliHost final : public Host {
   Console& console_;
   const CommandLine& line_;
   int shownPercent_ = -1;
-  bool cancelled_ = false;
 };
 
 /// The button that the given answers choose ("yes", "no", "TEXT=BUTTON" where TEXT is part of the question and BUTTON

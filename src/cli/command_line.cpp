@@ -3,14 +3,21 @@
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <functional>
 #include <map>
 #include <sstream>
 
+#include "cli/console.h"
+#include "cli/selection.h"
 #include "platform/path.h"
 
 namespace tervo::cli {
 namespace {
+
+constexpr const char* footer =
+    "\"tervo COMMAND --help\" shows the options of a command.\n"
+    "Exit status: 0 done; 1 at least one operation failed; 2 wrong usage; 130 cancelled.\n";
 
 constexpr const char* versionText = "tervo 12.9.0 (Tervo Studio)";
 
@@ -34,21 +41,51 @@ std::optional<SampleCoding> codingNamed(const std::string& name) {
   return std::nullopt;
 }
 
-std::optional<SampleFormat> formatNamed(const std::string& name) {
+/// Whether bytes without a header can be read in this format.
+bool suitsRawData(SampleFormat format) {
+  return format <= SampleFormat::aLaw || format == SampleFormat::deltaPcm8 || format == SampleFormat::deltaPcm16;
+}
+
+std::optional<SampleFormat> rawFormatNamed(const std::string& name) {
   for (int i = 0; i < static_cast<int>(SampleFormat::none); ++i) {
     const auto format = static_cast<SampleFormat>(i);
-    if (equalNoCase(nameOf(format), fromUtf8(name))) return format;
+    if (suitsRawData(format) && equalNoCase(nameOf(format), fromUtf8(name))) return format;
   }
   return std::nullopt;
 }
 
+/// The names of the values up to `last`, for a message.
+template <typename Value>
+std::string namesUpTo(Value last) {
+  std::string names;
+  for (int i = 0; i <= static_cast<int>(last); ++i)
+    names += (i > 0 ? ", " : "") + toUtf8(nameOf(static_cast<Value>(i)));
+  return names;
+}
+
+// Each check says what is wrong with a value, or nothing.
 std::string checkCoding(const std::string& name) {
   if (name == "auto" || codingNamed(name)) return {};
-  return fmt::format("\"{}\" is no sample coding; \"PCM 24-bit\" is one", name);
+  return fmt::format("\"{}\" is no sample coding; there are auto, {}", name, namesUpTo(SampleCoding::compressed320));
 }
 
 std::string checkRawFormat(const std::string& name) {
-  return formatNamed(name) ? std::string() : fmt::format("\"{}\" is no sample format; \"PCM 16-bit\" is one", name);
+  if (rawFormatNamed(name)) return {};
+  return fmt::format("\"{}\" is no format of raw data; there are {}", name, namesUpTo(SampleFormat::aLaw));
+}
+
+std::string checkFileName(const std::string& name) {
+  return name.empty() ? "the name of a file cannot be empty" : std::string();
+}
+
+std::string checkItem(const std::string& name) {
+  if (itemNamed(fromUtf8(name))) return {};
+  return fmt::format("\"{}\" is no item; waveform:0, instrument:3 and song:0 are", name);
+}
+
+/// A check that the help text does not mention: it says what to give in words.
+CLI::Validator unmentioned(CLI::Validator check) {
+  return check.description("");
 }
 
 void addCommonOptions(CLI::App& app, CommandLine& line, Collected& got) {
@@ -58,17 +95,26 @@ void addCommonOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_option("--set", got.sets, "a setting for this run only")->type_name("KEY=VALUE")->expected(1)->take_all();
 }
 
+void addFiles(CLI::App& app, Collected& got, const char* description) {
+  app.add_option("FILE", got.files, description)->required()->type_name("")->check(checkFileName);
+}
+
 void addReadOptions(CLI::App& app, CommandLine& line, Collected& got) {
-  app.add_option("FILE", got.files)->required()->type_name("");
   app.add_flag("--force-raw", line.forceRaw, "read an undetected file as raw data");
   app.add_option("--raw-format", got.rawFormat, "raw data: sample format, e.g. \"PCM 16-bit\"")
       ->type_name("NAME")
       ->check(checkRawFormat);
-  app.add_option("--raw-channels", got.rawChannels, "raw data: channels")->check(CLI::Range(1, 2));
-  app.add_option("--raw-rate", got.rawRate, "raw data: sample rate in Hz")->check(CLI::Range(1.0, 768000.0));
-  app.add_option("--raw-order", got.rawOrder, "raw data: byte order")->check(CLI::IsMember({"little", "big"}));
+  app.add_option("--raw-channels", got.rawChannels, "raw data: channels")
+      ->type_name("1|2")
+      ->check(unmentioned(CLI::Range(1, 2)));
+  app.add_option("--raw-rate", got.rawRate, "raw data: sample rate, 1 to 768000 Hz")
+      ->type_name("HZ")
+      ->check(unmentioned(CLI::Range(1.0, 768000.0)));
+  app.add_option("--raw-order", got.rawOrder, "raw data: byte order")
+      ->type_name("little|big")
+      ->check(unmentioned(CLI::IsMember({"little", "big"})));
   app.add_flag("--raw-unsigned", got.rawUnsigned, "raw data: integers are unsigned");
-  app.add_option("--raw-offset", got.rawOffset, "raw data: bytes to skip");
+  app.add_option("--raw-offset", got.rawOffset, "raw data: bytes to skip")->type_name("BYTES");
   app.add_option("--answer", got.answers, "answers a question in advance")
       ->type_name("yes|no|TEXT=BUTTON")
       ->expected(1)
@@ -76,29 +122,34 @@ void addReadOptions(CLI::App& app, CommandLine& line, Collected& got) {
 }
 
 void addWriteOptions(CLI::App& app, CommandLine& line, Collected& got) {
-  app.add_option("-o,--output", got.target, "the file to write")->type_name("TARGET")->required();
+  app.add_option("-o,--output", got.target, "the file to write")->type_name("TARGET")->required()->check(checkFileName);
   app.add_option("--format", got.format, "target row: index, extension or description")->type_name("ROW");
   app.add_option("--coding", got.coding, "sample coding to save in, or auto")->type_name("NAME")->check(checkCoding);
-  app.add_option("--rate", got.rate, "convert the sample rate, Hz")->check(CLI::Range(1.0, 768000.0));
-  app.add_option("--channels", got.channels, "convert the channel count")->check(CLI::Range(1, 2));
+  app.add_option("--rate", got.rate, "convert the sample rate, 1 to 768000 Hz")
+      ->type_name("HZ")
+      ->check(unmentioned(CLI::Range(1.0, 768000.0)));
+  app.add_option("--channels", got.channels, "convert the channel count")
+      ->type_name("1|2")
+      ->check(unmentioned(CLI::Range(1, 2)));
   app.add_option("--item", got.item, "save one item, counted from 0: waveform:0, instrument:3, song:0")
-      ->type_name("KIND:N");
-  app.add_flag("--report", got.reportWanted, "print the conversion report; --report=FILE writes it to a file");
+      ->type_name("KIND:N")
+      ->check(checkItem);
+  app.add_flag("--report", got.reportWanted, "say what was lost, on standard error; --report=FILE: in a file");
   app.add_option("--report-file", got.report)->group("");
   app.add_flag("--overwrite", line.overwrite, "allow replacing an existing target");
 }
 
 CLI::App* addSettingsCommands(CLI::App& app, CommandLine& line, Collected& got) {
-  CLI::App* settings = app.add_subcommand("settings", "list, read and write the settings");
+  CLI::App* settings = app.add_subcommand("settings", "list, read and write the settings")->group("Commands");
   settings->require_subcommand(1);
   CLI::App* list = settings->add_subcommand("list", "every key with its value");
   list->callback([&line] { line.command = Command::settingsList; });
   CLI::App* get = settings->add_subcommand("get", "one value");
-  get->add_option("KEY", got.key)->required()->type_name("");
+  get->add_option("KEY", got.key, "its name, as listed")->required()->type_name("");
   get->callback([&line] { line.command = Command::settingsGet; });
   CLI::App* set = settings->add_subcommand("set", "write one value");
-  set->add_option("KEY", got.key)->required()->type_name("");
-  set->add_option("VALUE", got.value)->required()->type_name("");
+  set->add_option("KEY", got.key, "its name, as listed")->required()->type_name("");
+  set->add_option("VALUE", got.value, "what it is to be")->required()->type_name("");
   set->callback([&line] { line.command = Command::settingsSet; });
   for (CLI::App* each : {list, get, set}) addCommonOptions(*each, line, got);
   return settings;
@@ -116,6 +167,20 @@ std::vector<std::string> prepared(const std::vector<Text>& arguments) {
   return result;
 }
 
+void refuseEmptyReport(const std::vector<std::string>& arguments) {
+  if (std::find(arguments.begin(), arguments.end(), "--report-file=") != arguments.end())
+    throw CLI::ValidationError("--report=FILE", checkFileName(""));
+}
+
+std::string usageError(const CLI::App& app, const CLI::ParseError& error, const std::vector<Text>& arguments) {
+  std::string message = error.what();
+  const std::string first = arguments.empty() ? "-" : printable(arguments[0]);
+  const bool known = !app.get_subcommands([&](const CLI::App* sub) { return sub->get_name() == first; }).empty();
+  if (!known && first.starts_with('-') && error.get_name() == "RequiredError") message = "a command is required";
+  if (!known && !first.starts_with('-')) message = fmt::format("there is no command \"{}\"", first);
+  return fmt::format("tervo: {}\nRun \"tervo {}--help\" to see what there is.\n", message, known ? first + " " : "");
+}
+
 std::vector<Text> texts(const std::vector<std::string>& strings) {
   std::vector<Text> result;
   for (const std::string& each : strings) result.push_back(fromPathBytes(each));
@@ -129,7 +194,7 @@ NamedFile named(const std::string& file) {
 
 RawRequest rawRequest(const Collected& got) {
   RawRequest raw;
-  if (!got.rawFormat.empty()) raw.format = formatNamed(got.rawFormat);
+  if (!got.rawFormat.empty()) raw.format = rawFormatNamed(got.rawFormat);
   if (!got.rawOrder.empty()) raw.byteOrder = got.rawOrder == "big" ? ByteOrder::big : ByteOrder::little;
   raw.isUnsigned = got.rawUnsigned;
   raw.channels = got.rawChannels;
@@ -164,18 +229,22 @@ Parsed parseCommandLine(const std::vector<Text>& arguments) {
   app.set_version_flag("--version", versionText);
   app.require_subcommand(1);
   app.get_formatter()->column_width(36);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app.footer(footer);
 
   const auto command = [&](const char* name, const char* description, Command value) {
-    CLI::App* sub = app.add_subcommand(name, description);
+    CLI::App* sub = app.add_subcommand(name, description)->group("Commands");
     sub->callback([&line, value] { line.command = value; });
     addCommonOptions(*sub, line, got);
     return sub;
   };
-  addReadOptions(*command("detect", "the format of each file and the confidence", Command::detect), line, got);
+  addFiles(*command("detect", "the format of each file and the confidence", Command::detect), got, "files to look at");
   CLI::App* info = command("info", "what is inside each file", Command::info);
+  addFiles(*info, got, "files to look into");
   addReadOptions(*info, line, got);
   info->add_flag("--raw-model", line.rawModel, "as it was read, before the load-time normalisation");
   CLI::App* convert = command("convert", "open the first file, merge the others, save as TARGET", Command::convert);
+  addFiles(*convert, got, "the file to open, and those to merge with it");
   addReadOptions(*convert, line, got);
   addWriteOptions(*convert, line, got);
   command("formats", "the format table", Command::formats);
@@ -185,13 +254,14 @@ Parsed parseCommandLine(const std::vector<Text>& arguments) {
   std::reverse(strings.begin(), strings.end());
   Parsed parsed;
   try {
+    refuseEmptyReport(strings);
     app.parse(strings);
     complete(line, got);
     parsed.commandLine = std::move(line);
   } catch (const CLI::ParseError& error) {
     std::ostringstream out, err;
     const int status = app.exit(error, out, err);
-    parsed = {std::nullopt, out.str(), err.str(), status == 0 ? 0 : 2};
+    parsed = {std::nullopt, out.str(), status == 0 ? "" : usageError(app, error, arguments), status == 0 ? 0 : 2};
   }
   return parsed;
 }

@@ -3,15 +3,33 @@
 #include <fmt/format.h>
 
 #include "base/last_error.h"
+#include "formats/failure_cause.h"
 
 namespace tervo::cli {
+namespace {
 
-void Console::failure(TextView file) {
-  failure(file, LastErrorText());
+bool isControl(char16_t c) {
+  return c < 0x20 || (c >= 0x7F && c < 0xA0);
 }
 
-void Console::failure(TextView file, TextView message) {
-  err(fmt::format("tervo: {}: {}\n", toPathBytes(file), toUtf8(message)));
+}  // namespace
+
+void Console::failure(TextView file, TextView detail) {
+  const Text message = LastErrorText();
+  const Text more = detail.empty() ? failureCause() : Text(detail);
+  const std::string cause = more.empty() ? std::string() : fmt::format(" ({})", printable(more));
+  err(fmt::format("tervo: {}: {}{}\n", printable(file), printable(message), cause));
+}
+
+std::string printable(TextView text) {
+  Text plain;
+  for (const char16_t c : text) {
+    if (isControl(c))
+      plain += c == u'\n' ? u"\\n" : c == u'\t' ? u"\\t" : fromUtf8(fmt::format("\\x{:02X}", unsigned{c}));
+    else
+      plain += c;
+  }
+  return toPathBytes(plain);
 }
 
 }  // namespace tervo::cli

@@ -1,6 +1,7 @@
 #pragma once
 // Where the command prints: results to standard output, everything else to standard error.
 
+#include <string>
 #include <string_view>
 
 #include "base/text.h"
@@ -11,16 +12,28 @@ class Console {
  public:
   virtual ~Console() = default;
 
-  virtual void out(std::string_view utf8) = 0;
+  void out(std::string_view utf8) { outputFailed_ = !writeOutput(utf8) || outputFailed_; }
   virtual void err(std::string_view utf8) = 0;
   /// Whether progress may be drawn: standard error is a terminal.
   virtual bool isTerminal() const { return false; }
   /// Whether the user asked to stop (Ctrl+C).
   virtual bool cancelRequested() const { return false; }
 
-  /// "tervo: FILE: MESSAGE", MESSAGE being LastErrorText.
-  void failure(TextView file);
-  void failure(TextView file, TextView message);
+  /// "tervo: FILE: MESSAGE", MESSAGE being LastErrorText, followed in parentheses by `detail` or else by what the
+  /// operating system said.
+  void failure(TextView file, TextView detail = {});
+  /// Whether results were lost on their way out.
+  bool outputFailed() const { return outputFailed_; }
+
+ protected:
+  virtual bool writeOutput(std::string_view utf8) = 0;
+
+ private:
+  bool outputFailed_ = false;
 };
+
+/// Text from the user or out of a file for one line of a terminal: control characters as escapes, since names may hold
+/// line ends and worse. The bytes of a path stay as they are.
+std::string printable(TextView text);
 
 }  // namespace tervo::cli

@@ -9,20 +9,25 @@
 namespace tervo::cli {
 namespace {
 
-nlohmann::ordered_json detectionJson(const Text& path, const Detection& found) {
-  const bool known = found.index != noFormat;
-  return {{"path", utf8(path)},
+nlohmann::ordered_json detectionJson(const NamedFile& file, const Detection& found) {
+  const FormatDescriptor* row = rowAt(found.index);
+  return {{"path", utf8(file.shown)},
           {"index", found.index},
-          {"extension", known ? utf8(FormatTable()[static_cast<std::size_t>(found.index)].extension) : ""},
-          {"description", known ? utf8(FormatTable()[static_cast<std::size_t>(found.index)].description) : ""},
+          {"extension", row ? utf8(row->extension) : ""},
+          {"description", row ? utf8(row->description) : ""},
           {"confidence", found.confidence}};
 }
 
-std::string detectionText(const Text& path, const Detection& found) {
-  if (found.index == noFormat) return fmt::format("{}: Unknown file type\n", utf8(path));
-  const FormatDescriptor& row = FormatTable()[static_cast<std::size_t>(found.index)];
-  return fmt::format("{}: {} (row {}, .{}), confidence {} %\n", utf8(path), utf8(row.description), found.index,
-                     utf8(row.extension), found.confidence);
+std::string detectionText(const NamedFile& file, const Detection& found) {
+  const FormatDescriptor& row = *rowAt(found.index);
+  const Text note = found.index == 0 ? knownButUnreadNote(file.path) : Text();
+  return fmt::format("{}: {} (row {}, .{}), confidence {} %{}\n", printable(file.shown), utf8(row.description),
+                     found.index, utf8(row.extension), found.confidence, note.empty() ? "" : "; " + utf8(note));
+}
+
+Detection detect(const NamedFile& file) {
+  const auto bytes = platform::InputFile::open(file.path);
+  return bytes ? DetectFormat(file.path, *bytes) : Detection{};
 }
 
 }  // namespace
@@ -30,19 +35,20 @@ std::string detectionText(const Text& path, const Detection& found) {
 int runDetect(const CommandLine& line, Console& console) {
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
   int status = exitDone;
-  for (const auto& [shown, path] : line.files) {
-    const auto file = platform::InputFile::open(path);
-    const Detection found = file ? DetectFormat(path, *file) : Detection{};
-    if (!file || file->size() == 0) {
-      console.failure(shown);
+  for (const NamedFile& file : line.files) {
+    if (console.cancelRequested()) {
+      status = exitCancelled;
+      break;
+    }
+    const Detection found = detect(file);
+    if (found.index == noFormat) {
+      console.failure(file.shown);
       status = exitFailed;
-      if (!file) continue;
     }
-    if (line.json) {
-      all.push_back(detectionJson(shown, found));
-    } else if (file->size() > 0) {
-      console.out(detectionText(shown, found));
-    }
+    if (line.json)
+      all.push_back(detectionJson(file, found));
+    else if (found.index != noFormat)
+      console.out(detectionText(file, found));
   }
   if (line.json) console.out(dumped(all));
   return status;

@@ -1,48 +1,54 @@
 #include "cli/opening.h"
 
-#include <fmt/format.h>
-
 #include "base/last_error.h"
-#include "cli/document_json.h"
 #include "formats/open_flow.h"
-#include "platform/file.h"
 
 namespace tervo::cli {
 namespace {
 
 OpenContext contextOf(Run& run) {
-  return {run.host, run.report, run.settings, run.line.raw,
-          run.line.rawModel ? Normalisation::skipped : Normalisation::applied};
+  return {run.host,
+          run.report,
+          run.settings,
+          run.line.raw,
+          run.line.rawModel ? Normalisation::skipped : Normalisation::applied,
+          &run.detected};
 }
 
 using OpenStep = bool (*)(Collection&, TextView, RawFallback, const OpenContext&);
 
-bool openOrMerge(Run& run, Collection& collection, const NamedFile& file, OpenStep step) {
+/// Opens the file and, when nobody knows it and the user wants that, opens it again as raw data.
+bool openOrFallBack(Run& run, Collection& collection, const NamedFile& file, OpenStep step) {
   const RawFallback fallback = run.line.forceRaw ? RawFallback::allowed : RawFallback::refused;
   if (step(collection, file.path, fallback, contextOf(run))) return true;
-  if (LastErrorText() == u"Not detected as any supported file type") {
-    RawChoice remembered = RawChoice::askEachTime;
-    if (!run.line.answers.empty() && askRawFallback(run.host, remembered) == RawFallback::allowed &&
-        step(collection, file.path, RawFallback::allowed, contextOf(run))) {
-      return true;
-    }
-    const Text note = knownButUnreadNote(file.path);
-    if (!note.empty()) return run.console.failure(file.shown, LastErrorText() + u" (" + note + u")"), false;
-  }
-  run.console.failure(file.shown);
+  if (LastErrorText() != u"Not detected as any supported file type") return false;
+  RawChoice remembered = RawChoice::askEachTime;
+  return askRawFallback(run.host, remembered) == RawFallback::allowed &&
+         step(collection, file.path, RawFallback::allowed, contextOf(run));
+}
+
+/// What helps the user with a file that no format takes.
+Text undetectedHint(const NamedFile& file) {
+  const Text note = knownButUnreadNote(file.path);
+  return note.empty() ? u"--force-raw reads it as raw data" : note;
+}
+
+bool openOrSayWhy(Run& run, Collection& collection, const NamedFile& file, OpenStep step) {
+  if (openOrFallBack(run, collection, file, step)) return true;
+  run.host.endProgress();
+  const bool undetected = LastErrorText() == u"Not detected as any supported file type";
+  run.console.failure(file.shown, undetected ? undetectedHint(file) : Text());
   return false;
 }
 
 }  // namespace
 
-std::optional<int> openFile(Run& run, Collection& collection, const NamedFile& file) {
-  if (!openOrMerge(run, collection, file, OpenFile)) return std::nullopt;
-  const auto bytes = platform::InputFile::open(file.path);
-  return bytes ? DetectFormat(file.path, *bytes).confidence : 0;
+bool openFile(Run& run, Collection& collection, const NamedFile& file) {
+  return openOrSayWhy(run, collection, file, OpenFile);
 }
 
 bool mergeFile(Run& run, Collection& collection, const NamedFile& file) {
-  return openOrMerge(run, collection, file, MergeFile);
+  return openOrSayWhy(run, collection, file, MergeFile);
 }
 
 }  // namespace tervo::cli

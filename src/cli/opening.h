@@ -2,11 +2,11 @@
 // Opening files for a command: the flow of the format framework with this command line's answers and messages.
 
 #include "cli/cli_host.h"
-#include "cli/command_line.h"
-#include "cli/console.h"
+#include "cli/commands.h"
 #include "core/collection.h"
 #include "core/report.h"
 #include "core/settings.h"
+#include "formats/detection.h"
 
 namespace tervo::cli {
 
@@ -17,14 +17,15 @@ struct Run {
   const Settings& settings;
   CliHost host{console, line};
   ConversionReport report{};
+  Detection detected{};  ///< of the file opened last
 
   /// How a failed run exits.
-  int failureStatus() const { return host.cancelled() ? 130 : 1; }
+  int failureStatus() const { return host.cancelled() ? exitCancelled : exitFailed; }
 };
 
-/// Opens `path` into the collection and returns the confidence of its detection in percent. Nothing after printing why
-/// it failed. An undetected file is read as raw data when the command line says so, or the question is answered so.
-std::optional<int> openFile(Run& run, Collection& collection, const NamedFile& file);
+/// Opens the file into the collection. False after printing why it failed. An undetected file is read as raw data when
+/// the command line says so, or the question is answered so.
+bool openFile(Run& run, Collection& collection, const NamedFile& file);
 /// The same for a further file, whose items are added.
 bool mergeFile(Run& run, Collection& collection, const NamedFile& file);
 

@@ -10,10 +10,12 @@ class ProcessConsole final : public Console {
  public:
   ProcessConsole() { platform::installCancelHandler(); }
 
-  void out(std::string_view utf8) override { platform::writeStandardOutput(utf8); }
   void err(std::string_view utf8) override { platform::writeStandardError(utf8); }
   bool isTerminal() const override { return platform::standardErrorIsTerminal(); }
   bool cancelRequested() const override { return platform::cancelRequested(); }
+
+ protected:
+  bool writeOutput(std::string_view utf8) override { return platform::writeStandardOutput(utf8); }
 };
 
 }  // namespace tervo::cli

@@ -18,23 +18,41 @@ std::optional<Settings> settingsFor(const CommandLine& line, Console& console) {
   return settings;
 }
 
-}  // namespace
+int runCommand(const CommandLine& line, Console& console) {
+  const auto settings = settingsFor(line, console);
+  if (!settings) return exitWrongUsage;
+  switch (line.command) {
+    case Command::detect:
+      return runDetect(line, console);
+    case Command::info:
+      return runInfo(line, console, *settings);
+    case Command::convert:
+      return runConvert(line, console, *settings);
+    case Command::formats:
+      return runFormats(line, console);
+    default:
+      return runSettings(line, console, *settings);
+  }
+}
 
-int run(const std::vector<Text>& arguments, Console& console) {
+int parseAndRun(const std::vector<Text>& arguments, Console& console) {
   const Parsed parsed = parseCommandLine(arguments);
   if (!parsed.commandLine) {
     console.out(parsed.output);
     console.err(parsed.error);
     return parsed.exitStatus;
   }
-  const CommandLine& line = *parsed.commandLine;
-  if (line.command == Command::detect) return runDetect(line, console);
-  if (line.command == Command::formats) return runFormats(line, console);
-  const auto settings = settingsFor(line, console);
-  if (!settings) return exitWrongUsage;
-  if (line.command == Command::info) return runInfo(line, console, *settings);
-  if (line.command == Command::convert) return runConvert(line, console, *settings);
-  return runSettings(line, console, *settings);
+  return runCommand(*parsed.commandLine, console);
+}
+
+}  // namespace
+
+int run(const std::vector<Text>& arguments, Console& console) {
+  const int status = parseAndRun(arguments, console);
+  if (!console.outputFailed()) return status;
+  setLastErrorText(u"Writing to file failed");
+  console.failure(u"standard output");
+  return status == exitDone ? exitFailed : status;
 }
 
 }  // namespace tervo::cli

@@ -1,5 +1,7 @@
 #include "cli/selection.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
 
 #include "base/last_error.h"
@@ -7,10 +9,6 @@
 
 namespace tervo::cli {
 namespace {
-
-const FormatDescriptor& rowAt(FormatIndex index) {
-  return FormatTable()[static_cast<std::size_t>(index)];
-}
 
 std::optional<int> numberIn(TextView text) {
   const std::string digits = toUtf8(text);
@@ -21,82 +19,103 @@ std::optional<int> numberIn(TextView text) {
   return value;
 }
 
+/// The first row of those that fit, one that can write if there is any.
 template <typename Fits>
-FormatIndex firstRow(Fits fits) {
-  for (std::size_t i = 0; i < formatCount; ++i) {
-    if (fits(FormatTable()[i])) return static_cast<FormatIndex>(i);
+FormatIndex writerAmong(Fits fits) {
+  FormatIndex found = noFormat;
+  for (FormatIndex i = 0; const FormatDescriptor* row = rowAt(i); ++i) {
+    if (!fits(*row)) continue;
+    if (row->write) return i;
+    const bool betterThanFound = found == noFormat || !(rowAt(found)->declared & DeclaredOps::write);
+    if (betterThanFound) found = i;
   }
-  return noFormat;
+  return found;
 }
 
-FormatIndex writerOf(TextView extension) {
-  const FormatIndex row =
-      firstRow([&](const FormatDescriptor& each) { return each.write && equalNoCase(each.extension, extension); });
-  if (row != noFormat) return row;
-  const FormatIndex known = firstRow([&](const FormatDescriptor& each) {
-    return (each.declared & DeclaredOps::write) && equalNoCase(each.extension, extension);
-  });
-  setLastErrorText(u"Invalid export format selected");
-  if (known != noFormat)
-    setLastErrorText(Text(u"Invalid export format selected (known, but not writable yet: ") +
-                     Text(rowAt(known).description) + u")");
-  return noFormat;
+FormatIndex rowOfExtension(TextView extension) {
+  return writerAmong([&](const FormatDescriptor& row) { return equalNoCase(row.extension, extension); });
 }
 
-const Item* soleItem(const Collection& collection, uint8_t kinds) {
-  const auto sole = [&](ItemKind kind, const auto& items) -> const Item* {
-    return (kinds & kindBit(kind)) && items.size() == 1 ? items[0].get() : nullptr;
+FormatIndex rowNamed(TextView name) {
+  if (const auto index = numberIn(name)) return rowAt(*index) ? *index : noFormat;
+  const FormatIndex described =
+      writerAmong([&](const FormatDescriptor& row) { return equalNoCase(row.description, name); });
+  return described != noFormat ? described : rowOfExtension(name);
+}
+
+/// What may be saved in a row: all items of the kinds that it holds, songs for rendering too.
+std::vector<const Item*> itemsFor(const FormatDescriptor& row, const Collection& collection) {
+  std::vector<const Item*> items;
+  const auto add = [&](uint8_t kinds, const auto& list) {
+    if (row.kindMask & kinds)
+      for (const auto& item : list) items.push_back(item.get());
   };
-  if (const Item* song = sole(ItemKind::song, collection.songs())) return song;
-  if (const Item* instrument = sole(ItemKind::instrument, collection.instruments())) return instrument;
-  if (const Item* waveform = sole(ItemKind::waveform, collection.waveforms())) return waveform;
-  // A row for waveforms takes a song too: it is rendered.
-  if ((kinds & kindBit(ItemKind::waveform)) && collection.waveforms().empty() && collection.songs().size() == 1)
-    return collection.songs()[0].get();
-  return nullptr;
+  add(kindBit(ItemKind::song) | kindBit(ItemKind::waveform), collection.songs());
+  add(kindBit(ItemKind::instrument), collection.instruments());
+  add(kindBit(ItemKind::waveform), collection.waveforms());
+  return items;
 }
 
-template <typename Items>
-const Item* itemAt(const Items& items, int index) {
-  return index >= 0 && static_cast<std::size_t>(index) < items.size() ? items[static_cast<std::size_t>(index)].get()
-                                                                      : nullptr;
+const Item* itemAt(const Collection& collection, ItemName name) {
+  const auto at = [&](const auto& items) -> const Item* {
+    return name.index < items.size() ? items[name.index].get() : nullptr;
+  };
+  if (name.kind == ItemKind::waveform) return at(collection.waveforms());
+  if (name.kind == ItemKind::instrument) return at(collection.instruments());
+  return at(collection.songs());
 }
 
-const Item* namedItem(TextView name, const Collection& collection) {
-  const std::size_t colon = name.find(u':');
-  const auto index = numberIn(colon == TextView::npos ? TextView() : name.substr(colon + 1));
-  if (!index) return nullptr;
-  const TextView kind = name.substr(0, colon);
-  if (equalNoCase(kind, u"waveform")) return itemAt(collection.waveforms(), *index);
-  if (equalNoCase(kind, u"instrument")) return itemAt(collection.instruments(), *index);
-  if (equalNoCase(kind, u"song")) return itemAt(collection.songs(), *index);
-  return nullptr;
+Text countsOf(const Collection& collection) {
+  return fromUtf8(fmt::format("in the document: instruments {}, waveforms {}, songs {}",
+                              collection.instruments().size(), collection.waveforms().size(),
+                              collection.songs().size()));
 }
 
 }  // namespace
 
-FormatIndex chosenRow(const CommandLine& line) {
-  if (!line.format) return writerOf(platform::extensionOf(line.target.path));
-  if (const auto index = numberIn(*line.format)) return *index;
-  const FormatIndex described =
-      firstRow([&](const FormatDescriptor& row) { return equalNoCase(row.description, *line.format); });
-  return described != noFormat ? described : writerOf(*line.format);
+FormatIndex chosenRow(const CommandLine& line, Text& hint) {
+  const Text extension(platform::extensionOf(line.target.path));
+  const FormatIndex index = line.format ? rowNamed(*line.format) : rowOfExtension(extension);
+  const FormatDescriptor* row = rowAt(index);
+  if (row && row->write) return index;
+  if (row) {
+    const bool later = row->declared & DeclaredOps::write;
+    hint = (later ? u"known, but not writable yet: " : u"only read, never written: ") + Text(row->description);
+  } else {
+    hint = line.format ? u"no row has the index, extension or description \"" + *line.format + u"\""
+                       : u"no format has the extension \"" + extension + u"\"; choose one with --format";
+    hint += u"; \"tervo formats\" lists them";
+  }
+  return setLastErrorText(u"Invalid export format selected"), noFormat;
 }
 
-const Item* chosenItem(const CommandLine& line, const Collection& collection, FormatIndex row) {
-  if (line.item) {
-    const Item* item = namedItem(*line.item, collection);
-    return item ? item : fail(Text(u"No item selected: there is no ") + *line.item);
+std::optional<ItemName> itemNamed(TextView text) {
+  const std::size_t colon = text.find(u':');
+  if (colon == TextView::npos) return std::nullopt;
+  const auto index = numberIn(text.substr(colon + 1));
+  if (!index || *index < 0) return std::nullopt;
+  const struct {
+    TextView word;
+    ItemKind kind;
+  } kinds[] = {{u"waveform", ItemKind::waveform}, {u"instrument", ItemKind::instrument}, {u"song", ItemKind::song}};
+  for (const auto& [word, kind] : kinds)
+    if (equalNoCase(text.substr(0, colon), word)) return ItemName{kind, static_cast<std::size_t>(*index)};
+  return std::nullopt;
+}
+
+const Item* chosenItem(const CommandLine& line, const Collection& collection, FormatIndex row, Text& hint) {
+  if (const auto name = line.item ? itemNamed(*line.item) : std::nullopt) {
+    const Item* item = itemAt(collection, *name);
+    if (!item) hint = u"there is no " + *line.item + u"; " + countsOf(collection);
+    return item ? item : fail(u"No item selected");
   }
-  if (row < 0 || static_cast<std::size_t>(row) >= formatCount) return &collection;
-  const uint8_t kinds = rowAt(row).kindMask;
-  if ((kinds & kindBit(ItemKind::collection)) || !collection.holdsData()) return &collection;
-  if (const Item* item = soleItem(collection, kinds)) return item;
-  const auto count = [](std::size_t n, const char* word) { return fromUtf8(std::to_string(n) + word); };
-  return fail(Text(u"No item selected: the document holds ") +
-              count(collection.instruments().size(), " instruments, ") +
-              count(collection.waveforms().size(), " waveforms and ") +
-              count(collection.songs().size(), " songs; choose one with --item KIND:N"));
+  const FormatDescriptor& descriptor = *rowAt(row);
+  if (descriptor.kindMask & kindBit(ItemKind::collection)) return &collection;
+  const auto items = itemsFor(descriptor, collection);
+  if (items.empty()) return &collection;  // for saving to say what is wrong with it
+  if (items.size() == 1) return items[0];
+  hint = countsOf(collection) + u"; choose one with --item KIND:N";
+  return fail(u"No item selected");
 }
 
 }  // namespace tervo::cli

@@ -6,13 +6,19 @@
 
 namespace tervo::cli {
 
-/// The row named by an index, an extension or a description, or by the target's extension; the first one with a writer
-/// where several fit. noFormat with LastErrorText when there is none; then LastErrorText also says so when the format
-/// is known and only its writer is missing.
-FormatIndex chosenRow(const CommandLine& line);
+/// A row that can write, named by an index, an extension or a description, or by the target's extension; the first
+/// where several fit. noFormat with LastErrorText when there is none; `hint` then says what the user can do.
+FormatIndex chosenRow(const CommandLine& line, Text& hint);
 
-/// The item to save in that row. Null with LastErrorText: "No item selected" where "--item" names nothing, or several
-/// items could be meant.
-const Item* chosenItem(const CommandLine& line, const Collection& collection, FormatIndex row);
+/// The item to save in that row. Null with LastErrorText and a hint: "No item selected" where "--item" names nothing,
+/// or several items could be meant.
+const Item* chosenItem(const CommandLine& line, const Collection& collection, FormatIndex row, Text& hint);
+
+/// "--item" taken apart. Nothing when the text is not of that form.
+struct ItemName {
+  ItemKind kind;
+  std::size_t index;
+};
+std::optional<ItemName> itemNamed(TextView text);
 
 }  // namespace tervo::cli

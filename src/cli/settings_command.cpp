@@ -23,7 +23,7 @@ int list(const CommandLine& line, Console& console, const Settings& settings) {
     if (line.json) {
       all.push_back(settingJson(settings, row));
     } else {
-      text += fmt::format("{} = {}\n", utf8(row.key), utf8(settingText(settings, row)));
+      text += fmt::format("{} = {}\n", utf8(row.key), printable(settingText(settings, row)));
     }
   }
   console.out(line.json ? dumped(all) : text);
@@ -42,8 +42,10 @@ int runSettings(const CommandLine& line, Console& console, Settings settings) {
   const SettingRow* row = findSetting(line.settingKey);
   if (row && line.command == Command::settingsGet) return get(line, console, settings, *row);
   if (row && setSettingText(settings, *row, line.settingValue) &&
-      SaveSetting(settings, *row, *platform::openUserSettings()))
+      SaveSetting(settings, *row, *platform::openUserSettings())) {
+    if (line.json) console.out(dumped(settingJson(settings, *row)));
     return exitDone;
+  }
   console.failure(line.settingKey);
   return exitFailed;
 }

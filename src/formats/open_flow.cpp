@@ -19,16 +19,14 @@ struct Found {
   FormatIndex index = noFormat;
 };
 
-std::optional<Found> find(TextView givenPath, RawFallback fallback, Host& host) {
+std::optional<Found> find(TextView givenPath, RawFallback fallback, const OpenContext& context) {
   Text path = platform::absolute(givenPath);
   platform::setCurrentFolder(platform::folderOf(path));
   std::shared_ptr<const ByteSource> bytes = platform::InputFile::open(path);
-  if (!bytes) {
-    host.showStatus(u"Could not open file: " + path);
-    return fail(u"Could not open file");
-  }
+  if (!bytes) return fail(u"Could not open file");
   if (bytes->size() == 0) return fail(u"File is of zero size");
   const Detection detected = DetectFormat(path, *bytes);
+  if (context.detected) *context.detected = detected;
   if (detected.index == noFormat) return fail(u"Not a supported import file type");
   if (detected.confidence == 0 && fallback == RawFallback::refused)
     return fail(u"Not detected as any supported file type");
@@ -80,7 +78,7 @@ bool replaceSameName(Collection& collection, const Waveform& from, std::unordere
 }  // namespace
 
 bool OpenFile(Collection& collection, TextView path, RawFallback fallback, const OpenContext& context) {
-  const auto found = find(path, fallback, context.host);
+  const auto found = find(path, fallback, context);
   if (!found) return false;
   collection.clear();
   if (!load(collection, *found, nullptr, context)) return false;
@@ -89,7 +87,7 @@ bool OpenFile(Collection& collection, TextView path, RawFallback fallback, const
 }
 
 bool MergeFile(Collection& collection, TextView path, RawFallback fallback, const OpenContext& context) {
-  const auto found = find(path, fallback, context.host);
+  const auto found = find(path, fallback, context);
   if (!found) return false;
   Collection loaded;
   if (!load(loaded, *found, &collection, context)) return false;
@@ -101,7 +99,7 @@ bool MergeFile(Collection& collection, TextView path, RawFallback fallback, cons
 
 std::optional<std::size_t> ReplaceSameName(Collection& collection, TextView path, RawFallback fallback,
                                            const OpenContext& context) {
-  const auto found = find(path, fallback, context.host);
+  const auto found = find(path, fallback, context);
   if (!found) return std::nullopt;
   Collection loaded;
   // Not as in a merge: a waveform that bears a name of the collection is what is wanted here.

@@ -22,11 +22,12 @@ struct OpenContext {
   const Settings& settings;
   RawRequest raw = {};
   Normalisation normalisation = Normalisation::applied;
+  Detection* detected = nullptr;  ///< where to tell what the file was taken for, and how surely
 };
 
 /// Replaces the collection with the file's content. A file that is not there, is empty or is not detected leaves the
 /// collection alone; one that turns out unreadable leaves it empty, under the name "Empty collection". False with
-/// LastErrorText.
+/// LastErrorText, beside which the caller names the path.
 bool OpenFile(Collection& collection, TextView path, RawFallback fallback, const OpenContext& context);
 
 /// Adds the file's items to the collection, whose own items stay as they are; its lists are sorted where the settings

@@ -22,7 +22,9 @@ class InputFile : public ByteSource {
   virtual void expectSequentialReads() const noexcept {}
 };
 
-/// What the operating system said about the last failed open or write of this thread, e.g. "No such file or directory".
+/// What the operating system said about the last failed open, read or write of this thread, e.g. "No such file or
+/// directory". Empty when it said nothing since a file was last opened: a source that has become shorter is no error to
+/// it.
 Text systemErrorCause();
 
 enum class Replace { never, allowed };

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "base/last_error.h"
+#include "platform/system_error.h"
 #include "platform/unbuffered_file.h"
 
 namespace tervo::platform {
@@ -97,6 +98,7 @@ bool BufferedFile::commit() {
 std::unique_ptr<OutputFile> OutputFile::create(TextView target, Replace replace) {
   auto file = createUnbuffered(target, replace);
   if (!file) return nullptr;
+  noteSystemError(0);
   return std::make_unique<BufferedFile>(std::move(file));
 }
 

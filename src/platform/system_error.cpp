@@ -5,15 +5,15 @@
 namespace tervo::platform {
 namespace {
 
-thread_local Text lastCause;
+thread_local int lastCode = 0;
 
 }  // namespace
 
-void setSystemErrorCause(TextView cause) {
-  lastCause = cause;
+void noteSystemError(int code) noexcept {
+  lastCode = code;
 }
 Text systemErrorCause() {
-  return lastCause;
+  return lastCode == 0 ? Text() : systemErrorText(lastCode);
 }
 
 Failure failBySystem(TextView message) {
@@ -22,7 +22,7 @@ Failure failBySystem(TextView message) {
 }
 
 Failure failBySystem(TextView message, int code) {
-  setSystemErrorCause(systemErrorText(code));
+  noteSystemError(code);
   return fail(message);
 }
 

@@ -9,10 +9,10 @@ namespace tervo::platform {
 /// The system's text for its error number `code`.
 Text systemErrorText(int code);
 
-/// Keeps the cause for this thread.
-void setSystemErrorCause(TextView cause);
-/// Keeps the text of the thread's current error number (errno, GetLastError()).
-void noteSystemError();
+/// Keeps the thread's current error number (errno, GetLastError()).
+void noteSystemError() noexcept;
+/// Keeps this error number; 0 when the system has nothing to say.
+void noteSystemError(int code) noexcept;
 
 /// Notes the current error number and fails with `message`.
 Failure failBySystem(TextView message);

@@ -55,7 +55,9 @@ TEST(InputFile, SeesTheFileShrinkAsMissingBytes) {
   folder.put(u"a", "0123456789");
   const auto file = InputFile::open(folder.text(u"a"));
   std::filesystem::resize_file(folder / u"a", 4);
+  EXPECT_FALSE(InputFile::open(folder.text(u"missing")));
   EXPECT_EQ(readText(*file, 2, 8), "23");
+  EXPECT_EQ(systemErrorCause(), u"") << "the missing file has nothing to do with it";
 }
 
 TEST(InputFile, SaysWhyItCannotBeOpened) {

@@ -33,6 +33,7 @@ std::shared_ptr<InputFile> InputFile::open(TextView path) {
   if (!file) return failBySystem(u"Could not open file");
   const auto size = sizeOf(file.get());
   if (!size) return failBySystem(u"Could not open file");
+  noteSystemError(0);
   return std::make_shared<PosixInputFile>(std::move(file), *size);
 }
 
@@ -43,7 +44,10 @@ std::size_t PosixInputFile::readAt(uint64_t offset, std::span<std::byte> out) co
   while (done < out.size()) {
     const ssize_t got = pread(file_.get(), out.data() + done, out.size() - done, static_cast<off_t>(offset + done));
     if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) break;
+    if (got <= 0) {
+      noteSystemError(got < 0 ? errno : 0);
+      break;
+    }
     done += static_cast<std::size_t>(got);
   }
   return done;

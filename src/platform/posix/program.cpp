@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "platform/posix/temporary_file.h"
+#include "platform/system_error.h"
 
 namespace tervo::platform {
 namespace {
@@ -21,7 +22,7 @@ bool writeTo(int file, std::string_view bytes) {
   while (!bytes.empty()) {
     const ssize_t done = write(file, bytes.data(), bytes.size());
     if (done < 0 && errno == EINTR) continue;
-    if (done <= 0) return false;
+    if (done <= 0) return noteSystemError(), false;
     bytes.remove_prefix(static_cast<std::size_t>(done));
   }
   return true;

@@ -8,8 +8,8 @@ namespace tervo::platform {
 Text systemErrorText(int code) {
   return fromUtf8(std::system_category().message(code));
 }
-void noteSystemError() {
-  setSystemErrorCause(systemErrorText(errno));
+void noteSystemError() noexcept {
+  noteSystemError(errno);
 }
 
 }  // namespace tervo::platform

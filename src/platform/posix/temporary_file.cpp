@@ -84,7 +84,11 @@ std::unique_ptr<TemporaryFile> TemporaryFile::create(int folder, mode_t mode, Te
   auto file = std::make_unique<TemporaryFile>();
   file->folder_ = folder;
   const bool opened = (kind == TemporaryKind::unnamedWherePossible && file->openUnnamed(mode)) || file->openNamed(mode);
-  return opened ? std::move(file) : nullptr;
+  if (opened) return file;
+  const int error = errno;  // removing what was not made has one of its own
+  file.reset();
+  errno = error;
+  return nullptr;
 }
 
 bool TemporaryFile::openUnnamed(mode_t mode) {

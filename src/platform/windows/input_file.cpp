@@ -25,7 +25,11 @@ class WindowsInputFile final : public InputFile {
       const auto count = static_cast<DWORD>(std::min(out.size() - done, mostAtOnce));
       OVERLAPPED position = atOffset(offset + done);
       DWORD got = 0;
-      if (!ReadFile(file_.get(), out.data() + done, count, &got, &position) || got == 0) break;
+      const bool read = ReadFile(file_.get(), out.data() + done, count, &got, &position);
+      if (!read || got == 0) {
+        noteSystemError(read || GetLastError() == ERROR_HANDLE_EOF ? 0 : static_cast<int>(GetLastError()));
+        break;
+      }
       done += got;
     }
     return done;
@@ -45,6 +49,7 @@ std::shared_ptr<InputFile> InputFile::open(TextView path) {
   LARGE_INTEGER size{};
   if (GetFileType(file.get()) == FILE_TYPE_DISK && !GetFileSizeEx(file.get(), &size))
     return failBySystem(u"Could not open file");
+  noteSystemError(0);
   return std::make_shared<WindowsInputFile>(std::move(file), static_cast<uint64_t>(size.QuadPart));
 }
 

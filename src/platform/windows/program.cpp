@@ -1,5 +1,6 @@
 #include "platform/program.h"
 
+#include "platform/system_error.h"
 #include "platform/windows/wide.h"
 // Needs windows.h before it.
 #include <shellapi.h>
@@ -23,7 +24,7 @@ bool writeBytes(HANDLE stream, std::string_view bytes) {
   while (!bytes.empty()) {
     DWORD done = 0;
     const auto count = static_cast<DWORD>(std::min<std::size_t>(bytes.size(), 1u << 30));
-    if (!WriteFile(stream, bytes.data(), count, &done, nullptr) || done == 0) return false;
+    if (!WriteFile(stream, bytes.data(), count, &done, nullptr) || done == 0) return noteSystemError(), false;
     bytes.remove_prefix(done);
   }
   return true;

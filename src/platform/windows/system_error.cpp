@@ -15,8 +15,8 @@ Text systemErrorText(int code) {
   return text.empty() ? u"System error " + fromUtf8(std::to_string(code)) : text;
 }
 
-void noteSystemError() {
-  setSystemErrorCause(systemErrorText(static_cast<int>(GetLastError())));
+void noteSystemError() noexcept {
+  noteSystemError(static_cast<int>(GetLastError()));
 }
 
 }  // namespace tervo::platform

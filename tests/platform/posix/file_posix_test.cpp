@@ -55,8 +55,15 @@ TEST(PosixOutputFile, RespectsWriteProtection) {
   const bool saved = save(folder.text(u"a"), "new", Replace::allowed);
   const Text cause = systemErrorCause();
   ASSERT_EQ(seteuid(user), 0);
-  EXPECT_FALSE(saved);
+  chmod((folder / u"").c_str(), 0555);
+  ASSERT_EQ(seteuid(user == 0 ? 65534 : user), 0);
+  const bool made = save(folder.text(u"b"), "new", Replace::never);
+  const Text causeOfFolder = systemErrorCause();
+  ASSERT_EQ(seteuid(user), 0);
+  chmod((folder / u"").c_str(), 0777);
+  EXPECT_FALSE(saved || made);
   EXPECT_EQ(cause, u"Permission denied");
+  EXPECT_EQ(causeOfFolder, u"Permission denied");
   EXPECT_EQ(folder.get(u"a"), "old");
 }
 
