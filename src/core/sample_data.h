@@ -33,6 +33,7 @@ struct StoredSamples {
   SampleFormatWord format = 0;        ///< format bit and layout flags
   bool genericPcm = false;            ///< laid out exactly as the generic PCM import reads it
   std::vector<std::byte> waveFormat;  ///< body of the "fmt " chunk that describes the bytes, when they came from one
+  Text coding;                        ///< of a compressed family: BlockDecoder::coding()
 };
 
 class SampleData {

@@ -11,7 +11,8 @@ namespace {
 constexpr const KernelTable* tables[] = {&scalarKernels, &sse2Kernels, &avx2Kernels};
 
 InstructionSet bestInstructionSet() noexcept {
-  return __builtin_cpu_supports("avx2") ? InstructionSet::avx2 : InstructionSet::sse2;
+  const bool hasAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");  // as they are compiled
+  return hasAvx2 ? InstructionSet::avx2 : InstructionSet::sse2;
 }
 #else
 constexpr const KernelTable* tables[] = {&scalarKernels, &scalarKernels, &scalarKernels};

@@ -6,6 +6,7 @@
 #include "formats/detect_shared.h"
 #include "formats/midi/midi_file.h"
 #include "formats/wave/raw_adpcm.h"
+#include "formats/wave/raw_dvd.h"
 #include "formats/wave/raw_pcm.h"
 #include "formats/wave/raw_telephony.h"
 #include "formats/wave/w64_reader.h"

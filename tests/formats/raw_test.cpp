@@ -45,6 +45,11 @@ TEST_F(Headerless, ReadsEachExtensionInItsCoding) {
       {u"kawai12", "\x00\x04\x80"s, half, 32000},
       {u"cdr", "\x40\x00\x80\x00"s, half, 44100, 2},
       {u"dvd-16-96", "\x40\x00\x80\x00"s, half, 96000, 2},
+      {u"dvd-24-44",  // as FFmpeg's pcm_dvd coder writes the frames (0x030201, 0x131211), (0x232221, 0xB33231)
+       "\x03\x02\x13\x12\x23\x22\xB3\x32\x01\x11\x21\x31"s,
+       {0x030201 * 0x1p-23f, 0x131211 * 0x1p-23f, 0x232221 * 0x1p-23f, -0x4CCDCF * 0x1p-23f},
+       44100,
+       2},
       {u"ulaw", "\x00\x80\xFF"s, {-32124 / 32768.f, 32124 / 32768.f, 0}, 8000},
       {u"ulw", "\x8F"s, {16764 / 32768.f}, 8000},
       {u"alaw", "\x55\xD5\x2A"s, {-8 / 32768.f, 8 / 32768.f, -32256 / 32768.f}, 8000},
@@ -124,6 +129,12 @@ TEST_F(Headerless, TellsOfBytesThatMakeNoFrame) {
   waveform = read(u"a.kawai12", "\x00\x04\x80\x00"s);
   ASSERT_TRUE(waveform);
   EXPECT_EQ(waveform->frames(), 2);
+  for (const auto& [name, bytes] :
+       {std::pair{u"a.gsm", std::string(33, '\xD0') + "xx"}, {u"a.dvd-24-96", std::string(14, 'x')}}) {
+    report = {};
+    ASSERT_TRUE(read(name, bytes));
+    EXPECT_TRUE(reported(u"bytes at the end: 2"));
+  }
 }
 
 TEST_F(Headerless, TellsWhatAFileWithoutHeaderLoses) {

@@ -2,6 +2,12 @@
 
 namespace tervo {
 
+Text codeWordCoding(TextView codec, int bits, BitOrder order) {
+  Text name = Text(codec) + u" " + static_cast<char16_t>(u'0' + bits) + u"-bit";
+  if (bits < 8) name += order == BitOrder::big ? u", high bits first" : u", low bits first";
+  return name;
+}
+
 std::size_t unpackCodeWords(std::span<const std::byte> bytes, int bits, BitOrder order, std::span<uint8_t> out) {
   const uint32_t mask = (1u << bits) - 1;
   uint32_t held = 0;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -26,6 +27,8 @@ class CodeWordPacker {
  public:
   CodeWordPacker(int bits, BitOrder order) : bits_(bits), order_(order) {}
 
+  int bits() const { return bits_; }
+  BitOrder order() const { return order_; }
   void put(uint8_t word, std::vector<std::byte>& out);
   /// The rest, filled up with zero bits.
   void finish(std::vector<std::byte>& out);
@@ -37,29 +40,33 @@ class CodeWordPacker {
   int heldBits_ = 0;
 };
 
-/// A float sample as 16 bits: half up, clipped; not a number is silence.
+/// A float sample as 16 bits, as the kernel of 16-bit samples does it: half up, clipped; not a number is silence.
 inline int16_t toPcm16(float sample) {
-  const float scaled = sample * 32768.0f + 32768.5f;
-  if (!(scaled >= 0.0f)) return scaled < 0.0f ? int16_t{-32768} : int16_t{0};
-  return static_cast<int16_t>(static_cast<int32_t>(std::min(scaled, 65535.0f)) - 32768);
+  if (std::isnan(sample)) return 0;
+  return static_cast<int16_t>(std::clamp(std::floor(double{sample} * 32768 + 0.5), -32768.0, 32767.0));
 }
 inline float fromPcm16(int sample) {
   return static_cast<float>(sample) * (1.0f / 32768.0f);
 }
+
+/// "G.726 3-bit, low bits first": how a stream of code words is called in reports.
+Text codeWordCoding(TextView codec, int bits, BitOrder order);
 
 /// A decoder of interleaved channels, one code word of each in turn. `Codec` is a value with the state of one channel:
 /// framesPerWord, and decode(word) that returns an array of as many 16-bit samples.
 template <typename Codec>
 class CodeWordDecoder final : public BlockDecoder {
  public:
-  CodeWordDecoder(const Codec& initial, int bits, BitOrder order, int channels)
-      : codecs_(static_cast<std::size_t>(channels), initial),
+  CodeWordDecoder(const Codec& initial, TextView name, int bits, BitOrder order, int channels)
+      : name_(name),
+        codecs_(static_cast<std::size_t>(channels), initial),
         words_(wordsPerBlock * codecs_.size()),
         bits_(bits),
         order_(order) {}
 
   std::size_t blockBytes() const override { return words_.size() * static_cast<std::size_t>(bits_) / 8; }
   std::size_t blockFrames() const override { return wordsPerBlock * Codec::framesPerWord; }
+  Text coding() const override { return codeWordCoding(name_, bits_, order_); }
   bool independentBlocks() const override { return false; }
 
   std::size_t decode(std::span<const std::byte> block, std::span<float> out) override {
@@ -81,6 +88,7 @@ class CodeWordDecoder final : public BlockDecoder {
  private:
   static constexpr std::size_t wordsPerBlock = 256;
 
+  TextView name_;
   std::vector<Codec> codecs_;
   std::vector<uint8_t> words_;
   int bits_;
@@ -91,9 +99,14 @@ class CodeWordDecoder final : public BlockDecoder {
 template <typename Codec>
 class CodeWordEncoder final : public BlockEncoder {
  public:
-  CodeWordEncoder(const Codec& initial, int bits, BitOrder order, int channels)
-      : codecs_(static_cast<std::size_t>(channels), initial), packer_(bits, order) {}
+  CodeWordEncoder(const Codec& initial, TextView name, int bits, BitOrder order, int channels)
+      : name_(name), codecs_(static_cast<std::size_t>(channels), initial), packer_(bits, order) {}
 
+  Text coding() const override { return codeWordCoding(name_, packer_.bits(), packer_.order()); }
+  uint64_t bytesFor(uint64_t frames) const override {
+    const uint64_t words = (frames + Codec::framesPerWord - 1) / Codec::framesPerWord * codecs_.size();
+    return (words * static_cast<uint64_t>(packer_.bits()) + 7) / 8;
+  }
   std::size_t blockFrames() const override { return 8 * Codec::framesPerWord; }
 
   void encode(std::span<const float> frames, std::vector<std::byte>& out) override {
@@ -111,6 +124,7 @@ class CodeWordEncoder final : public BlockEncoder {
   void finish(std::vector<std::byte>& out) override { packer_.finish(out); }
 
  private:
+  TextView name_;
   std::vector<Codec> codecs_;
   CodeWordPacker packer_;
 };

@@ -146,6 +146,7 @@ SampleRef makeCodedSamples(StoredSamples stored, int channels, int64_t frames, D
   stored.offset = std::min(stored.offset, size);
   stored.bytes = std::min(stored.bytes, size - stored.offset);
   stored.genericPcm = false;
+  stored.coding = makeDecoder()->coding();
   return std::make_shared<CodedSamples>(std::move(stored), channels, std::max<int64_t>(frames, 0),
                                         std::move(makeDecoder));
 }

@@ -5,6 +5,12 @@
 #include "base/last_error.h"
 
 namespace tervo {
+namespace {
+
+bool advance(Host& host, uint64_t done, uint64_t total) {
+  if (host.progress(static_cast<double>(done) / static_cast<double>(total))) return true;
+  return fail(u"Save aborted!");
+}
 
 bool encodeAll(const SampleData& samples, BlockEncoder& encoder, ByteSink& sink, Host& host) {
   constexpr std::size_t aimedFrames = 16384;
@@ -14,7 +20,7 @@ bool encodeAll(const SampleData& samples, BlockEncoder& encoder, ByteSink& sink,
   const std::size_t blocks = std::max<std::size_t>(aimedFrames / encoder.blockFrames(), 1);
   std::vector<float> frames(blocks * encoder.blockFrames() * channels);
   std::vector<std::byte> coded;
-  int64_t done = 0;
+  uint64_t done = 0;
   while (true) {
     const auto count = stream->read(frames);
     if (!count) return false;
@@ -25,10 +31,42 @@ bool encodeAll(const SampleData& samples, BlockEncoder& encoder, ByteSink& sink,
       encoder.finish(coded);
     if (!sink.write(coded)) return false;
     if (*count == 0) return true;
-    done += static_cast<int64_t>(*count);
-    if (!host.progress(static_cast<double>(done) / static_cast<double>(samples.frames())))
-      return fail(u"Save aborted!");
+    done += *count;
+    if (!advance(host, done, static_cast<uint64_t>(samples.frames()))) return false;
   }
+}
+
+}  // namespace
+
+bool isCodedAs(const SampleData& samples, const BlockEncoder& encoder) {
+  const StoredSamples* stored = samples.stored();
+  return stored && !stored->coding.empty() && stored->coding == encoder.coding() &&
+         stored->bytes >= encoder.bytesFor(static_cast<uint64_t>(samples.frames()));
+}
+
+void reportRecoding(const Waveform& waveform, const BlockEncoder& encoder, ConversionReport& report) {
+  const StoredSamples* stored = waveform.samples->stored();
+  if (!stored || isCodedAs(*waveform.samples, encoder)) return;
+  const TextView before = stored->coding.empty() ? nameOf(formatOf(stored->format)) : TextView(stored->coding);
+  report.approximated(waveform.name, u"coding", before, encoder.coding());
+}
+
+bool writeCoded(const SampleData& samples, BlockEncoder& encoder, ByteSink& sink, Host& host) {
+  if (!isCodedAs(samples, encoder)) return encodeAll(samples, encoder, sink, host);
+  const StoredSamples& stored = *samples.stored();
+  return copyBytes(*stored.source, stored.offset, encoder.bytesFor(static_cast<uint64_t>(samples.frames())), sink,
+                   host);
+}
+
+bool copyBytes(const ByteSource& source, uint64_t offset, uint64_t bytes, ByteSink& sink, Host& host) {
+  constexpr uint64_t part = 16 << 20;  // between two looks at the host
+  for (uint64_t done = 0; done < bytes;) {
+    const uint64_t next = std::min(bytes - done, part);
+    if (!sink.writeFrom(source, offset + done, next)) return false;
+    done += next;
+    if (!advance(host, done, bytes)) return false;
+  }
+  return true;
 }
 
 }  // namespace tervo

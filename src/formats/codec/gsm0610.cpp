@@ -14,12 +14,27 @@ using Samples = std::array<int16_t, frameSamples>;
 
 constexpr std::size_t bytesOfHalfPair = 33;  // 260 bits
 
+TextView nameOf(GsmPacking packing) {
+  switch (packing) {
+    case GsmPacking::wavPairs65:
+      return u"GSM 06.10, pairs of frames";
+    case GsmPacking::modem38:
+      return u"GSM 06.10, frames of 38 bytes";
+    case GsmPacking::modem34:
+      return u"GSM 06.10, frames of 34 bytes";
+    case GsmPacking::frames33:
+      break;
+  }
+  return u"GSM 06.10, frames of 33 bytes";
+}
+
 class GsmDecoder final : public BlockDecoder {
  public:
   explicit GsmDecoder(GsmPacking packing) : packing_(packing) {}
 
   std::size_t blockBytes() const override { return blockOf(packing_).bytes; }
   std::size_t blockFrames() const override { return blockOf(packing_).frames; }
+  Text coding() const override { return Text(nameOf(packing_)); }
   bool independentBlocks() const override { return false; }
 
   std::size_t decode(std::span<const std::byte> block, std::span<float> out) override {
@@ -53,6 +68,11 @@ class GsmEncoder final : public BlockEncoder {
  public:
   explicit GsmEncoder(GsmPacking packing) : packing_(packing) {}
 
+  Text coding() const override { return Text(nameOf(packing_)); }
+  uint64_t bytesFor(uint64_t frames) const override {
+    const GsmBlock block = blockOf(packing_);
+    return (frames + block.frames - 1) / block.frames * block.bytes;
+  }
   std::size_t blockFrames() const override { return blockOf(packing_).frames; }
 
   void encode(std::span<const float> frames, std::vector<std::byte>& out) override {
@@ -111,6 +131,12 @@ int64_t gsmFrames(GsmPacking packing, uint64_t bytes) {
   const GsmBlock block = blockOf(packing);
   const bool half = packing == GsmPacking::wavPairs65 && bytes % block.bytes >= bytesOfHalfPair;
   return static_cast<int64_t>(bytes / block.bytes * block.frames + (half ? frameSamples : 0));
+}
+
+uint64_t gsmBytes(GsmPacking packing, int64_t frames) {
+  const GsmBlock block = blockOf(packing);
+  const auto count = static_cast<uint64_t>(frames);
+  return count / block.frames * block.bytes + (count % block.frames > 0 ? bytesOfHalfPair : 0);
 }
 
 DecoderFactory gsmDecoder(GsmPacking packing) {

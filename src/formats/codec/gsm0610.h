@@ -21,6 +21,8 @@ struct GsmBlock {
 GsmBlock blockOf(GsmPacking packing);
 /// How many samples that many bytes hold; half of a wavPairs65 block counts.
 int64_t gsmFrames(GsmPacking packing, uint64_t bytes);
+/// How many bytes that many samples take up, a whole number of frames.
+uint64_t gsmBytes(GsmPacking packing, int64_t frames);
 
 DecoderFactory gsmDecoder(GsmPacking packing);
 std::unique_ptr<BlockEncoder> gsmEncoder(GsmPacking packing);

@@ -145,6 +145,9 @@ class ImaAdpcmEncoder final : public BlockEncoder {
  public:
   explicit ImaAdpcmEncoder(const ImaAdpcmLayout& layout) : shape_(layout) {}
 
+  uint64_t bytesFor(uint64_t frames) const override {
+    return (frames + shape_.frames - 1) / shape_.frames * shape_.bytes;
+  }
   std::size_t blockFrames() const override { return shape_.frames; }
 
   void encode(std::span<const float> frames, std::vector<std::byte>& out) override {

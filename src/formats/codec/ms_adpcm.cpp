@@ -117,6 +117,9 @@ class MsAdpcmEncoder final : public BlockEncoder {
   explicit MsAdpcmEncoder(const MsAdpcmLayout& layout)
       : layout_(layout), channels_(static_cast<std::size_t>(layout.channels)), blockFrames_(framesOf(layout)) {}
 
+  uint64_t bytesFor(uint64_t frames) const override {
+    return (frames + blockFrames_ - 1) / blockFrames_ * static_cast<uint64_t>(layout_.blockAlign);
+  }
   std::size_t blockFrames() const override { return blockFrames_; }
 
   void encode(std::span<const float> frames, std::vector<std::byte>& out) override {

@@ -7,6 +7,8 @@
 namespace tervo {
 namespace {
 
+constexpr TextView name = u"Dialogic ADPCM";
+
 // clang-format off
 constexpr std::array<int16_t, 49> stepSizes = {
    16,   17,   19,   21,   23,   25,   28,   31,   34,   37,   41,   45,   50,   55,   60,   66,   73,
@@ -46,11 +48,11 @@ struct OkiChannel {
 }  // namespace
 
 DecoderFactory okiAdpcmDecoder() {
-  return [] { return std::make_unique<CodeWordDecoder<OkiChannel>>(OkiChannel(), 4, BitOrder::big, 1); };
+  return [] { return std::make_unique<CodeWordDecoder<OkiChannel>>(OkiChannel(), name, 4, BitOrder::big, 1); };
 }
 
 std::unique_ptr<BlockEncoder> makeOkiAdpcmEncoder() {
-  return std::make_unique<CodeWordEncoder<OkiChannel>>(OkiChannel(), 4, BitOrder::big, 1);
+  return std::make_unique<CodeWordEncoder<OkiChannel>>(OkiChannel(), name, 4, BitOrder::big, 1);
 }
 
 }  // namespace tervo

@@ -9,6 +9,7 @@
 namespace tervo {
 namespace {
 
+constexpr TextView name = u"Rockwell ADPCM";
 constexpr TextView invalid = u"Unsupported or invalid Rockwell ADPCM file";
 
 // Fractions of 32768.
@@ -145,14 +146,14 @@ DecoderFactory rockwellAdpcmDecoder(int bitsPerSample) {
     return nullptr;
   }
   return [bitsPerSample] {
-    return std::make_unique<CodeWordDecoder<RockwellChannel>>(RockwellChannel(bitsPerSample), bitsPerSample,
+    return std::make_unique<CodeWordDecoder<RockwellChannel>>(RockwellChannel(bitsPerSample), name, bitsPerSample,
                                                               BitOrder::little, 1);
   };
 }
 
 std::unique_ptr<BlockEncoder> makeRockwellAdpcmEncoder(int bitsPerSample) {
   if (bitsPerSample < 2 || bitsPerSample > 4) return fail(invalid);
-  return std::make_unique<CodeWordEncoder<RockwellChannel>>(RockwellChannel(bitsPerSample), bitsPerSample,
+  return std::make_unique<CodeWordEncoder<RockwellChannel>>(RockwellChannel(bitsPerSample), name, bitsPerSample,
                                                             BitOrder::little, 1);
 }
 

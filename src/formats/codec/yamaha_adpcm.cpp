@@ -8,6 +8,7 @@
 namespace tervo {
 namespace {
 
+constexpr TextView name = u"Yamaha ADPCM";
 constexpr TextView tooManyChannels = u"> 2ch Yamaha ADPCM not supported";
 constexpr int smallestStep = 127;
 constexpr int largestStep = 24576;
@@ -46,13 +47,13 @@ DecoderFactory yamahaAdpcmDecoder(int channels) {
     return nullptr;
   }
   return [channels] {
-    return std::make_unique<CodeWordDecoder<YamahaChannel>>(YamahaChannel(), 4, BitOrder::little, channels);
+    return std::make_unique<CodeWordDecoder<YamahaChannel>>(YamahaChannel(), name, 4, BitOrder::little, channels);
   };
 }
 
 std::unique_ptr<BlockEncoder> makeYamahaAdpcmEncoder(int channels) {
   if (channels < 1 || channels > 2) return fail(tooManyChannels);
-  return std::make_unique<CodeWordEncoder<YamahaChannel>>(YamahaChannel(), 4, BitOrder::little, channels);
+  return std::make_unique<CodeWordEncoder<YamahaChannel>>(YamahaChannel(), name, 4, BitOrder::little, channels);
 }
 
 }  // namespace tervo

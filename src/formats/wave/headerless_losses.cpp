@@ -2,6 +2,7 @@
 
 #include "core/waveform.h"
 #include "formats/number_text.h"
+#include "platform/path.h"
 
 namespace tervo {
 
@@ -20,6 +21,12 @@ void reportHeaderlessLosses(const TargetFile& file, const Waveform& waveform, do
   }
   if (waveform.tags.image) dropped(u"image");
   if (!waveform.foreignChunks.empty()) dropped(u"chunks of the source file");
+}
+
+void reportBytesLeftOver(const SourceFile& file, uint64_t bytes) {
+  if (bytes == 0) return;
+  file.report.dropped(platform::stemOf(file.path), u"bytes at the end: " + numberText(static_cast<double>(bytes)),
+                      u"they do not make a whole frame");
 }
 
 }  // namespace tervo

@@ -13,11 +13,13 @@ namespace {
 
 constexpr double lowestRate = 1, highestRate = 768000;  // Hz, what a waveform may have
 
-void reportCoding(TargetFile& file, const Waveform& waveform, const RawCoding& coding) {
+void reportCoding(TargetFile& file, const Waveform& waveform, const RawCoding& coding, const BlockEncoder& encoder) {
   const SampleFormat stored = formatOf(waveform.storedFormat);
   const SampleFormat before = stored == SampleFormat::none ? formatOf(waveform.coding).format : stored;
   if (before != coding.format) {
     file.report.approximated(waveform.name, u"sample format", nameOf(before), nameOf(coding.format));
+  } else {
+    reportRecoding(waveform, encoder, file.report);
   }
 }
 
@@ -66,9 +68,9 @@ bool writeCodedWaveform(const Item& item, TargetFile& file, const RawCoding& cod
   const auto& waveform = static_cast<const Waveform&>(item);
   const SampleRef samples = waveform.samples ? withChannels(waveform.samples, coding.channels) : nullptr;
   if (!samples) return fail(u"Empty item - nothing to save");
-  reportCoding(file, waveform, coding);
+  reportCoding(file, waveform, coding, *encoder);
   reportHeaderlessLosses(file, waveform, coding.rate);
-  return encodeAll(*samples, *encoder, file.sink, file.host);
+  return writeCoded(*samples, *encoder, file.sink, file.host);
 }
 
 }  // namespace tervo

@@ -5,7 +5,6 @@
 
 #include "base/last_error.h"
 #include "core/collection.h"
-#include "formats/number_text.h"
 #include "formats/wave/headerless_losses.h"
 #include "formats/wave/pcm_import.h"
 #include "formats/wave/sample_encoder.h"
@@ -39,10 +38,7 @@ int64_t wholeFrames(const SourceFile& file, const RawLayout& layout) {
   if (frameBits == 0) return static_cast<int64_t>(bytes);  // no sample format: for the import to refuse
   const uint64_t frames = bytes / frameBits * 8 + bytes % frameBits * 8 / frameBits;
   const uint64_t used = frames / 8 * frameBits + (frames % 8 * frameBits + 7) / 8;
-  if (used < bytes)
-    file.report.dropped(platform::stemOf(file.path),
-                        u"bytes at the end: " + numberText(static_cast<double>(bytes - used)),
-                        u"they do not make a whole frame");
+  reportBytesLeftOver(file, bytes - std::min(used, bytes));
   return static_cast<int64_t>(frames);
 }
 

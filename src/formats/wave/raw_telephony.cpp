@@ -6,6 +6,7 @@
 #include "formats/codec/g722.h"
 #include "formats/codec/g726.h"
 #include "formats/codec/gsm0610.h"
+#include "formats/wave/headerless_losses.h"
 #include "formats/wave/raw_coded.h"
 
 namespace tervo {
@@ -40,7 +41,9 @@ uint32_t orderFlag(const SourceFile& file, uint32_t variant) {
 RawCoding codingOfBits(int bits, uint32_t flags) {
   return {formatOfBits(bits), flags, 8000};
 }
-constexpr RawCoding g722Coding{SampleFormat::adpcm4, 0, 16000};
+RawCoding g722Coding(uint32_t flags) {
+  return {SampleFormat::adpcm4, flags, 16000};
+}
 constexpr RawCoding gsmCoding{SampleFormat::gsm, 0, 8000};
 
 /// The bits of a code word: the row's own, or those of the bit rate asked for where the row leaves them open.
@@ -112,32 +115,34 @@ bool looksLike(GsmPacking packing, std::span<const std::byte> head, uint64_t fil
 
 bool readG726Raw(Collection& collection, const SourceFile& file, uint32_t variant) {
   const int bits = bitsOfVariant(variant);
-  const RawCoding coding = codingOfBits(bits, orderFlag(file, variant));
-  return addCodedWaveform(collection, file, coding, wholeCodes(file.bytes->size(), bits),
+  const RawCoding coding = asTheUserSays(codingOfBits(bits, orderFlag(file, variant)), file);
+  return addCodedWaveform(collection, file, coding, wholeCodes(codedBytes(coding, file), bits),
                           g726Decoder(bits, orderOf(coding.flags)));
 }
 
 bool readG722Raw(Collection& collection, const SourceFile& file, uint32_t variant) {
   const int bits = bitsOfVariant(variant);
-  RawCoding coding = g722Coding;
-  coding.flags = orderFlag(file, variant);
-  return addCodedWaveform(collection, file, coding, 2 * wholeCodes(file.bytes->size(), bits),
+  const RawCoding coding = asTheUserSays(g722Coding(orderFlag(file, variant)), file);
+  return addCodedWaveform(collection, file, coding, 2 * wholeCodes(codedBytes(coding, file), bits),
                           g722Decoder(bits, orderOf(coding.flags)));
 }
 
 bool readGsmRaw(Collection& collection, const SourceFile& file, uint32_t variant) {
   const GsmPacking packing = packingOf(variant);
-  return addCodedWaveform(collection, file, gsmCoding, gsmFrames(packing, file.bytes->size()), gsmDecoder(packing));
+  const RawCoding coding = asTheUserSays(gsmCoding, file);
+  const uint64_t bytes = codedBytes(coding, file);
+  reportBytesLeftOver(file, bytes - gsmBytes(packing, gsmFrames(packing, bytes)));
+  return addCodedWaveform(collection, file, coding, gsmFrames(packing, bytes), gsmDecoder(packing));
 }
 
 bool writeG726Raw(const Item& item, TargetFile& file, uint32_t variant) {
   const int bits = bitsToWrite(file, variant, 8000, 2, 5);
-  return writeCodedWaveform(item, file, codingOfBits(bits, 0), g726Encoder(bits, orderOf(variant)));
+  return writeCodedWaveform(item, file, codingOfBits(bits, variant & BigEndian), g726Encoder(bits, orderOf(variant)));
 }
 
 bool writeG722Raw(const Item& item, TargetFile& file, uint32_t variant) {
   const int bits = bitsToWrite(file, variant, 8000, 6, 8);
-  return writeCodedWaveform(item, file, g722Coding, g722Encoder(bits, orderOf(variant)));
+  return writeCodedWaveform(item, file, g722Coding(variant & BigEndian), g722Encoder(bits, orderOf(variant)));
 }
 
 bool writeGsmRaw(const Item& item, TargetFile& file, uint32_t variant) {

@@ -1,6 +1,6 @@
 #pragma once
 // Headerless files of telephony codings: ITU-T G.721, G.723, G.726 and G.722 code words, and GSM 06.10 frames. Always
-// one channel, at the rate that the coding is defined for.
+// one channel, at the rate that the coding is defined for unless the user says another.
 //
 // Variant of the G.72x rows: bits 0-7 the bits of a code word; TelephonyVariant::anyRate where the extension does not
 // settle them, so that the bit rate asked for when saving does; BigEndian where the first code word of a byte stands in

@@ -7,7 +7,7 @@
 #include "base/byte_reader.h"
 #include "base/byte_writer.h"
 #include "base/last_error.h"
-#include "formats/codec/block_codec.h"
+#include "formats/codec/encode_stream.h"
 #include "formats/codec/g726.h"
 #include "formats/codec/gsm0610.h"
 #include "formats/wave/sample_encoder.h"
@@ -164,28 +164,6 @@ std::unique_ptr<BlockEncoder> makeEncoder(SampleFormat format, int channels) {
   return g726Encoder(bitsOf(format), order, channels);
 }
 
-bool encodeBlocks(BlockEncoder& encoder, const SampleData& data, TargetFile& file) {
-  const auto stream = data.open();
-  if (!stream) return false;
-  const std::size_t blocks = std::max<std::size_t>(16384 / encoder.blockFrames(), 1);
-  std::vector<float> frames(blocks * encoder.blockFrames() * static_cast<std::size_t>(data.channels()));
-  std::vector<std::byte> coded;
-  for (int64_t done = 0;;) {
-    const auto count = stream->read(frames);
-    if (!count) return false;
-    if (*count == 0) break;
-    coded.clear();
-    encoder.encode(std::span<const float>(frames).first(*count * static_cast<std::size_t>(data.channels())), coded);
-    if (!file.sink.write(coded)) return false;
-    done += static_cast<int64_t>(*count);
-    if (!file.host.progress(static_cast<double>(done) / static_cast<double>(data.frames())))
-      return fail(u"Save aborted!");
-  }
-  coded.clear();
-  encoder.finish(coded);
-  return file.sink.write(coded);
-}
-
 }  // namespace
 
 std::optional<WavePlan> planWave(const Waveform& waveform, const TargetFile& file, WaveForm form) {
@@ -209,9 +187,10 @@ bool writeWaveData(const WavePlan& plan, const Waveform& waveform, TargetFile& f
   bool written = false;
   if (plan.isVerbatim) {
     const auto& stored = *waveform.samples->stored();
-    written = file.sink.writeFrom(*stored.source, stored.offset, stored.bytes);
+    written = copyBytes(*stored.source, stored.offset, stored.bytes, file.sink, file.host);
   } else if (const auto encoder = makeEncoder(plan.sampleFormat, waveform.channels())) {
-    written = encodeBlocks(*encoder, *waveform.samples, file);
+    if (plan.sampleFormat == formatOf(waveform.storedFormat)) reportRecoding(waveform, *encoder, file.report);
+    written = writeCoded(*waveform.samples, *encoder, file.sink, file.host);
   } else {
     const uint32_t flags = plan.sampleFormat == SampleFormat::pcm8 ? Unsigned : 0;
     written = writeSamples(file.sink, *waveform.samples, formatWord(plan.sampleFormat, flags), file.host);

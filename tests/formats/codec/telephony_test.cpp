@@ -5,6 +5,7 @@
 #include <random>
 
 #include "base/last_error.h"
+#include "dsp/sample_kernels.h"
 #include "formats/codec/g722.h"
 #include "formats/codec/g726.h"
 #include "formats/codec/gsm0610.h"
@@ -228,6 +229,15 @@ TEST(Gsm, DamagedAndShortBlocks) {
     const auto decoded = decode(gsmDecoder(GsmPacking::wavPairs65), part);
     ASSERT_EQ(decoded.size(), static_cast<std::size_t>(frames));
     EXPECT_TRUE(std::equal(decoded.begin(), decoded.end(), whole.begin()));
+  }
+}
+
+TEST(CodeWords, FloatsBecome16BitsAsInPlainFiles) {
+  const float tie = 0.5f / 32768;
+  for (const float x : {tie, -tie, std::nextafter(tie, 0.0f), 3 * tie, 1.0f, -1.0f, 1e30f, -INFINITY, NAN, 1e-42f}) {
+    LittleI16 word;
+    dsp::encodeSamples(dsp::SampleWord::s16, ByteOrder::little, {&x, 1}, std::as_writable_bytes(std::span(&word, 1)));
+    EXPECT_EQ(toPcm16(x), word) << x;
   }
 }
 

@@ -36,6 +36,11 @@ Bytes rmdFile(std::string_view modem, char bits, const Bytes& codes) {
   return file;
 }
 
+const FormatDescriptor& rowNamed(TextView extension) {
+  return *std::find_if(FormatTable().begin(), FormatTable().end(),
+                       [&](const auto& row) { return row.extension == extension; });
+}
+
 class RawAdpcm : public testing::Test {
  protected:
   bool read(ReadFn operation, Bytes bytes, uint32_t variant) {
@@ -138,11 +143,24 @@ TEST_F(RawAdpcm, RockwellFilesMayHaveAModemDataHeader) {
   EXPECT_EQ(detectRockwell(rmdFile("ZyXEL_1496", 3, codes), 0, 62), 2);  // another ADPCM
 }
 
+TEST_F(RawAdpcm, ASaveInTheSameCodingCopiesTheBytes) {
+  const Bytes codes = someCodes(333);
+  settings_.fmt.vox.dataFormat = DialogicAdpcm | formatWord(SampleFormat::adpcm4);
+  for (const auto& [from, to] : {std::pair{u"vox", u"vox-8k"}, {u"yadpcm", u"yadpcm"}, {u"rockwell", u"rockwell-4"}}) {
+    const FormatDescriptor& source = rowNamed(from);
+    ASSERT_TRUE(read(source.read, codes, source.variant));
+    const FormatDescriptor& target = rowNamed(to);
+    report_ = {};
+    EXPECT_EQ(written(target.write, waveform(), target.variant, target), codes) << toUtf8(from);
+    EXPECT_FALSE(report_.lostSomething());
+    // The same sample format, but another coding.
+    const FormatDescriptor& other = FormatTable()[132];  // G.721
+    EXPECT_NE(written(other.write, waveform(), other.variant, other), codes);
+    EXPECT_TRUE(report_.lostSomething());
+  }
+}
+
 TEST_F(RawAdpcm, WritersReportWhatTheFileCannotSay) {
-  const auto rowNamed = [](TextView extension) -> const FormatDescriptor& {
-    return *std::find_if(FormatTable().begin(), FormatTable().end(),
-                         [&](const auto& row) { return row.extension == extension; });
-  };
   Waveform waveform;
   waveform.samples = makeResident(std::vector<float>(101, 0.25f), 1);
   waveform.sampleRate = 8000;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "base/last_error.h"
@@ -114,6 +115,73 @@ TEST(RawTelephony, TheFirstWriterOfAnExtensionWritesWhatItsReaderExpects) {
     const auto opened = open(*reader, save(writer, *waveform, report));
     ASSERT_TRUE(opened->ok);
     EXPECT_LT(errorOf(*waveform, *opened->collection.waveforms()[0]), 0.1);
+  }
+}
+
+// Codes that no coder would make of what they stand for: only a copy keeps them.
+Bytes arbitraryCodes(const FormatDescriptor& row, std::size_t count) {
+  Bytes bytes(count);
+  for (std::size_t i = 0; i < count; ++i) bytes[i] = static_cast<std::byte>(i * 89 + i / 7);
+  if (row.extension != u"gsm" || row.variant == GsmVariant::wavPairs65) return bytes;
+  const std::size_t frame = row.variant == GsmVariant::modem38 ? 38 : row.variant == GsmVariant::modem34 ? 34 : 33;
+  for (std::size_t at = 0; at < count; at += frame) bytes[at + (frame == 38 ? 2 : 0)] = std::byte{0xD3};
+  return bytes;
+}
+
+bool holds(const Bytes& all, const Bytes& part) {
+  return std::search(all.begin(), all.end(), part.begin(), part.end()) != all.end();
+}
+
+TEST(RawTelephony, ASaveInTheSameCodingCopiesTheBytes) {
+  struct Case {
+    TextView extension, reads, target, writes;
+    std::size_t bytes;
+    std::optional<ByteOrder> order = {};
+  };
+  const Case cases[] = {
+      {u"g721", u"G.721 ADPCM", u"g726-4", u"G.726 4-bit ADPCM - Big Endian", 333},
+      {u"g723", u"G.723 ADPCM", u"g723-3", u"G.723 3-bit ADPCM - Big Endian", 1000},
+      {u"g726-5", u"G.726 5-bit ADPCM", u"g726-5", u"G.726 5-bit ADPCM - Little Endian", 503, ByteOrder::little},
+      {u"g722-8", u"G.726 64 kbit/ ADPCM", u"g722", u"G.726 ADPCM - Big Endian", 70000},
+      {u"g722-7", u"G.726 56 kbit/s ADPCM", u"g722-7", u"G.726 56 kbit/s ADPCM - Big Endian", 101},
+      {u"gsm", u"Raw GSM 06.10", u"gsm", u"Raw GSM 06.10", 330},
+      {u"gsm", u"USR GSM without header", u"gsm", u"USR GSM without header", 340},
+      {u"gsm", u"USR GSM with header", u"gsm", u"USR GSM with header", 380},
+      {u"gsm", u"Raw GSM 06.10 'byte aligned'", u"wav", u"Microsoft wave", 650},
+      {u"g726-3", u"G.726 3-bit ADPCM", u"wav", u"Microsoft wave", 300},
+  };
+  for (const Case& each : cases) {
+    SCOPED_TRACE(toUtf8(each.reads));
+    const FormatDescriptor& source = rowNamed(each.extension, each.reads);
+    const Bytes bytes = arbitraryCodes(source, each.bytes);
+    const auto opened = open(source, bytes, {.byteOrder = each.order});
+    ASSERT_TRUE(opened->ok);
+    ConversionReport report;
+    const Bytes saved = save(rowNamed(each.target, each.writes), *opened->collection.waveforms()[0], report);
+    EXPECT_TRUE(holds(saved, bytes));
+    EXPECT_EQ(saved.size() == bytes.size(), each.target != u"wav");
+    EXPECT_FALSE(report.lostSomething());
+  }
+  // The other order of bits is another coding.
+  const Bytes codes = arbitraryCodes(FormatTable()[131], 400);
+  const auto opened = open(rowNamed(u"g721", u"G.721 ADPCM"), codes);
+  ConversionReport report;
+  EXPECT_FALSE(save(rowNamed(u"g721", u"G.721 ADPCM - Little Endian"), *opened->collection.waveforms()[0], report) ==
+               codes);
+  ASSERT_EQ(report.entries().size(), 1u);
+  EXPECT_EQ(report.entries()[0].what, u"coding");
+}
+
+TEST(RawTelephony, TheUsersRateAndOffsetGoFirst) {
+  const Bytes codes = arbitraryCodes(FormatTable()[131], 200);
+  for (const auto& [extension, reads, frames] : {std::tuple{u"g721", u"G.721 ADPCM", 392},
+                                                 {u"g722-8", u"G.726 64 kbit/ ADPCM", 392},
+                                                 {u"gsm", u"Raw GSM 06.10", 800}}) {
+    const auto opened = open(rowNamed(extension, reads), codes, {.sampleRate = 11025, .offset = 4});
+    ASSERT_TRUE(opened->ok);
+    EXPECT_EQ(opened->collection.waveforms()[0]->sampleRate, 11025);
+    EXPECT_EQ(opened->collection.waveforms()[0]->frames(), frames);
+    EXPECT_FALSE(open(rowNamed(extension, reads), codes, {.offset = 200})->ok);
   }
 }
 
