@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <new>
 
 #include "base/last_error.h"
 #include "formats/codec/block_codec.h"
@@ -16,7 +17,7 @@ class BlockFetcher {
         next_(stored.offset),
         end_(stored.offset + stored.bytes),
         blockBytes_(blockBytes),
-        bufferBytes_(std::max<std::size_t>(readAhead / blockBytes, 1) * blockBytes) {}
+        buffer_(std::min<uint64_t>(stored.bytes, std::max<std::size_t>(readAhead / blockBytes, 1) * blockBytes)) {}
 
   void skipBlocks(uint64_t count) { next_ = count > (end_ - next_) / blockBytes_ ? end_ : next_ + count * blockBytes_; }
 
@@ -30,10 +31,11 @@ class BlockFetcher {
 
  private:
   bool refill() {
-    buffer_.resize(static_cast<std::size_t>(std::min<uint64_t>(end_ - next_, bufferBytes_)));
-    if (!source_->readExactly(next_, buffer_)) return false;
-    next_ += buffer_.size();
-    pending_ = buffer_;
+    const auto part =
+        std::span(buffer_).first(static_cast<std::size_t>(std::min<uint64_t>(end_ - next_, buffer_.size())));
+    if (!source_->readExactly(next_, part)) return false;
+    next_ += part.size();
+    pending_ = part;
     return true;
   }
 
@@ -41,7 +43,6 @@ class BlockFetcher {
   uint64_t next_;
   uint64_t end_;
   std::size_t blockBytes_;
-  std::size_t bufferBytes_;
   std::vector<std::byte> buffer_;
   std::span<const std::byte> pending_;
 };
@@ -121,13 +122,16 @@ class CodedSamples final : public SampleData {
   CodedSamples(StoredSamples stored, int channels, int64_t frames, DecoderFactory makeDecoder)
       : SampleData(channels, frames), stored_(std::move(stored)), makeDecoder_(std::move(makeDecoder)) {}
 
-  std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
+  std::unique_ptr<SampleStream> open(int64_t firstFrame) const override try {
     auto decoder = makeDecoder_();
     if (!decoder) return nullptr;
     auto stream = std::make_unique<CodedStream>(stored_, channels(), frames(), std::move(decoder));
     if (!stream->skip(std::clamp<int64_t>(firstFrame, 0, frames()))) return nullptr;
     return stream;
+  } catch (const std::bad_alloc&) {
+    return fail(u"Out of memory");
   }
+
   const StoredSamples* stored() const override { return &stored_; }
 
  private:
