@@ -2,7 +2,6 @@
 
 #include "core/collection.h"
 #include "core/instrument.h"
-#include "formats/number_text.h"
 
 namespace tervo {
 namespace {
@@ -152,9 +151,6 @@ SampleFormat chooseSampleFormat(const TargetFile& file, const Waveform& waveform
     file.report.approximated(waveform.name, u"sample format", nameOf(requested), nameOf(chosen));
   else if (!keepsAll(chosen, stored))
     file.report.approximated(waveform.name, u"sample format", nameOf(stored), nameOf(chosen));
-  else if (stored == SampleFormat::pcm32 && waveform.storedBits > bitsOf(chosen))
-    file.report.approximated(waveform.name, u"bits per sample", numberText(waveform.storedBits),
-                             numberText(bitsOf(chosen)));
   return chosen;
 }
 

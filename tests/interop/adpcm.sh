@@ -2,21 +2,20 @@
 # adpcm.sh TERVO: ADPCM files of sox, libsndfile and, where they are installed, FFmpeg and mgetty's voice tools decode to
 # the samples that these programs give, and ours to the same samples there as here. Works in the current folder.
 set -uo pipefail
-tervo=$1
-failed=0
+source "$(dirname "$0")/common.bash"
 
 makers="sox libsndfile"
-if command -v ffmpeg >/dev/null; then makers+=" ffmpeg"; fi
+if installed ffmpeg; then makers+=" ffmpeg"; fi
 
 samples() { sox -V1 -D "$@" -t raw -e signed -b 16 -L -; }
-decode() { rm -f "$2" "$2.raw" && "$tervo" convert "$1" -o "$2" --coding "PCM 16-bit" --quiet --overwrite && samples "$2" >"$2.raw"; }
+decode() { rm -f "$2.raw" && convert "$1" "$2" --coding "PCM 16-bit" && samples "$2" >"$2.raw"; }
 
-# same WHAT OURS THEIRS FRAMES CHANNELS: equal as far as both go, which must be all the frames of the source. The last
+# agree WHAT OURS THEIRS FRAMES CHANNELS: equal as far as both go, which must be all the frames of the source. The last
 # block is longer than the sound, and programs differ in whether they cut it.
-same() {
+agree() {
   local shorter
   shorter=$(stat -c %s "$2" "$3" | sort -n | head -1)
-  if [ "$shorter" -ge $(($4 * $5 * 2)) ] && cmp -s -n "$shorter" "$2" "$3"; then echo "ok $1"; else echo "FAIL $1"; failed=1; fi
+  check "$1" equal "$2" "$3" $((shorter < $4 * $5 * 2 ? $4 * $5 * 2 : shorter))
 }
 
 frames=66150
@@ -33,15 +32,15 @@ for channels in 1 2; do
       decode $file ours.wav
       samples $file >sox.raw
       sndfile-convert -pcm16 $file theirs.wav >/dev/null && samples theirs.wav >libsndfile.raw
-      same "$kind adpcm of $maker, $channels channels, as sox" ours.wav.raw sox.raw $frames $channels
-      same "$kind adpcm of $maker, $channels channels, as libsndfile" ours.wav.raw libsndfile.raw $frames $channels
+      agree "$kind adpcm of $maker, $channels channels, as sox" ours.wav.raw sox.raw $frames $channels
+      agree "$kind adpcm of $maker, $channels channels, as libsndfile" ours.wav.raw libsndfile.raw $frames $channels
     done
   done
-  command -v ffmpeg >/dev/null || continue
+  installed ffmpeg || continue
   ffmpeg -v error -y -i source.wav -c:a adpcm_yamaha yamaha.wav
   decode yamaha.wav ours.wav
   ffmpeg -v error -y -i yamaha.wav -f s16le yamaha.raw
-  same "Yamaha adpcm, $channels channels, as ffmpeg" ours.wav.raw yamaha.raw $frames $channels
+  agree "Yamaha adpcm, $channels channels, as ffmpeg" ours.wav.raw yamaha.raw $frames $channels
 done
 
 # The source is stereo here; what goes into a headerless file is its mono mix.
@@ -51,13 +50,13 @@ sox -V1 -D mono.wav theirs.vox
 cp theirs.vox theirs.vox-8k
 decode theirs.vox-8k ours.wav
 samples -r 8000 theirs.vox >sox.raw
-same "Dialogic adpcm of sox" ours.wav.raw sox.raw $frames 1
-"$tervo" convert mono.wav -o ours.vox-8k --quiet && decode ours.vox-8k ours.wav && samples -r 8000 -t vox ours.vox-8k >sox.raw
-same "own Dialogic adpcm in sox" ours.wav.raw sox.raw $frames 1
+agree "Dialogic adpcm of sox" ours.wav.raw sox.raw $frames 1
+convert mono.wav ours.vox-8k && decode ours.vox-8k ours.wav && samples -r 8000 -t vox ours.vox-8k >sox.raw
+agree "own Dialogic adpcm in sox" ours.wav.raw sox.raw $frames 1
 
-if command -v ffmpeg >/dev/null; then
+if installed ffmpeg; then
   ffmpeg -v error -y -f s16le -ar 8000 -c:a adpcm_ima_oki -i ours.vox-8k -f s16le ffmpeg.raw
-  same "own Dialogic adpcm in ffmpeg" ours.wav.raw ffmpeg.raw $frames 1
+  agree "own Dialogic adpcm in ffmpeg" ours.wav.raw ffmpeg.raw $frames 1
 fi
 
 # Modem recordings.
@@ -70,11 +69,10 @@ if command -v rmdtopvf pvftormd wavtopvf pvftolin >/dev/null; then
     rmdtopvf -16 <theirs.rmd >theirs.pvf
     # "PVF1", a line of numbers, then 16-bit samples, most significant byte first
     tail -n +3 theirs.pvf | sox -V1 -D -t raw -r 7200 -c 1 -e signed -b 16 -B - -t raw -L theirs.raw
-    same "Rockwell adpcm of mgetty, $bits bits" ours.wav.raw theirs.raw $frames 1
+    agree "Rockwell adpcm of mgetty, $bits bits" ours.wav.raw theirs.raw $frames 1
     tail -c +33 theirs.rmd >theirs.codes
-    "$tervo" convert modem.wav -o ours.rockwell-$bits --quiet --overwrite
-    if cmp -s -n 5000 ours.rockwell-$bits theirs.codes; then echo "ok own Rockwell adpcm, $bits bits"
-    else echo "FAIL own Rockwell adpcm, $bits bits"; failed=1; fi
+    convert modem.wav ours.rockwell-$bits
+    check "own Rockwell adpcm, $bits bits" equal ours.rockwell-$bits theirs.codes 5000
   done
 fi
 exit $failed

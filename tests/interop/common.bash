@@ -2,8 +2,8 @@
 tervo=$1
 failed=0
 
-installed() { command -v "$@" >/dev/null; } # the first of them
-check() {                                   # WHAT COMMAND...: ok when the command succeeds
+installed() { command -v "$1" >/dev/null; }
+check() { # WHAT COMMAND...: ok when the command succeeds
   local what=$1
   shift
   if "$@"; then echo "ok $what"; else echo "FAIL $what" && failed=1; fi
@@ -17,13 +17,16 @@ equal() {
 same() { [ -n "$1" ] && [ "$1" = "$2" ]; } # TEXT TEXT
 convert() { rm -f "$2" && "$tervo" convert "$1" -o "$2" --quiet "${@:3}"; } # IN OUT [OPTION...]
 
-# littleEndian BYTES VALUE...
+# Numbers as bytes: littleEndian BYTES VALUE..., words VALUE... (4 bytes each), bigWords VALUE...
 littleEndian() {
   local bytes=$1 value i text=
-  shift
-  for value in "$@"; do
+  for value in "${@:2}"; do
     for ((i = 0; i < bytes; ++i)); do text+=$(printf '\\x%02x' $((value >> 8 * i & 255))); done
   done
   printf '%b' "$text"
 }
 words() { littleEndian 4 "$@"; }
+bigWords() {
+  local value
+  for value in "$@"; do littleEndian 1 $((value >> 24)) $((value >> 16)) $((value >> 8)) "$value"; done
+}

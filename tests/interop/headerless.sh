@@ -1,25 +1,18 @@
 #!/usr/bin/env bash
 # Headerless files: tervo and sox make the same bytes of each other's, wherever nothing has to be rounded.
-tervo=$1
-command -v sox >/dev/null || exit 0
+source "$(dirname "$0")/common.bash"
+installed sox || exit 0
 
 # What sox calls the layout of each extension.
 declare -A layout=(
   [sb]="-e signed -b 8" [ub]="-e unsigned -b 8" [sw]="-e signed -b 16" [uw]="-e unsigned -b 16" [sdw]="-e signed -b 32"
   [udw]="-e unsigned -b 32" [f32]="-e float -b 32" [f64]="-e float -b 64" [ulaw]="-e mu-law -b 8" [ulw]="-e mu-law -b 8"
   [alaw]="-e a-law -b 8" [alw]="-e a-law -b 8" [sam]="-e signed -b 8" [snd]="-e unsigned -b 8")
-failures=0
-
 compare() { # from to rate
   # shellcheck disable=SC2086
   sox -V1 -D -t raw -r "$3" -c 1 ${layout[$1]} "in.$1" -t raw ${layout[$2]} "sox-$1.$2"
-  "$tervo" convert "in.$1" -o "$1.$2" --rate "$3" --overwrite
-  if cmp -s "sox-$1.$2" "$1.$2"; then
-    echo "ok $1 to $2"
-  else
-    echo "FAIL $1 to $2"
-    failures=1
-  fi
+  convert "in.$1" "$1.$2" --rate "$3"
+  check "$1 to $2" equal "sox-$1.$2" "$1.$2"
 }
 
 for extension in sb ub sam snd sw uw sdw udw f32 f64 ulaw ulw alaw alw; do
@@ -39,4 +32,4 @@ for from in ulaw ulw alaw alw; do
 done
 compare ulaw ulw 8000
 compare alaw alw 8000
-exit $failures
+exit $failed

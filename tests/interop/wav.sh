@@ -96,7 +96,7 @@ for coding in "PCM 8-bit" "PCM 16-bit" "PCM 24-bit" "PCM 32-bit" "Float 32-bit" 
 done
 sox -V1 -D mono.wav quiet.wav gain -20 && convert quiet.wav out.wav --coding "ADPCM 4-bit"
 check "G.721 opens in libsndfile" [ "$(about out.wav | tail -1)" = "Sample 8000" ]
-printf '.snd\0\0\0\x18\xff\xff\xff\xff\0\0\0\x17\0\0\x1f\x40\0\0\0\x01' >in.au
+printf .snd >in.au && bigWords 24 2800 23 8000 1 >>in.au
 tail -c +61 out.wav | head -c 2800 >>in.au
 soxInts in.au >theirs.raw && ourInts out.wav >ours.raw
 check "G.721 as sox" equal ours.raw theirs.raw $((5600 * 4))
@@ -144,8 +144,8 @@ convert rich.wav fast.wav --rate 48000
 sox -V1 -D rich.wav theirs.wav rate -v 48000
 check "resampled frames" same "$(about fast.wav)" "$(about theirs.wav)"
 check "resampled samples" near fast.wav theirs.wav 0.002
-loops() { sndfile-info --instrument "$1" | awk '/Base note|Start/ {print $4, $7, $10, $13}'; }
-check "resampled loop" [ "$(loops fast.wav | tr '\n' ' ' | tr -s ' ')" = "57 alt 4800 9600 3 " ]
+loops() { sndfile-info --instrument "$1" | awk '/Base note|Start/ {print $4, $7, $10}'; }
+check "resampled loop" [ "$(loops fast.wav | tr '\n' ' ' | tr -s ' ')" = "57 alt 4800 9600 " ]
 points() { sndfile-info "$1" | awk '/Cue ID.*Offset/ {print $NF}' | tr '\n' ' '; }
 check "resampled cue points" [ "$(points fast.wav)" = "544 24000 " ]
 

@@ -10,6 +10,7 @@
 #include "formats/codec/encode_stream.h"
 #include "formats/codec/g726.h"
 #include "formats/codec/gsm0610.h"
+#include "formats/number_text.h"
 #include "formats/wave/sample_encoder.h"
 #include "formats/wave/wave_format.h"
 #include "formats/writer_rules.h"
@@ -63,13 +64,19 @@ std::optional<SampleCoding> askedCoding(const Waveform& waveform, const SaveOpti
   return std::nullopt;
 }
 
+// Bits per sample that the "fmt " of the source says; 0 when it does not.
+int sourceBits(const StoredSamples* stored) {
+  if (!stored) return 0;
+  ByteReader reader(stored->waveFormat);
+  reader.skip(sizeof(WaveFormatHeader));
+  return reader.little<uint16_t>();
+}
+
 // Whether samples are as wide as the stored format. Those of 12 or 53 bits, or of 24 in 4 bytes, are seldom read.
-bool isUsualWidth(const Waveform& waveform, std::span<const std::byte> waveFormat) {
+bool isUsualWidth(const Waveform& waveform, const WaveFormatHeader& header) {
   const SampleFormat format = formatOf(waveform.storedFormat);
-  if (format > SampleFormat::pcm32) return true;
-  ByteReader reader(waveFormat);
-  const auto header = reader.record<WaveFormatHeader>();
-  return reader.little<uint16_t>() == bitsOf(format) && header.blockAlign * 8 == header.channels * bitsOf(format);
+  return format > SampleFormat::pcm32 || (sourceBits(waveform.samples->stored()) == bitsOf(format) &&
+                                          header.blockAlign * 8 == header.channels * bitsOf(format));
 }
 
 // Whether the bytes of the source may stay as they are: a "fmt " describes them, and nothing else was asked for.
@@ -80,7 +87,7 @@ bool canCopy(const Waveform& waveform, const SaveOptions& options, WaveForm form
   if (form == WaveForm::extensible && header.tag != WaveTag::extensible) return false;
   const auto asked = askedCoding(waveform, options);
   if (!asked) return true;
-  return formatOf(*asked).format == formatOf(waveform.storedFormat) && isUsualWidth(waveform, stored->waveFormat);
+  return formatOf(*asked).format == formatOf(waveform.storedFormat) && isUsualWidth(waveform, header);
 }
 
 WavePlan planCopy(const Waveform& waveform) {
@@ -170,6 +177,9 @@ std::optional<WavePlan> planWave(const Waveform& waveform, const TargetFile& fil
   if (canCopy(waveform, file.options, form)) return planCopy(waveform);
   WavePlan plan;
   plan.sampleFormat = chooseSampleFormat(file, waveform);
+  if (const int bits = sourceBits(waveform.samples->stored());
+      formatOf(waveform.storedFormat) == SampleFormat::pcm32 && bits > 32)
+    file.report.approximated(waveform.name, u"bits per sample", numberText(bits), u"32 at most");
   if (plan.sampleFormat == SampleFormat::compressed) return fail(u"The MPEG layer 3 encoder is not available yet");
   const FormRule* rule = ruleOf(plan.sampleFormat);
   const bool isLinear = rule && (rule->tag == WaveTag::pcm || rule->tag == WaveTag::floating);
