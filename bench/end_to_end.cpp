@@ -224,7 +224,8 @@ int main(int argc, char** argv) {
   constexpr int rounds = 5;
   for (const Case& each : cases) {
     std::printf("%s\n", each.title);
-    std::vector<std::pair<const char*, std::function<Cost()>>> rivals = {{"bare loop", [&] { return costOf(each.bare); }}};
+    std::vector<std::pair<const char*, std::function<Cost()>>> rivals = {
+        {"bare loop", [&] { return costOf(each.bare); }}};
     for (const auto& [name, command] : {std::pair("tervo convert", each.tervo), std::pair("sox", each.sox),
                                         std::pair("sndfile-convert", each.sndfile)}) {
       if (!command.empty() && exists(command[0])) rivals.emplace_back(name, [command] { return costOf(command); });
@@ -232,7 +233,10 @@ int main(int argc, char** argv) {
     compare(rivals, rounds, {bareOut, out});
   }
   std::printf("WAV to W64 in the same coding\n");
-  compare({{"cp", [&] { return costOf({"cp", source, bareOut}); }},
+  compare({{"cp",
+            [&] {
+              return costOf({"cp", source, bareOut});
+            }},
            {"tervo convert", [&] { return costOf(with(convert, {wide.c_str()})); }}},
           rounds, {bareOut, wide});
 
