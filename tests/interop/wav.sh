@@ -85,6 +85,18 @@ sox -V1 -D source.wav -b 24 -e signed upper.wav && soxInts upper.wav >upper.s32
 } >in.wav
 check "24 bits in 4 bytes" agree in.wav Ints sndfile
 
+# Beyond 4 GiB: a hole, the last sample, and a chunk behind it.
+bytes=$(((5 << 30) + 8)) wide=$((0xFFFFFFFF))
+{
+  printf RF64 && words $wide && printf WAVEds64 && words 28 $((bytes + 116)) $((bytes >> 32)) $bytes $((bytes >> 32))
+  words $((bytes / 4)) 0 0 && printf 'fmt ' && words 16 $((1 + 2 * 65536)) 44100 176400 && littleEndian 2 4 16
+  printf data && words $wide
+} >big.wav
+truncate -s $((80 + bytes)) big.wav
+{ printf smpl && words 36 0 0 22675 64 0 0 0 0 0; } >>big.wav
+check "frames beyond 4 GiB" grep -q " $(sndfile-info big.wav | awk '/^Frames/ {print $3}') frames" <("$tervo" info big.wav)
+check "what stands behind them" grep -q 'root key 64' <("$tervo" info big.wav)
+
 # Write: every coding opens there with the same frames, rate, channels and samples.
 for coding in "PCM 8-bit" "PCM 16-bit" "PCM 24-bit" "PCM 32-bit" "Float 32-bit" "Mu-law 8-bit" "A-law 8-bit"; do
   for form in wav w64; do

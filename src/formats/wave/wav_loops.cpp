@@ -143,6 +143,7 @@ std::optional<SamplerData> readSampler(std::span<const std::byte> body) {
 
   const std::size_t loopCount = std::min<std::size_t>(header.loopCount, reader.remaining() / sizeof(SamplerLoop));
   auto loops = reader.sub(loopCount * sizeof(SamplerLoop));
+  sampler.hasOwnData = reader.remaining() > 0;
   // One writer marks its files so, and stores the end of a loop as the first frame behind it.
   const bool endIsExclusive = reader.remaining() >= 4 && reader.chars(4) == "CWDT";
   for (std::size_t i = 0; i < loopCount; ++i) {

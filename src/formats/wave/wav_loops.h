@@ -17,6 +17,7 @@ struct SamplerData {
   float fineTune = 0;            ///< cents
   std::vector<Marker> loops;     ///< their foreignId is the cue ID
   std::vector<uint32_t> cueIds;  ///< of all loops, those that make no sense included
+  bool hasOwnData = false;       ///< of one maker's sampler, behind the loops
 
   /// Whether a waveform with these loops still says the same.
   bool saysTheSameAs(const Waveform& waveform) const;

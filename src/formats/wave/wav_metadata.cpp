@@ -76,7 +76,12 @@ void WavMetadata::readSourceSampler() {
   hadSampler_ = true;
   samplerBody_ = bodyOf(*chunks.front());
   auto sampler = readSampler(samplerBody_);
-  if (sampler && sampler->saysTheSameAs(waveform_)) sourceSampler_ = std::move(sampler);
+  if (!sampler) return;
+  if (sampler->saysTheSameAs(waveform_)) {
+    sourceSampler_ = std::move(sampler);
+  } else if (sampler->hasOwnData) {
+    report_.dropped(waveform_.name, u"sampler's own data", u"key or loops have changed");
+  }
 }
 
 uint32_t WavMetadata::takeId(uint32_t wanted) {

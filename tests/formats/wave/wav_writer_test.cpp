@@ -203,6 +203,17 @@ TEST(WavWriter, writesWhatWasEdited) {
   EXPECT_TRUE(saved.report.lostSomething());
 }
 
+TEST(WavWriter, saysWhenDataOfASamplerIsLost) {
+  const auto lossOf = [](const Bytes& own) {
+    const auto smpl = u32({0, 0, 0, 59, 0, 0, 0, 0, static_cast<uint32_t>(own.size())}) + own;
+    const auto opened = open(WavBuilder().fmt({}).data(Bytes(400)).chunk("smpl", smpl));
+    opened->wave()->rootKey = 61;
+    return save(*opened->wave()).report.lostSomething();
+  };
+  EXPECT_TRUE(lossOf(Bytes(12)));
+  EXPECT_FALSE(lossOf({}));
+}
+
 TEST(WavWriter, refusesWhatItCannotHold) {
   const auto error = [](const Saved& saved) { return saved.ok ? std::string("written") : toUtf8(LastErrorText()); };
   EXPECT_EQ(error(save(Instrument())), "The file format can not save this item");
