@@ -12,8 +12,8 @@ namespace tervo::platform {
 /// ones.
 std::vector<Text> programArguments(int argc, char** argv);
 
-/// Writes UTF-8 at once. False, with systemErrorCause(), when nobody reads any more or the disk is full. A Windows console gets the characters
-/// whatever its code page.
+/// Writes UTF-8 at once. False, with systemErrorCause(), when nobody reads any more or the disk is full. A Windows
+/// console gets the characters whatever its code page.
 bool writeStandardOutput(std::string_view utf8);
 bool writeStandardError(std::string_view utf8);
 bool standardErrorIsTerminal();

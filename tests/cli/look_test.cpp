@@ -13,7 +13,7 @@ class LookCommands : public CommandTest {
   void SetUp() override {
     const Bytes sampler = u32({0, 0, 125000, 61, 0, 0, 0, 1, 0, 0, 0, 1, 2, 0, 7});
     putBytes(u"tone.wav", WavBuilder().fmt({}).data(i16({1, 2, 3, 4})).chunk("smpl", sampler).bytes());
-    folder.put(u"two\n.sw", std::string(8, '\0'));
+    folder.put(u"two.sw", std::string(8, '\0'));
     folder.put(u"empty.wav", "");
     folder.put(u"what.xyz", "hello");
     folder.put(u"tune.imf", "hello");
@@ -25,10 +25,10 @@ class LookCommands : public CommandTest {
 };
 
 TEST_F(LookCommands, DetectNamesRowAndConfidence) {
-  EXPECT_EQ(run({u"detect", u"tone.wav", u"two\n.sw", u"what.xyz", u"tune.imf"}), 0);
+  EXPECT_EQ(run({u"detect", u"tone.wav", u"two.sw", u"what.xyz", u"tune.imf"}), 0);
   EXPECT_EQ(console.output,
             "tone.wav: Microsoft wave (row 491, .wav), confidence 100 %\n"
-            "two\\n.sw: Signed words (16-bit) - Little Endian (row 433, .sw), confidence 55 %\n"
+            "two.sw: Signed words (16-bit) - Little Endian (row 433, .sw), confidence 55 %\n"
             "what.xyz: Unrecognized (row 0, .*), confidence 0 %\n"
             "tune.imf: Unrecognized (row 0, .*), confidence 0 %; "
             "known, but not readable yet: id Software Music Format (560Hz)\n");
