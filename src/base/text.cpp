@@ -69,13 +69,6 @@ void appendUtf8(std::string& out, char32_t code) {
       put(0x80 | (code & 0x3F));
 }
 
-bool isHighSurrogate(char16_t c) {
-  return c >= 0xD800 && c <= 0xDBFF;
-}
-bool isLowSurrogate(char16_t c) {
-  return c >= 0xDC00 && c <= 0xDFFF;
-}
-
 enum class LoneSurrogate { replace, asByte };
 
 std::string encode(TextView text, LoneSurrogate lone) {

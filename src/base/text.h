@@ -27,6 +27,14 @@ Text fromFileText(std::string_view bytes);
 Text fromPathBytes(std::string_view bytes);
 std::string toPathBytes(TextView path);
 
+/// The two halves of a character above U+FFFF.
+constexpr bool isHighSurrogate(char16_t c) {
+  return c >= 0xD800 && c <= 0xDBFF;
+}
+constexpr bool isLowSurrogate(char16_t c) {
+  return c >= 0xDC00 && c <= 0xDFFF;
+}
+
 /// ASCII letters folded to upper case; other characters by the simple mapping of the Latin-1 range.
 char16_t upper(char16_t c);
 bool equalNoCase(TextView a, TextView b);

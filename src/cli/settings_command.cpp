@@ -31,7 +31,8 @@ int list(const CommandLine& line, Console& console, const Settings& settings) {
 }
 
 int get(const CommandLine& line, Console& console, const Settings& settings, const SettingRow& row) {
-  console.out(line.json ? dumped(settingJson(settings, row)) : utf8(settingText(settings, row)) + "\n");
+  // As it was given: a path need not be valid UTF-8.
+  console.out(line.json ? dumped(settingJson(settings, row)) : toPathBytes(settingText(settings, row)) + "\n");
   return exitDone;
 }
 

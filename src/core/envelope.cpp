@@ -29,11 +29,9 @@ struct FixedRow {
   float value;
 };
 constexpr FixedRow fixedRows[] = {
-    {P::vEnvInitialLevel, 0}, {P::vEnvAttack1Level, 0},  {P::vEnvAttack2Level, 1},
-    {P::vEnvDecay1Level, 1},  {P::vEnvRelease1Level, 0},
+    {P::vEnvInitialLevel, 0},  {P::vEnvAttack1Level, 0},  {P::vEnvAttack2Level, 1},  {P::vEnvDecay1Level, 1},
+    {P::vEnvRelease1Level, 0}, {P::vEnvRelease2Level, 0}, {P::vEnvRelease3Level, 0},
 };
-/// What follows a release that has reached level 0 is heard only when it rises again.
-constexpr P laterLevels[] = {P::vEnvRelease2Level, P::vEnvRelease3Level};
 
 float valueOf(const ArticulationSet& articulation, P row) {
   return articulation.get(row).value_or(rowOf(row).defaultValue);
@@ -67,8 +65,7 @@ SixStageEnvelope envelopeOf(const ArticulationSet& articulation, Modulator envel
 bool isSixStage(const ArticulationSet& articulation, Modulator envelope) {
   const auto get = [&](P row) { return valueOf(articulation, inEnvelope(envelope, row)); };
   return std::all_of(std::begin(fixedRows), std::end(fixedRows),
-                     [&](const FixedRow& fixed) { return get(fixed.row) == fixed.value; }) &&
-         std::all_of(std::begin(laterLevels), std::end(laterLevels), [&](P row) { return get(row) == 0; });
+                     [&](const FixedRow& fixed) { return get(fixed.row) == fixed.value; });
 }
 
 }  // namespace tervo

@@ -27,7 +27,7 @@ void setEnvelope(ArticulationSet& articulation, Modulator envelope, const SixSta
 /// The stages as the rows say them; absent rows have their default. What else the rows say is left out: see isSixStage.
 SixStageEnvelope envelopeOf(const ArticulationSet& articulation, Modulator envelope);
 
-/// Whether the envelope says nothing that six stages cannot.
+/// Whether the times and levels say nothing that six stages cannot. The release mode is a matter of its own.
 bool isSixStage(const ArticulationSet& articulation, Modulator envelope);
 
 }  // namespace tervo

@@ -75,7 +75,9 @@ std::span<const TextView> dataFormats() {
 Text numberText(const ParameterRow& row, double value) {
   const double shown = row.unit == ParameterUnit::percent ? value * 100 : value;
   const bool sign = row.has(ParameterFlags::Signed) && shown > 0;
-  Text text = fromUtf8(fmt::format("{}{:.6g}", sign ? "+" : "", shown));
+  // Six digits are what a float holds for certain; positions and rates are doubles and may need more.
+  const int digits = row.maximum > 1e5f ? 12 : 6;
+  Text text = fromUtf8(fmt::format("{}{:.{}g}", sign ? "+" : "", shown, digits));
   if (row.unit != ParameterUnit::none) text.append(u" ").append(nameOf(row.unit));
   return text;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 
 #include "core/settings_table.h"
@@ -21,7 +22,7 @@ static_assert(std::endian::native == std::endian::little);
 /// The start of the text that fits; a surrogate pair is not cut apart.
 TextView cut(TextView text, std::size_t most) {
   if (most == 0 || text.size() <= most) return text;
-  const bool cutsPair = (text[most] & 0xFC00) == 0xDC00 && (text[most - 1] & 0xFC00) == 0xD800;
+  const bool cutsPair = isLowSurrogate(text[most]) && isHighSurrogate(text[most - 1]);
   return text.substr(0, cutsPair ? most - 1 : most);
 }
 
@@ -31,7 +32,8 @@ std::span<const std::byte> bytesOf(const StoredValue& value) {
   return {};
 }
 
-/// Sets a field to what is stored; a value of another type or too long for the field is left alone.
+/// Sets a field to what is stored. A value of another type, one too long for the field, and one that no arithmetic can
+/// use leave it alone.
 struct Reader {
   const SettingRow& row;
   const StoredValue& value;
@@ -39,8 +41,11 @@ struct Reader {
   template <typename T>
   void operator()(std::span<T> field) const {
     const auto bytes = bytesOf(value);
-    if (bytes.size() > field.size_bytes()) return;
-    if (!bytes.empty()) std::memcpy(field.data(), bytes.data(), bytes.size());
+    if (bytes.empty() || bytes.size() > field.size_bytes()) return;
+    std::vector<T> stored(field.begin(), field.end());
+    std::memcpy(stored.data(), bytes.data(), bytes.size());
+    const auto isFinite = [](T number) { return std::isfinite(static_cast<double>(number)); };
+    if (std::all_of(stored.begin(), stored.end(), isFinite)) std::copy(stored.begin(), stored.end(), field.begin());
   }
   void operator()(Text* field) const {
     const auto* text = std::get_if<Text>(&value);
@@ -57,7 +62,7 @@ struct Reader {
     const auto* bytes = std::get_if<SettingBytes>(&value);
     if (!bytes || bytes->size() > row.size) return;
     Text all(bytes->size() / sizeof(char16_t), u'\0');
-    std::memcpy(all.data(), bytes->data(), all.size() * sizeof(char16_t));
+    if (!all.empty()) std::memcpy(all.data(), bytes->data(), all.size() * sizeof(char16_t));
     field->clear();
     for (std::size_t at = 0; at < all.size();) {
       const std::size_t end = std::min(all.find(u'\0', at), all.size());
@@ -87,7 +92,7 @@ struct Writer {
     SettingBytes all;
     for (const Text& text : *field) {
       const auto bytes = std::as_bytes(std::span(text.c_str(), text.size() + 1));
-      if (all.size() + bytes.size() > row.size) break;
+      if (all.size() + bytes.size() > row.size) continue;  // a path that is too long must not cost the others
       all.insert(all.end(), bytes.begin(), bytes.end());
     }
     return all;
@@ -95,7 +100,7 @@ struct Writer {
 };
 
 StoredSetting storedForm(const Settings& settings, const SettingRow& row) {
-  return {Text(row.key), std::visit(Writer{row}, row.field(const_cast<Settings&>(settings)))};
+  return {Text(row.key), std::visit(Writer{row}, fieldOf(settings, row))};
 }
 
 /// "12.9" before "12.10"; whatever is not a number counts as 0.

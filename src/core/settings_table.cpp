@@ -165,6 +165,10 @@ const SettingRow* findSetting(TextView key) {
   return fail(u"Unknown setting \"" + Text(key) + u"\"");
 }
 
+SettingField fieldOf(const Settings& settings, const SettingRow& row) {
+  return row.field(const_cast<Settings&>(settings));
+}
+
 Text defaultSettingText(const SettingRow& row) {
   return row.standard == gmBank ? platform::generalMidiBank() : Text(row.standard);
 }

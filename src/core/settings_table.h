@@ -40,6 +40,9 @@ std::span<const SettingRow> settingRows();
 /// The row of a key, compared without regard to case. Null with LastErrorText.
 const SettingRow* findSetting(TextView key);
 
+/// The row's field of a record that is only looked at.
+SettingField fieldOf(const Settings& settings, const SettingRow& row);
+
 /// The default of a row on this system, as text.
 Text defaultSettingText(const SettingRow& row);
 /// "on/off", "number", "5 numbers", "text", "keys" or "files", with the limits: "number 8..32".
@@ -48,7 +51,7 @@ Text settingTypeText(const SettingRow& row);
 /// A field as text: numbers in decimal (or hexadecimal where the default is), arrays and files separated by ", " and
 /// "|".
 Text settingText(const Settings& settings, const SettingRow& row);
-/// Sets a field for this run; nothing is stored. False with LastErrorText, which names the key and what it takes.
+/// Sets a field for this run; nothing is stored. False with LastErrorText, which says what the setting takes.
 bool setSettingText(Settings& settings, const SettingRow& row, TextView value);
 /// The same for "KEY=VALUE".
 bool setSettingText(Settings& settings, TextView keyAndValue);

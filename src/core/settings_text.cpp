@@ -59,7 +59,8 @@ std::optional<double> flagWord(TextView text) {
 }
 
 std::optional<double> parseNumber(TextView text) {
-  const std::string digits = toUtf8(text);
+  const bool hasPlus = text.starts_with(u'+') && !text.starts_with(u"+-");
+  const std::string digits = toUtf8(text.substr(hasPlus ? 1 : 0));
   const char* const end = digits.data() + digits.size();
   if (digits.starts_with("0x") || digits.starts_with("0X")) {
     uint32_t value = 0;
@@ -160,9 +161,11 @@ struct TypePrinter {
   std::string operator()(const std::vector<Text>*) const { return "files separated by |"; }
 };
 
-/// The field of a record that is only looked at.
-SettingField fieldOf(const Settings& settings, const SettingRow& row) {
-  return row.field(const_cast<Settings&>(settings));
+/// Enough of a value to know it by.
+Text shortened(TextView value) {
+  constexpr std::size_t most = 60;
+  if (value.size() <= most) return Text(value);
+  return Text(value.substr(0, isHighSurrogate(value[most - 1]) ? most - 1 : most)) + u"...";
 }
 
 }  // namespace
@@ -178,7 +181,7 @@ Text settingTypeText(const SettingRow& row) {
 
 bool setSettingText(Settings& settings, const SettingRow& row, TextView value) {
   if (std::visit(Parser{row, value}, row.field(settings))) return true;
-  return fail(Text(row.key) + u" takes " + settingTypeText(row) + u", not \"" + Text(value) + u"\"");
+  return fail(u"Takes " + settingTypeText(row) + u", not \"" + shortened(value) + u"\"");
 }
 
 bool setSettingText(Settings& settings, TextView keyAndValue) {

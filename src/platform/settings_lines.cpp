@@ -10,13 +10,6 @@ namespace {
 
 constexpr std::string_view blanks = " \t\r";
 
-bool isHighSurrogate(char16_t c) {
-  return (c & 0xFC00) == 0xD800;
-}
-bool isLowSurrogate(char16_t c) {
-  return (c & 0xFC00) == 0xDC00;
-}
-
 std::string quoted(TextView text) {
   std::string out = "\"";
   for (std::size_t i = 0; i < text.size(); ++i) {

@@ -101,7 +101,8 @@ TEST(ParameterLists, ShowsValuesAsUsersReadThem) {
         Case{P::masterTuning, -1.25, u"-1.25 st"}, Case{P::vEnvVelocityToAttack1Time, 0.5, u"0.5 x"},
         Case{P::loopCount, 0, u"Infinite"}, Case{P::loopCount, 3, u"3"}, Case{P::preferredFormat, 21, u"Default"},
         Case{P::preferredFormat, 20, u"Compressed 320 kbit/s"}, Case{P::loopSection, -1, u"-1"},
-        Case{P::tagName, 1, u""}}) {
+        Case{P::markerStart, 12345678.25, u"12345678.25"}, Case{P::sampleRate, 768000, u"768000 Hz"},
+        Case{P::eq1Q, 0.71f, u"0.71"}, Case{P::tagName, 1, u""}}) {
     EXPECT_EQ(valueText(c.row, c.value), c.text) << indexOf(c.row);
   }
   EXPECT_EQ(keyName(60, MiddleC::c3), u"C3");
@@ -137,6 +138,8 @@ TEST(Envelope, SixStagesStandInTheirRows) {
   stages.sustain = 0.3f;
   stages.release = {1.5f, 1, 2};
   ArticulationSet set;
+  set.set(P::fEnvRelease2Level, 0.5f);
+  set.set(P::fEnvDecay1Level, -1);
   setEnvelope(set, Modulator::filter, stages);
   EXPECT_EQ(set.get(P::fEnvAttack1Time), 0.5f);
   EXPECT_EQ(set.get(P::fEnvVelocityToAttack1Time), 2);

@@ -145,6 +145,8 @@ TEST(Settings, ComeBackAsTheyWereSaved) {
   saved.app.lastFiles.clear();
   ASSERT_TRUE(SaveSettings(saved, backend));
   EXPECT_EQ(backend.get(u"app.LastFilesW"), StoredValue(SettingBytes())) << "written with its length, which is none";
+  ReadSettings(loaded, backend);
+  EXPECT_EQ(loaded, saved);
 }
 
 TEST(Settings, AShortValueLeavesTheRestAtItsDefault) {
@@ -165,6 +167,7 @@ TEST(Settings, AValueThatCannotBeReadLeavesTheDefault) {
                                         {u"app.bDispLoBank", bytes({1, 1})},
                                         {u"load.bConfirm", uint32_t{1}},
                                         {u"aio.szAudioOutDev", uint32_t{1}},
+                                        {u"aio.fdbMixGain", uint32_t{0x7FC00000}},  // IEEE 754: not a number
                                         {u"aio.szAudioInDev", Text(65, u'x')},
                                         {u"app.LastFilesW", SettingBytes(1026, std::byte{65})},
                                         {u"some.other", bytes({1})}});
@@ -219,6 +222,11 @@ TEST(Settings, OldRecentFilesGiveWayToNewOnes) {
   ReadSettings(settings, backend);
   EXPECT_THAT(settings.app.lastFiles,
               ElementsAre(Text(99, u'b'), Text(99, u'f'), Text(99, u'e'), Text(99, u'd'), Text(99, u'c')));
+
+  RememberFile(settings, Text(600, u'x'));  // no room for it, but for the others
+  ASSERT_TRUE(SaveSettings(settings, backend));
+  ReadSettings(settings, backend);
+  EXPECT_EQ(settings.app.lastFiles.size(), 5u);
 }
 
 TEST(Settings, DevicesThatAreGoneFallBack) {
@@ -250,6 +258,7 @@ TEST(SettingText, IsParsedByTheTypeOfTheField) {
       {u"fmt.vox.dwDataFormat=0xffffffff",        u"0xFFFFFFFF"},
       {u"aio.nLatency=-2147483648",               u"-2147483648"},
       {u"aio.fdbMixGain= -1.5 ",                  u"-1.5"},
+      {u"aio.fdbMixGain=+6",                      u"6"},
       {u"app.awColWidths=1,2 , 3,4,65535",        u"1, 2, 3, 4, 65535"},
       {u"aio.szAudioOutDev=Speakers = left",      u"Speakers = left"},
       {u"app.LastFilesW=b.wav|a.wav",             u"b.wav|a.wav"},
@@ -260,6 +269,7 @@ TEST(SettingText, IsParsedByTheTypeOfTheField) {
       u"load.bConfirm=maybe", u"load.bConfirm=256",     u"load.bConfirm=",          u"aio.nLatency=2147483648",
       u"aio.nLatency=1.5",    u"aio.nLatency=1x",       u"aio.fdbMixGain=nan",      u"aio.fdbMixGain=1e9",
       u"app.awColWidths=1,2", u"fmt.sd2.iChannels=3",   u"fmt.vox.dwDataFormat=0x", u"aio.acVKlo=\u00E9",
+      u"aio.nLatency=+-1",
   };
   // clang-format on
   for (const Case& c : good) {
@@ -278,9 +288,11 @@ TEST(SettingText, IsParsedByTheTypeOfTheField) {
 TEST(SettingText, SaysWhatASettingTakes) {
   Settings settings;
   EXPECT_FALSE(setSettingText(settings, u"fmt.sd2.ibits=99"));
-  EXPECT_EQ(LastErrorText(), u"fmt.sd2.iBits takes number 8..32, not \"99\"");
+  EXPECT_EQ(LastErrorText(), u"Takes number 8..32, not \"99\"");
   EXPECT_FALSE(setSettingText(settings, u"aio.szMidiInDev=" + Text(33, u'x')));
-  EXPECT_THAT(toUtf8(LastErrorText()), HasSubstr("aio.szMidiInDev takes text of at most 32 characters"));
+  EXPECT_THAT(toUtf8(LastErrorText()), HasSubstr("Takes text of at most 32 characters"));
+  EXPECT_FALSE(setSettingText(settings, u"app.wszWave=" + Text(100'000, u'x')));
+  EXPECT_LT(LastErrorText().size(), 120u);
   EXPECT_FALSE(setSettingText(settings, u"no.such=1"));
   EXPECT_EQ(LastErrorText(), u"Unknown setting \"no.such\"");
   EXPECT_FALSE(setSettingText(settings, u"load.bConfirm"));

@@ -23,7 +23,7 @@ std::optional<std::string> contentOf(TextView path) {
   if (!fileExists(path)) return std::string();
   const auto file = InputFile::open(path);
   if (!file) return std::nullopt;
-  if (file->size() > largestFile) return fail(u"The settings file is too large");
+  if (file->size() > largestFile) return failBySystem(u"Could not open file", EFBIG);
   std::string content(static_cast<std::size_t>(file->size()), '\0');
   if (!file->readExactly(0, std::as_writable_bytes(std::span(content)))) return std::nullopt;
   return content;
@@ -32,7 +32,10 @@ std::optional<std::string> contentOf(TextView path) {
 /// Holds back other programs between reading and replacing the file. The lock is on a file beside it, because the file
 /// itself is another one after each write.
 FileDescriptor lockBeside(TextView path) {
-  FileDescriptor lock(open(toPathBytes(Text(path) + u".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+  const std::string name = toPathBytes(Text(path) + u".lock");
+  FileDescriptor lock(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
+  // One that another user has made (the superuser, once) can be locked as long as it can be read.
+  if (!lock && errno == EACCES) lock = FileDescriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC));
   while (lock && flock(lock.get(), LOCK_EX) != 0 && errno == EINTR) {
   }
   return lock;
@@ -45,6 +48,11 @@ class FileBackend final : public SettingsBackend {
   std::vector<StoredSetting> readAll() override { return settingsIn(contentOf(path_).value_or("")); }
 
   bool write(std::span<const StoredSetting> values) override {
+    return replaceFile(values) || fail(u"Could not store the settings in " + path_ + u": " + systemErrorCause());
+  }
+
+ private:
+  bool replaceFile(std::span<const StoredSetting> values) const {
     if (!createFolders(folderOf(path_))) return false;
     const FileDescriptor lock = lockBeside(path_);
     if (!lock) return failBySystem(u"Could not open file");
@@ -56,7 +64,6 @@ class FileBackend final : public SettingsBackend {
     return file && file->write(std::as_bytes(std::span(merged))) && file->commit();
   }
 
- private:
   Text path_;
 };
 

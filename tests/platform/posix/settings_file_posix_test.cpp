@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 
+#include "base/last_error.h"
 #include "platform/settings_backend.h"
 #include "platform/user_folders.h"
 #include "tests/platform/test_folder.h"
@@ -47,6 +49,27 @@ TEST(SettingsFile, IsLeftAloneWhenItCannotBeReadOrHasNotChanged) {
   const StoredSetting other{u"a", uint32_t{2}};
   EXPECT_FALSE(openUserSettings()->write(std::span(&other, 1)));
   EXPECT_EQ(std::filesystem::file_size(folder / u"settings"), 17u << 20);
+}
+
+TEST(SettingsFile, IsWrittenUnderALockThatAnotherUserMade) {
+  const TestFolder folder;
+  folder.put(u"settings.lock", "");
+  chmod((folder / u"settings.lock").c_str(), 0444);
+  chmod((folder / u"").c_str(), 0777);
+  const StoredSetting setting{u"a", uint32_t{1}};
+  const auto write = [&] { return openSettingsAt(folder.text(u"settings"))->write(std::span(&setting, 1)); };
+  // The superuser may write everything.
+  const uid_t user = geteuid();
+  ASSERT_EQ(seteuid(user == 0 ? 65534 : user), 0);
+  const bool written = write();
+  chmod((folder / u"settings").c_str(), 0444);
+  const bool rewritten = openSettingsAt(folder.text(u"settings"))->write(std::vector{StoredSetting{u"b", uint32_t{2}}});
+  const Text error = LastErrorText();
+  ASSERT_EQ(seteuid(user), 0);
+  EXPECT_TRUE(written) << toUtf8(error);
+  EXPECT_FALSE(rewritten);
+  EXPECT_EQ(error, u"Could not store the settings in " + folder.text(u"settings") + u": Permission denied");
+  EXPECT_EQ(folder.get(u"settings"), "a = number 1\n");
 }
 
 TEST(SettingsFile, StandsInTheConfigurationFolder) {
