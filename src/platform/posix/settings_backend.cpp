@@ -35,7 +35,10 @@ FileDescriptor lockBeside(TextView path) {
   const std::string name = toPathBytes(Text(path) + u".lock");
   FileDescriptor lock(open(name.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666));
   // One that another user has made (the superuser, once) can be locked as long as it can be read.
-  if (!lock && errno == EACCES) lock = FileDescriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!lock && errno == EACCES) {
+    lock = FileDescriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!lock) errno = EACCES;
+  }
   while (lock && flock(lock.get(), LOCK_EX) != 0 && errno == EINTR) {
   }
   return lock;

@@ -51,25 +51,35 @@ TEST(SettingsFile, IsLeftAloneWhenItCannotBeReadOrHasNotChanged) {
   EXPECT_EQ(std::filesystem::file_size(folder / u"settings"), 17u << 20);
 }
 
-TEST(SettingsFile, IsWrittenUnderALockThatAnotherUserMade) {
-  const TestFolder folder;
-  folder.put(u"settings.lock", "");
-  chmod((folder / u"settings.lock").c_str(), 0444);
-  chmod((folder / u"").c_str(), 0777);
+/// The failure of storing one value here without the superuser's rights, who may write everything; empty when it is
+/// stored.
+Text failureAsOrdinaryUser(const Text& place) {
   const StoredSetting setting{u"a", uint32_t{1}};
-  const auto write = [&] { return openSettingsAt(folder.text(u"settings"))->write(std::span(&setting, 1)); };
-  // The superuser may write everything.
   const uid_t user = geteuid();
-  ASSERT_EQ(seteuid(user == 0 ? 65534 : user), 0);
-  const bool written = write();
-  chmod((folder / u"settings").c_str(), 0444);
-  const bool rewritten = openSettingsAt(folder.text(u"settings"))->write(std::vector{StoredSetting{u"b", uint32_t{2}}});
-  const Text error = LastErrorText();
-  ASSERT_EQ(seteuid(user), 0);
-  EXPECT_TRUE(written) << toUtf8(error);
-  EXPECT_FALSE(rewritten);
-  EXPECT_EQ(error, u"Could not store the settings in " + folder.text(u"settings") + u": Permission denied");
-  EXPECT_EQ(folder.get(u"settings"), "a = number 1\n");
+  if (seteuid(user == 0 ? 65534 : user) != 0) return u"seteuid";
+  const bool written = openSettingsAt(place)->write(std::span(&setting, 1));
+  const Text failure = written ? Text() : LastErrorText();
+  return seteuid(user) == 0 ? failure : u"seteuid";
+}
+
+TEST(SettingsFile, SaysWhereAndWhyItCannotBeWritten) {
+  const TestFolder folder;
+  const auto allow = [&](TextView name, mode_t mode) { chmod((folder / name).c_str(), mode); };
+  allow(u"", 0777);
+  folder.put(u"shared.lock", "");  // another user's, the superuser's perhaps
+  allow(u"shared.lock", 0444);
+  EXPECT_EQ(failureAsOrdinaryUser(folder.text(u"shared")), u"");
+  EXPECT_EQ(folder.get(u"shared"), "a = number 1\n");
+
+  folder.put(u"protected", "# mine\n");
+  allow(u"protected", 0444);
+  std::filesystem::create_directory(folder / u"closed");
+  allow(u"closed", 0555);
+  for (const TextView name : {u"protected", u"closed/settings"}) {
+    EXPECT_EQ(failureAsOrdinaryUser(folder.text(name)),
+              u"Could not store the settings in " + folder.text(name) + u": Permission denied");
+  }
+  EXPECT_EQ(folder.get(u"protected"), "# mine\n");
 }
 
 TEST(SettingsFile, StandsInTheConfigurationFolder) {
