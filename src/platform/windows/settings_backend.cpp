@@ -101,7 +101,8 @@ class RegistryBackend final : public SettingsBackend {
       status = RegSetValueExW(key.get(), toWide(setting.name).c_str(), 0, typeOf(setting.value),
                               reinterpret_cast<const BYTE*>(data.data()), static_cast<DWORD>(data.size()));
     }
-    return status == ERROR_SUCCESS || failBySystem(u"Could not store the settings", static_cast<int>(status));
+    if (status == ERROR_SUCCESS) return true;
+    return fail(u"Could not store the settings in " + path_ + u": " + systemErrorText(static_cast<int>(status)));
   }
 
  private:
