@@ -5,6 +5,8 @@
 namespace tervo {
 namespace {
 
+thread_local int silent = 0;
+
 std::mutex mutex;
 Text& lastError() {
   static Text text;
@@ -18,7 +20,15 @@ Text LastErrorText() {
   return lastError();
 }
 
+SilentFailures::SilentFailures() {
+  ++silent;
+}
+SilentFailures::~SilentFailures() {
+  --silent;
+}
+
 void setLastErrorText(TextView text) {
+  if (silent > 0) return;
   const std::lock_guard lock(mutex);
   lastError() = text;
 }

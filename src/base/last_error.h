@@ -13,6 +13,16 @@ namespace tervo {
 Text LastErrorText();
 void setLastErrorText(TextView text);
 
+/// While it lives, failures of the thread that made it leave the process's text alone: for work in the background whose
+/// failure is nobody's answer.
+class SilentFailures {
+ public:
+  SilentFailures();
+  ~SilentFailures();
+  SilentFailures(const SilentFailures&) = delete;
+  SilentFailures& operator=(const SilentFailures&) = delete;
+};
+
 /// Sets the last failure's text and converts to whatever says "failed": false, a null pointer, an empty optional.
 ///
 ///     if (frames == 0) return fail(u"Zero length");

@@ -155,6 +155,26 @@ CLI::App* addSettingsCommands(CLI::App& app, CommandLine& line, Collected& got) 
   return settings;
 }
 
+void addStateCommands(CLI::App& app, CommandLine& line, Collected& got) {
+  CLI::App* state = app.add_subcommand("state", "program-state files: whole documents");
+  state->require_subcommand(1);
+  CLI::App* save = state->add_subcommand("save", "open the first file, merge the others, save the document as a state");
+  save->callback([&line] { line.command = Command::stateSave; });
+  addReadOptions(*save, line, got);
+  save->add_option("-o,--output", got.target, "the state file; without it a saved state of the user")
+      ->type_name("STATE");
+  save->add_flag("--overwrite", line.overwrite, "allow replacing an existing target");
+  CLI::App* load = state->add_subcommand("load", "what is inside a state file; with -o the document saved as TARGET");
+  load->callback([&line] { line.command = Command::stateLoad; });
+  load->add_option("STATE", got.files)->required()->expected(1)->type_name("");
+  addWriteOptions(*load, line, got);
+  load->get_option("--output")->required(false);
+  CLI::App* list = state->add_subcommand("list", "versions and records of state files; without one the user's states");
+  list->callback([&line] { line.command = Command::stateList; });
+  list->add_option("STATE", got.files)->type_name("");
+  for (CLI::App* each : {save, load, list}) addCommonOptions(*each, line, got);
+}
+
 // "--report=FILE" names a file, a bare "--report" does not and must leave the next argument alone.
 std::vector<std::string> prepared(const std::vector<Text>& arguments) {
   std::vector<std::string> result;
@@ -249,6 +269,7 @@ Parsed parseCommandLine(const std::vector<Text>& arguments) {
   addWriteOptions(*convert, line, got);
   command("formats", "the format table", Command::formats);
   addSettingsCommands(app, line, got);
+  addStateCommands(app, line, got);
 
   auto strings = prepared(arguments);
   std::reverse(strings.begin(), strings.end());

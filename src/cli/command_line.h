@@ -10,7 +10,18 @@
 
 namespace tervo::cli {
 
-enum class Command { detect, info, convert, formats, settingsList, settingsGet, settingsSet };
+enum class Command {
+  detect,
+  info,
+  convert,
+  formats,
+  settingsList,
+  settingsGet,
+  settingsSet,
+  stateSave,
+  stateLoad,
+  stateList
+};
 
 enum class ReportOutput { none, standardError, file };
 

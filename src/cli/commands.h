@@ -13,6 +13,7 @@ int runInfo(const CommandLine& line, Console& console, const Settings& settings)
 int runConvert(const CommandLine& line, Console& console, const Settings& settings);
 int runFormats(const CommandLine& line, Console& console);
 int runSettings(const CommandLine& line, Console& console, Settings settings);
+int runState(const CommandLine& line, Console& console, const Settings& settings);
 
 /// Parses and runs. The whole program but for the process's own streams.
 int run(const std::vector<Text>& arguments, Console& console);

@@ -6,6 +6,7 @@
 
 #include "core/levels.h"
 #include "core/parameter_table.h"
+#include "formats/format_table.h"
 
 namespace tervo::cli {
 
@@ -188,6 +189,20 @@ Json reportJson(const ConversionReport& report) {
                        {"to", utf8(entry.to)}});
   }
   return entries;
+}
+
+nlohmann::ordered_json fileJson(const Text& path, const Collection& collection, std::optional<int> confidence,
+                                const ConversionReport& report) {
+  nlohmann::ordered_json object = {{"path", utf8(path)}};
+  if (const FormatDescriptor* row = rowAt(collection.sourceFormat)) {
+    object["format"] = {{"index", collection.sourceFormat},
+                        {"extension", utf8(row->extension)},
+                        {"description", utf8(row->description)}};
+    if (confidence) object["format"]["confidence"] = *confidence;
+  }
+  addDocument(object, collection);
+  object["report"] = reportJson(report);
+  return object;
 }
 
 }  // namespace tervo::cli

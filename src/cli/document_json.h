@@ -13,6 +13,9 @@ nlohmann::ordered_json songJson(const Song& song);
 /// Puts "collection", "waveforms", "instruments" and "songs" into `object`.
 void addDocument(nlohmann::ordered_json& object, const Collection& collection);
 nlohmann::ordered_json reportJson(const ConversionReport& report);
+/// One file with its document. Without a confidence the format is what the document remembers.
+nlohmann::ordered_json fileJson(const Text& path, const Collection& collection, std::optional<int> confidence,
+                                const ConversionReport& report);
 
 /// Text as the JSON library takes it.
 std::string utf8(TextView text);

@@ -51,4 +51,15 @@ bool mergeFile(Run& run, Collection& collection, const NamedFile& file) {
   return openOrSayWhy(run, collection, file, MergeFile);
 }
 
+bool openAll(Run& run, Collection& collection) {
+  for (const NamedFile& file : run.line.files) {
+    const bool first = &file == &run.line.files.front();
+    if (!(first ? openFile : mergeFile)(run, collection, file)) return false;
+    if (!run.host.cancelled()) continue;
+    setLastErrorText(u"Save aborted!");
+    return run.console.failure(run.line.target.shown), false;
+  }
+  return true;
+}
+
 }  // namespace tervo::cli

@@ -28,5 +28,7 @@ struct Run {
 bool openFile(Run& run, Collection& collection, const NamedFile& file);
 /// The same for a further file, whose items are added.
 bool mergeFile(Run& run, Collection& collection, const NamedFile& file);
+/// Opens the first file of the command line and merges the others.
+bool openAll(Run& run, Collection& collection);
 
 }  // namespace tervo::cli

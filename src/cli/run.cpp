@@ -30,6 +30,10 @@ int runCommand(const CommandLine& line, Console& console) {
       return runConvert(line, console, *settings);
     case Command::formats:
       return runFormats(line, console);
+    case Command::stateSave:
+    case Command::stateLoad:
+    case Command::stateList:
+      return runState(line, console, *settings);
     default:
       return runSettings(line, console, *settings);
   }

@@ -91,4 +91,13 @@ void Collection::absorb(Collection& other) {
   ItemOwner::moveAll(*this, songs_, other.songs_);
 }
 
+void Collection::swapContent(Collection& other) noexcept {
+  name.swap(other.name);
+  std::swap(tags, other.tags);
+  std::swap(sourceFormat, other.sourceFormat);
+  ItemOwner::swapAll(*this, instruments_, other, other.instruments_);
+  ItemOwner::swapAll(*this, waveforms_, other, other.waveforms_);
+  ItemOwner::swapAll(*this, songs_, other, other.songs_);
+}
+
 }  // namespace tervo

@@ -46,6 +46,8 @@ class Collection final : public Item {
   void clear();
   /// Moves all items of `other` behind this collection's own; identifiers stay.
   void absorb(Collection& other);
+  /// Exchanges everything but identifier and owner.
+  void swapContent(Collection& other) noexcept;
 
  private:
   std::vector<std::unique_ptr<Instrument>> instruments_;

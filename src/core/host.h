@@ -33,8 +33,6 @@ class Host {
   virtual std::optional<Text> locateFile(TextView /*path*/) { return std::nullopt; }
   /// Renders a song to a waveform. Null with LastErrorText set ("Failed to render synth to wave", "Save aborted!").
   virtual std::unique_ptr<Waveform> renderSong(const Song& song);
-  /// Takes a restore point of the whole document before an operation that changes much; false when none is kept.
-  virtual bool takeSavedState() { return false; }
 };
 
 }  // namespace tervo

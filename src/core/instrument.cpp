@@ -41,6 +41,34 @@ Synth& Instrument::set(std::unique_ptr<Synth> synth) {
   return ItemOwner::adopt(*this, synth_, std::move(synth));
 }
 
+void Region::swapContent(Region& other) noexcept {
+  std::swap(waveform, other.waveform);
+  std::swap(trigger, other.trigger);
+  std::swap(articulation, other.articulation);
+}
+
+void Layer::swapContent(Layer& other) noexcept {
+  std::swap(trigger, other.trigger);
+  std::swap(articulation, other.articulation);
+  ItemOwner::swapAll(*this, regions_, other, other.regions_);
+}
+
+void Synth::swapContent(Synth& other) noexcept {
+  engine.swap(other.engine);
+  patch.swap(other.patch);
+}
+
+void Instrument::swapContent(Instrument& other) noexcept {
+  name.swap(other.name);
+  std::swap(drum, other.drum);
+  std::swap(program, other.program);
+  std::swap(bankMsb, other.bankMsb);
+  std::swap(bankLsb, other.bankLsb);
+  std::swap(articulation, other.articulation);
+  ItemOwner::swapAll(*this, layers_, other, other.layers_);
+  ItemOwner::swapOne(*this, synth_, other, other.synth_);
+}
+
 std::size_t Instrument::regionCount() const {
   std::size_t count = 0;
   for (const auto& layer : layers_) count += layer->regions().size();

@@ -25,6 +25,9 @@ class Region final : public Item {
   ItemId waveform = noItem;  ///< not owned; may name a waveform that was deleted
   TriggerSet trigger;
   ArticulationSet articulation;
+
+  /// Exchanges everything but identifier and owner.
+  void swapContent(Region& other) noexcept;
 };
 
 class Layer final : public Item {
@@ -43,6 +46,8 @@ class Layer final : public Item {
   void removeRegions(const std::function<bool(const Region&)>& unwanted);
   /// Regions that are equal in `before` keep their order.
   void sortRegions(const std::function<bool(const Region&, const Region&)>& before);
+  /// Exchanges everything but identifier and owner.
+  void swapContent(Layer& other) noexcept;
 
  private:
   friend class Collection;
@@ -58,6 +63,9 @@ class Synth final : public Item {
 
   Text engine;                   ///< which synthesizer the patch belongs to
   std::vector<std::byte> patch;  ///< as the source file held it
+
+  /// Exchanges everything but identifier and owner.
+  void swapContent(Synth& other) noexcept;
 };
 
 class Instrument final : public Item {
@@ -80,6 +88,8 @@ class Instrument final : public Item {
   Layer& add(std::unique_ptr<Layer> layer);
   void removeLayers(const std::function<bool(const Layer&)>& unwanted);
   Synth& set(std::unique_ptr<Synth> synth);
+  /// Exchanges everything but identifier and owner.
+  void swapContent(Instrument& other) noexcept;
 
  private:
   friend class Collection;

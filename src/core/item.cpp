@@ -1,6 +1,8 @@
 #include "core/item.h"
 
+#include <algorithm>
 #include <array>
+#include <cassert>
 
 #include "core/item_map.h"
 
@@ -14,12 +16,13 @@ ItemMap& map() {
 
 /// One count for all kinds. It starts at 1, so 0 is never an identifier, and after 2^28 items it goes round and passes
 /// over the numbers that are still in use.
+uint32_t lastSerial = 0;
+
 ItemId freshId(ItemKind kind) {
-  static uint32_t last = 0;
   do {
-    last = (last + 1) & 0x0FFFFFFF;
-  } while (last == 0 || map().find(makeItemId(kind, last)));
-  return makeItemId(kind, last);
+    lastSerial = (lastSerial + 1) & 0x0FFFFFFF;
+  } while (lastSerial == 0 || map().find(makeItemId(kind, lastSerial)));
+  return makeItemId(kind, lastSerial);
 }
 
 }  // namespace
@@ -41,6 +44,21 @@ Item::~Item() {
 
 Item* findItem(ItemId id) {
   return map().find(id);
+}
+
+bool reclaimId(Item& item, ItemId id) {
+  assert(item.kind() == kindOf(id));
+  if (item.id_ == id) return true;
+  if (map().find(id)) return false;
+  map().erase(item.id_);
+  item.id_ = id;
+  map().insert(id, &item);  // has room, one entry has just gone
+  reserveId(id);
+  return true;
+}
+
+void reserveId(ItemId id) {
+  if (id != noItem) lastSerial = std::max(lastSerial, static_cast<uint32_t>(id) & 0x0FFFFFFF);
 }
 
 }  // namespace tervo

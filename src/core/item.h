@@ -49,12 +49,18 @@ class Item {
 
  private:
   friend class ItemOwner;
+  friend bool reclaimId(Item& item, ItemId id);
   ItemId id_;
   Item* parent_ = nullptr;
 };
 
 /// The item of an identifier; null when it was deleted, which callers treat as nothing to do.
 Item* findItem(ItemId id);
+/// Gives the item the identifier that it had before it was recorded: undo and saved states bring items back under their
+/// own names. False when another item has it now; the item then keeps the one that it has.
+bool reclaimId(Item& item, ItemId id);
+/// Keeps new items from getting an identifier that is still referred to although its item is gone.
+void reserveId(ItemId id);
 template <typename Kind>
 Kind* findItem(ItemId id) {
   return kindOf(id) == Kind::itemKind ? static_cast<Kind*>(findItem(id)) : nullptr;

@@ -42,6 +42,21 @@ class ItemOwner {
     from.clear();
   }
 
+  /// Exchanges the children of two parents.
+  template <typename Kind>
+  static void swapAll(Item& parentA, List<Kind>& a, Item& parentB, List<Kind>& b) noexcept {
+    a.swap(b);
+    for (auto& child : a) child->parent_ = &parentA;
+    for (auto& child : b) child->parent_ = &parentB;
+  }
+
+  template <typename Kind>
+  static void swapOne(Item& parentA, std::unique_ptr<Kind>& a, Item& parentB, std::unique_ptr<Kind>& b) noexcept {
+    a.swap(b);
+    if (a) a->parent_ = &parentA;
+    if (b) b->parent_ = &parentB;
+  }
+
   template <typename Kind>
   static void destroy(List<Kind>& list, ItemId id) {
     std::erase_if(list, [id](const auto& child) { return child->id() == id; });

@@ -12,37 +12,44 @@
 namespace tervo {
 namespace {
 
+/// Frames, and what keeps the memory alive that they stand in.
+struct OwnedFrames {
+  std::span<const float> interleaved;
+  std::shared_ptr<const void> owner;
+};
+
 class ResidentStream final : public SampleStream {
  public:
-  ResidentStream(std::shared_ptr<const std::vector<float>> frames, std::size_t channels, std::size_t firstFrame)
+  ResidentStream(OwnedFrames frames, std::size_t channels, std::size_t firstFrame)
       : frames_(std::move(frames)), channels_(channels), position_(firstFrame * channels) {}
 
   std::optional<std::size_t> read(std::span<float> out) override {
-    const std::size_t count = std::min(out.size() / channels_ * channels_, frames_->size() - position_);
-    std::copy_n(frames_->data() + position_, count, out.data());
+    const auto part = frames_.interleaved.subspan(position_);
+    const std::size_t count = std::min(out.size() / channels_ * channels_, part.size());
+    std::copy_n(part.begin(), count, out.begin());
     position_ += count;
     return count / channels_;
   }
 
  private:
-  std::shared_ptr<const std::vector<float>> frames_;
+  OwnedFrames frames_;
   std::size_t channels_;
   std::size_t position_;
 };
 
 class ResidentSamples final : public SampleData {
  public:
-  ResidentSamples(std::shared_ptr<const std::vector<float>> interleaved, int channels)
-      : SampleData(channels, static_cast<int64_t>(interleaved->size()) / channels), frames_(std::move(interleaved)) {}
+  ResidentSamples(OwnedFrames frames, int channels)
+      : SampleData(channels, static_cast<int64_t>(frames.interleaved.size()) / channels), frames_(std::move(frames)) {}
 
   std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
     const auto first = static_cast<std::size_t>(std::clamp<int64_t>(firstFrame, 0, frames()));
     return std::make_unique<ResidentStream>(frames_, static_cast<std::size_t>(channels()), first);
   }
-  std::span<const float> resident() const override { return *frames_; }
+  std::span<const float> resident() const override { return frames_.interleaved; }
 
  private:
-  std::shared_ptr<const std::vector<float>> frames_;
+  OwnedFrames frames_;
 };
 
 constexpr std::size_t scratchSamples = 32768;  // 128 KiB: with its source and its target it stays in the cache
@@ -123,9 +130,14 @@ bool readAll(const SampleData& data, std::vector<float>& out) {
 }  // namespace
 
 SampleRef makeResident(std::vector<float> interleaved, int channels) {
+  auto owner = std::make_shared<const std::vector<float>>(std::move(interleaved));
+  const std::span<const float> frames(*owner);
+  return makeResident(frames, channels, std::move(owner));
+}
+
+SampleRef makeResident(std::span<const float> interleaved, int channels, std::shared_ptr<const void> owner) {
   assert(channels > 0 && interleaved.size() % static_cast<std::size_t>(channels) == 0);
-  return std::make_shared<ResidentSamples>(std::make_shared<const std::vector<float>>(std::move(interleaved)),
-                                           channels);
+  return std::make_shared<ResidentSamples>(OwnedFrames{interleaved, std::move(owner)}, channels);
 }
 
 SampleRef makeResident(const SampleRef& data) {

@@ -63,6 +63,8 @@ using SampleRef = std::shared_ptr<const SampleData>;
 
 /// Frames in memory; interleaved.size() must be a multiple of channels.
 SampleRef makeResident(std::vector<float> interleaved, int channels);
+/// The same for frames that stand in memory which `owner` keeps alive.
+SampleRef makeResident(std::span<const float> interleaved, int channels, std::shared_ptr<const void> owner);
 /// The same frames, in memory. Null with LastErrorText when they cannot be read or memory is short.
 SampleRef makeResident(const SampleRef& data);
 /// The same frames with one channel (the mean of both) or two (the one twice); `data` itself when nothing changes.

@@ -21,6 +21,20 @@ void Song::replaceTracks(std::vector<std::unique_ptr<Track>> tracks) {
   tracks_.swap(adopted);
 }
 
+void Track::swapContent(Track& other) noexcept {
+  name.swap(other.name);
+  data.swap(other.data);
+  std::swap(sequenceNumber, other.sequenceNumber);
+  std::swap(isControlTrack, other.isControlTrack);
+}
+
+void Song::swapContent(Song& other) noexcept {
+  name.swap(other.name);
+  std::swap(format, other.format);
+  std::swap(division, other.division);
+  ItemOwner::swapAll(*this, tracks_, other, other.tracks_);
+}
+
 Song* containingSong(ItemId id) {
   return containing<Song>(id);
 }

@@ -20,6 +20,9 @@ class Track final : public Item {
   std::vector<std::byte> data;
   std::optional<uint32_t> sequenceNumber;  ///< of a track of a format-2 song: its place among the file's tracks, from 0
   bool isControlTrack = false;             ///< the first track of a format-1 song when it holds no notes
+
+  /// Exchanges everything but identifier and owner.
+  void swapContent(Track& other) noexcept;
 };
 
 class Song final : public Item {
@@ -36,6 +39,8 @@ class Song final : public Item {
   Track& add(std::unique_ptr<Track> track);
   /// Puts these tracks in the place of those that it has.
   void replaceTracks(std::vector<std::unique_ptr<Track>> tracks);
+  /// Exchanges everything but identifier and owner.
+  void swapContent(Song& other) noexcept;
 
  private:
   friend class Collection;

@@ -46,6 +46,22 @@ void copySound(const Waveform& from, Waveform& to) {
   to.foreignChunks = from.foreignChunks;
 }
 
+void Waveform::swapContent(Waveform& other) noexcept {
+  name.swap(other.name);
+  samples.swap(other.samples);
+  std::swap(sampleRate, other.sampleRate);
+  std::swap(rootKey, other.rootKey);
+  std::swap(fineTune, other.fineTune);
+  std::swap(gain, other.gain);
+  std::swap(storedFormat, other.storedFormat);
+  std::swap(storedBits, other.storedBits);
+  std::swap(coding, other.coding);
+  std::swap(preferredFormat, other.preferredFormat);
+  markers.swap(other.markers);
+  std::swap(tags, other.tags);
+  foreignChunks.swap(other.foreignChunks);
+}
+
 const Marker* mainLoop(const Waveform& waveform) {
   return loopNumber(waveform, 0);
 }

@@ -76,6 +76,8 @@ class Waveform final : public Item {
   int64_t frames() const { return samples ? samples->frames() : 0; }
   /// Sets stored format, bits and coding together (see codingOf).
   void setStoredFormat(SampleFormat format, uint32_t flags);
+  /// Exchanges everything but identifier and owner.
+  void swapContent(Waveform& other) noexcept;
 };
 
 /// Gives `to` everything that `from` is but its identity. The frames are shared.

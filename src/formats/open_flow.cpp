@@ -1,9 +1,9 @@
 #include "formats/open_flow.h"
 
 #include "base/last_error.h"
+#include "base/memory_guard.h"
 #include "core/collection.h"
 #include "core/normalise/fix_up.h"
-#include "formats/memory_guard.h"
 #include "formats/prepared_waveform.h"
 #include "platform/current_folder.h"
 #include "platform/file.h"

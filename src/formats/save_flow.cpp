@@ -1,8 +1,8 @@
 #include "formats/save_flow.h"
 
 #include "base/last_error.h"
+#include "base/memory_guard.h"
 #include "core/collection.h"
-#include "formats/memory_guard.h"
 #include "formats/prepared_waveform.h"
 #include "platform/file.h"
 #include "platform/path.h"

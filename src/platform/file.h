@@ -5,6 +5,7 @@
 #include <array>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "base/byte_source.h"
 #include "base/text.h"
@@ -65,5 +66,19 @@ bool isFolder(TextView path);
 bool createFolders(TextView path);
 /// Removes a file (not a folder); false when there is none or it cannot be removed.
 bool removeFile(TextView path);
+
+/// A name that nobody can guess and that no other program uses: ".tervo-" and 16 hexadecimal digits.
+Text temporaryName();
+
+/// Names of the files and folders in a folder, in no order; empty when it cannot be read.
+std::vector<Text> namesIn(TextView folder);
+
+/// Says to other processes that this one is alive: held until it is destroyed or the process ends, however it ends.
+class PresenceFile {
+ public:
+  virtual ~PresenceFile() = default;
+  /// Null when the file cannot be made, or when it is held already. The file goes with the object.
+  static std::unique_ptr<PresenceFile> tryHold(TextView path);
+};
 
 }  // namespace tervo::platform

@@ -25,7 +25,4 @@ class UnbufferedFile {
 
 std::unique_ptr<UnbufferedFile> createUnbuffered(TextView target, Replace replace);
 
-/// A name that nobody can guess and that no other program uses: ".tervo-" and 16 hexadecimal digits.
-Text temporaryName();
-
 }  // namespace tervo::platform

@@ -1,6 +1,6 @@
 #include "formats/open_flow.h"
 
-#include "formats/memory_guard.h"
+#include "base/memory_guard.h"
 #include "platform/current_folder.h"
 #include "tests/formats/flow_fixture.h"
 

@@ -1,0 +1,12 @@
+#pragma once
+// Saving for a command.
+
+#include "cli/opening.h"
+#include "formats/format_table.h"
+
+namespace tervo::cli {
+
+/// Saves what the command line names of the document as its target, in a row of the table. False after printing why it failed.
+bool saveDocument(Run& run, const Collection& collection, FormatIndex row);
+
+}  // namespace tervo::cli

@@ -1,0 +1,48 @@
+#pragma once
+// Crash recovery: while the document holds unsaved changes, a state of it is written in the background now and then. A
+// program that ends as it should takes the file with it; what is found at the next start was left by one that did not.
+
+#include <chrono>
+#include <future>
+
+#include "core/history/document_history.h"
+#include "platform/file.h"
+
+namespace tervo {
+
+class RecoveryKeeper {
+ public:
+  using Time = std::chrono::steady_clock::time_point;
+  RecoveryKeeper(Text folder, OpenStored openStored, std::chrono::seconds interval = std::chrono::seconds(30));
+  /// The clean exit: waits for a write that is going on, and removes the file.
+  ~RecoveryKeeper();
+
+  /// Document thread, as often as is convenient: when the document has changed and the interval has passed, freezes it
+  /// and has it written by another thread. Intervals grow with the time that a write takes, so that it never takes
+  /// more than a twentieth of a processor.
+  void tend(const DocumentHistory& history, const Collection& document, Time now);
+  /// Waits until nothing is being written. For tests and for leaving the program.
+  void settle();
+
+  const Text& path() const { return path_; }
+
+ private:
+  bool isWriting(Time now);
+  void discard();
+
+  OpenStored openStored_;
+  std::chrono::steady_clock::duration interval_;
+  Text folder_;
+  Text path_;
+  std::unique_ptr<platform::PresenceFile> presence_;
+  std::future<std::chrono::steady_clock::duration> writing_;
+  uint64_t writtenRevision_ = 0;
+  Time due_{};
+};
+
+/// The recovery states in the folder whose programs are gone, as paths.
+std::vector<Text> lostStates(TextView folder);
+/// Removes a recovery state that the user has taken or does not want.
+void discardLostState(TextView path);
+
+}  // namespace tervo

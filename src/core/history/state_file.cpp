@@ -1,0 +1,88 @@
+#include "core/history/state_file.h"
+
+#include "base/last_error.h"
+#include "base/memory_guard.h"
+#include "core/history/document_body.h"
+#include "platform/file.h"
+
+namespace tervo {
+namespace {
+
+constexpr FourCC magic = "TvSt";
+
+// The number of records that follows belongs to the document's body.
+struct StateHeader {
+  FourCC magic;
+  LittleU32 version;
+};
+static_assert(sizeof(StateHeader) == 8);
+
+bool checkHeader(const StateHeader& header, bool isWhole) {
+  if (!isWhole || header.magic != magic) return fail(u"Not a program state file");
+  return header.version == stateVersion || fail(u"Wrong state version");
+}
+
+bool read(Collection& document, const std::shared_ptr<const LoadedBytes>& bytes, OpenStored openStored) {
+  ByteReader head(bytes->span());
+  const auto header = head.record<StateHeader>();
+  if (!checkHeader(header, head.ok())) return false;
+  FileAttachments attachments(bytes, openStored);
+  // Positions count from the beginning of the file, as its floats are aligned to it.
+  BodyReader reader(bytes->span(), attachments);
+  reader.skip(sizeof header);
+  {
+    Collection loaded;
+    bodies::readDocument(reader, loaded);
+    if (attachments.openingFailed()) return false;
+    if (!reader.atEnd()) return fail(u"The program state file is damaged");
+    document.swapContent(loaded);
+  }
+  reader.takeIdentities();
+  return true;
+}
+
+}  // namespace
+
+bool writeState(ByteSink& sink, const ItemImage& document, OpenStored openStored) {
+  return guardMemory([&] {
+    ByteWriter writer(sink);
+    writer.record(StateHeader{magic, stateVersion});
+    const std::span<const std::byte> body(document.body);
+    std::size_t done = 0;
+    for (const Attachment& attachment : document.attachments) {
+      writer.bytes(body.subspan(done, attachment.position - done));
+      done = attachment.position;
+      if (!writer.ok() || !writeAttachment(writer, attachment.data, openStored)) return false;
+    }
+    writer.bytes(body.subspan(done));
+    return writer.ok();
+  });
+}
+
+bool writeStateFile(TextView path, const ItemImage& document, OpenStored openStored) {
+  const auto file = platform::OutputFile::create(path, platform::Replace::allowed);
+  return file && writeState(*file, document, openStored) && file->commit();
+}
+
+bool readState(Collection& document, std::shared_ptr<const LoadedBytes> bytes, OpenStored openStored) {
+  return guardMemory([&] { return read(document, bytes, openStored); });
+}
+
+bool readStateFile(Collection& document, TextView path, OpenStored openStored) {
+  const auto file = platform::InputFile::open(path);
+  if (!file) return false;
+  file->expectSequentialReads();
+  auto bytes = LoadedBytes::load(*file);
+  return bytes && readState(document, std::move(bytes), openStored);
+}
+
+std::optional<StateSummary> stateSummary(const ByteSource& file) {
+  const auto bytes = file.readUpTo(0, 12, 12);
+  ByteReader reader(bytes);
+  const auto header = reader.record<StateHeader>();
+  const auto records = reader.little<uint32_t>();
+  if (!reader.ok() || header.magic != magic) return fail(u"Not a program state file");
+  return StateSummary{header.version, records};
+}
+
+}  // namespace tervo

@@ -1,0 +1,14 @@
+#include "platform/local_time.h"
+
+#include <ctime>
+
+namespace tervo::platform {
+
+ClockTime localTime(std::chrono::system_clock::time_point when) {
+  const std::time_t time = std::chrono::system_clock::to_time_t(when);
+  std::tm local{};
+  localtime_s(&local, &time);
+  return {local.tm_hour, local.tm_min, local.tm_sec};
+}
+
+}  // namespace tervo::platform
