@@ -36,12 +36,14 @@ uint64_t codedBytes(const RawCoding& coding, const SourceFile& file) {
 }
 
 int64_t wholeCodes(uint64_t bytes, int bits) {
+  if (bits < 1) return 0;  // a coding that its decoder refuses
   const auto width = static_cast<uint64_t>(bits);
   return static_cast<int64_t>(bytes / width * 8 + bytes % width * 8 / width);
 }
 
 bool addCodedWaveform(Collection& collection, const SourceFile& file, const RawCoding& coding, int64_t frames,
                       DecoderFactory decoder) {
+  if (!decoder) return false;  // its maker has said why
   if (!(coding.rate >= lowestRate && coding.rate <= highestRate)) return fail(u"Invalid sample rate");
   if (frames == 0) return fail(u"Zero length");
   StoredSamples stored;
