@@ -38,6 +38,7 @@ using LittleU16 = Endian<uint16_t, ByteOrder::little>;
 using LittleI16 = Endian<int16_t, ByteOrder::little>;
 using LittleU32 = Endian<uint32_t, ByteOrder::little>;
 using LittleI32 = Endian<int32_t, ByteOrder::little>;
+using LittleI64 = Endian<int64_t, ByteOrder::little>;
 using LittleU64 = Endian<uint64_t, ByteOrder::little>;
 using BigU16 = Endian<uint16_t, ByteOrder::big>;
 using BigI16 = Endian<int16_t, ByteOrder::big>;

@@ -18,6 +18,8 @@ TextView nameOf(ReportKind kind) {
 }
 
 void ConversionReport::add(ReportEntry entry) {
+  if (entries_.size() > most) return;
+  if (entries_.size() == most) entry = {entry.item, u"further entries", ReportKind::dropped, {}, u"there are too many"};
   entries_.push_back(std::move(entry));
 }
 

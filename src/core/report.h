@@ -23,6 +23,10 @@ struct ReportEntry {
 
 class ConversionReport {
  public:
+  /// A damaged file can lose something with every few bytes; behind so many entries one more says that there are
+  /// others.
+  static constexpr std::size_t most = 20000;
+
   void add(ReportEntry entry);
   void approximated(TextView item, TextView what, TextView from, TextView to);
   void dropped(TextView item, TextView what, TextView why);

@@ -10,8 +10,10 @@ namespace tervo {
 namespace {
 
 struct MarkerRecord {
-  LittleU64 position, length;
-  LittleU32 id, reserved, nameBytes, reserved2;
+  LittleU32 id, reserved;
+  LittleU64 position;
+  LittleI64 length;
+  LittleU32 nameBytes, reserved2;
 };
 static_assert(sizeof(MarkerRecord) == 32);
 
@@ -26,25 +28,22 @@ void writeUtf16(ByteWriter& writer, TextView text) {
   for (const char16_t c : text) writer.little(static_cast<uint16_t>(c));
 }
 
-uint64_t frameOf(double position) {
-  return static_cast<uint64_t>(std::clamp(std::round(position), 0.0, 0x1p62));
+int64_t frameOf(double position) {
+  return static_cast<int64_t>(std::clamp(std::round(position), 0.0, 0x1p62));
 }
 
 }  // namespace
 
-void readW64Markers(std::span<const std::byte> body, Waveform& waveform) {
+std::vector<NamedPoint> readW64Markers(std::span<const std::byte> body) {
+  std::vector<NamedPoint> points;
   ByteReader reader(body);
   const auto count = reader.little<uint32_t>();
   for (uint32_t i = 0; i < count && reader.remaining() >= sizeof(MarkerRecord); ++i) {
     const auto record = reader.record<MarkerRecord>();
-    Marker marker;
-    marker.type = record.length > 0 ? MarkerType::section : MarkerType::position;
-    marker.name = readUtf16(reader, record.nameBytes);
-    marker.start = static_cast<double>(record.position);
-    marker.end = marker.start + static_cast<double>(std::max<uint64_t>(record.length, 1));
-    marker.foreignId = record.id;
-    waveform.markers.push_back(std::move(marker));
+    const auto length = static_cast<double>(std::max<int64_t>(record.length, 0));
+    points.push_back({record.id, static_cast<double>(record.position), length, readUtf16(reader, record.nameBytes)});
   }
+  return points;
 }
 
 void writeW64Markers(ByteWriter& writer, const Waveform& waveform, ConversionReport& report) {
@@ -61,12 +60,13 @@ void writeW64Markers(ByteWriter& writer, const Waveform& waveform, ConversionRep
   writer.little(static_cast<uint32_t>(markers.size()));
   for (const auto* marker : markers) {
     MarkerRecord record;
-    record.position = frameOf(marker->start);
-    record.length = marker->type == MarkerType::section ? std::max<uint64_t>(frameOf(marker->length()), 1) : 0;
+    record.position = static_cast<uint64_t>(frameOf(marker->start));
+    record.length = marker->type == MarkerType::section ? std::max<int64_t>(frameOf(marker->length()), 1) : -1;
     record.id = marker->foreignId;
-    record.nameBytes = static_cast<uint32_t>(2 * marker->name.size());
+    record.nameBytes = static_cast<uint32_t>(2 * (marker->name.size() + 1));
     writer.record(record);
     writeUtf16(writer, marker->name);
+    writer.little<uint16_t>(0);
   }
 }
 

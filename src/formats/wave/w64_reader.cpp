@@ -10,6 +10,11 @@
 namespace tervo {
 namespace {
 
+struct W64File : WavContents {
+  using WavContents::WavContents;
+  std::vector<NamedPoint> points;
+};
+
 bool isW64(std::span<const std::byte> head) {
   ByteReader reader(head);
   const auto riff = reader.record<Guid>();
@@ -17,42 +22,43 @@ bool isW64(std::span<const std::byte> head) {
   return riff == w64Riff && reader.record<Guid>() == w64Wave && reader.ok();
 }
 
-bool onFormat(WavContents& w64, const Chunk& chunk) {
+bool onFormat(W64File& w64, const Chunk& chunk) {
   if (!w64.readFormat(chunk)) return false;
   return w64.format->channels <= 2 || fail(u"Multi-channel is not support!");
 }
 
-bool onFact(WavContents& w64, const Chunk& chunk) {
+bool onFact(W64File& w64, const Chunk& chunk) {
   const auto body = loadChunk(w64.bytes(), chunk);
   ByteReader reader(body);
   w64.statedFrames = body.size() >= 8 ? reader.little<uint64_t>() : reader.little<uint32_t>();
   return true;
 }
 
-bool onData(WavContents& w64, const Chunk& chunk) {
+bool onData(W64File& w64, const Chunk& chunk) {
   w64.setData(chunk);
   return true;
 }
 
-bool onMarkers(WavContents& w64, const Chunk& chunk) {
-  readW64Markers(loadChunk(w64.bytes(), chunk), *w64.waveform);
+bool onMarkers(W64File& w64, const Chunk& chunk) {
+  const auto points = readW64Markers(loadChunk(w64.bytes(), chunk));
+  w64.points.insert(w64.points.end(), points.begin(), points.end());
   return true;
 }
 
-bool onSummary(WavContents& w64, const Chunk& chunk) {
+bool onSummary(W64File& w64, const Chunk& chunk) {
   readW64Summary(loadChunk(w64.bytes(), chunk), w64.waveform->tags);
   w64.keep(knownContainer, chunk);
   return true;
 }
 
-bool onUnknown(WavContents& w64, const Chunk&) {
+bool onUnknown(W64File& w64, const Chunk&) {
   w64.dropped(u"a chunk", u"its GUID is unknown");
   return true;
 }
 
 struct ChunkHandler {
   FourCC id;
-  bool (*read)(WavContents&, const Chunk&);
+  bool (*read)(W64File&, const Chunk&);
 };
 
 // clang-format off
@@ -60,16 +66,16 @@ constexpr ChunkHandler chunkHandlers[] = {
     {"fmt ",      onFormat},
     {"fact",      onFact},
     {"data",      onData},
-    {"smpl",      [](WavContents& w64, const Chunk& chunk) { return w64.readSamplerChunk(chunk); }},
-    {"inst",      [](WavContents& w64, const Chunk& chunk) { return w64.readInstrument(chunk); }},
-    {"id3 ",      [](WavContents& w64, const Chunk& chunk) { return w64.readId3Chunk(chunk); }},
+    {"smpl",      [](W64File& w64, const Chunk& chunk) { return w64.readSamplerChunk(chunk); }},
+    {"inst",      [](W64File& w64, const Chunk& chunk) { return w64.readInstrument(chunk); }},
+    {"id3 ",      [](W64File& w64, const Chunk& chunk) { return w64.readId3Chunk(chunk); }},
     {w64Markers,  onMarkers},
     {w64Summary,  onSummary},
     {w64Unknown,  onUnknown},
 };
 // clang-format on
 
-bool readChunk(WavContents& w64, const Chunk& chunk) {
+bool readChunk(W64File& w64, const Chunk& chunk) {
   for (const auto& handler : chunkHandlers) {
     if (handler.id == chunk.id) return handler.read(w64, chunk);
   }
@@ -81,7 +87,7 @@ bool readChunk(WavContents& w64, const Chunk& chunk) {
 
 bool readW64(Collection& collection, const SourceFile& file, uint32_t) {
   if (!isW64(file.bytes->readUpTo(0, w64HeaderBytes, w64HeaderBytes))) return fail(u"Not a RIFF-WAVE file");
-  WavContents w64(file);
+  W64File w64(file);
   W64Walker walker(*file.bytes);
   while (const auto chunk = walker.next()) {
     if (chunk->isTruncated() && chunk->id != FourCC("data")) {
@@ -90,6 +96,7 @@ bool readW64(Collection& collection, const SourceFile& file, uint32_t) {
     }
     if (!readChunk(w64, *chunk)) return false;
   }
+  addMarkers(*w64.waveform, w64.points, w64.hasSampler);
   return w64.finish(collection);
 }
 

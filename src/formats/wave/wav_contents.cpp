@@ -31,7 +31,10 @@ void WavContents::keep(FourCC container, const Chunk& chunk) {
 }
 
 bool WavContents::readFormat(const Chunk& chunk) {
-  if (format) return true;
+  if (format) {
+    dropped(u"fmt chunk", u"the file has another one");
+    return true;
+  }
   format = readWaveFormat(loadChunk(bytes(), chunk));
   return format.has_value();
 }
@@ -44,6 +47,7 @@ bool WavContents::readSamplerChunk(const Chunk& chunk) {
   }
   hasSampler = true;
   apply(*sampler, *waveform);
+  if (sampler->loops.size() < sampler->cueIds.size()) dropped(u"loop", u"it ends before it begins");
   loopCueIds.insert(sampler->cueIds.begin(), sampler->cueIds.end());
   keep(knownContainer, chunk);
   return true;

@@ -42,6 +42,7 @@ static_assert(sizeof(DlsSample) == 20);
 struct DlsLoop {
   LittleU32 size, type, start, length;
 };
+constexpr uint32_t dlsLoopAndRelease = 1;  // DLS Level 2, section 2.10
 
 LoopType loopTypeOf(uint32_t type) {
   if (type == 1) return LoopType::alternating;
@@ -63,6 +64,9 @@ uint32_t typeNumberOf(LoopType type) {
   return 0;
 }
 
+// What the model takes; a file can say anything.
+constexpr float mostCents = 100, mostDecibels = 96;
+
 // Some writers store the note big-endian.
 std::optional<uint8_t> rootKeyOf(uint32_t unityNote) {
   if ((unityNote & 0xFFFFFF) == 0 && unityNote != 0) unityNote >>= 24;
@@ -76,7 +80,7 @@ Marker markerOf(const SamplerLoop& loop, bool endIsExclusive) {
   marker.loopType = loopTypeOf(loop.type);
   marker.start = loop.start;
   marker.end = loop.end + (endIsExclusive ? 0.0 : 1.0) + loop.fraction / fractionScale;
-  marker.loopCount = static_cast<uint8_t>(std::min<uint32_t>(loop.playCount, 255));
+  marker.loopCount = static_cast<uint8_t>(std::min<uint32_t>(loop.playCount, loopUntilRelease - 1));
   marker.foreignId = loop.cueId;
   return marker;
 }
@@ -99,7 +103,6 @@ SamplerLoop recordOf(const Marker& marker, uint32_t cueId) {
   loop.start = toFrame(marker.start);
   loop.end = toFrame(last);
   loop.fraction = static_cast<uint32_t>(std::min(rest * fractionScale, 4294967295.0));
-  loop.playCount = marker.loopCount;
   return loop;
 }
 
@@ -176,7 +179,8 @@ std::optional<InstrumentData> readInstrumentChunk(std::span<const std::byte> bod
   ByteReader reader(body);
   const auto record = reader.record<InstrumentRecord>();
   if (!reader.ok()) return std::nullopt;
-  return InstrumentData{record.note, static_cast<float>(record.fineTune), static_cast<float>(record.gain)};
+  return InstrumentData{record.note, std::clamp<float>(record.fineTune, -mostCents, mostCents),
+                        std::clamp<float>(record.gain, -mostDecibels, mostDecibels)};
 }
 
 void apply(const InstrumentData& instrument, Waveform& waveform) {
@@ -191,8 +195,8 @@ bool readDlsSample(std::span<const std::byte> body, Waveform& waveform) {
   const auto sample = reader.record<DlsSample>();
   if (!reader.ok()) return false;
   if (sample.unityNote < 128) waveform.rootKey = static_cast<uint8_t>(sample.unityNote);
-  waveform.fineTune = std::clamp<float>(sample.fineTune, -100, 100);
-  waveform.gain = static_cast<float>(sample.gain / 655360.0);
+  waveform.fineTune = std::clamp<float>(sample.fineTune, -mostCents, mostCents);
+  waveform.gain = std::clamp(static_cast<float>(sample.gain / 655360.0), -mostDecibels, mostDecibels);
   reader.seek(std::min<std::size_t>(std::max<uint32_t>(sample.size, sizeof(DlsSample)), body.size()));
   for (uint32_t i = 0; i < sample.loopCount && reader.remaining() >= sizeof(DlsLoop); ++i) {
     const auto loop = reader.record<DlsLoop>();
@@ -204,6 +208,7 @@ bool readDlsSample(std::span<const std::byte> body, Waveform& waveform) {
     marker.loopType = LoopType::forward;
     marker.start = loop.start;
     marker.end = marker.start + loop.length;
+    if (loop.type == dlsLoopAndRelease) marker.loopCount = loopUntilRelease;
     waveform.markers.push_back(marker);
   }
   return true;

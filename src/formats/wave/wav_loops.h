@@ -1,6 +1,6 @@
 #pragma once
 // How to play the samples of a WAV file: the chunks "smpl" and "inst" of RIFF-WAVE (Microsoft "New Multimedia Data
-// Types and Data Techniques") and "wsmp" of DLS (DLS Level 1, section 2.12).
+// Types and Data Techniques") and "wsmp" of DLS (Level 1, section 2.12; Level 2).
 
 #include <optional>
 #include <span>

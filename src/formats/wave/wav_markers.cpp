@@ -20,12 +20,12 @@ Marker makeLoop(double start, double end) {
   return loop;
 }
 
-Marker makeMarker(const CuePoint& point, const CueLabel& label) {
+Marker makeMarker(const NamedPoint& point) {
   Marker marker;
-  marker.type = label.length > 0 ? MarkerType::section : MarkerType::position;
-  marker.name = label.name;
-  marker.start = point.frame();
-  marker.end = marker.start + std::max<uint32_t>(label.length, 1);
+  marker.type = point.length > 0 ? MarkerType::section : MarkerType::position;
+  marker.name = point.name;
+  marker.start = point.position;
+  marker.end = marker.start + std::max(point.length, 1.0);
   marker.foreignId = point.id;
   return marker;
 }
@@ -107,19 +107,26 @@ void CueList::addMarkers(Waveform& waveform, const std::unordered_set<uint32_t>&
   for (auto& marker : waveform.markers) {
     if (loopCueIds.contains(marker.foreignId)) marker.name = labelOf(marker.foreignId).name;
   }
-  std::optional<uint32_t> loopStart, loopEnd;
-  std::vector<Marker> plain, ends;
+  std::vector<NamedPoint> points;
   for (const auto& point : points_) {
     if (!point.isInData() || loopCueIds.contains(point.id)) continue;
     const CueLabel& label = labelOf(point.id);
-    const Marker marker = makeMarker(point, label);
-    if (label.name == rangeName && label.length > 0 && !hasSampler) {
-      waveform.markers.push_back(makeLoop(marker.start, marker.end));
-    } else if (label.name == startName || label.name == endName) {
-      (label.name == startName ? loopStart : loopEnd) = point.frame();
-      ends.push_back(marker);
+    points.push_back({point.id, static_cast<double>(point.frame()), static_cast<double>(label.length), label.name});
+  }
+  tervo::addMarkers(waveform, points, hasSampler);
+}
+
+void addMarkers(Waveform& waveform, std::span<const NamedPoint> points, bool hasSampler) {
+  std::optional<double> loopStart, loopEnd;
+  std::vector<Marker> plain, ends;
+  for (const auto& point : points) {
+    if (point.name == rangeName && point.length > 0 && !hasSampler) {
+      waveform.markers.push_back(makeLoop(point.position, point.position + point.length));
+    } else if (point.name == startName || point.name == endName) {
+      (point.name == startName ? loopStart : loopEnd) = point.position;
+      ends.push_back(makeMarker(point));
     } else {
-      plain.push_back(marker);
+      plain.push_back(makeMarker(point));
     }
   }
   if (loopStart && loopEnd && *loopStart < *loopEnd) {

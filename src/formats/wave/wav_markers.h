@@ -32,6 +32,18 @@ struct LabeledText {
 };
 static_assert(sizeof(LabeledText) == 20);
 
+/// A place in the samples, as either kind of file describes it.
+struct NamedPoint {
+  uint32_t id = 0;
+  double position = 0;  ///< frames
+  double length = 0;    ///< frames; 0: a position
+  Text name;
+};
+
+/// Appends a marker for each point. Points named "Loop Range" (with a length, and only where `hasSampler` is false),
+/// and the pair "Loop Start" and "Loop End" become loops: so do programs say it that write no "smpl".
+void addMarkers(Waveform& waveform, std::span<const NamedPoint> points, bool hasSampler);
+
 /// What the file says about one cue ID.
 struct CueLabel {
   Text name;

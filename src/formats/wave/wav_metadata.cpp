@@ -46,6 +46,8 @@ void WavMetadata::reportLosses() const {
   for (const auto* loop : loops_) {
     if (loop->loopPitch != 0)
       report_.dropped(waveform_.name, u"pitch while the loop plays", u"the file has no place for it");
+    if (loop->loopCount != loopForever && !sourceSampler_)
+      report_.dropped(waveform_.name, u"loop count", u"sampler loops are written as endless");
     if (loop->start != std::round(loop->start)) approximated(u"loop start", loop->start, std::round(loop->start));
   }
   if (waveform_.fineTune > 0 && waveform_.rootKey == 0) approximated(u"fine tune in cents", waveform_.fineTune, 0);
@@ -73,7 +75,6 @@ void WavMetadata::readSourceCues() {
 void WavMetadata::readSourceSampler() {
   const auto chunks = knownChunks(waveform_, "smpl");
   if (chunks.empty()) return;
-  hadSampler_ = true;
   samplerBody_ = bodyOf(*chunks.front());
   auto sampler = readSampler(samplerBody_);
   if (!sampler) return;
@@ -133,8 +134,7 @@ const CuePoint* WavMetadata::sourcePoint(uint32_t cueId) const {
 
 bool WavMetadata::needsSampler() const {
   if (sourceSampler_ || !loops_.empty()) return true;
-  const bool hasPitch = waveform_.rootKey != 60 || waveform_.fineTune != 0;
-  return hasPitch && (hadSampler_ || !instrumentSaysPitch());
+  return waveform_.rootKey != 60 || waveform_.fineTune != 0;
 }
 
 std::vector<std::byte> WavMetadata::sampler() const {

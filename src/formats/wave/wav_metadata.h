@@ -49,7 +49,6 @@ class WavMetadata {
 
   CueList sourceCues_;
   std::vector<KeptLabel> keptLabels_;
-  bool hadSampler_ = false;
   std::vector<std::byte> samplerBody_;
   std::optional<SamplerData> sourceSampler_;  ///< set while it says the same as the model
 

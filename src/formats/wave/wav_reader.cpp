@@ -38,6 +38,11 @@ struct WavFile : WavContents {
   CueList cues;
 };
 
+// A size without room for a single chunk was never filled in.
+void setDeclaredSize(WavFile& wav, uint64_t size) {
+  if (size > formHeaderBytes && size != sizeIsElsewhere) wav.walker.setDeclaredEnd(size + 8);
+}
+
 bool onFact(WavFile& wav, const Chunk& chunk) {
   wav.statedFrames = ByteReader(loadChunk(wav.bytes(), chunk)).little<uint32_t>();
   if (wav.statedFrames == sizeIsElsewhere && wav.sizes) wav.statedFrames = wav.sizes->samples;
@@ -50,7 +55,7 @@ bool onSizes64(WavFile& wav, const Chunk& chunk) {
   const auto sizes = reader.record<Sizes64>();
   if (!reader.ok()) return true;
   wav.sizes = sizes;
-  if (wav.header.size == sizeIsElsewhere && sizes.riff > 0) wav.walker.setDeclaredEnd(sizes.riff + 8);
+  if (wav.header.size == sizeIsElsewhere) setDeclaredSize(wav, sizes.riff);
   return true;
 }
 
@@ -152,7 +157,7 @@ bool readWav(Collection& collection, const SourceFile& file, uint32_t) {
   if (!isWaveForm(header)) return fail(u"Not a RIFF-WAVE file");
 
   WavFile wav(file, header);
-  if (header.size != sizeIsElsewhere) wav.walker.setDeclaredEnd(uint64_t{header.size} + 8);
+  setDeclaredSize(wav, header.size);
   if (!readChunks(wav)) return false;
   if (wav.cues.ignoredPoints() > 0) wav.dropped(u"cue points", u"they do not refer to the sample data");
   wav.cues.addMarkers(*wav.waveform, wav.loopCueIds, wav.hasSampler);

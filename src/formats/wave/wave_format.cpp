@@ -9,8 +9,6 @@
 namespace tervo {
 namespace {
 
-// More channels than any recorder has make a file that lies.
-constexpr int maxChannels = 1024;
 constexpr std::size_t baseBytes = 16;
 
 bool setStored(WaveFormat& format, SampleFormat stored, uint32_t flags = 0) {
@@ -252,7 +250,6 @@ std::optional<WaveFormat> readWaveFormat(std::vector<std::byte> body) {
   const TagRule* rule = ruleOf(format.tag);
   if (!rule) return fail(u"Unsupported compression type");
   if (format.channels == 0) return fail(u"No channels");
-  if (format.channels > maxChannels) return fail(u"Too many channels");
   if (format.sampleRate == 0) return fail(u"Invalid sample rate");
   format.codec = rule->codec;
   if (!rule->read(format)) return std::nullopt;

@@ -31,8 +31,8 @@ Bytes file(const Bytes& chunks) {
 const Bytes fourFrames = i16({0, 16384, -32768, 32767});
 
 TEST(W64, readsChunksWhereverTheyStand) {
-  const Bytes marker = words<uint64_t>({500, 20}) + u32({3, 0, 6, 0}) + i16({'a', 'b', 'c'});
-  const Bytes markers = u32({2}) + marker + words<uint64_t>({7, 0}) + u32({0, 0, 0, 0});
+  const Bytes marker = u32({3, 0}) + words<uint64_t>({500, 20}) + u32({8, 0}) + i16({'a', 'b', 'c', 0});
+  const Bytes markers = u32({2}) + marker + u32({0, 0}) + words<uint64_t>({7, ~uint64_t{0}}) + u32({0, 0});
   const Bytes summary = u32({2}) + chars("INAM") + u32({4}) + i16({'h', 'i'}) + chars("ICRD") + u32({2}) + i16({'9'});
   const auto opened =
       open(file(chunk("levl", Bytes(3)) + chunk("fmt ", Fmt{}.body()) + chunk("data", fourFrames + Bytes(1)) +
@@ -50,6 +50,24 @@ TEST(W64, readsChunksWhereverTheyStand) {
   EXPECT_EQ(wave.tags[Tag::name], u"hi");
 }
 
+TEST(W64, makesLoopsOfMarkersThatAreNamedSo) {
+  const auto marker = [](uint64_t position, uint64_t length, std::string_view name) {
+    Bytes text;
+    for (const char c : name) text = text + u8({static_cast<uint8_t>(c), 0});
+    return u32({1, 0}) + words<uint64_t>({position, length}) + u32({static_cast<uint32_t>(text.size()), 0}) + text;
+  };
+  const Bytes markers = u32({3}) + marker(70, 30, "Loop Range") + marker(9, ~uint64_t{0}, "Loop End") +
+                        marker(5, ~uint64_t{0}, "Loop Start");
+  const auto opened =
+      open(file(chunk("fmt ", Fmt{}.body()) + chunk("data", fourFrames) + chunk(w64Markers, markers)), readW64);
+  ASSERT_TRUE(opened->wave()) << toUtf8(opened->error);
+  ASSERT_EQ(opened->wave()->markers.size(), 2u);
+  for (const auto& loop : opened->wave()->markers) EXPECT_EQ(loop.type, MarkerType::loop);
+  EXPECT_EQ(opened->wave()->markers[0].end, 100);
+  EXPECT_EQ(opened->wave()->markers[1].start, 5);
+  EXPECT_EQ(opened->wave()->markers[1].end, 9);
+}
+
 TEST(W64, saysWhatIsWrong) {
   const Bytes fmt = chunk("fmt ", Fmt{}.body());
   const struct {
@@ -62,7 +80,8 @@ TEST(W64, saysWhatIsWrong) {
       {"no samples", file(fmt), u"No wave data found!"},
       {"chunk without a size", file(chunkSaying("fact", 0, Bytes(8)) + fmt + chunk("data", fourFrames)),
        u"No wave data found!"},
-      {"three channels", file(chunk("fmt ", Fmt{.channels = 3}.body()) + chunk("data", fourFrames)),
+      {"65535 channels",
+       file(chunk("fmt ", Fmt{.channels = 65535, .blockAlign = 2}.body()) + chunk("data", fourFrames)),
        u"Multi-channel is not support!"},
       {"format that never ends", file(chunkSaying("fmt ", ~uint64_t{0}, Fmt{}.body())), u"Reading from file failed"},
   };

@@ -27,6 +27,7 @@ TEST(WavReader, takesChunksInAnyOrderAndSizesThatLie) {
       {"metadata first", WavBuilder().chunk("smpl", smplLoop).chunk("LIST", chars("INFO")).fmt({}).data(fourFrames)},
       {"format after the data", WavBuilder().data(fourFrames).fmt({})},
       {"data size of a pipe", WavBuilder().riffSize(0xFFFFFFFF).fmt({}).chunkSaying("data", 0xFFFFFFFF, fourFrames)},
+      {"no size but of a pipe", WavBuilder().riffSize(0).fmt({}).chunkSaying("data", 0xFFFFFFFF, fourFrames)},
       {"data size never filled in", WavBuilder().riffSize(0).fmt({}).chunkSaying("data", 0, fourFrames)},
       {"data cut off", WavBuilder().fmt({}).chunkSaying("data", 2000, fourFrames)},
       {"pad byte forgotten", WavBuilder().chunkSaying("note", 3, chars("abc")).fmt({}).data(fourFrames)},
@@ -64,7 +65,8 @@ TEST(WavReader, saysWhatIsWrong) {
       {"format cut off", WavBuilder().chunkSaying("fmt ", 16, u8({1, 0})).bytes(), u"Reading from file failed"},
       {"unknown tag", withFormat({.tag = 0x7777}).bytes(), u"Unsupported compression type"},
       {"no channels", withFormat({.channels = 0}).bytes(), u"No channels"},
-      {"65535 channels", withFormat({.channels = 65535, .blockAlign = 2}).bytes(), u"Too many channels"},
+      {"65535 channels", withFormat({.channels = 65535, .blockAlign = 2}).bytes(), u"Zero length"},
+      {"coded channels", withFormat({.tag = 64, .channels = 3, .bits = 4}).bytes(), u"Too many channels"},
       {"no rate", withFormat({.rate = 0}).bytes(), u"Invalid sample rate"},
       {"float 16", withFormat({.tag = 3}).bytes(), u"Unsupported bits/sample for IEEE floating point samples"},
       {"MS 3 bits", withFormat({.tag = 2, .bits = 3}).bytes(), u"Unsupported or invalid MS ADPCM file"},
@@ -214,22 +216,27 @@ TEST(WavReader, readsBeyond32Bits) {
 }
 
 TEST(WavReader, readsKeyTuningAndLoops) {
-  const auto body = u32({1, 2,   125000, 64,  0x80000000, 0, 0, 3, 0,  // half a semitone
-                         5, 0,   100,    199, 0x40000000, 0,           //
-                         6, 1,   10,     19,  0,          4,           //
-                         7, 255, 0,      9,   0,          0});
+  const auto body = u32({1, 2,   125000, 64,  0x80000000, 0,   0, 5, 0,  // half a semitone
+                         5, 0,   100,    199, 0x40000000, 0,             //
+                         6, 1,   10,     19,  0,          4,             //
+                         7, 255, 0,      9,   0,          0,             //
+                         8, 2,   10,     19,  0,          300,           //
+                         9, 0,   20,     10,  0,          0});
   const auto opened = open(WavBuilder().fmt({}).data(Bytes(600)).chunk("smpl", body).chunk("smpl", smplLoop));
   ASSERT_TRUE(opened->wave());
   const auto& wave = *opened->wave();
   EXPECT_EQ(wave.rootKey, 64);
   EXPECT_EQ(wave.fineTune, -50);
-  ASSERT_EQ(wave.markers.size(), 3u) << "of the first smpl chunk only";
+  ASSERT_EQ(wave.markers.size(), 4u) << "of the first smpl chunk only, and none that ends before it begins";
   EXPECT_EQ(wave.markers[0].start, 100);
   EXPECT_EQ(wave.markers[0].end, 200.25);
   EXPECT_EQ(wave.markers[0].loopType, LoopType::forward);
   EXPECT_EQ(wave.markers[1].loopType, LoopType::alternating);
   EXPECT_EQ(wave.markers[1].loopCount, 4);
   EXPECT_EQ(wave.markers[2].loopType, LoopType::off);
+  EXPECT_EQ(wave.markers[3].loopType, LoopType::reverse);
+  EXPECT_EQ(wave.markers[3].loopCount, 254) << "more would mean something else";
+  EXPECT_EQ(opened->report.entries().size(), 2u) << "the second smpl and the last loop";
 }
 
 TEST(WavReader, readsTheNoteHoweverItStands) {
@@ -245,6 +252,7 @@ TEST(WavReader, readsTheNoteHoweverItStands) {
       {"inst", WavBuilder().chunk("inst", u8({62, 0xF0, 0xFD, 0, 127, 0, 127})), 62, -16, -3},
       {"inst behind smpl", WavBuilder().chunk("smpl", smplLoop).chunk("inst", u8({62, 5, 6, 0, 127, 0, 127})), 64, 0,
        6},
+      {"inst out of range", WavBuilder().chunk("inst", u8({62, 0x80, 0x7F, 0, 127, 0, 127})), 62, -100, 96},
       {"wsmp", WavBuilder().chunk("wsmp", u32({20, 0xFFF60030}) + u32({static_cast<uint32_t>(-655360 * 6), 0, 0})), 48,
        -10, -6},
   };
@@ -320,6 +328,15 @@ TEST(WavReader, makesMarkersOfCuePoints) {
     ASSERT_TRUE(opened->wave()) << c.what;
     EXPECT_EQ(markersText(*opened->wave()), c.expected) << c.what;
   }
+}
+
+TEST(WavReader, takesALoopOfDlsThatEndsWithTheKey) {
+  const auto body = u32({20, 60}) + u32({0, 0, 2, 16, 0, 100, 50, 16, 1, 200, 10});
+  const auto opened = open(WavBuilder().fmt({}).data(fourFrames).chunk("wsmp", body));
+  ASSERT_EQ(opened->wave()->markers.size(), 2u);
+  EXPECT_EQ(markersText(*opened->wave()), "loop 100-150 ;loop 200-210 ;");
+  EXPECT_EQ(opened->wave()->markers[0].loopCount, loopForever);
+  EXPECT_EQ(opened->wave()->markers[1].loopCount, loopUntilRelease);
 }
 
 TEST(WavReader, reducesManyChannelsToTwoAndSaysSo) {

@@ -31,6 +31,31 @@ uint32_t u32At(const Bytes& bytes, std::size_t at) {
   return value;
 }
 
+uint32_t noteOf(const Saved& saved) {
+  const auto smpl = chunkOf(saved.bytes, "smpl");
+  return smpl.empty() ? 999 : u32At(smpl, 12);
+}
+
+TEST(WavWriter, writesSmplWhereThereIsAKeyATuningOrALoop) {
+  EXPECT_EQ(noteOf(save(*tone())), 999u);
+  auto tuned = tone();
+  tuned->fineTune = -3;
+  EXPECT_EQ(noteOf(save(*tuned)), 60u);
+  // Other programs read the key from "smpl" only.
+  const auto opened = open(WavBuilder().fmt({}).data(Bytes(4)).chunk("inst", u8({62, 0, 0, 0, 127, 0, 127})));
+  EXPECT_EQ(noteOf(save(*opened->wave())), 62u);
+}
+
+TEST(WavWriter, saysThatALoopCountIsLost) {
+  auto wave = tone();
+  wave->markers = {loop(10, 20)};
+  EXPECT_FALSE(save(*wave).report.lostSomething());
+  wave->markers[0].loopCount = 4;
+  const auto saved = save(*wave);
+  EXPECT_EQ(u32At(chunkOf(saved.bytes, "smpl"), 56), 0u);
+  EXPECT_TRUE(saved.report.lostSomething());
+}
+
 // The layout of smpl: note at 12, fraction at 16, loops from 36 on: start at +8, end at +12, fraction at +16.
 TEST(WavWriter, storesLoopsWithTheirFraction) {
   const struct {
@@ -104,6 +129,16 @@ TEST(WavWriter, writesTheFormatOfEachCoding) {
     EXPECT_EQ(!chunkOf(saved.bytes, "fact").empty(), c.hasFact) << static_cast<int>(c.coding);
     EXPECT_EQ(u32At(saved.bytes, 4), saved.bytes.size() - 8) << static_cast<int>(c.coding);
   }
+}
+
+TEST(WavWriter, makesAPlainFileExtensibleWhenItIsAskedTo) {
+  const auto plain = open(WavBuilder().fmt({.channels = 2}).data(i16({1, 2, 3, 4})));
+  const auto saved = save(*plain->wave(), {}, writeWav, 491, extensibleWavVariant);
+  const auto fmt = chunkOf(saved.bytes, "fmt ");
+  ASSERT_EQ(fmt.size(), 40u);
+  EXPECT_EQ(u32At(fmt, 20), 3u) << "left and right";
+  EXPECT_EQ(chunkOf(saved.bytes, "data"), i16({1, 2, 3, 4}));
+  EXPECT_EQ(chunkOf(saved.bytes, "fact"), u32({2}));
 }
 
 TEST(WavWriter, padsUnsignedBytesWithSilence) {
