@@ -354,6 +354,17 @@ TEST(WavReader, reducesManyChannelsToTwoAndSaysSo) {
   EXPECT_TRUE(opened->report.lostSomething());
 }
 
+TEST(WavReader, reportsAFloodOfBrokenChunksBriefly) {
+  auto file = WavBuilder().fmt({}).data(fourFrames).bytes();
+  for (std::size_t i = 0; i < ConversionReport::most + 10; ++i) {
+    const Bytes chunk = chars("data") + u32({0});
+    file.insert(file.end(), chunk.begin(), chunk.end());
+  }
+  const auto opened = open(std::move(file));
+  ASSERT_TRUE(opened->wave());
+  EXPECT_EQ(opened->report.entries().size(), ConversionReport::most + 1);
+}
+
 TEST(WavReader, scoresFiles) {
   const auto plain = WavBuilder().fmt({}).data(fourFrames).bytes();
   const auto broadcast =
