@@ -5,6 +5,8 @@
 #include "core/item.h"
 #include "formats/detect_shared.h"
 #include "formats/midi/midi_file.h"
+#include "formats/wave/aiff_reader.h"
+#include "formats/wave/aiff_writer.h"
 #include "formats/wave/raw_adpcm.h"
 #include "formats/wave/raw_dvd.h"
 #include "formats/wave/raw_pcm.h"

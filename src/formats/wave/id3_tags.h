@@ -9,6 +9,9 @@
 
 namespace tervo {
 
+/// How much of an ID3 chunk is read at most: pictures are large.
+inline constexpr std::size_t id3Limit = 64u << 20;
+
 /// Sets the tags that the ID3 tag has. False, with the tags unchanged, when the bytes are no ID3 tag of a known
 /// version.
 bool readId3(std::span<const std::byte> bytes, Tags& tags);

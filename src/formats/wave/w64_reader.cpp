@@ -4,7 +4,6 @@
 #include "base/last_error.h"
 #include "formats/wave/w64_chunks.h"
 #include "formats/wave/w64_metadata.h"
-#include "formats/wave/wav_chunks.h"
 #include "formats/wave/wav_contents.h"
 
 namespace tervo {
@@ -47,7 +46,7 @@ bool onMarkers(W64File& w64, const Chunk& chunk) {
 
 bool onSummary(W64File& w64, const Chunk& chunk) {
   readW64Summary(loadChunk(w64.bytes(), chunk), w64.waveform->tags);
-  w64.keep(knownContainer, chunk);
+  w64.keepKnown(chunk);
   return true;
 }
 
@@ -79,7 +78,7 @@ bool readChunk(W64File& w64, const Chunk& chunk) {
   for (const auto& handler : chunkHandlers) {
     if (handler.id == chunk.id) return handler.read(w64, chunk);
   }
-  if (!isFiller(chunk.id)) w64.keep(foreignContainer, chunk);
+  w64.keepForeign(chunk);
   return true;
 }
 

@@ -3,6 +3,7 @@
 #include "base/byte_writer.h"
 #include "base/last_error.h"
 #include "core/waveform.h"
+#include "formats/wave/kept_chunks.h"
 #include "formats/wave/w64_chunks.h"
 #include "formats/wave/w64_metadata.h"
 #include "formats/wave/wav_metadata.h"
@@ -70,7 +71,7 @@ bool writeW64(const Item& item, TargetFile& file, uint32_t) {
   }
   writeMetadata(writer, waveform, file.report);
   for (const bool beforeSamples : {true, false}) {
-    if (!writeForeign(writer, foreignChunks(waveform, beforeSamples, plan->isVerbatim, file.report))) return false;
+    if (!writeForeign(writer, foreignChunks(waveform, riffChunks, beforeSamples, plan->isVerbatim, file.report))) return false;
   }
   if (!writeData(writer, *plan, waveform, file)) return false;
   writer.patch(sizeof(Guid), LittleU64(writer.position()));

@@ -234,15 +234,19 @@ void setSamplePeriod(std::span<std::byte> sampler, double sampleRate) {
     std::copy(bytes.begin(), bytes.end(), sampler.begin() + offsetof(SamplerHeader, samplePeriod));
 }
 
-std::vector<std::byte> makeInstrumentChunk(const Waveform& waveform, std::span<const std::byte> previous) {
-  InstrumentRecord record;
-  if (previous.size() >= sizeof record) record = ByteReader(previous).record<InstrumentRecord>();
-  // The tuning of this chunk spans half a semitone either way.
+KeyTuning halfSemitoneTuning(const Waveform& waveform) {
   double key = waveform.rootKey, cents = std::round(waveform.fineTune);
   if (cents > 50 && key > 0) --key, cents -= 100;
   if (cents < -50 && key < 127) ++key, cents += 100;
-  record.note = static_cast<uint8_t>(key);
-  record.fineTune = static_cast<int8_t>(std::clamp(cents, -50.0, 50.0));
+  return {static_cast<uint8_t>(key), static_cast<int8_t>(std::clamp(cents, -50.0, 50.0))};
+}
+
+std::vector<std::byte> makeInstrumentChunk(const Waveform& waveform, std::span<const std::byte> previous) {
+  InstrumentRecord record;
+  if (previous.size() >= sizeof record) record = ByteReader(previous).record<InstrumentRecord>();
+  const auto [key, cents] = halfSemitoneTuning(waveform);
+  record.note = key;
+  record.fineTune = cents;
   record.gain = static_cast<int8_t>(std::clamp(std::round(waveform.gain), -64.0f, 64.0f));
   const auto bytes = std::as_bytes(std::span(&record, 1));
   return {bytes.begin(), bytes.end()};

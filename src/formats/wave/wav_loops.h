@@ -47,6 +47,13 @@ std::vector<std::byte> makeSampler(const Waveform& waveform, std::span<const uin
 /// Sets the time of a frame in such a body, which a conversion of the rate changes.
 void setSamplePeriod(std::span<std::byte> sampler, double sampleRate);
 
+/// Key and tuning of the same pitch for fields that span half a semitone either way.
+struct KeyTuning {
+  uint8_t key;
+  int8_t cents;
+};
+KeyTuning halfSemitoneTuning(const Waveform& waveform);
+
 /// The 7 bytes of "inst". `previous` is the body that the source had, whose key and velocity ranges are kept.
 std::vector<std::byte> makeInstrumentChunk(const Waveform& waveform, std::span<const std::byte> previous);
 

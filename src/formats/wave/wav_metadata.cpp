@@ -4,25 +4,63 @@
 #include <cmath>
 
 #include "formats/wave/id3_tags.h"
+#include "formats/wave/kept_chunks.h"
 #include "formats/wave/w64_chunks.h"
 #include "formats/wave/w64_metadata.h"
-#include "formats/wave/wav_chunks.h"
-#include "formats/wave/wav_contents.h"
 
 namespace tervo {
 namespace {
 
 constexpr double maxFrame = 4294967295.0;
-constexpr std::size_t id3Limit = 64u << 20;
 
 const ForeignChunk* sourceId3(const Waveform& waveform) {
-  for (const FourCC id : {FourCC("id3 "), FourCC("ID3 ")}) {
-    if (const auto chunks = knownChunks(waveform, id); !chunks.empty()) return chunks.front();
+  for (const ChunkContainers& containers : {riffChunks, aiffChunks, maudChunks}) {
+    for (const FourCC id : {FourCC("id3 "), FourCC("ID3 ")}) {
+      if (const auto* chunk = knownChunk(waveform, containers, id)) return chunk;
+    }
   }
   return nullptr;
 }
 
+bool saysTheSame(const Tags& id3, const Tags& tags) {
+  for (std::size_t i = 0; i < tagCount; ++i) {
+    if (!id3.texts[i].empty() && id3.texts[i] != tags.texts[i]) return false;
+  }
+  if (!id3.image || !tags.image) return !id3.image && !tags.image;
+  return id3.image->bytes == tags.image->bytes;
+}
+
 }  // namespace
+
+std::vector<KeptInfo> keptInfoOf(const Waveform& waveform) {
+  std::vector<KeptInfo> kept;
+  Tags ignored;
+  for (const auto* list : knownChunks(waveform, riffChunks, "LIST", "INFO"))
+    readInfoTags(*list->source, asChunk(*list), ignored, &kept);
+  for (const auto* summary : knownChunks(waveform, riffChunks, w64Summary))
+    readW64Summary(bodyOf(*summary), ignored, &kept);
+  return kept;
+}
+
+std::vector<KeptLabel> keptLabelsOf(const Waveform& waveform) {
+  std::vector<KeptLabel> kept;
+  for (const auto* list : knownChunks(waveform, riffChunks, "LIST", "adtl")) {
+    const auto labels = readKeptLabels(*list->source, asChunk(*list));
+    kept.insert(kept.end(), labels.begin(), labels.end());
+  }
+  return kept;
+}
+
+std::vector<std::byte> id3Body(const Waveform& waveform, Id3Need need, ConversionReport& report) {
+  const ForeignChunk* source = sourceId3(waveform);
+  if (!source) return need == Id3Need::yes ? makeId3(waveform.tags) : std::vector<std::byte>();
+  auto body = loadChunk(*source->source, asChunk(*source), id3Limit);
+  Tags tags;
+  readId3(body, tags);
+  if (saysTheSame(tags, waveform.tags)) return body;
+  report.dropped(waveform.name, u"further ID3 frames", u"the tags have changed");
+  return makeId3(waveform.tags);
+}
 
 WavMetadata::WavMetadata(const Waveform& waveform, ConversionReport& report)
     : waveform_(waveform), report_(report), loops_(loopsOf(waveform)) {
@@ -53,29 +91,18 @@ void WavMetadata::reportLosses() const {
   if (waveform_.fineTune > 0 && waveform_.rootKey == 0) approximated(u"fine tune in cents", waveform_.fineTune, 0);
 }
 
-std::vector<KeptInfo> WavMetadata::keptInfo() const {
-  std::vector<KeptInfo> kept;
-  Tags ignored;
-  for (const auto* list : knownChunks(waveform_, "LIST", "INFO"))
-    readInfoTags(*list->source, asChunk(*list), ignored, &kept);
-  for (const auto* summary : knownChunks(waveform_, w64Summary)) readW64Summary(bodyOf(*summary), ignored, &kept);
-  return kept;
-}
-
 void WavMetadata::readSourceCues() {
-  for (const auto* chunk : knownChunks(waveform_, "cue ")) sourceCues_.readCues(bodyOf(*chunk));
-  for (const auto* list : knownChunks(waveform_, "LIST", "adtl")) {
+  for (const auto* chunk : knownChunks(waveform_, riffChunks, "cue ")) sourceCues_.readCues(bodyOf(*chunk));
+  for (const auto* list : knownChunks(waveform_, riffChunks, "LIST", "adtl"))
     sourceCues_.readLabels(*list->source, asChunk(*list));
-    const auto labels = readKeptLabels(*list->source, asChunk(*list));
-    keptLabels_.insert(keptLabels_.end(), labels.begin(), labels.end());
-  }
+  keptLabels_ = keptLabelsOf(waveform_);
   for (const auto& point : sourceCues_.points()) zeroIsCueId_ = zeroIsCueId_ || point.id == 0;
 }
 
 void WavMetadata::readSourceSampler() {
-  const auto chunks = knownChunks(waveform_, "smpl");
-  if (chunks.empty()) return;
-  samplerBody_ = bodyOf(*chunks.front());
+  const auto* chunk = knownChunk(waveform_, riffChunks, "smpl");
+  if (!chunk) return;
+  samplerBody_ = bodyOf(*chunk);
   auto sampler = readSampler(samplerBody_);
   if (!sampler) return;
   if (sampler->saysTheSameAs(waveform_)) {
@@ -146,7 +173,7 @@ std::vector<std::byte> WavMetadata::sampler() const {
 }
 
 std::vector<std::byte> WavMetadata::sourceInstrument() const {
-  const auto chunks = knownChunks(waveform_, "inst");
+  const auto chunks = knownChunks(waveform_, riffChunks, "inst");
   return chunks.empty() ? std::vector<std::byte>() : bodyOf(*chunks.back());
 }
 
@@ -166,39 +193,8 @@ std::vector<std::byte> WavMetadata::instrument() const {
   return body;
 }
 
-bool WavMetadata::saysTheSame(const Tags& id3) const {
-  for (std::size_t i = 0; i < tagCount; ++i) {
-    if (!id3.texts[i].empty() && id3.texts[i] != waveform_.tags.texts[i]) return false;
-  }
-  if (!id3.image || !waveform_.tags.image) return !id3.image && !waveform_.tags.image;
-  return id3.image->bytes == waveform_.tags.image->bytes;
-}
-
 std::vector<std::byte> WavMetadata::id3() const {
-  const ForeignChunk* source = sourceId3(waveform_);
-  if (!source) return waveform_.tags.image ? makeId3(waveform_.tags) : std::vector<std::byte>();
-  auto body = loadChunk(*source->source, asChunk(*source), id3Limit);
-  Tags tags;
-  readId3(body, tags);
-  if (saysTheSame(tags)) return body;
-  report_.dropped(waveform_.name, u"further ID3 frames", u"the tags have changed");
-  return makeId3(waveform_.tags);
-}
-
-std::vector<const ForeignChunk*> foreignChunks(const Waveform& waveform, bool beforeSamples, bool samplesAreSame,
-                                               ConversionReport& report) {
-  std::vector<const ForeignChunk*> chunks;
-  for (const auto& kept : waveform.foreignChunks) {
-    if (kept.container == knownContainer || kept.beforeSamples != beforeSamples) continue;
-    if (kept.container != foreignContainer) {
-      report.dropped(waveform.name, textOf(kept.id) + u" chunk", u"it belongs to another kind of file");
-    } else if (describesSamples(kept.id) && !samplesAreSame) {
-      report.dropped(waveform.name, textOf(kept.id) + u" chunk", u"the samples have changed");
-    } else {
-      chunks.push_back(&kept);
-    }
-  }
-  return chunks;
+  return id3Body(waveform_, waveform_.tags.image ? Id3Need::yes : Id3Need::no, report_);
 }
 
 }  // namespace tervo

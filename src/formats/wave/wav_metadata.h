@@ -14,13 +14,22 @@
 
 namespace tervo {
 
+/// Texts of a WAV or W64 source that no tag stands for.
+std::vector<KeptInfo> keptInfoOf(const Waveform& waveform);
+/// Sub-chunks of the labels of a WAV source.
+std::vector<KeptLabel> keptLabelsOf(const Waveform& waveform);
+
+/// The body of the "ID3 " chunk: the source's while the tags still say the same, else a new one; empty where the
+/// source has none and none is needed.
+enum class Id3Need : uint8_t { no, yes };
+std::vector<std::byte> id3Body(const Waveform& waveform, Id3Need need, ConversionReport& report);
+
 class WavMetadata {
  public:
   /// Reports what neither kind of file can hold.
   WavMetadata(const Waveform& waveform, ConversionReport& report);
 
-  /// Texts of the source that no tag stands for.
-  std::vector<KeptInfo> keptInfo() const;
+  std::vector<KeptInfo> keptInfo() const { return keptInfoOf(waveform_); }
   /// Markers, and loops that have a name. Call it once.
   std::vector<CueEntry> takeCues();
   const std::vector<KeptLabel>& keptLabels() const { return keptLabels_; }
@@ -39,7 +48,6 @@ class WavMetadata {
   std::vector<std::byte> sourceInstrument() const;
   bool instrumentSaysPitch() const;
   bool needsSampler() const;
-  bool saysTheSame(const Tags& id3) const;
   void approximated(TextView what, double from, double to) const;
   void reportLosses() const;
 
@@ -57,10 +65,5 @@ class WavMetadata {
   std::unordered_set<uint32_t> usedIds_;
   std::vector<uint32_t> loopIds_;
 };
-
-/// The chunks that the program does not understand and that fit into WAV and W64, those before or behind the samples.
-/// Those that describe the sample values are left out, and reported, unless `samplesAreSame`.
-std::vector<const ForeignChunk*> foreignChunks(const Waveform& waveform, bool beforeSamples, bool samplesAreSame,
-                                               ConversionReport& report);
 
 }  // namespace tervo

@@ -3,7 +3,7 @@
 #include "base/byte_reader.h"
 #include "base/last_error.h"
 #include "formats/wave/info_tags.h"
-#include "formats/wave/wav_chunks.h"
+#include "formats/wave/kept_chunks.h"
 #include "formats/wave/wav_contents.h"
 #include "formats/wave/wav_loops.h"
 #include "formats/wave/wav_markers.h"
@@ -82,7 +82,7 @@ bool onDlsSample(WavFile& wav, const Chunk& chunk) {
 
 bool onCues(WavFile& wav, const Chunk& chunk) {
   wav.cues.readCues(loadChunk(wav.bytes(), chunk));
-  wav.keep(knownContainer, chunk);
+  wav.keepKnown(chunk);
   return true;
 }
 
@@ -93,15 +93,15 @@ bool onList(WavFile& wav, const Chunk& chunk) {
   } else if (type == FourCC("adtl")) {
     wav.cues.readLabels(wav.bytes(), chunk);
   } else {
-    wav.keep(foreignContainer, chunk);
+    wav.keepForeign(chunk);
     return true;
   }
-  wav.keep(knownContainer, chunk);
+  wav.keepKnown(chunk);
   return true;
 }
 
 bool onForeign(WavFile& wav, const Chunk& chunk) {
-  if (!isFiller(chunk.id)) wav.keep(foreignContainer, chunk);
+  wav.keepForeign(chunk);
   return true;
 }
 

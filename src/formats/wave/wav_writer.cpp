@@ -5,6 +5,7 @@
 #include "base/byte_writer.h"
 #include "base/last_error.h"
 #include "core/waveform.h"
+#include "formats/wave/kept_chunks.h"
 #include "formats/wave/wav_metadata.h"
 #include "formats/wave/wave_format_writer.h"
 
@@ -94,11 +95,11 @@ bool writeWav(const Item& item, TargetFile& file, uint32_t variant) {
   ByteWriter writer(file.sink);
   writeHeader(writer, size, *plan, waveform);
   writeFormat(writer, *plan);
-  if (!writeForeign(writer, foreignChunks(waveform, true, plan->isVerbatim, file.report))) return false;
+  if (!writeForeign(writer, foreignChunks(waveform, riffChunks, true, plan->isVerbatim, file.report))) return false;
   if (plan->needsFrameCount) writeFrameCount(writer, waveform);
   if (!writeData(writer, size, *plan, waveform, file)) return false;
   writeMetadata(writer, waveform, file.report);
-  if (!writeForeign(writer, foreignChunks(waveform, false, plan->isVerbatim, file.report))) return false;
+  if (!writeForeign(writer, foreignChunks(waveform, riffChunks, false, plan->isVerbatim, file.report))) return false;
   patchSizes(writer, size);
   return writer.ok();
 }

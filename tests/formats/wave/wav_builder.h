@@ -162,10 +162,11 @@ inline Saved save(const Item& item, std::optional<SampleCoding> coding = {}, Wri
 }
 
 /// The body of the first chunk of that name in a written file, found without the program's own walker.
-inline Bytes chunkOf(const Bytes& file, std::string_view id) {
+inline Bytes chunkOf(const Bytes& file, std::string_view id, ByteOrder order = ByteOrder::little) {
   for (std::size_t at = 12; at + 8 <= file.size();) {
-    const auto u = [&](std::size_t i) { return static_cast<std::size_t>(file[at + 4 + i]) << (8 * i); };
-    const std::size_t size = u(0) | u(1) | u(2) | u(3);
+    std::size_t size = 0;
+    for (std::size_t i = 0; i < 4; ++i)
+      size |= static_cast<std::size_t>(file[at + 4 + i]) << (order == ByteOrder::little ? 8 * i : 24 - 8 * i);
     const auto body = file.begin() + static_cast<std::ptrdiff_t>(at + 8);
     if (std::string_view(reinterpret_cast<const char*>(&file[at]), 4) == id)
       return {body, body + static_cast<std::ptrdiff_t>(size)};
