@@ -71,7 +71,8 @@ bool writeW64(const Item& item, TargetFile& file, uint32_t) {
   }
   writeMetadata(writer, waveform, file.report);
   for (const bool beforeSamples : {true, false}) {
-    if (!writeForeign(writer, foreignChunks(waveform, riffChunks, beforeSamples, plan->isVerbatim, file.report))) return false;
+    if (!writeForeign(writer, foreignChunks(waveform, riffChunks, beforeSamples, plan->isVerbatim, file.report)))
+      return false;
   }
   if (!writeData(writer, *plan, waveform, file)) return false;
   writer.patch(sizeof(Guid), LittleU64(writer.position()));
