@@ -6,7 +6,8 @@
 
 namespace tervo::cli {
 
-/// Saves what the command line names of the document as its target, in a row of the table. False after printing why it failed.
+/// Saves what the command line names of the document as its target, in a row of the table. False after printing why it
+/// failed.
 bool saveDocument(Run& run, const Collection& collection, FormatIndex row);
 
 }  // namespace tervo::cli

@@ -1,5 +1,7 @@
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "base/last_error.h"
 #include "cli/commands.h"
 #include "cli/document_json.h"
@@ -8,16 +10,25 @@
 #include "cli/report_output.h"
 #include "cli/saving.h"
 #include "cli/selection.h"
-#include "core/history/state_file.h"
+#include "core/history/recovery.h"
 #include "formats/stored_samples.h"
 #include "platform/file.h"
+#include "platform/path.h"
 
 namespace tervo::cli {
 namespace {
 
 bool writeTarget(const CommandLine& line, const Collection& collection) {
-  if (!line.overwrite && platform::fileExists(line.target.path)) return fail(u"File exists already");
-  return writeStateFile(line.target.path, imageOf(collection), openStoredSamples);
+  const auto replace = line.overwrite ? platform::Replace::allowed : platform::Replace::never;
+  return writeStateFile(line.target.path, imageOf(collection), openStoredSamples, replace);
+}
+
+/// Among the user's own states, under the name that the time gives it.
+bool writeSavedState(const Collection& collection, Text& path) {
+  StateRing ring(stateFolder(), openStoredSamples);
+  const Text name = savedStateName(std::chrono::system_clock::now());
+  path = ring.pathOf(name);
+  return ring.SaveState(imageOf(collection), name);
 }
 
 int save(const CommandLine& line, Console& console, const Settings& settings) {
@@ -25,8 +36,12 @@ int save(const CommandLine& line, Console& console, const Settings& settings) {
   Collection collection;
   if (!openAll(run, collection)) return run.failureStatus();
   run.host.endProgress();
-  if (writeTarget(line, collection)) return exitDone;
-  return console.failure(line.target.shown), exitFailed;
+  if (!line.target.shown.empty())
+    return writeTarget(line, collection) ? exitDone : (console.failure(line.target.shown), exitFailed);
+  Text path;
+  if (!writeSavedState(collection, path)) return console.failure(path), exitFailed;
+  console.out(printable(path) + "\n");
+  return exitDone;
 }
 
 int load(const CommandLine& line, Console& console, const Settings& settings) {
@@ -48,26 +63,39 @@ int load(const CommandLine& line, Console& console, const Settings& settings) {
   return exitDone;
 }
 
+bool listFile(const NamedFile& named, const CommandLine& line, Console& console, nlohmann::ordered_json& all) {
+  const auto file = platform::InputFile::open(named.path);
+  const auto summary = file ? stateSummary(*file) : std::nullopt;
+  if (!summary) return console.failure(named.shown), false;
+  all.push_back({{"path", utf8(named.shown)},
+                 {"version", summary->version},
+                 {"readable", summary->version == stateVersion},
+                 {"records", summary->records},
+                 {"bytes", file->size()}});
+  if (!line.json)
+    console.out(fmt::format("{}: version {}, {} records, {} bytes\n", printable(named.shown), summary->version,
+                            summary->records, file->size()));
+  return true;
+}
+
+/// All that stands in the user's folder but recovery states of programs that are running.
+std::vector<NamedFile> userStates() {
+  const Text folder = stateFolder();
+  std::vector<NamedFile> states;
+  for (const Text& path : lostStates(folder)) states.push_back({path, path});
+  for (const Text& name : platform::namesIn(folder)) {
+    const Text path = platform::join(folder, name);
+    if (name.ends_with(stateExtension) && !isRecoveryState(name)) states.push_back({path, path});
+  }
+  std::sort(states.begin(), states.end(), [](const auto& a, const auto& b) { return a.path < b.path; });
+  return states;
+}
+
 int list(const CommandLine& line, Console& console) {
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
   int status = exitDone;
-  for (const NamedFile& named : line.files) {
-    const auto file = platform::InputFile::open(named.path);
-    const auto summary = file ? stateSummary(*file) : std::nullopt;
-    if (!summary) {
-      console.failure(named.shown);
-      status = exitFailed;
-      continue;
-    }
-    all.push_back({{"path", utf8(named.shown)},
-                   {"version", summary->version},
-                   {"readable", summary->version == stateVersion},
-                   {"records", summary->records},
-                   {"bytes", file->size()}});
-    if (!line.json)
-      console.out(fmt::format("{}: version {}, {} records, {} bytes\n", utf8(named.shown), summary->version,
-                              summary->records, file->size()));
-  }
+  for (const NamedFile& file : line.files.empty() ? userStates() : line.files)
+    if (!listFile(file, line, console, all)) status = exitFailed;
   if (line.json) console.out(dumped(all));
   return status;
 }

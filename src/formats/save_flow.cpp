@@ -52,16 +52,25 @@ bool mustBeRendered(const FormatDescriptor& row, const Item& item) {
   return item.kind() == ItemKind::song && !writesSongs(row) && holdsKind(row, ItemKind::waveform);
 }
 
+/// Null with LastErrorText and the document as it was.
+std::unique_ptr<Waveform> rendered(const Song& song, const SaveContext& context) {
+  const bool canRollBack = context.history && context.history->SaveState();
+  setLastErrorText({});
+  auto waveform = context.host.renderSong(song);
+  if (waveform) return waveform;
+  const Text cause = LastErrorText();
+  // The song, too, may be another object from here on.
+  if (canRollBack) context.history->RestoreState(0, StateRing::AfterLoading::deleteFile);
+  setLastErrorText(cause.empty() ? TextView(u"Failed to render synth to wave") : TextView(cause));
+  return nullptr;
+}
+
 /// A rendered song, or a waveform in the shape that the row writes; null with LastErrorText.
 std::unique_ptr<Waveform> waveformToWrite(const FormatDescriptor& row, const Item& item, const SaveContext& context) {
   if (item.kind() == ItemKind::waveform)
     return preparedFor(row, static_cast<const Waveform&>(item), context.options, context.report);
-  const auto& song = static_cast<const Song&>(item);
-  setLastErrorText({});
-  const auto rendered = context.host.renderSong(song);
-  if (rendered) return preparedFor(row, *rendered, context.options, context.report);
-  if (LastErrorText().empty()) setLastErrorText(u"Failed to render synth to wave");
-  return nullptr;
+  const auto waveform = rendered(static_cast<const Song&>(item), context);
+  return waveform ? preparedFor(row, *waveform, context.options, context.report) : nullptr;
 }
 
 bool writeFile(const FormatDescriptor& row, const Item& item, TextView path, const SaveContext& context) {
@@ -78,11 +87,16 @@ bool writeFile(const FormatDescriptor& row, const Item& item, TextView path, con
 
 bool save(const FormatDescriptor& row, const Item& item, TextView path, const SaveContext& context) {
   if (!holdsDataFor(row, item)) return fail(u"Empty item - nothing to save");
-  const bool rendered = mustBeRendered(row, item);
-  if (!rendered && !holdsKind(row, item.kind())) return fail(u"The file format can not save this item");
-  if (!rendered && item.kind() != ItemKind::waveform) return writeFile(row, item, path, context);
-  const auto waveform = waveformToWrite(row, item, context);
-  return waveform && writeFile(row, *waveform, path, context);
+  const bool isRendered = mustBeRendered(row, item);
+  if (!isRendered && !holdsKind(row, item.kind())) return fail(u"The file format can not save this item");
+  const bool asWaveform = isRendered || item.kind() == ItemKind::waveform;
+  const ItemKind kind = item.kind();
+  const auto waveform = asWaveform ? waveformToWrite(row, item, context) : nullptr;
+  if (asWaveform && !waveform) return false;
+  if (context.history) context.history->startSaving(kind);
+  if (!writeFile(row, asWaveform ? *waveform : item, path, context)) return false;
+  if (context.history && kind == ItemKind::collection) context.history->markSaved();
+  return true;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "formats/save_flow.h"
 
 #include "core/song.h"
+#include "formats/stored_samples.h"
 #include "tests/formats/flow_fixture.h"
 
 namespace tervo::test {
@@ -101,6 +102,33 @@ TEST_F(SaveFlow, RendersSongsForRowsWithoutSongs) {
   host.rendered = waveformNamed(u"song", {0.5f, 0.5f, -0.5f, -0.5f}, 2);
   ASSERT_TRUE(save(*song.tracks()[0], sb));
   EXPECT_EQ(folder.get(u"out"), "\x40\x40\xC0\xC0"s);
+}
+
+TEST_F(SaveFlow, RenderingIsPrecededByASavedStateAndTakenBackWhenItFails) {
+  Collection document;
+  document.name = u"before";
+  Song& song = document.add(std::make_unique<Song>());
+  song.add(std::make_unique<Track>());
+  const ItemId id = song.id();
+  DocumentHistory history(document, host, folder.text(u"states"), openStoredSamples);
+  history.edit(document.id(), u"Rename", [&] { document.name = u"after"; });
+  SaveContext context = saving();
+  context.history = &history;
+
+  EXPECT_FALSE(SaveItem(findItem(id), sw, folder.text(u"out"), context));
+  EXPECT_EQ(LastErrorText(), u"Failed to render synth to wave");
+  EXPECT_EQ(host.statuses.back(), u"Loaded state");
+  EXPECT_EQ(history.states().newest(), -1);
+  EXPECT_TRUE(std::filesystem::is_empty(folder / u"states"));
+  ASSERT_NE(findItem<Song>(id), nullptr);
+  EXPECT_TRUE(history.Undo());
+  EXPECT_EQ(document.name, u"before");
+
+  host.rendered = waveformNamed(u"song", {0.5f});
+  EXPECT_TRUE(SaveItem(findItem(id), sw, folder.text(u"out"), context));
+  EXPECT_EQ(history.states().newest(), 0);
+  EXPECT_FALSE(history.Redo());
+  EXPECT_TRUE(history.edits().currentEntry()->isBarrier());
 }
 
 }  // namespace

@@ -76,12 +76,16 @@ void RecoveryKeeper::discard() {
 std::vector<Text> lostStates(TextView folder) {
   std::vector<Text> lost;
   for (const Text& name : platform::namesIn(folder)) {
-    if (!name.starts_with(prefix) || !name.ends_with(stateExtension)) continue;
+    if (!isRecoveryState(name)) continue;
     Text path = platform::join(folder, name);
     if (platform::PresenceFile::tryHold(presencePath(path))) lost.push_back(std::move(path));
   }
   std::sort(lost.begin(), lost.end());
   return lost;
+}
+
+bool isRecoveryState(TextView fileName) {
+  return fileName.starts_with(prefix) && fileName.ends_with(stateExtension);
 }
 
 void discardLostState(TextView path) {

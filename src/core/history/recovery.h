@@ -42,6 +42,8 @@ class RecoveryKeeper {
 
 /// The recovery states in the folder whose programs are gone, as paths.
 std::vector<Text> lostStates(TextView folder);
+/// Whether a file of this name is a recovery state.
+bool isRecoveryState(TextView fileName);
 /// Removes a recovery state that the user has taken or does not want.
 void discardLostState(TextView path);
 

@@ -3,7 +3,6 @@
 #include "base/last_error.h"
 #include "base/memory_guard.h"
 #include "core/history/document_body.h"
-#include "platform/file.h"
 
 namespace tervo {
 namespace {
@@ -59,8 +58,8 @@ bool writeState(ByteSink& sink, const ItemImage& document, OpenStored openStored
   });
 }
 
-bool writeStateFile(TextView path, const ItemImage& document, OpenStored openStored) {
-  const auto file = platform::OutputFile::create(path, platform::Replace::allowed);
+bool writeStateFile(TextView path, const ItemImage& document, OpenStored openStored, platform::Replace replace) {
+  const auto file = platform::OutputFile::create(path, replace);
   return file && writeState(*file, document, openStored) && file->commit();
 }
 

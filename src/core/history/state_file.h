@@ -4,6 +4,7 @@
 // unless all of it is sound.
 
 #include "core/history/attachment_file.h"
+#include "platform/file.h"
 
 namespace tervo {
 
@@ -17,7 +18,8 @@ inline constexpr TextView stateExtension = u".tvs";
 /// Writes the image of a collection. Any thread.
 bool writeState(ByteSink& sink, const ItemImage& document, OpenStored openStored);
 /// Replaces the file in one step, and only by a complete one. Any thread.
-bool writeStateFile(TextView path, const ItemImage& document, OpenStored openStored);
+bool writeStateFile(TextView path, const ItemImage& document, OpenStored openStored,
+                    platform::Replace replace = platform::Replace::allowed);
 
 /// Replaces the document by what the bytes hold; items get the identifiers that they were written with. False with
 /// "Not a program state file", "Wrong state version" or "The program state file is damaged", and the document as it

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "base/last_error.h"
 #include "tests/core/history/sample_document.h"
 
@@ -49,6 +51,103 @@ TEST(StateFile, BringsEverythingBackUnderItsIdentifiers) {
   EXPECT_EQ(loaded.instruments()[1]->synth()->engine, u"FM");
   EXPECT_EQ(findItem<Track>(track)->name, u"Control Track");
   EXPECT_EQ(loaded.tags.image->mimeType, "image/png");
+}
+
+TEST(StateFile, BeginsWithMagicVersionAndNumberOfRecords) {
+  Collection document;
+  fillEveryField(document);
+  const auto state = stateOf(document);
+  // 12.9.0.0 is 12090000, 0x00B87A90; a waveform, two instruments and a song before the collection's own record.
+  const uint8_t expected[] = {'T', 'v', 'S', 't', 0x90, 0x7A, 0xB8, 0x00, 5, 0, 0, 0};
+  EXPECT_TRUE(std::ranges::equal(std::span(state).first(12), std::as_bytes(std::span(expected))));
+}
+
+/// A document, and what must still be in it after a load that failed.
+struct Untouched {
+  Collection document;
+  ItemId waveform = document.add(std::make_unique<Waveform>()).id();
+  std::vector<std::byte> before;
+
+  Untouched() {
+    document.name = u"mine";
+    before = stateOf(document);
+  }
+  bool holds() const { return stateOf(document) == before && findItem<Waveform>(waveform) != nullptr; }
+};
+
+std::vector<std::byte> completeState() {
+  Collection document;
+  fillEveryField(document);
+  return stateOf(document);
+}
+
+TEST(StateFile, RefusesOtherFilesAndVersions) {
+  const auto state = completeState();
+  const auto with = [&](std::size_t at, uint8_t value) {
+    auto changed = state;
+    changed[at] = std::byte{value};
+    return changed;
+  };
+  auto longer = state;
+  longer.push_back({});
+  const struct {
+    std::vector<std::byte> bytes;
+    TextView message;
+  } cases[] = {
+      {{}, u"Not a program state file"},
+      {{std::byte{'T'}, std::byte{'v'}, std::byte{'S'}, std::byte{'t'}}, u"Not a program state file"},
+      {with(3, 'T'), u"Not a program state file"},
+      {with(4, 0x8F), u"Wrong state version"},  // 12.8.99.99
+      {with(4, 0x91), u"Wrong state version"},  // 12.9.0.1
+      {with(7, 1), u"Wrong state version"},
+      {with(8, 0), u"The program state file is damaged"},  // no record at all
+      {with(8, 4), u"The program state file is damaged"},
+      {with(8, 6), u"The program state file is damaged"},
+      {longer, u"The program state file is damaged"},
+  };
+  for (const auto& [bytes, message] : cases) {
+    Untouched untouched;
+    EXPECT_FALSE(load(untouched.document, bytes));
+    EXPECT_EQ(LastErrorText(), message) << &message - &cases[0].message;
+    EXPECT_TRUE(untouched.holds());
+  }
+}
+
+TEST(StateFile, DamageOfAnyKindLeavesTheDocumentAlone) {
+  const auto state = completeState();
+  Untouched untouched;
+  for (std::size_t length = 0; length < state.size(); ++length) {
+    ASSERT_FALSE(load(untouched.document, {state.begin(), state.begin() + static_cast<std::ptrdiff_t>(length)}))
+        << length;
+  }
+  ASSERT_TRUE(untouched.holds());
+  int refused = 0;
+  const auto tryLoad = [&](const std::vector<std::byte>& damaged, std::size_t at) {
+    Untouched fresh;
+    if (load(fresh.document, damaged)) return;
+    ++refused;
+    ASSERT_TRUE(fresh.holds()) << at;
+  };
+  for (std::size_t at = 0; at < state.size(); ++at) {
+    auto damaged = state;
+    damaged[at] ^= std::byte{1} << (at % 8);
+    tryLoad(damaged, at);
+    // A count or a length that promises all there could be.
+    for (std::size_t i = at; i < std::min(at + 4, state.size()); ++i) damaged[i] = std::byte{0xFF};
+    tryLoad(damaged, at);
+  }
+  EXPECT_GT(refused, 100);
+}
+
+TEST(StateFile, ItemsWhoseIdentifiersAreTakenGetNewOnesAndStayConnected) {
+  Collection other;
+  fillEveryField(other);
+  Collection loaded;
+  ASSERT_TRUE(load(loaded, stateOf(other)));
+  const ItemId waveform = loaded.waveforms()[0]->id();
+  EXPECT_NE(waveform, other.waveforms()[0]->id());
+  EXPECT_EQ(findItem<Waveform>(other.waveforms()[0]->id()), other.waveforms()[0].get());
+  EXPECT_EQ(loaded.instruments()[0]->layers()[0]->regions()[0]->waveform, waveform);
 }
 
 }  // namespace

@@ -1,0 +1,43 @@
+#include "tests/cli/command_fixture.h"
+
+namespace tervo::test {
+namespace {
+
+using namespace std::string_literals;
+
+class State : public CommandTest {
+ protected:
+  void SetUp() override {
+    folder.put(u"a.sw", "\x00\x40\x00\xC0"s);  // 0.5, -0.5
+    folder.put(u"b.sb", "\x20\x20\x20"s);
+  }
+};
+
+TEST_F(State, SavedOnceShowsAndConvertsWithoutItsSources) {
+  ASSERT_EQ(run({u"state", u"save", u"a.sw", u"b.sb", u"-o", u"s.tvs"}), 0) << console.error;
+  ASSERT_EQ(run({u"state", u"save", u"a.sw", u"-o", u"s.tvs"}), 1);
+  EXPECT_NE(console.error.find("File exists already"), std::string::npos);
+  std::filesystem::remove(folder / u"a.sw");
+
+  ASSERT_EQ(run({u"state", u"list", u"s.tvs", u"--json"}), 0);
+  EXPECT_EQ(json()[0]["version"], 12090000);
+  EXPECT_EQ(json()[0]["records"], 3);
+  ASSERT_EQ(run({u"state", u"load", u"s.tvs", u"--json"}), 0);
+  EXPECT_EQ(json()[0]["waveforms"][1]["frames"], 3);
+  ASSERT_EQ(run({u"state", u"load", u"s.tvs", u"--item", u"waveform:0", u"-o", u"out.sb"}), 0) << console.error;
+  EXPECT_EQ(folder.get(u"out.sb"), "\x40\xC0"s);
+}
+
+TEST_F(State, SaysWhatIsWrong) {
+  EXPECT_EQ(run({u"state", u"load", u"a.sw"}), 1);
+  EXPECT_EQ(console.error, "tervo: a.sw: Not a program state file\n");
+  folder.put(u"old.tvs", "TvSt\x8F\x7A\xB8\x00\x01\x00\x00\x00"s);
+  EXPECT_EQ(run({u"state", u"load", u"old.tvs", u"-o", u"out.sb"}), 1);
+  EXPECT_EQ(console.error, "tervo: old.tvs: Wrong state version\n");
+  EXPECT_EQ(run({u"state", u"list", u"old.tvs", u"--json"}), 0);
+  EXPECT_EQ(json()[0]["readable"], false);
+  EXPECT_EQ(run({u"state", u"load"}), 2);
+}
+
+}  // namespace
+}  // namespace tervo::test
