@@ -8,6 +8,7 @@
 #include <map>
 #include <sstream>
 
+#include "base/last_error.h"
 #include "cli/console.h"
 #include "cli/selection.h"
 #include "platform/path.h"
@@ -24,13 +25,14 @@ constexpr const char* versionText = "tervo 12.9.0 (Tervo Studio)";
 // CLI11 works on 8-bit strings; what it collects is turned into a CommandLine afterwards.
 struct Collected {
   std::vector<std::string> files, answers, sets;
+  std::map<const OptionInfo*, std::string> operationOptions;
   std::string target, format, item, coding, report, key, value, rawFormat, rawOrder;
   double rate = 0;
   int channels = 0;
   std::optional<double> rawRate;
   std::optional<int> rawChannels;
   std::optional<uint64_t> rawOffset;
-  bool rawUnsigned = false, reportWanted = false;
+  bool rawUnsigned = false, reportWanted = false, listWanted = false;
 };
 
 std::optional<SampleCoding> codingNamed(const std::string& name) {
@@ -139,6 +141,42 @@ void addWriteOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_flag("--overwrite", line.overwrite, "allow replacing an existing target");
 }
 
+void addOperationOptions(CLI::App& app, const Operation& operation, Collected& got) {
+  for (const OptionInfo& option : operation.options) {
+    const auto check = [&option](const std::string& value) {
+      return parseOption(option, fromUtf8(value)) ? std::string() : toUtf8(LastErrorText());
+    };
+    const std::string range = toUtf8(rangeText(option)), usual = toUtf8(usualText(option));
+    std::string text = toUtf8(option.text);
+    if (!usual.empty()) text += fmt::format(" (else {})", usual);
+    app.add_option("--" + toUtf8(option.name), got.operationOptions[&option], text)->type_name(range)->check(check);
+  }
+}
+
+void addProcessCommands(CLI::App& app, CommandLine& line, Collected& got) {
+  CLI::App* process = app.add_subcommand("process", "change items of a file, save as TARGET")->group("Commands");
+  process->add_flag("--list", got.listWanted, "every operation with its options");
+  addCommonOptions(*process, line, got);
+  for (const Operation& operation : Operations()) {
+    CLI::App* sub = process->add_subcommand(toUtf8(operation.name), toUtf8(operation.text))->group("Operations");
+    addFiles(*sub, got, "the file to open");
+    addOperationOptions(*sub, operation, got);
+    addReadOptions(*sub, line, got);
+    addWriteOptions(*sub, line, got);
+    addCommonOptions(*sub, line, got);
+    sub->get_option("FILE")->expected(1);
+    sub->callback([&line, &operation] {
+      line.command = Command::process;
+      line.operation = &operation;
+    });
+  }
+  process->callback([&line, &got, process] {
+    if (!process->get_subcommands().empty()) return;
+    if (!got.listWanted) throw CLI::RequiredError("OPERATION or --list");
+    line.command = Command::processList;
+  });
+}
+
 CLI::App* addSettingsCommands(CLI::App& app, CommandLine& line, Collected& got) {
   CLI::App* settings = app.add_subcommand("settings", "list, read and write the settings")->group("Commands");
   settings->require_subcommand(1);
@@ -238,6 +276,9 @@ void complete(CommandLine& line, const Collected& got) {
   if (!got.coding.empty() && got.coding != "auto") line.save.coding = codingNamed(got.coding);
   if (got.rate > 0) line.save.sampleRate = got.rate;
   if (got.channels > 0) line.save.channels = got.channels;
+  for (const auto& [option, value] : got.operationOptions) {
+    if (!value.empty()) line.operationOptions.emplace_back(option->name, fromUtf8(value));
+  }
   if (got.reportWanted) line.report = ReportOutput::standardError;
   if (!got.report.empty()) line.report = ReportOutput::file, line.reportFile = named(got.report);
 }
@@ -269,6 +310,7 @@ Parsed parseCommandLine(const std::vector<Text>& arguments) {
   addFiles(*convert, got, "the file to open, and those to merge with it");
   addReadOptions(*convert, line, got);
   addWriteOptions(*convert, line, got);
+  addProcessCommands(app, line, got);
   command("formats", "the format table", Command::formats);
   addSettingsCommands(app, line, got);
   addStateCommands(app, line, got);

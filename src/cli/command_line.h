@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "formats/format_table.h"
+#include "tools/operation.h"
 
 namespace tervo::cli {
 
@@ -14,6 +15,8 @@ enum class Command {
   detect,
   info,
   convert,
+  process,
+  processList,
   formats,
   settingsList,
   settingsGet,
@@ -51,6 +54,8 @@ struct CommandLine {
   NamedFile reportFile;
   SaveOptions save;
   RawRequest raw;
+  const Operation* operation = nullptr;
+  std::vector<std::pair<TextView, Text>> operationOptions;  ///< name and value, as far as they were given
   Text settingKey;
   Text settingValue;
 };

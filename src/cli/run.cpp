@@ -28,6 +28,10 @@ int runCommand(const CommandLine& line, Console& console) {
       return runInfo(line, console, *settings);
     case Command::convert:
       return runConvert(line, console, *settings);
+    case Command::process:
+      return runProcess(line, console, *settings);
+    case Command::processList:
+      return runProcessList(line, console);
     case Command::formats:
       return runFormats(line, console);
     case Command::stateSave:

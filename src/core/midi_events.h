@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 
 namespace tervo {
@@ -60,21 +59,15 @@ class MidiEvents {
  public:
   explicit MidiEvents(std::span<const std::byte> track) : bytes_(track) {}
 
-  /// The next event; its data belongs to the track. Nothing at the end.
-  std::optional<MidiEvent> next() {
-    if (ended_ || position_ == bytes_.size()) return std::nullopt;
-    std::optional<MidiEvent> event(std::in_place);
-    if (!readDelta() || !readStatus(*event) || !readData(*event)) {
-      ended_ = true;
-      return std::nullopt;
-    }
-    event->tick = tick_;
-    ended_ = event->isMeta(MetaType::endOfTrack);
-    return event;
+  /// The next event, which is there until the next call; its data belongs to the track. Null at the end.
+  const MidiEvent* next() {
+    if (ended_ || position_ == bytes_.size()) return nullptr;
+    ended_ = !readDelta() || !readStatus() || !readData();
+    if (ended_) return nullptr;
+    ended_ = event_.isMeta(MetaType::endOfTrack);
+    return &event_;
   }
 
-  /// Time of the last event, and of the end of track once that has been delivered.
-  uint64_t tick() const { return tick_; }
   /// Behind the last event that was delivered; where the fault is when there is one.
   std::size_t position() const { return position_; }
   MidiFault fault() const { return fault_; }
@@ -90,7 +83,7 @@ class MidiEvents {
   bool readDelta() {
     uint32_t delta = 0;
     if (!readQuantity(delta)) return false;
-    tick_ += delta;
+    event_.tick += delta;
     return true;
   }
   /// 7 bits a byte, the high bit set on all but the last, at most 4 bytes.
@@ -104,45 +97,46 @@ class MidiEvents {
     }
     return fail(MidiFault::quantityTooLong);
   }
-  bool readStatus(MidiEvent& event) {
+  bool readStatus() {
     if (!has(1)) return false;
     const uint8_t byte = peek();
-    event.runsOn = byte < 0x80;
-    if (event.runsOn && runningStatus_ == 0) return fail(MidiFault::noStatus);
-    event.status = event.runsOn ? runningStatus_ : byte;
-    if (event.runsOn) return true;
+    event_.runsOn = byte < 0x80;
+    if (event_.runsOn && runningStatus_ == 0) return fail(MidiFault::noStatus);
+    event_.status = event_.runsOn ? runningStatus_ : byte;
+    if (event_.runsOn) return true;
     ++position_;
-    if (event.isChannel()) runningStatus_ = byte;
+    if (event_.isChannel()) runningStatus_ = byte;
     return true;
   }
-  bool readData(MidiEvent& event) {
-    if (event.isChannel()) {
-      const bool single = event.kind() == MidiStatus::program || event.kind() == MidiStatus::channelPressure;
-      return take(event, single ? 1 : 2);
+  bool readData() {
+    if (event_.isChannel()) {
+      const bool single = event_.kind() == MidiStatus::program || event_.kind() == MidiStatus::channelPressure;
+      return take(single ? 1 : 2);
     }
-    if (event.status == MidiStatus::meta) {
+    if (event_.status == MidiStatus::meta) {
       if (!has(1)) return false;
-      event.metaType = peek();
+      event_.metaType = peek();
       ++position_;
-    } else if (event.status != MidiStatus::systemExclusive && event.status != MidiStatus::escape) {
-      constexpr uint8_t quarterFrame = 0xF1, songPosition = 0xF2, songSelect = 0xF3;
-      return take(event, event.status == songPosition                                 ? 2
-                         : event.status == quarterFrame || event.status == songSelect ? 1
-                                                                                      : 0);
+    } else if (event_.status != MidiStatus::systemExclusive && event_.status != MidiStatus::escape) {
+      return take(systemCommonBytes(event_.status));
     }
     uint32_t length = 0;
-    return readQuantity(length) && take(event, length);
+    return readQuantity(length) && take(length);
   }
-  bool take(MidiEvent& event, std::size_t count) {
+  /// Quarter frame and song select have one data byte, song position two.
+  static std::size_t systemCommonBytes(uint8_t status) {
+    return status == 0xF2 ? 2 : status == 0xF1 || status == 0xF3 ? 1 : 0;
+  }
+  bool take(std::size_t count) {
     if (!has(count)) return false;
-    event.data = bytes_.subspan(position_, count);
+    event_.data = bytes_.subspan(position_, count);
     position_ += count;
     return true;
   }
 
   std::span<const std::byte> bytes_;
   std::size_t position_ = 0;
-  uint64_t tick_ = 0;
+  MidiEvent event_;
   uint8_t runningStatus_ = 0;
   bool ended_ = false;
   MidiFault fault_ = MidiFault::none;

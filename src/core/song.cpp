@@ -14,11 +14,16 @@ Track& Song::add(std::unique_ptr<Track> track) {
   return ItemOwner::adopt(*this, tracks_, std::move(track));
 }
 
-void Song::replaceTracks(std::vector<std::unique_ptr<Track>> tracks) {
-  std::vector<std::unique_ptr<Track>> adopted;
-  adopted.reserve(tracks.size());
-  ItemOwner::moveAll(*this, adopted, tracks);
-  tracks_.swap(adopted);
+void Song::takeContent(Song& other) {
+  auto& fresh = other.tracks_;
+  tracks_.reserve(fresh.size());
+  format = other.format;
+  division = other.division;
+  if (tracks_.size() > fresh.size()) tracks_.resize(fresh.size());
+  const std::size_t kept = tracks_.size();
+  for (std::size_t i = 0; i < kept; ++i) tracks_[i]->swapContent(*fresh[i]);
+  fresh.erase(fresh.begin(), fresh.begin() + static_cast<std::ptrdiff_t>(kept));
+  ItemOwner::moveAll(*this, tracks_, fresh);
 }
 
 void Track::swapContent(Track& other) noexcept {

@@ -37,10 +37,11 @@ class Song final : public Item {
 
   std::span<const std::unique_ptr<Track>> tracks() const { return tracks_; }
   Track& add(std::unique_ptr<Track> track);
-  /// Puts these tracks in the place of those that it has.
-  void replaceTracks(std::vector<std::unique_ptr<Track>> tracks);
   /// Exchanges everything but identifier and owner.
   void swapContent(Song& other) noexcept;
+  /// Takes format, division and tracks of another song, which is left without tracks. The first tracks keep their
+  /// identifiers, as many as both have.
+  void takeContent(Song& other);
 
  private:
   friend class Collection;

@@ -39,6 +39,17 @@ TEST(CommandLine, ReportTakesAFileOnlyWithAnEqualsSign) {
   EXPECT_EQ(file.reportFile.shown, u"r.json");
 }
 
+TEST(CommandLine, ProcessTakesTheOptionsOfItsOperation) {
+  const CommandLine line = parsed({u"process", u"transpose", u"a.mid", u"-o", u"b.mid", u"--semitones", u"-3"});
+  EXPECT_EQ(line.command, Command::process);
+  ASSERT_TRUE(line.operation);
+  EXPECT_EQ(line.operation->name, u"transpose");
+  ASSERT_EQ(line.operationOptions.size(), 1u);
+  EXPECT_EQ(line.operationOptions[0].first, u"semitones");
+  EXPECT_EQ(line.operationOptions[0].second, u"-3");
+  EXPECT_EQ(parsed({u"process", u"--list", u"--json"}).command, Command::processList);
+}
+
 TEST(CommandLine, WrongUsageExitsWithTwoAndHelpWithZero) {
   const std::vector<Text> wrong[] = {{},
                                      {u"nonsense"},
@@ -48,6 +59,9 @@ TEST(CommandLine, WrongUsageExitsWithTwoAndHelpWithZero) {
                                      {u"convert", u"a", u"-o", u"b", u"--channels", u"3"},
                                      {u"convert", u"a", u"-o", u"b", u"--rate", u"0"},
                                      {u"convert", u"a", u"-o", u"b", u"--raw-order", u"middle"},
+                                     {u"process"},
+                                     {u"process", u"transpose", u"a", u"-o", u"b", u"--semitones", u"128"},
+                                     {u"process", u"transpose", u"a", u"-o", u"b", u"--kinds", u"notes"},
                                      {u"settings"}};
   for (const auto& arguments : wrong) {
     const Parsed result = parseCommandLine(arguments);

@@ -64,7 +64,8 @@ TEST(MidiEvents, WalkByTheRulesOfTheStandard) {
 
 TEST(MidiEvents, ValuesHaveSevenBits) {
   const auto track = trackBytes({0, 0x93, 0xFF, 0xC0});
-  const auto event = MidiEvents(track).next();
+  MidiEvents events(track);
+  const MidiEvent* event = events.next();
   ASSERT_TRUE(event);
   EXPECT_EQ(event->key(), 0x7F);
   EXPECT_EQ(event->value(), 0x40);
