@@ -28,7 +28,9 @@ Guid guidOf(FourCC id) {
 FourCC idOf(const Guid& guid) {
   FourCC id;
   for (std::size_t i = 0; i < nameBytes; ++i) id.chars[i] = static_cast<char>(guid[i]);
-  return guidOf(id) == guid ? id : w64Unknown;
+  // A name that is not made of characters would end the chunks of a WAV file.
+  const bool isNamed = isPrintable(id) || id == w64Markers || id == w64Summary;
+  return isNamed && guidOf(id) == guid ? id : w64Unknown;
 }
 
 std::optional<Chunk> W64Walker::next() {

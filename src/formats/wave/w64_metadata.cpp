@@ -78,7 +78,7 @@ void readW64Summary(std::span<const std::byte> body, Tags& tags, std::vector<Kep
     const Text text = readUtf16(reader, reader.little<uint32_t>());
     if (const auto tag = infoTagOf(id)) {
       tags[*tag] = text;
-    } else if (kept && id != infoSoftware) {
+    } else if (kept && id != infoSoftware && isPrintable(id)) {
       const std::string utf8 = toUtf8(text);
       const auto bytes = std::as_bytes(std::span(utf8.c_str(), utf8.size() + 1));
       kept->push_back({id, {bytes.begin(), bytes.end()}});

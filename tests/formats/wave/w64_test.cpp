@@ -99,6 +99,24 @@ TEST(W64, takesWhatIsThereOfSamplesThatAreCutOff) {
   EXPECT_EQ(opened->wave()->frames(), 4);
 }
 
+// Names that a WAV file cannot hold would hide all that follows from its readers.
+TEST(W64, leavesOutNamesThatAreNotCharacters) {
+  const Bytes summary = u32({2, 0xFF414243}) + u32({2}) + i16({'x'}) + chars("ICRD") + u32({2}) + i16({'9'});
+  const auto opened = open(file(chunk("fmt ", Fmt{}.body()) +
+                                chunk("\xEE"
+                                      "act",
+                                      Bytes(8)) +
+                                chunk(w64Summary, summary) + chunk("data", fourFrames)),
+                           readW64);
+  ASSERT_TRUE(opened->wave()) << toUtf8(opened->error);
+  EXPECT_TRUE(opened->report.lostSomething());
+  const auto wav = save(*opened->wave()).bytes;
+  EXPECT_EQ(chunkOf(wav, "data"), fourFrames);
+  ASSERT_TRUE(open(wav)->wave());
+  const auto list = chunkOf(wav, "LIST");
+  EXPECT_EQ(Bytes(list.begin() + 4, list.begin() + 8), chars("ICRD"));
+}
+
 TEST(W64, carriesEverythingOfAWavFileBothWays) {
   const auto smpl = u32({7, 8, 125000, 59, 0x40000000, 0, 0, 1, 0, 3, 0, 1, 2, 0x80000000, 5});
   const auto info = chars("INFOIART") + u32({4}) + chars("Bo") + u8({0, 0}) + chars("ICRD") + u32({4}) + chars("1999");
