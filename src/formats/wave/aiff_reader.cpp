@@ -46,13 +46,13 @@ bool leaveOut(const AiffFile& file, const Chunk& chunk, TextView why) {
 bool onCommon(AiffFile& file, const Chunk& chunk) {
   if (file.format) return leaveOut(file, chunk, u"the file has another one");
   const auto form = file.header.type == aifc ? AiffForm::compressed : AiffForm::plain;
-  file.format = readCommon(loadChunk(file.bytes(), chunk), form);
+  file.format = readCommon(file.load(chunk), form);
   return file.format.has_value();
 }
 
 bool onMaudHeader(AiffFile& file, const Chunk& chunk) {
   if (file.format) return leaveOut(file, chunk, u"the file has another one");
-  file.format = readMaudHeader(loadChunk(file.bytes(), chunk));
+  file.format = readMaudHeader(file.load(chunk));
   return file.format.has_value();
 }
 
@@ -73,7 +73,7 @@ bool onData(AiffFile& file, const Chunk& found) {
 
 bool onMarkers(AiffFile& file, const Chunk& chunk) {
   if (file.markers) return leaveOut(file, chunk, u"the file has another one");
-  const auto body = loadChunk(file.bytes(), chunk);
+  const auto body = file.load(chunk);
   file.markers = readAiffMarkers(body);
   if (const std::size_t stated = ByteReader(body).big<uint16_t>(); stated > file.markers->size())
     file.approximated(u"markers", countText(stated), countText(file.markers->size()) + u", which are there");
@@ -83,14 +83,14 @@ bool onMarkers(AiffFile& file, const Chunk& chunk) {
 
 bool onInstrument(AiffFile& file, const Chunk& chunk) {
   if (file.instrument) return leaveOut(file, chunk, u"the file has another one");
-  file.instrument = readAiffInstrument(loadChunk(file.bytes(), chunk));
+  file.instrument = readAiffInstrument(file.load(chunk));
   if (!file.instrument) return leaveOut(file, chunk, u"too short");
   file.keepKnown(chunk);
   return true;
 }
 
 bool onText(AiffFile& file, const Chunk& chunk) {
-  const auto body = loadChunk(file.bytes(), chunk);
+  const auto body = file.load(chunk);
   const Text text = fromFileText({reinterpret_cast<const char*>(body.data()), body.size()});
   if (!addAiffText(file.waveform->tags, *aiffTagOf(chunk.id), text))
     file.dropped(textOf(chunk.id) + u" chunk: " + text, u"the file has another one");

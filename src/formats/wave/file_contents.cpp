@@ -8,6 +8,7 @@ namespace {
 
 // Programs that write to a pipe leave something like this where they cannot know the size.
 constexpr uint64_t leastPipeSize = 0x7F000000;
+constexpr std::size_t chunkLimit = 16u << 20;
 
 }  // namespace
 
@@ -20,6 +21,11 @@ FileContents::FileContents(const SourceFile& source, const ChunkContainers& cont
 void FileContents::keep(FourCC container, const Chunk& chunk) {
   if (keepChunk(*waveform, container, chunk, file.bytes, !data)) return;
   dropped(textOf(chunk.id) + u" chunk", u"too many chunks");
+}
+
+std::vector<std::byte> FileContents::load(const Chunk& chunk) const {
+  if (chunk.bytes > chunkLimit) dropped(textOf(chunk.id) + u" chunk", u"longer than 16 MiB");
+  return loadChunk(bytes(), chunk, chunkLimit);
 }
 
 void FileContents::keepForeign(const Chunk& chunk) {

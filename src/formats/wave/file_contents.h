@@ -29,6 +29,9 @@ class FileContents {
     file.report.approximated(waveform->name, what, from, to);
   }
 
+  /// The body of a chunk that holds no samples. Empty, and reported, when it is longer than any that means something.
+  std::vector<std::byte> load(const Chunk& chunk) const;
+
   /// Lets the waveform carry the chunk (see kept_chunks.h): one that the program understands, or, fillers apart, one
   /// that it does not.
   void keepKnown(const Chunk& chunk) { keep(containers_.known, chunk); }

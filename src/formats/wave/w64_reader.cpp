@@ -27,7 +27,7 @@ bool onFormat(W64File& w64, const Chunk& chunk) {
 }
 
 bool onFact(W64File& w64, const Chunk& chunk) {
-  const auto body = loadChunk(w64.bytes(), chunk);
+  const auto body = w64.load(chunk);
   ByteReader reader(body);
   w64.statedFrames = body.size() >= 8 ? reader.little<uint64_t>() : reader.little<uint32_t>();
   return true;
@@ -39,13 +39,13 @@ bool onData(W64File& w64, const Chunk& chunk) {
 }
 
 bool onMarkers(W64File& w64, const Chunk& chunk) {
-  const auto points = readW64Markers(loadChunk(w64.bytes(), chunk));
+  const auto points = readW64Markers(w64.load(chunk));
   w64.points.insert(w64.points.end(), points.begin(), points.end());
   return true;
 }
 
 bool onSummary(W64File& w64, const Chunk& chunk) {
-  readW64Summary(loadChunk(w64.bytes(), chunk), w64.waveform->tags);
+  readW64Summary(w64.load(chunk), w64.waveform->tags);
   w64.keepKnown(chunk);
   return true;
 }

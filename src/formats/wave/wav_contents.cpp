@@ -11,12 +11,12 @@ bool WavContents::readFormat(const Chunk& chunk) {
     dropped(u"fmt chunk", u"the file has another one");
     return true;
   }
-  format = readWaveFormat(loadChunk(bytes(), chunk));
+  format = readWaveFormat(load(chunk));
   return format.has_value();
 }
 
 bool WavContents::readSamplerChunk(const Chunk& chunk) {
-  const auto sampler = readSampler(loadChunk(bytes(), chunk));
+  const auto sampler = readSampler(load(chunk));
   if (!sampler || hasSampler) {
     dropped(u"smpl chunk", hasSampler ? u"the file has another one" : u"too short");
     return true;
@@ -30,7 +30,7 @@ bool WavContents::readSamplerChunk(const Chunk& chunk) {
 }
 
 bool WavContents::readInstrument(const Chunk& chunk) {
-  if (const auto instrument = readInstrumentChunk(loadChunk(bytes(), chunk))) apply(*instrument, *waveform);
+  if (const auto instrument = readInstrumentChunk(load(chunk))) apply(*instrument, *waveform);
   keepKnown(chunk);
   return true;
 }

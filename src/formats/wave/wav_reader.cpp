@@ -44,13 +44,13 @@ void setDeclaredSize(WavFile& wav, uint64_t size) {
 }
 
 bool onFact(WavFile& wav, const Chunk& chunk) {
-  wav.statedFrames = ByteReader(loadChunk(wav.bytes(), chunk)).little<uint32_t>();
+  wav.statedFrames = ByteReader(wav.load(chunk)).little<uint32_t>();
   if (wav.statedFrames == sizeIsElsewhere && wav.sizes) wav.statedFrames = wav.sizes->samples;
   return true;
 }
 
 bool onSizes64(WavFile& wav, const Chunk& chunk) {
-  const auto body = loadChunk(wav.bytes(), chunk);
+  const auto body = wav.load(chunk);
   ByteReader reader(body);
   const auto sizes = reader.record<Sizes64>();
   if (!reader.ok()) return true;
@@ -76,12 +76,12 @@ bool onData(WavFile& wav, const Chunk& found) {
 }
 
 bool onDlsSample(WavFile& wav, const Chunk& chunk) {
-  if (!readDlsSample(loadChunk(wav.bytes(), chunk), *wav.waveform)) wav.dropped(u"wsmp chunk", u"too short");
+  if (!readDlsSample(wav.load(chunk), *wav.waveform)) wav.dropped(u"wsmp chunk", u"too short");
   return true;
 }
 
 bool onCues(WavFile& wav, const Chunk& chunk) {
-  wav.cues.readCues(loadChunk(wav.bytes(), chunk));
+  wav.cues.readCues(wav.load(chunk));
   wav.keepKnown(chunk);
   return true;
 }

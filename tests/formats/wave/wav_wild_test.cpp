@@ -97,6 +97,12 @@ TEST(WavInTheWild, reportsSamplesThatAStatedCountLeavesOut) {
   EXPECT_FALSE(lossOf(400));
 }
 
+TEST(WavInTheWild, reportsAChunkThatIsTooLongToBeLoaded) {
+  const auto opened = open(WavBuilder().fmt({}).chunk("cue ", Bytes((16u << 20) + 2)).data(fourFrames));
+  ASSERT_TRUE(opened);
+  EXPECT_TRUE(opened->report.lostSomething());
+}
+
 // Whether the block or the bits are right shows in the bytes per second.
 TEST(WavInTheWild, settlesWhatABlockHolds) {
   const auto framesOf = [](uint16_t bits, uint16_t blockAlign, uint32_t bytesPerSecond) {
