@@ -33,9 +33,11 @@ TickRange rangeOfNotes(const Song& song) {
 }
 
 uint64_t tickOf(double time, TimeUnit unit, const Song& song, const TempoMap& map) {
-  if (unit == TimeUnit::seconds) return static_cast<uint64_t>(std::floor(map.tickAt(time) + 0.5));
-  const double ticks = unit == TimeUnit::ticks ? time : time * TickRate(song.division).ticksPerQuarter;
-  return static_cast<uint64_t>(std::floor(ticks + 0.5));
+  constexpr double farAway = 1e15;  // ticks: behind every song, and exact
+  const double ticks = unit == TimeUnit::seconds ? map.tickAt(time)
+                       : unit == TimeUnit::ticks ? time
+                                                 : time * TickRate(song.division).ticksPerQuarter;
+  return static_cast<uint64_t>(std::floor(std::min(ticks, farAway) + 0.5));
 }
 
 /// What an event sets, where a later event of the same kind takes its place altogether; nothing for others. Banks,
@@ -155,9 +157,9 @@ const std::byte* tempoInEffect(const Song& song, std::size_t track, uint64_t tic
   return found;
 }
 
-TickRange tickRange(const Song& song, const TrimRange& asked, std::size_t track) {
+TickRange tickRange(const Song& song, const TrimRange& asked, TickRange notes, std::size_t track) {
   const TempoMap map(song, track);
-  TickRange range = rangeOfNotes(song);
+  TickRange range = notes;
   if (asked.start >= 0) range.start = tickOf(asked.start, asked.unit, song, map);
   if (asked.end >= 0) range.end = tickOf(asked.end, asked.unit, song, map);
   return range;
@@ -168,18 +170,17 @@ TickRange tickRange(const Song& song, const TrimRange& asked, std::size_t track)
 std::unique_ptr<Song> trimmed(const Song& song, const TrimRange& asked, const OperationContext& context) {
   if (asked.unit == TimeUnit::quarters && TickRate(song.division).isSmpte)
     return fail(u"The song counts frames, not quarter notes");
-  const bool ownTimes = song.format == 2;
-  for (std::size_t i = 0; i < (ownTimes ? song.tracks().size() : 1); ++i) {
-    const TickRange range = tickRange(song, asked, i);
-    if (range.start >= range.end) return fail(u"Nothing would be left of the song");
+  const TickRange notes = rangeOfNotes(song);
+  const std::size_t timelines = song.format == 2 ? song.tracks().size() : 1;
+  std::vector<TickRange> ranges;
+  for (std::size_t i = 0; i < timelines; ++i) {
+    ranges.push_back(tickRange(song, asked, notes, i));
+    if (ranges[i].start >= ranges[i].end) return fail(u"Nothing would be left of the song");
   }
-  TickRange range;
   const std::byte* tempo = nullptr;
   return rewriteTracks(song, context, [&](const Track& track, std::size_t index) {
-    if (ownTimes || index == 0) {
-      range = tickRange(song, asked, index);
-      tempo = tempoInEffect(song, index, range.start);
-    }
+    const TickRange range = ranges[std::min(index, timelines - 1)];
+    if (index < timelines) tempo = tempoInEffect(song, index, range.start);
     return TrackTrimmer(track, range, tempo).trim();
   });
 }

