@@ -203,6 +203,23 @@ TEST(Operations, TakeTheirOptionsFromText) {
   EXPECT_EQ(findOperation(u"nothing"), nullptr);
 }
 
+TEST(Operations, ReportBytesThatAreNoEvents) {
+  Host host;
+  const auto end = trackBytes({0, 0xFF, 0x2F, 0}), note = trackBytes({0, 0x90, 60, 9});
+  const struct {
+    test::TrackBytes track;
+    std::size_t entries;
+  } cases[] = {
+      {note + end, 0}, {note, 0}, {note + end + note, 1}, {note + trackBytes({0, 0x90, 60}), 1}, {end + end, 1}};
+  for (const auto& each : cases) {
+    const auto song = songOf(1, 96, {each.track});
+    ConversionReport report;
+    const Operation& operation = *findOperation(u"transpose");
+    EXPECT_TRUE(RunOperation(operation, *song, OptionValues(operation.options), {host, report}));
+    EXPECT_EQ(report.entries().size(), each.entries);
+  }
+}
+
 /// A user who stops at once.
 class StoppingHost final : public Host {
   bool progress(double) override { return false; }

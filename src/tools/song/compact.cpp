@@ -22,12 +22,12 @@ bool onlySets(uint8_t controller) {
 }
 
 /// What the song has set so far. It knows nothing of a value after something that may change it in other ways.
-class Settings16 {
+class ChannelState {
  public:
   /// Whether the event sets what is set already.
   bool repeats(const MidiEvent& event) {
     if (!event.isChannel()) {
-      if (event.status != MidiStatus::meta || event.isMeta(MetaType::port)) channels_ = {};
+      if (event.status != MidiStatus::meta) channels_ = {};
       return false;
     }
     Channel& channel = channels_[event.channel()];
@@ -82,10 +82,10 @@ std::unique_ptr<Song> compacted(const Song& song, const Compaction& what, const 
   const auto tracks = song.tracks();
   std::vector<MidiTrackWriter> writers(tracks.size(), MidiTrackWriter(RunningStatus::always));
   const bool repetitions = what.repetitions && knowsWhatIsSet(song);
-  Settings16 set;
+  ChannelState state;
   MergedEvents events(song);
   for (auto place = events.next(); place.event; place = events.next()) {
-    if (!(repetitions && set.repeats(*place.event))) addCompact(writers[place.track], *place.event, what);
+    if (!(repetitions && state.repeats(*place.event))) addCompact(writers[place.track], *place.event, what);
   }
   if (!context.host.progress(0.5)) return fail(u"Cancelled");
 
