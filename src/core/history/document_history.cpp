@@ -149,4 +149,12 @@ bool DocumentHistory::RestoreState(int offset, StateRing::AfterLoading afterLoad
   return true;
 }
 
+bool DocumentHistory::LoadState(TextView path) {
+  if (!readStateFile(document_, path, openStored_)) return false;
+  startSaving(ItemKind::collection);
+  host_.showStatus(u"Loaded state");
+  changed();
+  return true;
+}
+
 }  // namespace tervo

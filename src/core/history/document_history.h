@@ -48,6 +48,8 @@ class DocumentHistory {
   /// Loads the state `offset` entries away (older ones are positive). Undo steps stay only when nothing was edited
   /// since that state was made.
   bool RestoreState(int offset, StateRing::AfterLoading afterLoading = StateRing::AfterLoading::keepFile);
+  /// Loads a state that is not of this ring: the last session, one that was recovered. No undo step leads back.
+  bool LoadState(TextView path);
 
   /// Grows with every change of the document that is made here.
   uint64_t revision() const { return revision_; }

@@ -88,6 +88,20 @@ bool isRecoveryState(TextView fileName) {
   return fileName.starts_with(prefix) && fileName.ends_with(stateExtension);
 }
 
+bool offerLostStates(DocumentHistory& history, Host& host, TextView folder) {
+  static constexpr TextView buttons[] = {u"Restore", u"Later", u"Discard"};
+  static constexpr std::size_t restore = 0, later = 1, discard = 2;
+  for (const Text& path : lostStates(folder)) {
+    const std::size_t answer =
+        host.ask({u"The program ended without saving what was loaded. Do you want to restore it?", buttons, later});
+    if (answer == discard) discardLostState(path);
+    if (answer != restore) continue;
+    if (history.LoadState(path)) return discardLostState(path), true;
+    host.showStatus(LastErrorText());
+  }
+  return false;
+}
+
 void discardLostState(TextView path) {
   platform::removeFile(path);
 }

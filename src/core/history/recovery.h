@@ -44,6 +44,9 @@ class RecoveryKeeper {
 std::vector<Text> lostStates(TextView folder);
 /// Whether a file of this name is a recovery state.
 bool isRecoveryState(TextView fileName);
+/// At the start of the program: asks about each lost state until one is taken, which then is the document, with unsaved
+/// changes. One that cannot be loaded, or is not wanted now, is asked about next time. True when one was taken.
+bool offerLostStates(DocumentHistory& history, Host& host, TextView folder);
 /// Removes a recovery state that the user has taken or does not want.
 void discardLostState(TextView path);
 

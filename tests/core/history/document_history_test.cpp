@@ -234,6 +234,28 @@ TEST(DocumentHistory, RollingBackKeepsTheUndoStepsAndRestoringAnOlderStateDoesNo
   EXPECT_FALSE(edited.history.Undo());
 }
 
+TEST(DocumentHistory, EntriesOnDiskRestoreTheWholeDocument) {
+  Edited edited;
+  const auto record = [&](TextView name) {
+    edited.document.name = name;
+    EditEntry entry;
+    entry.storage = StorageCode::stateFile;
+    entry.statePath = edited.folder.text(Text(name) + u".tvs");
+    ASSERT_TRUE(writeStateFile(entry.statePath, imageOf(edited.document), nullptr));
+    edited.history.RecordSnapshot(std::move(entry));
+  };
+  const ItemId wave = edited.wave().id();
+  record(u"one");
+  record(u"two");
+  EXPECT_TRUE(edited.history.Undo());
+  EXPECT_EQ(edited.document.name, u"one");
+  EXPECT_NE(findItem<Waveform>(wave), nullptr);
+  EXPECT_TRUE(edited.history.Redo());
+  EXPECT_EQ(edited.document.name, u"two");
+  edited.history.ClearSnapshots();
+  EXPECT_EQ(edited.folder.count(), 0);
+}
+
 TEST(DocumentHistory, AnEditSharesTheSamplesThatItLeavesAlone) {
   Edited edited;
   std::weak_ptr<const SampleData> first = edited.wave().samples;

@@ -61,18 +61,41 @@ TEST(Recovery, WritesUnsavedChangesAtIntervalsAndTakesTheFileAlongAtTheEnd) {
   EXPECT_TRUE(std::filesystem::is_empty(test.folder / u"states"));
 }
 
+/// Gives one answer after the other.
+struct AnsweringHost final : Host {
+  std::vector<std::size_t> answers;
+  std::size_t asked = 0;
+  std::size_t ask(const Question& question) override {
+    return asked < answers.size() ? answers[asked++] : question.safeButton;
+  }
+};
+
 TEST(Recovery, OffersWhatADeadProgramLeft) {
+  constexpr std::size_t restore = 0, later = 1, discard = 2;
   Recovered test;
   RecoveryKeeper keeper(test.states, nullptr);
   test.rename(u"lost");
   test.tend(keeper, seconds(1));
-  const Text left = test.folder.text(u"states/Recovery left.tvs");
-  std::filesystem::copy_file(std::filesystem::path(keeper.path()), std::filesystem::path(left));
+  const auto leave = [&](TextView name) {
+    const Text left = test.folder.text(u"states/Recovery " + Text(name) + u".tvs");
+    std::filesystem::copy_file(std::filesystem::path(keeper.path()), std::filesystem::path(left));
+    return left;
+  };
+  const Text first = leave(u"1"), second = leave(u"2"), third = leave(u"3");
+  test.folder.put(u"states/Recovery 0.tvs", "damaged");
   test.folder.put(u"states/Saved state 10_00_00.tvs", "no recovery");
-  ASSERT_EQ(lostStates(test.states), std::vector<Text>{left});
-  EXPECT_EQ(test.nameIn(left), u"lost");
-  discardLostState(left);
-  EXPECT_TRUE(lostStates(test.states).empty());
+  const Text damaged = test.folder.text(u"states/Recovery 0.tvs");
+  ASSERT_EQ(lostStates(test.states), (std::vector<Text>{damaged, first, second, third}));
+
+  Collection document;
+  AnsweringHost host;
+  host.answers = {restore, later, discard, restore};
+  DocumentHistory history(document, host, test.states, nullptr);
+  EXPECT_TRUE(offerLostStates(history, host, test.states));
+  EXPECT_EQ(document.name, u"lost");
+  EXPECT_TRUE(history.hasUnsavedChanges());
+  EXPECT_FALSE(history.Undo());
+  EXPECT_EQ(lostStates(test.states), (std::vector<Text>{damaged, first}));
 }
 
 }  // namespace
