@@ -21,12 +21,13 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
 constexpr std::size_t blockBytes = 256 * 1024;
-constexpr std::size_t headerBytes = 44;
+constexpr std::size_t headerBytes = 44, aiffHeaderBytes = 54;
 
 double seconds(const timeval& time) {
   return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
@@ -100,12 +101,13 @@ void makeSource(const std::string& path, uint64_t bytes) {
 
 /// Reads the samples block by block, lets `convert` make the output block, writes it.
 void bareLoop(const std::string& from, const std::string& to,
-              const std::function<std::size_t(const int16_t*, std::size_t, uint8_t*)>& convert) {
+              const std::function<std::size_t(const int16_t*, std::size_t, uint8_t*)>& convert,
+              std::size_t skip = headerBytes) {
   const int in = open(from.c_str(), O_RDONLY);
   const int out = open(to.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
   std::vector<int16_t> input(blockBytes / 2);
   std::vector<uint8_t> output(blockBytes * 4);
-  lseek(in, headerBytes, SEEK_SET);
+  lseek(in, static_cast<off_t>(skip), SEEK_SET);
   for (;;) {
     const ssize_t count = read(in, input.data(), blockBytes);
     if (count <= 0) break;
@@ -135,6 +137,38 @@ std::size_t toMono(const int16_t* in, std::size_t count, uint8_t* out) {
   auto* values = reinterpret_cast<int16_t*>(out);
   for (std::size_t i = 0; i < count / 2; ++i) values[i] = static_cast<int16_t>((in[2 * i] + in[2 * i + 1] + 1) >> 1);
   return count;
+}
+
+std::size_t swapBytes(const int16_t* in, std::size_t count, uint8_t* out) {
+  auto* values = reinterpret_cast<uint16_t*>(out);
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto word = static_cast<uint16_t>(in[i]);
+    values[i] = static_cast<uint16_t>(word << 8 | word >> 8);
+  }
+  return 2 * count;
+}
+
+/// The samples of the WAV source as AIFF.
+void makeAiff(const std::string& wav, const std::string& path, uint64_t bytes) {
+  std::array<uint8_t, aiffHeaderBytes> header{'F', 'O', 'R', 'M', 0,   0,  0,    0,    'A',  'I', 'F',
+                                              'F', 'C', 'O', 'M', 'M', 0,  0,    0,    18,   0,   2,
+                                              0,   0,   0,   0,   0,   16, 0x40, 0x0E, 0xAC, 0x44};
+  const auto put = [&](std::size_t at, uint64_t value) {
+    for (std::size_t i = 0; i < 4; ++i) header[at + i] = static_cast<uint8_t>(value >> (24 - 8 * i));
+  };
+  put(4, bytes + aiffHeaderBytes - 8);
+  put(22, bytes / 4);
+  std::memcpy(header.data() + 38, "SSND", 4);
+  put(42, bytes + 8);
+  bool isFirst = true;
+  bareLoop(wav, path, [&](const int16_t* in, std::size_t count, uint8_t* out) {
+    const std::size_t before = std::exchange(isFirst, false) ? header.size() : 0;
+    std::memcpy(out, header.data(), before);
+    std::vector<uint8_t> swapped(2 * count);
+    swapBytes(in, count, swapped.data());
+    std::memcpy(out + before, swapped.data(), swapped.size());
+    return before + swapped.size();
+  });
 }
 
 /// Read, the resampler's own conversion of 16-bit samples to 16-bit samples, write.
@@ -239,6 +273,21 @@ int main(int argc, char** argv) {
             }},
            {"tervo convert", [&] { return costOf(with(convert, {wide.c_str()})); }}},
           rounds, {bareOut, wide});
+
+  const std::string aiff = folder + "/in.aiff";
+  makeAiff(source, aiff, mebibytes << 20);
+  std::printf("AIFF to WAV, bytes swapped\n");
+  std::vector<std::pair<const char*, std::function<Cost()>>> rivals = {
+      {"bare loop", [&] { return costOf([&] { bareLoop(aiff, bareOut, swapBytes, aiffHeaderBytes); }); }},
+      {"tervo convert", [&] {
+         return costOf({tervo, "convert", aiff, "--overwrite", "--no-progress", "-o", out});
+       }}};
+  if (exists("sox")) rivals.emplace_back("sox", [&] { return costOf({"sox", aiff, out}); });
+  if (exists("sndfile-convert")) {
+    rivals.emplace_back("sndfile-convert", [&] { return costOf({"sndfile-convert", aiff, out}); });
+  }
+  compare(rivals, rounds, {bareOut, out});
+  unlink(aiff.c_str());
 
   constexpr int starts = 50;
   double total = 0;

@@ -29,7 +29,7 @@ inline int fuzzRoundTrip(const uint8_t* data, size_t size, ReadFn read) {
   }
   if (count != wave.frames()) std::abort();
 
-  for (const FormatIndex row : {490, 491}) {  // Wave64, WAV
+  for (const FormatIndex row : {15, 490, 491}) {  // AIFF, Wave64, WAV
     const FormatDescriptor& format = FormatTable()[static_cast<std::size_t>(row)];
     MemorySink sink;
     TargetFile target{sink, u"b.wav", host, report, settings, format, {}};

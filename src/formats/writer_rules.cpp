@@ -2,6 +2,7 @@
 
 #include "core/collection.h"
 #include "core/instrument.h"
+#include "formats/number_text.h"
 
 namespace tervo {
 namespace {
@@ -146,6 +147,9 @@ SampleFormat chooseSampleFormat(const TargetFile& file, const Waveform& waveform
   const SampleFormat chosen = chooseSampleFormat(file.row, waveform, file.options);
   if (chosen == SampleFormat::none) return chosen;
   const SampleFormat stored = storedFormatOf(waveform);
+  // No sample format stands for wider integers than 32 bits.
+  if (waveform.storedBits > 32 && stored == SampleFormat::pcm32 && waveform.samples && waveform.samples->stored())
+    file.report.approximated(waveform.name, u"bits per sample", numberText(waveform.storedBits), u"32 at most");
   const SampleFormat requested = requestedFormat(waveform, file.options).value_or(chosen);
   if (requested != chosen)
     file.report.approximated(waveform.name, u"sample format", nameOf(requested), nameOf(chosen));

@@ -14,6 +14,9 @@ constexpr TextView usualNames[] = {
 
 constexpr std::size_t leastMarkerBytes = 8;
 
+// What the model takes.
+constexpr float mostCents = 100, mostDecibels = 96;
+
 bool isUsual(TextView name) {
   return std::find(std::begin(usualNames), std::end(usualNames), name) != std::end(usualNames);
 }
@@ -106,8 +109,8 @@ AiffPlayback understandAiff(std::span<const AiffMarker> markers, const std::opti
   };
   if (instrument) {
     if (instrument->baseNote < 128) playback.rootKey = instrument->baseNote;
-    playback.fineTune = std::clamp<float>(instrument->detune, -100, 100);
-    playback.gain = instrument->gain;
+    playback.fineTune = std::clamp<float>(instrument->detune, -mostCents, mostCents);
+    playback.gain = std::clamp<float>(instrument->gain, -mostDecibels, mostDecibels);
     const bool sustains = addLoop(instrument->sustain, sustainLoopName);
     if (!sustains || !isSamePair(instrument->sustain, instrument->release))
       addLoop(instrument->release, releaseLoopName);

@@ -188,7 +188,7 @@ bool readAiff(Collection& collection, const SourceFile& source, uint32_t) {
     return fail(u"Not an AIFF, AIFC, MAUD type IFF-FORM");
 
   AiffFile file(source, header);
-  file.walker.setDeclaredEnd(uint64_t{header.size} + 8);
+  if (header.size != 0 && header.size != sizeIsUnknown) file.walker.setDeclaredEnd(uint64_t{header.size} + 8);
   while (const auto chunk = file.walker.next()) {
     if (!readChunk(file, *chunk)) return false;
   }
@@ -197,6 +197,8 @@ bool readAiff(Collection& collection, const SourceFile& source, uint32_t) {
   if (!openSamples(file)) return false;
   const auto playback = understandAiff(file.markers.value_or(std::vector<AiffMarker>()), file.instrument);
   for (const Text& name : playback.lostNames) file.dropped(u"name of a marker: " + name, u"it is the end of a loop");
+  if (file.instrument && file.instrument->gain != playback.gain)
+    file.approximated(u"gain in dB", numberText(file.instrument->gain), numberText(playback.gain));
   apply(playback, *file.waveform);
   file.addTo(collection);
   return true;

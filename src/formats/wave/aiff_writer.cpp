@@ -1,11 +1,8 @@
 #include "formats/wave/aiff_writer.h"
 
-#include <cmath>
-
 #include "base/byte_writer.h"
 #include "base/last_error.h"
 #include "core/waveform.h"
-#include "formats/number_text.h"
 #include "formats/wave/aiff_metadata.h"
 #include "formats/wave/extended_float.h"
 #include "formats/wave/kept_chunks.h"
@@ -52,8 +49,6 @@ std::vector<const ForeignChunk*> fittingChunks(const Waveform& waveform, bool be
 AiffPlan makePlan(const Waveform& waveform, const TargetFile& file) {
   AiffPlan plan;
   plan.format = chooseSampleFormat(file, waveform);
-  if (waveform.storedBits > 32 && formatOf(waveform.storedFormat) == SampleFormat::pcm32)
-    file.report.approximated(waveform.name, u"bits per sample", numberText(waveform.storedBits), u"32 at most");
   plan.dataBytes = static_cast<uint64_t>(waveform.frames()) * static_cast<uint64_t>(waveform.channels()) *
                    static_cast<uint64_t>(wholeBytes(plan.format));
   plan.metadata = makeAiffMetadata(waveform, file.report);

@@ -37,8 +37,8 @@ class SampleEncoder {
 };
 
 /// Writes all frames in a format of the generic PCM import, with SplitChannels one channel after the other. What the
-/// source already holds in that format is copied byte for byte, and 32-bit integers and 64-bit floats of another byte
-/// order or sign keep all their bits too. False with LastErrorText ("Save aborted!" when `host` wants to stop).
+/// source already holds in that format is copied byte for byte; in another byte order or with the other kind of sign,
+/// integers and floats keep all their bits too. False with LastErrorText ("Save aborted!" when `host` wants to stop).
 bool writeSamples(ByteSink& sink, const SampleData& data, SampleFormatWord word, Host& host);
 
 }  // namespace tervo

@@ -1,10 +1,12 @@
-// writeSamples(): copies stored bytes where it can, reorders those that floats could not hold, converts the rest.
+// writeSamples(): copies stored bytes where it can, reorders those of another byte order or sign, converts the rest.
 
 #include <algorithm>
 #include <new>
 #include <vector>
 
 #include "base/last_error.h"
+#include "dsp/word_order.h"
+#include "formats/wave/sample_decoder.h"
 #include "formats/wave/sample_encoder.h"
 
 namespace tervo {
@@ -44,18 +46,15 @@ class SampleWriter {
   }
 
   /// Words of `width` bytes in the other byte order, or with their sign bit flipped, or both.
-  bool reorder(const StoredSamples& stored, std::size_t width, uint32_t changes, bool bigEndian) {
+  bool reorder(const StoredSamples& stored, std::size_t width, uint32_t changes, ByteOrder order) {
     std::vector<std::byte> block(blockSamples * width);
     return forEachRun(stored, [&](uint64_t offset, uint64_t bytes) {
       for (uint64_t done = 0; done < bytes;) {
         const auto part =
             std::span(block).first(static_cast<std::size_t>(std::min<uint64_t>(bytes - done, block.size())));
         if (!stored.source->readExactly(offset + done, part)) return false;
-        for (std::size_t at = 0; at < part.size(); at += width) {
-          const auto word = part.subspan(at, width);
-          if (changes & BigEndian) std::reverse(word.begin(), word.end());
-          if (changes & Unsigned) word[bigEndian ? 0 : width - 1] ^= std::byte{0x80};
-        }
+        if (changes & BigEndian) dsp::reverseWords(part, width);
+        if (changes & Unsigned) dsp::flipSigns(part, width, order);
         if (!sink_.write(part) || !advance(part.size(), stored.bytes)) return false;
         done += part.size();
       }
@@ -133,11 +132,6 @@ class SampleWriter {
   uint64_t done_ = 0;
 };
 
-/// Formats with more bits than a float holds.
-bool exceedsFloats(SampleFormatWord word) {
-  return formatOf(word) == SampleFormat::pcm32 || formatOf(word) == SampleFormat::float64;
-}
-
 }  // namespace
 
 bool writeSamples(ByteSink& sink, const SampleData& data, SampleFormatWord word, Host& host) try {
@@ -147,8 +141,8 @@ bool writeSamples(ByteSink& sink, const SampleData& data, SampleFormatWord word,
     const uint32_t changes = essential(stored->format, data.channels()) ^ target;
     if (changes == 0) return writer.copy(*stored);
     const auto width = static_cast<std::size_t>(bitsOf(formatOf(word)) / 8);
-    if ((changes & ~(BigEndian | Unsigned)) == 0 && exceedsFloats(target))
-      return writer.reorder(*stored, width, changes, (target & BigEndian) != 0);
+    if ((changes & ~(BigEndian | Unsigned)) == 0 && sampleWordOf(target))
+      return writer.reorder(*stored, width, changes, byteOrderOf(target));
   }
   if (!(target & SplitChannels)) return writer.convertFrames(target);
   return writer.convertChannel(target, 0) && writer.convertChannel(target, 1);

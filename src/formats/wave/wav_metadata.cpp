@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "formats/wave/aiff_markers.h"
 #include "formats/wave/id3_tags.h"
 #include "formats/wave/kept_chunks.h"
 #include "formats/wave/w64_chunks.h"
@@ -20,6 +21,17 @@ const ForeignChunk* sourceId3(const Waveform& waveform) {
     }
   }
   return nullptr;
+}
+
+// The same fields in the order of "inst".
+std::vector<std::byte> wavInstrumentOf(const AiffInstrument& aiff) {
+  MemorySink sink;
+  ByteWriter writer(sink);
+  writer.u8(aiff.baseNote);
+  writer.little(aiff.detune);
+  writer.little(static_cast<int8_t>(std::clamp<int>(aiff.gain, -64, 64)));
+  writer.record(aiff.ranges);
+  return sink.take();
 }
 
 bool saysTheSame(const Tags& id3, const Tags& tags) {
@@ -174,7 +186,10 @@ std::vector<std::byte> WavMetadata::sampler() const {
 
 std::vector<std::byte> WavMetadata::sourceInstrument() const {
   const auto chunks = knownChunks(waveform_, riffChunks, "inst");
-  return chunks.empty() ? std::vector<std::byte>() : bodyOf(*chunks.back());
+  if (!chunks.empty()) return bodyOf(*chunks.back());
+  const auto* aiff = knownChunk(waveform_, aiffChunks, "INST");
+  const auto instrument = aiff ? readAiffInstrument(bodyOf(*aiff)) : std::nullopt;
+  return instrument ? wavInstrumentOf(*instrument) : std::vector<std::byte>();
 }
 
 bool WavMetadata::instrumentSaysPitch() const {

@@ -10,7 +10,6 @@
 #include "formats/codec/encode_stream.h"
 #include "formats/codec/g726.h"
 #include "formats/codec/gsm0610.h"
-#include "formats/number_text.h"
 #include "formats/wave/sample_encoder.h"
 #include "formats/wave/wave_format.h"
 #include "formats/writer_rules.h"
@@ -177,9 +176,6 @@ std::optional<WavePlan> planWave(const Waveform& waveform, const TargetFile& fil
   if (canCopy(waveform, file.options, form)) return planCopy(waveform);
   WavePlan plan;
   plan.sampleFormat = chooseSampleFormat(file, waveform);
-  if (const int bits = sourceBits(waveform.samples->stored());
-      formatOf(waveform.storedFormat) == SampleFormat::pcm32 && bits > 32)
-    file.report.approximated(waveform.name, u"bits per sample", numberText(bits), u"32 at most");
   if (plan.sampleFormat == SampleFormat::compressed) return fail(u"The MPEG layer 3 encoder is not available yet");
   const FormRule* rule = ruleOf(plan.sampleFormat);
   const bool isLinear = rule && (rule->tag == WaveTag::pcm || rule->tag == WaveTag::floating);

@@ -126,8 +126,10 @@ TEST(AiffReader, readsTexts) {
 
 TEST(AiffReader, takesFilesAsTheyAre) {
   const Bytes plain = comm({}) + ssnd(fourFrames);
-  const Bytes pipe = chars("FORM") + big32({0}) + chars("AIFF") + comm({.frames = 0}) + chars("SSND") + big32({0}) +
-                     Bytes(8) + fourFrames;
+  const auto pipe = [](uint32_t size) {
+    return chars("FORM") + big32({size}) + chars("AIFF") + comm({.frames = 0}) +
+           aiffChunkSaying("SSND", size, Bytes(8) + fourFrames);
+  };
   const struct {
     const char* what;
     Bytes bytes;
@@ -137,7 +139,8 @@ TEST(AiffReader, takesFilesAsTheyAre) {
       {"fillers", aiffForm("AIFF", aiffChunk("FLLR", Bytes(40)) + plain)},
       {"wrong form size", chars("FORM") + big32({12}) + chars("AIFF") + plain},
       {"cut off", aiffForm("AIFF", comm({.frames = 9}) + aiffChunkSaying("SSND", 26, Bytes(8) + fourFrames))},
-      {"written to a pipe", pipe},
+      {"written to a pipe", pipe(0)},
+      {"written to a pipe otherwise", pipe(0xFFFFFFFF)},
       {"cut chunk behind", aiffForm("AIFF", plain + aiffChunkSaying("ANNO", 99, chars("abc")))},
       {"two headers", aiffForm("AIFF", comm({}) + comm({.channels = 2}) + ssnd(fourFrames))},
   };
