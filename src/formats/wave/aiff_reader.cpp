@@ -188,7 +188,9 @@ bool readAiff(Collection& collection, const SourceFile& source, uint32_t) {
     return fail(u"Not an AIFF, AIFC, MAUD type IFF-FORM");
 
   AiffFile file(source, header);
-  if (header.size != 0 && header.size != sizeIsUnknown) file.walker.setDeclaredEnd(uint64_t{header.size} + 8);
+  // A size without room for a single chunk was never filled in.
+  if (header.size > sizeof(FormHeader) && header.size != sizeIsUnknown)
+    file.walker.setDeclaredEnd(uint64_t{header.size} + 8);
   while (const auto chunk = file.walker.next()) {
     if (!readChunk(file, *chunk)) return false;
   }

@@ -14,6 +14,8 @@ namespace {
 
 constexpr std::size_t blockSamples = 65536;  // 256 KiB of floats: source, floats and target stay in the cache together
 constexpr std::size_t copyBytes = 16 << 20;  // between two looks at the host
+// Whole words of every width, and more than a file collects before it writes.
+constexpr std::size_t reorderBytes = 384 << 10;
 
 /// What is left of a format word when the flags that change nothing are gone.
 SampleFormatWord essential(SampleFormatWord word, int channels) {
@@ -47,7 +49,7 @@ class SampleWriter {
 
   /// Words of `width` bytes in the other byte order, or with their sign bit flipped, or both.
   bool reorder(const StoredSamples& stored, std::size_t width, uint32_t changes, ByteOrder order) {
-    std::vector<std::byte> block(blockSamples * width);
+    std::vector<std::byte> block(reorderBytes);
     return forEachRun(stored, [&](uint64_t offset, uint64_t bytes) {
       for (uint64_t done = 0; done < bytes;) {
         const auto part =
