@@ -176,7 +176,7 @@ std::optional<AiffFormat> readMaudHeader(std::span<const std::byte> body) {
   format.channels = record.channels;
   format.frames = record.samples;
   if (format.channels > 2) return fail(u"Can't handle > 2 channel files");
-  if (record.rateSource == 0 || record.rateDivide == 0) return fail(u"Invalid sample rate");
+  if (record.rateDivide == 0 || record.rateSource < record.rateDivide) return fail(u"Invalid sample rate");
   format.sampleRate = format.statedRate = static_cast<double>(record.rateSource) / record.rateDivide;
   if (record.compression == none && record.storedBits >= 1 && record.storedBits <= 16) {
     format.bits = record.storedBits < 9 ? 8 : 16;
