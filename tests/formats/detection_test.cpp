@@ -34,10 +34,14 @@ Bytes sixteenBits(const Bytes& samples) {
   return bytes;
 }
 
-Bytes riffWave() {
-  Bytes bytes;
-  for (const char c : std::string_view("RIFF\x04\x00\x00\x00WAVE", 12)) bytes.push_back(std::byte(c));
+Bytes form(std::string_view id, std::string_view type) {
+  Bytes bytes(8);
+  for (std::size_t i = 0; i < 4; ++i) bytes[i] = std::byte(id[i]);
+  for (const char c : type) bytes.push_back(std::byte(c));
   return bytes;
+}
+Bytes riffWave() {
+  return form("RIFF", "WAVE");
 }
 
 Detection detect(TextView name, Bytes bytes) {
@@ -55,6 +59,11 @@ TEST(DetectFormat, ScoresContentAndExtension) {
            Case{u"a.wav", riffWave(), u"Microsoft wave", 100},
            Case{u"a.xyz", riffWave(), u"Microsoft wave", 66},
            Case{u"a.sw", riffWave(), u"Microsoft wave", 66},
+           Case{u"a.aif", form("FORM", "AIFF"), u"Audio interchange", 100},
+           Case{u"a.aif", form("FORM", "AIFC"), u"Audio interchange", 100},
+           Case{u"a.afc", form("FORM", "AIFC"), u"Compressed AIFF", 100},
+           Case{u"a.aifc", form("FORM", "AIFF"), u"Audio interchange", 66},
+           Case{u"a.iff", form("FORM", "MAUD"), u"MAUD sample", 66},
            Case{u"a.wav", noise(300), u"Unrecognized", 0},
            Case{u"a.vox", noise(300), u"Dialogic 4-bit ADPCM", 55},
            Case{u"a.sw", noise(300), u"Signed words (16-bit) - Little Endian", 55},

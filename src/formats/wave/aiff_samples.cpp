@@ -24,16 +24,15 @@ StoredSamples storedSamples(const AiffFormat& format, const AiffData& data) {
   return stored;
 }
 
-// What a coding needs beside its bytes.
+// What a coding needs beside its bytes. A packet is the least that can be decoded, all channels.
 struct Decoding {
   DecoderFactory makeDecoder;
-  uint64_t packetBytes = 0;   // the least that can be decoded, all channels
   uint64_t packetFrames = 1;  // 1: the header counts frames
   uint64_t capacity = 0;      // frames that the bytes can hold at most
 };
 
 Decoding packets(DecoderFactory factory, uint64_t packetBytes, uint64_t packetFrames, uint64_t bytes) {
-  return {std::move(factory), packetBytes, packetFrames, bytes / packetBytes * packetFrames};
+  return {std::move(factory), packetFrames, bytes / packetBytes * packetFrames};
 }
 
 Decoding decodeGsm(const AiffFormat& format, uint64_t bytes) {
@@ -48,7 +47,7 @@ Decoding decodeGsm(const AiffFormat& format, uint64_t bytes) {
 // Code words without packets; low bits first, as QuickTime had them.
 Decoding decodeG726(const AiffFormat& format, uint64_t bytes) {
   const auto bitsPerFrame = static_cast<uint64_t>(format.bits * format.channels);
-  return {g726Decoder(format.bits, BitOrder::little, format.channels), 0, 1, bytes * 8 / bitsPerFrame};
+  return {g726Decoder(format.bits, BitOrder::little, format.channels), 1, bytes * 8 / bitsPerFrame};
 }
 
 Decoding decodingOf(const AiffFormat& format, uint64_t bytes) {
@@ -68,7 +67,7 @@ Decoding decodingOf(const AiffFormat& format, uint64_t bytes) {
       return decodeGsm(format, bytes);
     case AiffCodec::dwvw:
       // A sample that repeats the one before it takes a single bit.
-      return {dwvwDecoder(format.bits, format.channels), 0, 1, bytes * 8};
+      return {dwvwDecoder(format.bits, format.channels), 1, bytes * 8};
     default:
       return {};
   }
