@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "tests/core/normalise_support.h"
 
 namespace tervo {
@@ -42,6 +44,31 @@ TEST(Repairs, ClearWhatARegionSaysThatIsNotSo) {
     EXPECT_EQ(c.row == root ? static_cast<float>(rootKeyOf(region)) : effectiveValue(region, c.row), c.repaired);
     EXPECT_EQ(region.trigger.empty(), c.value != c.repaired || (c.row == root && c.repaired == 60));
     EXPECT_EQ(document.report.lostSomething(), c.isReported);
+  }
+}
+
+TEST(Repairs, CutLoopsToTheFrames) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  struct Case {
+    double start, end;
+    LoopType type;
+    double cutStart, cutEnd;
+  };
+  // In a sound of ten frames.
+  for (const Case& c : {Case{2, 10, LoopType::forward, 2, 10},
+                        {2, 12, LoopType::forward, 2, 10},
+                        {-3, 5, LoopType::forward, 0, 5},
+                        {nan, nan, LoopType::forward, 0, 10},
+                        {5, 5, LoopType::off, 5, 6},
+                        {4294967297.0, 4294967299.0, LoopType::off, 10, 11}}) {
+    SCOPED_TRACE(testing::Message() << c.start << " " << c.end);
+    Document document;
+    const Marker& loop = document.wave(u"w", ramp(10, 1), {loopMarker(c.start, c.end, LoopType::forward)}).markers[0];
+    document.fixUp();
+    EXPECT_EQ(loop.loopType, c.type);
+    EXPECT_EQ(loop.start, c.cutStart);
+    EXPECT_EQ(loop.end, c.cutEnd);
+    EXPECT_EQ(document.report.lostSomething(), c.end != c.cutEnd || c.start != c.cutStart);
   }
 }
 
@@ -126,12 +153,13 @@ TEST(RemoveDuplicates, LeavesUsersWithTheWaveformThatWasThere) {
                                                     [](Waveform& wave) { wave.sampleRate = 8000; },
                                                     [](Waveform& wave) { wave.markers[0].start = 2; },
                                                     [](Waveform& wave) { wave.samples = ramp(70, 1, 1); },
-                                                    [](Waveform& wave) { wave.name = u"another name"; }};
+                                                    [](Waveform& wave) { wave.name = u"W-r"; },
+                                                    [](Waveform& wave) { wave.name = u"another-R"; }};
   for (std::size_t i = 0; i < std::size(changes); ++i) {
     Document there, document;
     document.settings.load.autoRemoveDupWaves = 1;
-    const Waveform& kept = there.wave(u"w", ramp(70, 1), {loopMarker(1, 5, LoopType::forward)});
-    Waveform& wave = document.wave(u"w", ramp(70, 1), kept.markers);
+    const Waveform& kept = there.wave(u"w-L", ramp(70, 1), {loopMarker(1, 5, LoopType::forward)});
+    Waveform& wave = document.wave(u"w-L", ramp(70, 1), kept.markers);
     changes[i](wave);
     const Region& region = Document::region(document.layer(), wave);
     const bool isEqual = i + 1 == std::size(changes);

@@ -4,6 +4,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "core/normalise/channel_names.h"
 #include "core/normalise/sample_digest.h"
 #include "core/normalise/steps.h"
 
@@ -20,11 +21,17 @@ bool sameMarkers(const Waveform& a, const Waveform& b) {
                     [](const Marker& one, const Marker& other) { return rangeOf(one) == rangeOf(other); });
 }
 
+/// The channels of one sound are two waveforms even where they hold the same.
+bool areLeftAndRight(const Waveform& a, const Waveform& b) {
+  const auto one = channelNameOf(a.name), other = channelNameOf(b.name);
+  return one && other && one->side != other->side && pairKey(*one) == pairKey(*other);
+}
+
 /// Everything but the content. The stored format counts: a sound in a coarser format would be saved coarser.
 bool couldBeEqual(const Waveform& a, const Waveform& b) {
   return a.frames() == b.frames() && a.channels() == b.channels() && a.sampleRate == b.sampleRate &&
          a.rootKey == b.rootKey && a.fineTune == b.fineTune && a.gain == b.gain &&
-         formatOf(a.storedFormat) == formatOf(b.storedFormat) && sameMarkers(a, b);
+         formatOf(a.storedFormat) == formatOf(b.storedFormat) && sameMarkers(a, b) && !areLeftAndRight(a, b);
 }
 
 class DuplicateFinder {

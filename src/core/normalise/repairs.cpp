@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "core/levels.h"
@@ -26,6 +27,7 @@ void repairLoop(ConversionReport& report, const Waveform& waveform, Marker& loop
   const bool anyLeft = loop.start < loop.end;
   if (!anyLeft) {
     loop.loopType = LoopType::off;
+    loop.start = std::min(loop.start, frames);
     loop.end = loop.start + 1;
   }
   report.approximated(waveform.name, u"loop", before, anyLeft ? rangeText(loop) : Text(u"off"));
