@@ -119,15 +119,45 @@ TEST(Unroll, PlaysTheSameFramesAsTheLoopDid) {
 TEST(Unroll, MarkersBehindTheLoopMoveAndFractionsAreReported) {
   Document document;
   document.settings.load.autoBid2Fwd = 1;
-  Waveform& wave =
-      document.wave(u"w", ramp(100, 1), {loopMarker(10, 20.25, alternating), {.start = 15}, {.start = 50, .end = 60}});
+  Waveform& wave = document.wave(u"w", ramp(100, 1),
+                                 {loopMarker(10, 20.25, alternating),
+                                  {.start = 15},
+                                  {.start = 50, .end = 60},
+                                  loopMarker(70, 75, alternating),
+                                  {.start = 80, .end = 81}});
   document.fixUp();
-  const auto inserted = static_cast<double>(wave.frames() - 100);
-  EXPECT_EQ(inserted, 8);
+  constexpr double inserted = 8, byLast = 3;
+  EXPECT_EQ(wave.frames(), 100 + inserted + byLast);
   EXPECT_EQ(wave.markers[1].start, 15);
   EXPECT_EQ(wave.markers[2].start, 50 + inserted);
   EXPECT_EQ(wave.markers[2].end, 60 + inserted);
+  EXPECT_EQ(wave.markers[3].start, 70 + inserted);
+  EXPECT_EQ(wave.markers[3].end, 75 + inserted + byLast);
+  EXPECT_EQ(wave.markers[4].start, 80 + inserted + byLast);
   EXPECT_TRUE(document.report.lostSomething());
+}
+
+TEST(Unroll, TwentyThousandLoopsAreOneRowOfPieces) {
+  // Frames 0 1 2 3 of which the first three are the loop become 0 1 2 1 3. Were each loop's frames read through those
+  // of the loops behind it, the stack would not do.
+  constexpr int64_t loops = 20000;
+  Document document;
+  document.settings.load.autoBid2Fwd = 1;
+  std::vector<Marker> markers;
+  for (int64_t i = 0; i < loops; ++i)
+    markers.push_back(loopMarker(static_cast<double>(4 * i), static_cast<double>(4 * i + 3), alternating));
+  const Waveform& wave = document.wave(u"w", ramp(4 * loops, 1), markers);
+  document.fixUp();
+  const auto frames = framesOf(wave.samples, 0, 1000);
+  ASSERT_EQ(static_cast<int64_t>(frames.size()), 5 * loops);
+  for (int64_t i = 0; i < 5 * loops; ++i) {
+    constexpr int64_t played[] = {0, 1, 2, 1, 3};
+    ASSERT_EQ(frames[static_cast<std::size_t>(i)], static_cast<float>(4 * (i / 5) + played[i % 5]) / 256) << i;
+  }
+  for (std::size_t i = 0; i < loops; ++i) {
+    ASSERT_EQ(wave.markers[i].start, 5.0 * static_cast<double>(i));
+    ASSERT_EQ(wave.markers[i].length(), 4);
+  }
 }
 
 TEST(Unroll, RegionsThatPlayNoLoopOrAnotherOneHearWhatTheyHeard) {

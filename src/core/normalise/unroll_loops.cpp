@@ -38,18 +38,6 @@ Unrolled unrolled(const SampleRef& samples, WholeLoop loop, LoopType type, uint8
           loop.end + 2 * n - 2};
 }
 
-/// Whether those who play the waveform play the loop that is unrolled.
-enum class Heard : uint8_t { no, yes };
-
-/// A section that ends with the loop holds what the loop became only for those who play it.
-void moveMarkers(std::vector<Marker>& markers, int64_t insertedAt, int64_t frames, Heard heard) {
-  const auto from = static_cast<double>(insertedAt), by = static_cast<double>(frames);
-  for (Marker& marker : markers) {
-    if (marker.start >= from) marker.start += by;
-    if (marker.end > from || (marker.end == from && heard == Heard::yes)) marker.end += by;
-  }
-}
-
 /// How often a loop plays would count both directions of an alternating one where it counted one.
 void reportCount(Pass& pass, const Waveform& waveform, const Marker& loop) {
   if (loop.loopType != LoopType::alternating || loop.loopCount == loopForever || loop.loopCount == loopUntilRelease)
@@ -57,28 +45,75 @@ void reportCount(Pass& pass, const Waveform& waveform, const Marker& loop) {
   pass.report.approximated(waveform.name, u"loop count", u"passes in either direction", u"passes in both directions");
 }
 
-void unroll(Pass& pass, Waveform& waveform, std::size_t index, Heard heard) {
-  const Marker before = waveform.markers[index];
-  const WholeLoop loop = wholeLoop(before, waveform);
-  const bool wasWhole = static_cast<double>(loop.start) == before.start && static_cast<double>(loop.end) == before.end;
-  reportSamples(pass, waveform, u"loop type", nameOf(before.loopType), nameOf(LoopType::forward));
-  reportCount(pass, waveform, before);
+void reportLoop(Pass& pass, const Waveform& waveform, const Marker& loop, WholeLoop whole) {
+  const bool wasWhole = static_cast<double>(whole.start) == loop.start && static_cast<double>(whole.end) == loop.end;
+  reportSamples(pass, waveform, u"loop type", nameOf(loop.loopType), nameOf(LoopType::forward));
+  reportCount(pass, waveform, loop);
   if (!wasWhole) pass.report.approximated(waveform.name, u"loop points", u"fractions of frames", u"whole frames");
-
-  const int64_t frames = waveform.frames();
-  Unrolled result = unrolled(waveform.samples, loop, before.loopType, before.loopCount);
-  std::vector<Piece> pieces = std::move(result.inserted);
-  pieces.insert(pieces.begin(), {waveform.samples, 0, loop.end});
-  pieces.push_back({waveform.samples, loop.end, frames - loop.end});
-  SampleRef samples = joined(std::move(pieces));
-  moveMarkers(waveform.markers, loop.end, samples->frames() - frames, heard);
-  if (samples->frames() != frames) waveform.samples = std::move(samples);
-
-  Marker& marker = waveform.markers[index];
-  marker.loopType = LoopType::forward;
-  marker.start = static_cast<double>(result.start);
-  marker.end = static_cast<double>(result.end);
 }
+
+/// Whether those who play the waveform play the loop that comes first in it.
+enum class Heard : uint8_t { no, yes };
+
+/// Unrolls loops that do not overlap, the last one first. Positions count the frames that were there before until all
+/// are unrolled: the frames are put together once, however many loops there are.
+class Rearrangement {
+ public:
+  explicit Rearrangement(Waveform& waveform) : waveform_(waveform), restEnd_(waveform.frames()) {}
+
+  void unroll(std::size_t index, WholeLoop loop) {
+    const Marker& marker = waveform_.markers[index];
+    const Unrolled result = unrolled(waveform_.samples, loop, marker.loopType, marker.loopCount);
+    int64_t frames = 0;
+    for (const Piece& piece : result.inserted) frames += piece.frames;
+    pieces_.push_back({waveform_.samples, loop.end, restEnd_ - loop.end});
+    pieces_.insert(pieces_.end(), result.inserted.rbegin(), result.inserted.rend());
+    restEnd_ = loop.end;
+    loops_.push_back({index, loop.end, frames, result.start, result.end});
+  }
+
+  void finish(Heard heard) {
+    if (loops_.empty()) return;
+    std::reverse(loops_.begin(), loops_.end());
+    for (const Loop& loop : loops_) before_.push_back(before_.back() + loop.frames);
+    for (Marker& marker : waveform_.markers) move(marker, heard);
+    for (std::size_t i = 0; i < loops_.size(); ++i) {
+      Marker& marker = waveform_.markers[loops_[i].index];
+      marker.loopType = LoopType::forward;
+      marker.start = static_cast<double>(loops_[i].start + before_[i]);
+      marker.end = static_cast<double>(loops_[i].end + before_[i]);
+    }
+    if (before_.back() == 0) return;
+    pieces_.push_back({waveform_.samples, 0, restEnd_});
+    std::reverse(pieces_.begin(), pieces_.end());
+    waveform_.samples = joined(std::move(pieces_));
+  }
+
+ private:
+  struct Loop {
+    std::size_t index;
+    int64_t at, frames;  ///< the ones put in
+    int64_t start, end;  ///< but for the frames put in behind loops before it
+  };
+
+  /// A section that ends with a loop holds what the loop became only for those who play it.
+  void move(Marker& marker, Heard heard) const {
+    const auto isBefore = [](const Loop& loop, double position) { return static_cast<double>(loop.at) < position; };
+    const auto isBehind = [](double position, const Loop& loop) { return position < static_cast<double>(loop.at); };
+    const auto start = std::upper_bound(loops_.begin(), loops_.end(), marker.start, isBehind);
+    auto end = std::lower_bound(loops_.begin(), loops_.end(), marker.end, isBefore);
+    const bool endsWithHeard = heard == Heard::yes && static_cast<double>(loops_.front().at) == marker.end;
+    if (endsWithHeard) ++end;
+    marker.start += static_cast<double>(before_[static_cast<std::size_t>(start - loops_.begin())]);
+    marker.end += static_cast<double>(before_[static_cast<std::size_t>(end - loops_.begin())]);
+  }
+
+  Waveform& waveform_;
+  int64_t restEnd_;
+  std::vector<Piece> pieces_;  // from the last one on
+  std::vector<Loop> loops_;
+  std::vector<int64_t> before_ = {0};  // frames put in behind so many loops
+};
 
 /// Makes all loops forward ones, for whoever plays the one loop. Loops behind it are played after it, if at all. Frames
 /// put in before it would be heard on the way to it, so loops there only change their type.
@@ -93,18 +128,24 @@ void convert(Pass& pass, Waveform& waveform, LoopIndex played) {
   int64_t first = std::numeric_limits<int64_t>::max();
   if (played != noLoop) first = wholeLoop(waveform.markers[static_cast<std::size_t>(played)], waveform).end;
   int64_t limit = std::numeric_limits<int64_t>::max();
+  Heard heard = Heard::no;
+  Rearrangement rearrangement(waveform);
   for (const std::size_t index : loops) {
     Marker& marker = waveform.markers[index];
     const WholeLoop loop = wholeLoop(marker, waveform);
-    if (static_cast<LoopIndex>(index) == played || (loop.start >= first && loop.end <= limit)) {
+    const bool isPlayed = static_cast<LoopIndex>(index) == played;
+    if (isPlayed || (loop.start >= first && loop.end <= limit)) {
       limit = loop.start;
-      unroll(pass, waveform, index, static_cast<LoopIndex>(index) == played ? Heard::yes : Heard::no);
+      if (isPlayed) heard = Heard::yes;
+      reportLoop(pass, waveform, marker, loop);
+      rearrangement.unroll(index, loop);
       continue;
     }
     pass.report.approximated(waveform.name, u"type of a loop that no region plays", nameOf(marker.loopType),
                              nameOf(LoopType::forward));
     marker.loopType = LoopType::forward;
   }
+  rearrangement.finish(heard);
 }
 
 /// The selector of a section with the loop's range.
