@@ -1,6 +1,7 @@
 #include "core/history/recovery.h"
 
 #include <algorithm>
+#include <system_error>
 
 #include "base/last_error.h"
 #include "base/memory_guard.h"
@@ -9,8 +10,6 @@
 namespace tervo {
 namespace {
 
-using Duration = std::chrono::steady_clock::duration;
-
 constexpr TextView prefix = u"Recovery ";
 constexpr int restPerWrite = 20;
 
@@ -18,11 +17,23 @@ Text presencePath(TextView statePath) {
   return Text(statePath) + u".alive";
 }
 
-Duration write(const Text& path, const ItemImage& image, OpenStored openStored) {
+RecoveryWrite write(const Text& path, const ItemImage& image, OpenStored openStored) {
   const SilentFailures silent;
   const auto start = std::chrono::steady_clock::now();
-  writeStateFile(path, image, openStored);
-  return std::chrono::steady_clock::now() - start;
+  const bool done = guardMemory([&] { return writeStateFile(path, image, openStored); });
+  return {done, std::chrono::steady_clock::now() - start};
+}
+
+/// False when memory or threads are short.
+bool launch(std::future<RecoveryWrite>& writing, const Text& path, const Collection& document, OpenStored openStored) {
+  try {
+    writing = std::async(std::launch::async, write, path, imageOf(document), openStored);
+    return true;
+  } catch (const std::bad_alloc&) {
+    return false;
+  } catch (const std::system_error&) {
+    return false;
+  }
 }
 
 }  // namespace
@@ -47,12 +58,8 @@ void RecoveryKeeper::tend(const DocumentHistory& history, const Collection& docu
   const SilentFailures silent;
   if (!presence_ && platform::createFolders(folder_)) presence_ = platform::PresenceFile::tryHold(presencePath(path_));
   if (!presence_) return;
-  writtenRevision_ = history.revision();
   due_ = now + interval_;
-  guardMemory([&] {
-    writing_ = std::async(std::launch::async, write, path_, imageOf(document), openStored_);
-    return true;
-  });
+  if (launch(writing_, path_, document, openStored_)) writtenRevision_ = history.revision();
 }
 
 void RecoveryKeeper::settle() {
@@ -62,7 +69,9 @@ void RecoveryKeeper::settle() {
 bool RecoveryKeeper::isWriting(Time now) {
   if (!writing_.valid()) return false;
   if (writing_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return true;
-  due_ = std::max(due_, now + writing_.get() * restPerWrite);
+  const RecoveryWrite write = writing_.get();
+  if (!write.done) writtenRevision_ = 0;
+  due_ = std::max(due_, now + write.took * restPerWrite);
   return false;
 }
 

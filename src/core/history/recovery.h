@@ -10,6 +10,11 @@
 
 namespace tervo {
 
+struct RecoveryWrite {
+  bool done = false;
+  std::chrono::steady_clock::duration took{};
+};
+
 class RecoveryKeeper {
  public:
   using Time = std::chrono::steady_clock::time_point;
@@ -35,8 +40,8 @@ class RecoveryKeeper {
   Text folder_;
   Text path_;
   std::unique_ptr<platform::PresenceFile> presence_;
-  std::future<std::chrono::steady_clock::duration> writing_;
-  uint64_t writtenRevision_ = 0;
+  std::future<RecoveryWrite> writing_;
+  uint64_t writtenRevision_ = 0;  ///< 0 when the last write failed
   Time due_{};
 };
 

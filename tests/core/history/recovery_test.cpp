@@ -61,6 +61,22 @@ TEST(Recovery, WritesUnsavedChangesAtIntervalsAndTakesTheFileAlongAtTheEnd) {
   EXPECT_TRUE(std::filesystem::is_empty(test.folder / u"states"));
 }
 
+TEST(Recovery, AFailedWriteIsTriedAgainAfterTheInterval) {
+  Recovered test;
+  RecoveryKeeper keeper(test.states, nullptr, seconds(30));
+  test.rename(u"one");
+  test.folder.put(u"states", "no folder");
+  test.tend(keeper, seconds(1));
+  std::filesystem::remove(test.folder / u"states");
+  std::filesystem::create_directories(std::filesystem::path(keeper.path()));
+  test.tend(keeper, seconds(60));
+  std::filesystem::remove(std::filesystem::path(keeper.path()));
+  test.tend(keeper, seconds(1));
+  EXPECT_FALSE(platform::fileExists(keeper.path()));
+  test.tend(keeper, seconds(60));
+  EXPECT_EQ(test.nameIn(keeper.path()), u"one");
+}
+
 /// Gives one answer after the other.
 struct AnsweringHost final : Host {
   std::vector<std::size_t> answers;
