@@ -1,5 +1,6 @@
 #include "core/history/document_history.h"
 
+#include "base/last_error.h"
 #include "base/memory_guard.h"
 
 namespace tervo {
@@ -25,15 +26,36 @@ EditEntry markerEntry(ItemId id) {
   return entry;
 }
 
-bool restoreMarkers(const EditEntry& entry) {
-  if ((static_cast<uint32_t>(entry.item) & 0x0FFFFFFF) != entry.image.body.size()) return false;
-  Waveform* waveform = waveformOfMarkers(entry.image);
-  return waveform && markerImageOf(*waveform) != entry.image && applyMarkers(*waveform, entry.image);
+enum class Restored : uint8_t { failed, nothingToChange, changed };
+
+Restored changedWhen(bool done) {
+  return done ? Restored::changed : Restored::failed;
 }
 
-bool restoreItem(const EditEntry& entry) {
+Restored restoreMarkers(const EditEntry& entry) {
+  if ((static_cast<uint32_t>(entry.item) & 0x0FFFFFFF) != entry.image.body.size()) return Restored::failed;
+  Waveform* waveform = waveformOfMarkers(entry.image);
+  if (!waveform || markerImageOf(*waveform) == entry.image) return Restored::nothingToChange;
+  return changedWhen(applyMarkers(*waveform, entry.image));
+}
+
+Restored restoreItem(const EditEntry& entry) {
   Item* item = findItem(entry.item);
-  return item && imageOf(*item) != entry.image && applyImage(*item, entry.image);
+  if (!item || imageOf(*item) == entry.image) return Restored::nothingToChange;
+  return changedWhen(applyImage(*item, entry.image));
+}
+
+Restored restore(const EditEntry& entry, Collection& document, OpenStored openStored) {
+  if (entry.isBarrier()) return Restored::nothingToChange;
+  Restored restored = Restored::failed;
+  guardMemory([&] {
+    if (entry.storage == StorageCode::stateFile)
+      restored = changedWhen(readStateFile(document, entry.statePath, openStored));
+    else
+      restored = kindOf(entry.item) == ItemKind::special ? restoreMarkers(entry) : restoreItem(entry);
+    return true;
+  });
+  return restored;
 }
 
 }  // namespace
@@ -88,27 +110,26 @@ void DocumentHistory::RecordSnapshot(EditEntry&& entry) {
 }
 
 bool DocumentHistory::Undo() {
-  return step(&EditRing::Undo);
+  return step(&EditRing::Undo, &EditRing::Redo);
 }
 bool DocumentHistory::Redo() {
-  return step(&EditRing::Redo);
+  return step(&EditRing::Redo, &EditRing::Undo);
 }
 
-bool DocumentHistory::step(const EditEntry* (EditRing::*go)()) {
+bool DocumentHistory::step(Go go, Go back) {
   running_ = {};
-  while (const EditEntry* entry = (edits_.*go)()) {
-    if (!restore(*entry)) continue;
-    changed();
-    return true;
+  setLastErrorText({});
+  Restored restored = Restored::nothingToChange;
+  int entries = 0;
+  while (restored == Restored::nothingToChange) {
+    const EditEntry* entry = (edits_.*go)();
+    if (!entry) return false;
+    ++entries;
+    restored = restore(*entry, document_, openStored_);
   }
+  if (restored == Restored::changed) return changed(), true;
+  for (; entries > 0; --entries) (edits_.*back)();
   return false;
-}
-
-bool DocumentHistory::restore(const EditEntry& entry) {
-  if (entry.isBarrier()) return false;
-  if (entry.storage == StorageCode::stateFile) return readStateFile(document_, entry.statePath, openStored_);
-  return guardMemory(
-      [&] { return kindOf(entry.item) == ItemKind::special ? restoreMarkers(entry) : restoreItem(entry); });
 }
 
 void DocumentHistory::changed() {
@@ -144,6 +165,8 @@ bool DocumentHistory::RestoreState(int offset, StateRing::AfterLoading afterLoad
     startSaving(ItemKind::collection);
     ++revision_;
   }
+  // The newest state is then another one.
+  if (afterLoading == StateRing::AfterLoading::deleteFile) stateRevision_.reset();
   host_.showStatus(u"Loaded state");
   if (refreshViews) refreshViews();
   return true;

@@ -3,6 +3,7 @@
 // before and after it. Document thread.
 
 #include <functional>
+#include <optional>
 
 #include "core/history/edit_ring.h"
 #include "core/history/state_ring.h"
@@ -36,7 +37,7 @@ class DocumentHistory {
   void RecordSnapshot(EditEntry&& entry);
 
   /// One visible step: entries that would change nothing (the item was deleted, or is like that already) are passed
-  /// over. False when there is none.
+  /// over. False when there is none, or with LastErrorText when it cannot be restored: it can then be tried again.
   bool Undo();
   bool Redo();
   void ClearSnapshots();
@@ -72,10 +73,10 @@ class DocumentHistory {
     bool operator==(const Running&) const = default;
   };
   using MakeEntry = EditEntry (*)(ItemId item);
+  using Go = const EditEntry* (EditRing::*)();
 
   void run(const Running& edit, TextView label, const std::function<void()>& change, MakeEntry makeEntry);
-  bool step(const EditEntry* (EditRing::*go)());
-  bool restore(const EditEntry& entry);
+  bool step(Go go, Go back);
   void changed();
 
   Collection& document_;
@@ -87,7 +88,7 @@ class DocumentHistory {
   Running running_;
   uint64_t revision_ = 0;
   uint64_t savedRevision_ = 0;
-  uint64_t stateRevision_ = 0;  ///< of the newest saved state
+  std::optional<uint64_t> stateRevision_;  ///< of the newest saved state, when it was made here and is there still
 };
 
 }  // namespace tervo

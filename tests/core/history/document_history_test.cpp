@@ -24,6 +24,14 @@ struct Edited {
   Edited() { test::fillEveryField(document); }
   Waveform& wave() { return *document.waveforms()[0]; }
   Instrument& instrument() { return *document.instruments()[0]; }
+  void recordOnDisk(TextView name) {
+    document.name = name;
+    EditEntry entry;
+    entry.storage = StorageCode::stateFile;
+    entry.statePath = folder.text(Text(name) + u".tvs");
+    ASSERT_TRUE(writeStateFile(entry.statePath, imageOf(document), nullptr));
+    history.RecordSnapshot(std::move(entry));
+  }
   void rename(TextView name, const Gesture& gesture = {}) {
     history.edit(
         wave().id(), u"Rename", [&] { wave().name = name; }, gesture);
@@ -234,19 +242,27 @@ TEST(DocumentHistory, RollingBackKeepsTheUndoStepsAndRestoringAnOlderStateDoesNo
   EXPECT_FALSE(edited.history.Undo());
 }
 
+TEST(DocumentHistory, AStateFromBeforeTheOneRolledBackToIsAChange) {
+  Edited edited;
+  std::chrono::system_clock::time_point now{};
+  DocumentHistory history(edited.document, edited.host, edited.folder.text(u"states"), nullptr,
+                          [&] { return now += std::chrono::seconds(1); });
+  ASSERT_TRUE(history.SaveState());
+  history.edit(edited.wave().id(), u"Rename", [&] { edited.wave().name = u"later"; });
+  ASSERT_TRUE(history.SaveState());
+  ASSERT_TRUE(history.RestoreState(0, StateRing::AfterLoading::deleteFile));
+  const uint64_t revision = history.revision();
+  ASSERT_TRUE(history.RestoreState(0));
+  EXPECT_EQ(edited.wave().name, u"Piano C4");
+  EXPECT_GT(history.revision(), revision);
+  EXPECT_FALSE(history.Undo());
+}
+
 TEST(DocumentHistory, EntriesOnDiskRestoreTheWholeDocument) {
   Edited edited;
-  const auto record = [&](TextView name) {
-    edited.document.name = name;
-    EditEntry entry;
-    entry.storage = StorageCode::stateFile;
-    entry.statePath = edited.folder.text(Text(name) + u".tvs");
-    ASSERT_TRUE(writeStateFile(entry.statePath, imageOf(edited.document), nullptr));
-    edited.history.RecordSnapshot(std::move(entry));
-  };
   const ItemId wave = edited.wave().id();
-  record(u"one");
-  record(u"two");
+  edited.recordOnDisk(u"one");
+  edited.recordOnDisk(u"two");
   EXPECT_TRUE(edited.history.Undo());
   EXPECT_EQ(edited.document.name, u"one");
   EXPECT_NE(findItem<Waveform>(wave), nullptr);
@@ -254,6 +270,17 @@ TEST(DocumentHistory, EntriesOnDiskRestoreTheWholeDocument) {
   EXPECT_EQ(edited.document.name, u"two");
   edited.history.ClearSnapshots();
   EXPECT_EQ(edited.folder.count(), 0);
+}
+
+TEST(DocumentHistory, AnEntryThatCannotBeReadStopsTheStepUntilItCan) {
+  Edited edited;
+  for (const TextView name : {u"one", u"two", u"three"}) edited.recordOnDisk(name);
+  std::filesystem::rename(edited.folder / u"two.tvs", edited.folder / u"away");
+  EXPECT_FALSE(edited.history.Undo());
+  EXPECT_EQ(edited.document.name, u"three");
+  std::filesystem::rename(edited.folder / u"away", edited.folder / u"two.tvs");
+  EXPECT_TRUE(edited.history.Undo());
+  EXPECT_EQ(edited.document.name, u"two");
 }
 
 TEST(DocumentHistory, AnEditSharesTheSamplesThatItLeavesAlone) {
