@@ -67,10 +67,6 @@ class SongReader {
 
   void readTrack(MidiChunks& chunks, const Chunk& chunk) {
     const std::size_t place = places_++;
-    if (chunk.bytes < shortestTrack) {
-      ++shortTracks_;
-      return;
-    }
     try {
       addTrack(chunks, chunk, place);
     } catch (const std::bad_alloc&) {
@@ -89,6 +85,7 @@ class SongReader {
       if (ended) track->data.resize(events.position());
       chunks.endAfter(chunk, track->data.size());
     }
+    if (track->data.size() < shortestTrack) return void(++shortTracks_);
     nameTrack(*song_, *track, place);
     if (song_->format == 2) track->sequenceNumber = static_cast<uint32_t>(place);
     const Track& added = song_->add(std::move(track));

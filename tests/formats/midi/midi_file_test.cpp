@@ -78,6 +78,13 @@ TEST(MidiFile, ReadsFilesAsTheyAreInTheWild) {
        u"length of Control Track"},
       {MidiBuilder().header(1, 3).track(tempoTrack()).track(notesTrack()).track(TrackBytes(4)),
        u"tracks without events"},
+      // The same, where only the events say how short it is.
+      {MidiBuilder()
+           .header(1, 3)
+           .track(tempoTrack())
+           .track(notesTrack())
+           .chunkSaying("MTrk", 99, trackBytes({0, 0xFF, 0x2F, 0})),
+       u"tracks without events"},
       {MidiBuilder().header(1, 2, 0).track(tempoTrack()).track(notesTrack()), u"ticks per quarter note"},
   };
   for (const auto& each : cases) {
