@@ -130,6 +130,46 @@ TEST(MergeStereo, OnlyWhatAgreesIsAPair) {
   }
 }
 
+TEST(MergeStereo, KeepsOrReportsWhatTheRightChannelCarries) {
+  const auto chunk = [](uint8_t first) {
+    const auto source = std::make_shared<MemorySource>(std::vector{std::byte{first}, std::byte{2}});
+    return ForeignChunk{.container = "RIFF", .id = "abcd", .source = source, .offset = 0, .bytes = 2};
+  };
+  const auto picture = [](uint8_t first) { return std::make_shared<const Picture>(Picture{{std::byte{first}}, {}}); };
+  struct Case {
+    Text artist;
+    std::shared_ptr<const Picture> image;
+    std::vector<ForeignChunk> chunks;
+    Text lost;
+  };
+  // The left channel has an artist, a picture and one chunk, and no comments.
+  for (const Case& c : {Case{u"", nullptr, {}, u""},
+                        {u"A", picture(1), {chunk(1)}, u""},
+                        {u"B", picture(1), {}, u"tag Artist"},
+                        {u"A", picture(2), {}, u"picture"},
+                        {u"", nullptr, {chunk(3)}, u"chunks of the source file"},
+                        {u"", nullptr, {chunk(1), chunk(1)}, u"chunks of the source file"}}) {
+    Document document;
+    document.settings.load.autoMergeStereo = 1;
+    Waveform& left = document.wave(u"a-L", ramp(10, 1));
+    Waveform& right = document.wave(u"a-R", ramp(10, 1));
+    left.tags[Tag::artist] = u"A";
+    left.tags.image = picture(1);
+    left.foreignChunks = {chunk(1)};
+    right.tags[Tag::artist] = c.artist;
+    right.tags[Tag::comments] = u"C";
+    right.tags.image = c.image;
+    right.foreignChunks = c.chunks;
+    document.fixUp();
+    EXPECT_EQ(left.tags[Tag::comments], u"C");
+    Text lost;
+    for (const auto& entry : document.report.entries()) {
+      if (entry.kind == ReportKind::dropped) lost += entry.what;
+    }
+    EXPECT_EQ(lost, c.lost);
+  }
+}
+
 TEST(SplitStereo, GivesEveryRegionATwinAtTheOtherSide) {
   Document document;
   document.settings.load.autoSplitStereo = document.settings.load.autoMergeStereo = 1;

@@ -95,6 +95,7 @@ class Merger {
     }
     reportSamples(pass_, left, u"channels", u"dual mono", u"stereo");
     left.samples = interleavedOf(left.samples, right.samples);
+    takeExtras(left, right, pass_.report);
     left.name = name;
     gone_.insert(right.id());
     return true;

@@ -19,6 +19,9 @@ bool splitStereo(Pass& pass);
 /// but that, in length within a frame, and must be played by the same regions, the left one's panned hard left and the
 /// right one's hard right. The left waveform and its regions stay.
 bool mergeStereo(Pass& pass);
+/// Gives the left channel the tags and the picture that only the right one has, and reports what is lost of the right
+/// one because the left one has another.
+void takeExtras(Waveform& left, const Waveform& right, ConversionReport& report);
 
 /// Alternating and reverse loops become forward loops over frames in the order in which the loop played them. Regions
 /// that play the waveform without that loop get a waveform of their own.
