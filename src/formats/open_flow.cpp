@@ -59,12 +59,16 @@ bool load(Collection& collection, const Found& found, const Collection* mergedIn
   return false;
 }
 
+void edit(Collection& collection, TextView label, const OpenContext& context, const std::function<void()>& change) {
+  context.history ? context.history->edit(collection.id(), label, change) : change();
+}
+
 void showDone(Host& host, TextView word, const Found& found) {
   host.showStatus(Text(word) + u": " + Text(platform::fileNameOf(found.path)));
 }
 
-/// Whether there was one; the identifiers of those replaced join `replaced`.
-bool replaceSameName(Collection& collection, const Waveform& from, std::unordered_set<ItemId>& replaced) {
+/// Whether there was one of the name; the identifiers of those replaced join `replaced`.
+bool replaceOne(Collection& collection, const Waveform& from, std::unordered_set<ItemId>& replaced) {
   bool any = false;
   for (const auto& waveform : collection.waveforms()) {
     if (waveform->name != from.name) continue;
@@ -75,13 +79,28 @@ bool replaceSameName(Collection& collection, const Waveform& from, std::unordere
   return any;
 }
 
+std::size_t replaceAll(Collection& collection, const Collection& loaded, ConversionReport& report) {
+  std::size_t count = 0;
+  std::unordered_set<ItemId> replaced;
+  for (const auto& waveform : loaded.waveforms()) {
+    if (replaceOne(collection, *waveform, replaced))
+      ++count;
+    else
+      report.dropped(waveform->name, u"waveform", u"no waveform of this name to replace");
+  }
+  RepairUsers(collection, replaced, report);
+  return count;
+}
+
 }  // namespace
 
 bool OpenFile(Collection& collection, TextView path, RawFallback fallback, const OpenContext& context) {
   const auto found = find(path, fallback, context);
   if (!found) return false;
   collection.clear();
-  if (!load(collection, *found, nullptr, context)) return false;
+  const bool loaded = load(collection, *found, nullptr, context);
+  if (context.history) context.history->startNewDocument();
+  if (!loaded) return false;
   showDone(context.host, u"Opened", *found);
   return true;
 }
@@ -91,8 +110,12 @@ bool MergeFile(Collection& collection, TextView path, RawFallback fallback, cons
   if (!found) return false;
   Collection loaded;
   if (!load(loaded, *found, &collection, context)) return false;
-  if (!guardMemory([&] { return collection.absorb(loaded), true; })) return false;
-  if (context.normalisation == Normalisation::applied) SortItems(collection, context.settings);
+  bool merged = false;
+  edit(collection, u"Merge", context, [&] {
+    merged = guardMemory([&] { return collection.absorb(loaded), true; });
+    if (merged && context.normalisation == Normalisation::applied) SortItems(collection, context.settings);
+  });
+  if (!merged) return false;
   showDone(context.host, u"Merged", *found);
   return true;
 }
@@ -105,14 +128,7 @@ std::optional<std::size_t> ReplaceSameName(Collection& collection, TextView path
   // Not as in a merge: a waveform that bears a name of the collection is what is wanted here.
   if (!load(loaded, *found, nullptr, context)) return std::nullopt;
   std::size_t count = 0;
-  std::unordered_set<ItemId> replaced;
-  for (const auto& waveform : loaded.waveforms()) {
-    if (replaceSameName(collection, *waveform, replaced))
-      ++count;
-    else
-      context.report.dropped(waveform->name, u"waveform", u"no waveform of this name to replace");
-  }
-  RepairUsers(collection, replaced, context.report);
+  edit(collection, u"Replace waveforms", context, [&] { count = replaceAll(collection, loaded, context.report); });
   return count;
 }
 

@@ -4,6 +4,7 @@
 
 #include <optional>
 
+#include "core/history/document_history.h"
 #include "formats/detection.h"
 #include "formats/format_table.h"
 
@@ -23,6 +24,8 @@ struct OpenContext {
   RawRequest raw = {};
   Normalisation normalisation = Normalisation::applied;
   Detection* detected = nullptr;  ///< where to tell what the file was taken for, and how surely
+  /// Of the collection. A merge and a replacement are one undo step; no step leads back across an open.
+  DocumentHistory* history = nullptr;
 };
 
 /// Replaces the collection with the file's content. A file that is not there, is empty or is not detected leaves the

@@ -153,6 +153,36 @@ TEST_F(OpenFlow, ReplacesWaveformsOfTheSameNameInPlace) {
   EXPECT_EQ(ReplaceSameName(document, folder.text(u"absent.sb"), RawFallback::refused, opening()), std::nullopt);
 }
 
+TEST_F(OpenFlow, MergesAndReplacementsAreUndoneAndOpeningIsNot) {
+  folder.put(u"new.sb", "\x40");
+  folder.put(u"old.sb", "\x20");
+  DocumentHistory history(document, host, folder.text(u"states"), nullptr);
+  OpenContext context = opening();
+  context.history = &history;
+  const auto frames = [&] { return framesOf(*document.waveforms()[0]); };
+  history.edit(document.id(), u"Rename", [&] { document.name = u"renamed"; });
+  history.markSaved();
+  ASSERT_TRUE(MergeFile(document, folder.text(u"new.sb"), RawFallback::refused, context));
+  EXPECT_TRUE(history.hasUnsavedChanges());
+  EXPECT_EQ(ReplaceSameName(document, folder.text(u"old.sb"), RawFallback::refused, context), 1u);
+  ASSERT_TRUE(history.Undo());
+  EXPECT_EQ(frames(), std::vector<float>{0.5f});
+  EXPECT_EQ(document.waveforms().size(), 2u);
+  ASSERT_TRUE(history.Undo());
+  EXPECT_EQ(document.waveforms().size(), 1u);
+  EXPECT_EQ(document.name, u"renamed");
+  ASSERT_TRUE(history.Redo());
+  ASSERT_TRUE(history.Redo());
+  EXPECT_EQ(frames(), std::vector<float>{0.25f});
+  EXPECT_EQ(document.waveforms().size(), 2u);
+
+  const uint64_t revision = history.revision();
+  ASSERT_TRUE(OpenFile(document, folder.text(u"new.sb"), RawFallback::refused, context));
+  EXPECT_GT(history.revision(), revision);
+  EXPECT_FALSE(history.hasUnsavedChanges());
+  EXPECT_FALSE(history.Undo());
+}
+
 TEST_F(OpenFlow, AsksForTheRawFallbackUntilAnAnswerForAll) {
   struct Case {
     std::size_t button;

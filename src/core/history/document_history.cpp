@@ -150,6 +150,12 @@ void DocumentHistory::startSaving(ItemKind kind) {
   edits_.RecordSnapshot(EditEntry());
 }
 
+void DocumentHistory::startNewDocument() {
+  ClearSnapshots();
+  ++revision_;
+  markSaved();
+}
+
 bool DocumentHistory::SaveState() {
   Text name = savedStateName(clock_());
   if (!guardMemory([&] { return states_.SaveState(imageOf(document_), name); })) return false;

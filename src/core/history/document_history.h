@@ -56,6 +56,8 @@ class DocumentHistory {
   uint64_t revision() const { return revision_; }
   bool hasUnsavedChanges() const { return revision_ != savedRevision_; }
   void markSaved() { savedRevision_ = revision_; }
+  /// After the document became another one, as files hold it: no undo step leads back and there is nothing to save.
+  void startNewDocument();
 
   const EditRing& edits() const { return edits_; }
   const StateRing& states() const { return states_; }
