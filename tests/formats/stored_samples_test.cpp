@@ -101,6 +101,22 @@ TEST(StoredSamples, ThatOnlyTheirReaderUnderstandsAreKeptAsFloats) {
   EXPECT_EQ(again->stored(), nullptr);
 }
 
+TEST(StoredSamples, TakeNoBytesOfOtherRecords) {
+  Collection document;
+  for (const std::size_t bytes : {80u, 800u}) {
+    document.add(std::make_unique<Waveform>()).samples =
+        importPcm(storedNoise(formatWord(SampleFormat::pcm16), bytes), 1, static_cast<int64_t>(bytes / 2));
+  }
+  MemorySink sink;
+  ASSERT_TRUE(writeState(sink, imageOf(document), openStoredSamples));
+  auto state = sink.take();
+  const Bytes recorded = u8({1, 1, 40, 0, 0, 0, 0, 0, 0, 0});  // stored, mono, 40 frames
+  const auto at = std::ranges::search(state, recorded).begin();
+  ASSERT_NE(at, state.end());
+  at[2] = std::byte{200};
+  EXPECT_FALSE(readState(document, LoadedBytes::load(MemorySource(state)), openStoredSamples));
+}
+
 TEST(StoredSamples, CodingsPromiseNoMoreFramesThanTheirBytesCanHold) {
   StoredSamples stored = storedNoise(formatWord(SampleFormat::adpcm4), 100);
   stored.coding = okiAdpcmDecoder()()->coding();

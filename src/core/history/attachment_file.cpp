@@ -17,12 +17,18 @@ std::size_t paddingAt(uint64_t position) {
   return static_cast<std::size_t>((alignof(float) - position % alignof(float)) % alignof(float));
 }
 
+/// Whether opened samples are what was recorded: so many frames, out of all of the bytes and out of no others.
+bool isAsRecorded(const SampleRef& samples, int channels, int64_t frames, uint64_t bytes) {
+  return samples && samples->channels() == channels && samples->frames() == frames && samples->stored() &&
+         samples->stored()->bytes == bytes;
+}
+
 /// Whether decoding the stored bytes again gives these frames. What a coding needs besides its bytes is known for plain
 /// samples, for those that a "fmt " chunk describes, and for codings that have a name.
 bool canBeReopened(const SampleData& data, const StoredSamples& stored, OpenStored openStored) {
   if (!openStored || !(stored.genericPcm || !stored.waveFormat.empty() || !stored.coding.empty())) return false;
   const SampleRef again = openStored(stored, data.channels(), data.frames());
-  return again && again->channels() == data.channels() && again->frames() == data.frames();
+  return isAsRecorded(again, data.channels(), data.frames(), stored.bytes);
 }
 
 bool isSplit(const StoredSamples& stored) {
@@ -144,9 +150,7 @@ SampleRef FileAttachments::stored(ByteReader& in, int channels, uint64_t frames)
   in.skip(*bytes);
   SampleRef samples = openStored_(std::move(stored), channels, static_cast<int64_t>(frames));
   openingFailed_ = !samples;
-  const bool asRecorded =
-      samples && samples->channels() == channels && samples->frames() == static_cast<int64_t>(frames);
-  return asRecorded ? samples : nullptr;
+  return isAsRecorded(samples, channels, static_cast<int64_t>(frames), *bytes) ? samples : nullptr;
 }
 
 std::shared_ptr<const Picture> FileAttachments::picture(ByteReader& in) {
