@@ -1,8 +1,21 @@
 #include "core/history/body_reader.h"
 
-#include <algorithm>
+#include <cmath>
+#include <unordered_map>
 
 namespace tervo {
+namespace {
+
+uint32_t serialOf(ItemId id) {
+  return static_cast<uint32_t>(id) & 0x0FFFFFFF;
+}
+
+/// Whether half of all serial numbers are left behind this one.
+bool leavesRoom(ItemId id) {
+  return serialOf(id) < 1u << 27;
+}
+
+}  // namespace
 
 void BodyReader::text(Text& text) {
   const uint32_t units = count();
@@ -17,8 +30,13 @@ void BodyReader::bytes(std::vector<std::byte>& data) {
 }
 
 void BodyReader::identity(Item& item, ItemId id) {
-  if (kindOf(id) != item.kind()) return setDamaged();
+  if (kindOf(id) != item.kind() || serialOf(id) == 0) return setDamaged();
   identities_.emplace_back(&item, id);
+}
+
+void BodyReader::reference(ItemId& id) {
+  id = itemId();
+  if (id != noItem && (kindOf(id) != ItemKind::waveform || serialOf(id) == 0)) setDamaged();
 }
 
 void BodyReader::parameters(ParameterSet& set) {
@@ -26,7 +44,7 @@ void BodyReader::parameters(ParameterSet& set) {
   for (uint32_t left = count(); left > 0 && ok(); --left) {
     const int row = number<uint16_t>();
     const auto value = number<float>();
-    if (row <= before || row >= parameterCount) return setDamaged();
+    if (row <= before || row >= parameterCount || !std::isfinite(value)) return setDamaged();
     set.set(static_cast<ParameterId>(row), value);
     before = row;
   }
@@ -57,17 +75,20 @@ void BodyReader::stretch(ForeignChunk& chunk) {
 }
 
 void BodyReader::takeIdentities() {
-  std::vector<std::pair<ItemId, ItemId>> renamed;
+  std::unordered_map<ItemId, ItemId> renamed;  // waveforms
   for (const auto& [item, id] : identities_) {
-    if (!reclaimId(*item, id) && item->kind() == ItemKind::waveform) renamed.emplace_back(id, item->id());
+    const bool isTaken = leavesRoom(id) && reclaimId(*item, id);
+    if (!isTaken && item->kind() == ItemKind::waveform) renamed.emplace(id, item->id());
   }
   for (const auto& [item, id] : identities_) {
     if (item->kind() != ItemKind::region) continue;
     ItemId& waveform = static_cast<Region*>(item)->waveform;
-    const auto other =
-        std::find_if(renamed.begin(), renamed.end(), [&](const auto& pair) { return pair.first == waveform; });
-    if (other != renamed.end()) waveform = other->second;
-    reserveId(waveform);
+    if (const auto other = renamed.find(waveform); other != renamed.end()) waveform = other->second;
+    if (leavesRoom(waveform)) {
+      reserveId(waveform);
+    } else if (!findItem(waveform)) {
+      waveform = noItem;
+    }
   }
 }
 

@@ -38,6 +38,12 @@ class BodyReader {
   void number(T& value) {
     value = number<T>();
   }
+  /// A number that is read from `lowest` to `highest`; others, and what is not a number, are damage.
+  template <typename T>
+  void number(T& value, T lowest, T highest) {
+    number(value);
+    if (!(value >= lowest && value <= highest)) setDamaged();
+  }
   ItemId itemId() { return ItemId{number<uint32_t>()}; }
   template <typename T>
   void optionalNumber(std::optional<T>& value) {
@@ -57,10 +63,11 @@ class BodyReader {
   void text(Text& text);
   void bytes(std::vector<std::byte>& data);
   void fourCC(FourCC& code) { code = in_.fourCC(); }
-  /// The identifier that the item is to have in the end. One of another kind is damage.
+  /// The identifier that the item is to have in the end. One of another kind, or that no item ever has, is damage.
   void identity(Item& item) { identity(item, itemId()); }
   void identity(Item& item, ItemId id);
-  void reference(ItemId& id) { id = itemId(); }
+  /// The identifier of a waveform, or noItem.
+  void reference(ItemId& id);
   void parameters(ParameterSet& set);
   void samples(SampleRef& samples);
   void picture(std::shared_ptr<const Picture>& picture);
@@ -71,7 +78,8 @@ class BodyReader {
     for (uint32_t left = count(); left > 0 && ok(); --left) fields(elements.emplace_back());
   }
 
-  /// Once, after the items have taken their place. An identifier that another item has stays with that one.
+  /// Once, after the items have taken their place. An identifier that another item has stays with that one; those with
+  /// a serial number so high that few would be left for new items are not taken either.
   void takeIdentities();
 
  private:

@@ -28,6 +28,10 @@ class BodyWriter {
     }
   }
   template <typename T>
+  void number(T value, T /*lowest*/, T /*highest*/) {
+    number(value);
+  }
+  template <typename T>
   void optionalNumber(const std::optional<T>& value) {
     flag(value.has_value());
     if (value) number(*value);

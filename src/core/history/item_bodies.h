@@ -3,6 +3,7 @@
 // program version in the header of the file that it stands in, and by nothing else: fields may be added or moved when
 // that version changes.
 
+#include <limits>
 #include <memory>
 #include <utility>
 
@@ -10,6 +11,12 @@
 #include "core/history/body_writer.h"
 
 namespace tervo::bodies {
+
+// What the model and its readers allow; numbers are converted to integers without asking again.
+inline constexpr float finite = std::numeric_limits<float>::max();
+inline constexpr double farthestFrame = 9007199254740992;  // 2^53: every whole frame up to there has a number
+inline constexpr double highestRate = 4294967295;          // what a WAV file can state
+inline constexpr uint8_t highestMidi = 127;
 
 template <typename Archive, typename AnyTags>
 void tags(Archive& a, AnyTags& tags) {
@@ -22,11 +29,11 @@ void markers(Archive& a, Markers& markers) {
   a.list(markers, [&](auto& marker) {
     a.choice(marker.type, MarkerType::loop);
     a.text(marker.name);
-    a.number(marker.start);
-    a.number(marker.end);
+    a.number(marker.start, -farthestFrame, farthestFrame);
+    a.number(marker.end, -farthestFrame, farthestFrame);
     a.choice(marker.loopType, LoopType::alternating);
     a.number(marker.loopCount);
-    a.number(marker.loopPitch);
+    a.number(marker.loopPitch, -finite, finite);
     a.number(marker.foreignId);
   });
 }
@@ -49,14 +56,14 @@ template <typename Archive, Is<Waveform> T>
 void body(Archive& a, T& waveform) {
   a.text(waveform.name);
   a.samples(waveform.samples);
-  a.number(waveform.sampleRate);
-  a.number(waveform.rootKey);
-  a.number(waveform.fineTune);
-  a.number(waveform.gain);
+  a.number(waveform.sampleRate, 1.0, highestRate);
+  a.number(waveform.rootKey, uint8_t{0}, highestMidi);
+  a.number(waveform.fineTune, -100.0f, 100.0f);
+  a.number(waveform.gain, -finite, finite);
   a.number(waveform.storedFormat);
-  a.number(waveform.storedBits);
+  a.number(waveform.storedBits, 0, 65535);
   a.choice(waveform.coding, SampleCoding::compressed320);
-  a.number(waveform.preferredFormat);
+  a.number(waveform.preferredFormat, uint8_t{0}, uint8_t{21});
   markers(a, waveform.markers);
   tags(a, waveform.tags);
   foreignChunks(a, waveform.foreignChunks);
@@ -115,9 +122,9 @@ template <typename Archive, Is<Instrument> T>
 void body(Archive& a, T& instrument) {
   a.text(instrument.name);
   a.flag(instrument.drum);
-  a.number(instrument.program);
-  a.number(instrument.bankMsb);
-  a.number(instrument.bankLsb);
+  a.number(instrument.program, uint8_t{0}, highestMidi);
+  a.number(instrument.bankMsb, uint8_t{0}, highestMidi);
+  a.number(instrument.bankLsb, uint8_t{0}, highestMidi);
   a.parameters(instrument.articulation);
   children<Layer>(a, instrument, instrument.layers());
   if constexpr (Archive::isReading) {
@@ -137,7 +144,7 @@ void body(Archive& a, T& instrument) {
 template <typename Archive, Is<Song> T>
 void body(Archive& a, T& song) {
   a.text(song.name);
-  a.number(song.format);
+  a.number(song.format, uint16_t{0}, uint16_t{2});
   a.number(song.division);
   children<Track>(a, song, song.tracks());
 }

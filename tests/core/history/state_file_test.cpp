@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
+#include <limits>
 
 #include "base/last_error.h"
 #include "tests/core/history/sample_document.h"
@@ -137,6 +139,60 @@ TEST(StateFile, DamageOfAnyKindLeavesTheDocumentAlone) {
     tryLoad(damaged, at);
   }
   EXPECT_GT(refused, 100);
+}
+
+TEST(StateFile, RefusesNumbersThatNoDocumentHas) {
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN(), infinity = std::numeric_limits<double>::infinity();
+  const std::function<void(Waveform&, Instrument&, Region&)> cases[] = {
+      [](auto& wave, auto&, auto&) { wave.sampleRate = nan; },
+      [](auto& wave, auto&, auto&) { wave.sampleRate = -1; },
+      [](auto& wave, auto&, auto&) { wave.sampleRate = 1e12; },
+      [](auto& wave, auto&, auto&) { wave.rootKey = 128; },
+      [](auto& wave, auto&, auto&) { wave.fineTune = 101; },
+      [](auto& wave, auto&, auto&) { wave.gain = static_cast<float>(infinity); },
+      [](auto& wave, auto&, auto&) { wave.preferredFormat = 22; },
+      [](auto& wave, auto&, auto&) { wave.markers[0].start = nan; },
+      [](auto& wave, auto&, auto&) { wave.markers[1].end = 1e300; },
+      [](auto& wave, auto&, auto&) { wave.markers[0].loopPitch = static_cast<float>(nan); },
+      [](auto&, auto& instrument, auto&) { instrument.program = 128; },
+      [](auto&, auto& instrument, auto&) { instrument.bankLsb = 200; },
+      [](auto&, auto& instrument, auto&) {
+        instrument.articulation.set(ParameterId::filterCutoff, static_cast<float>(nan));
+      },
+      [](auto&, auto& instrument, auto& region) { region.waveform = instrument.id(); },
+      [](auto&, auto&, auto& region) { region.waveform = ItemId{0}; },
+  };
+  for (const auto& spoil : cases) {
+    Collection document;
+    fillEveryField(document);
+    Instrument& instrument = *document.instruments()[0];
+    spoil(*document.waveforms()[0], instrument, *instrument.layers()[0]->regions()[0]);
+    Untouched untouched;
+    EXPECT_FALSE(load(untouched.document, stateOf(document))) << &spoil - cases;
+    EXPECT_TRUE(untouched.holds());
+  }
+}
+
+/// A state whose waveform, and the region that plays it, have an identifier of this serial number.
+std::vector<std::byte> stateWithSerial(uint32_t serial) {
+  Collection document;
+  fillEveryField(document);
+  auto state = stateOf(document);
+  const LittleU32 from = static_cast<uint32_t>(document.waveforms()[0]->id()), to = serial;
+  const auto fromBytes = std::as_bytes(std::span(&from, 1)), toBytes = std::as_bytes(std::span(&to, 1));
+  for (auto rest = std::ranges::search(state, fromBytes); !rest.empty();
+       rest = std::ranges::search(rest.end(), state.end(), fromBytes.begin(), fromBytes.end()))
+    std::ranges::copy(toBytes, rest.begin());
+  return state;
+}
+
+TEST(StateFile, CannotUseUpTheIdentifiers) {
+  Collection loaded;
+  EXPECT_FALSE(load(loaded, stateWithSerial(0)));
+  const ItemId before = Waveform().id();
+  ASSERT_TRUE(load(loaded, stateWithSerial(0x0FFFFFFF)));
+  EXPECT_GT(Waveform().id(), before);
+  EXPECT_EQ(loaded.instruments()[0]->layers()[0]->regions()[0]->waveform, loaded.waveforms()[0]->id());
 }
 
 TEST(StateFile, ItemsWhoseIdentifiersAreTakenGetNewOnesAndStayConnected) {
