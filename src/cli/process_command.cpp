@@ -82,6 +82,7 @@ bool process(Run& run, const Collection& collection) {
 }  // namespace
 
 int runProcess(const CommandLine& line, Console& console, const Settings& settings) {
+  if (reportHidesAFile(line)) return console.failure(line.reportFile.shown), exitWrongUsage;
   Text hint;
   const FormatIndex row = chosenRow(line, hint);
   if (row == noFormat) return console.failure(line.target.shown, hint), exitFailed;

@@ -1,10 +1,26 @@
 #include "cli/saving.h"
 
+#include <algorithm>
+
 #include "base/last_error.h"
 #include "cli/selection.h"
 #include "formats/save_flow.h"
+#include "platform/file.h"
 
 namespace tervo::cli {
+
+bool isOneOf(const NamedFile& file, const std::vector<NamedFile>& files) {
+  return std::any_of(files.begin(), files.end(), [&](const NamedFile& other) {
+    return file.path == other.path || platform::sameFile(file.path, other.path);
+  });
+}
+
+bool reportHidesAFile(const CommandLine& line) {
+  if (line.report != ReportOutput::file) return false;
+  if (!isOneOf(line.reportFile, line.files) && !isOneOf(line.reportFile, {line.target})) return false;
+  setLastErrorText(u"The report would replace a file of this conversion");
+  return true;
+}
 
 bool saveDocument(Run& run, const Collection& collection, FormatIndex row) {
   Text hint;

@@ -6,6 +6,10 @@
 
 namespace tervo::cli {
 
+bool isOneOf(const NamedFile& file, const std::vector<NamedFile>& files);
+/// Whether the report would take the place of what it tells about; LastErrorText says so.
+bool reportHidesAFile(const CommandLine& line);
+
 /// Saves what the command line names of the document as its target, in a row of the table. False after printing why it
 /// failed.
 bool saveDocument(Run& run, const Collection& collection, FormatIndex row);

@@ -32,6 +32,10 @@ bool writeSavedState(const Collection& collection, Text& path) {
 }
 
 int save(const CommandLine& line, Console& console, const Settings& settings) {
+  if (isOneOf(line.target, line.files)) {
+    setLastErrorText(u"The state would replace a file that it is made of");
+    return console.failure(line.target.shown), exitWrongUsage;
+  }
   Run run{line, console, settings};
   Collection collection;
   if (!openAll(run, collection)) return run.failureStatus();
@@ -44,7 +48,18 @@ int save(const CommandLine& line, Console& console, const Settings& settings) {
   return exitDone;
 }
 
+/// A state is loaded as it was saved.
+bool setsLoadSettings(const CommandLine& line, Console& console) {
+  const auto set =
+      std::find_if(line.sets.begin(), line.sets.end(), [](const Text& each) { return each.starts_with(u"load."); });
+  if (set == line.sets.end()) return false;
+  setLastErrorText(u"Loading a program state does not use this setting");
+  return console.failure(u"--set " + *set), true;
+}
+
 int load(const CommandLine& line, Console& console, const Settings& settings) {
+  if (setsLoadSettings(line, console)) return exitWrongUsage;
+  if (reportHidesAFile(line)) return console.failure(line.reportFile.shown), exitWrongUsage;
   Text hint;
   const FormatIndex row = line.target.shown.empty() ? noFormat : chosenRow(line, hint);
   if (row == noFormat && !line.target.shown.empty()) return console.failure(line.target.shown, hint), exitFailed;
@@ -94,6 +109,11 @@ std::vector<NamedFile> userStates() {
 int list(const CommandLine& line, Console& console) {
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
   int status = exitDone;
+  if (const Text folder = stateFolder(); line.files.empty() && platform::fileExists(folder)) {
+    setLastErrorText(u"Could not open file");
+    console.failure(folder);
+    status = exitFailed;
+  }
   for (const NamedFile& file : line.files.empty() ? userStates() : line.files)
     if (!listFile(file, line, console, all)) status = exitFailed;
   if (line.json) console.out(dumped(all));

@@ -37,6 +37,25 @@ TEST_F(State, SaysWhatIsWrong) {
   EXPECT_EQ(run({u"state", u"list", u"old.tvs", u"--json"}), 0);
   EXPECT_EQ(json()[0]["readable"], false);
   EXPECT_EQ(run({u"state", u"load"}), 2);
+  folder.put(u"many.tvs", "TvSt\x90\x7A\xB8\x00\xFF\xFF\xFF\x00"s + std::string(64, '\0'));
+  EXPECT_EQ(run({u"state", u"list", u"many.tvs"}), 1);
+  EXPECT_EQ(console.error, "tervo: many.tvs: The program state file is damaged\n");
+}
+
+TEST_F(State, DoesNotReplaceWhatItIsMadeOf) {
+  const std::string before = folder.get(u"a.sw");
+  EXPECT_EQ(run({u"state", u"save", u"b.sb", u"a.sw", u"-o", u"./a.sw", u"--overwrite"}), 2);
+  EXPECT_NE(console.error.find("a.sw: "), std::string::npos) << console.error;
+  EXPECT_EQ(folder.get(u"a.sw"), before);
+  ASSERT_EQ(run({u"state", u"save", u"a.sw", u"-o", u"s.tvs"}), 0);
+  EXPECT_EQ(run({u"state", u"load", u"s.tvs", u"-o", u"out.sb", u"--report=s.tvs"}), 2);
+  EXPECT_EQ(run({u"state", u"list", u"s.tvs"}), 0);
+}
+
+TEST_F(State, RefusesSettingsThatLoadingAStateDoesNotUse) {
+  ASSERT_EQ(run({u"state", u"save", u"a.sw", u"-o", u"s.tvs"}), 0);
+  EXPECT_EQ(run({u"state", u"load", u"s.tvs", u"--set", u"load.bConfirm=0"}), 2);
+  EXPECT_NE(console.error.find("--set load."), std::string::npos) << console.error;
 }
 
 }  // namespace

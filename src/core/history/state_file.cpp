@@ -81,6 +81,9 @@ std::optional<StateSummary> stateSummary(const ByteSource& file) {
   const auto header = reader.record<StateHeader>();
   const auto records = reader.little<uint32_t>();
   if (!reader.ok() || header.magic != magic) return fail(u"Not a program state file");
+  // Every item's identifier stands in its own record and in a list of the collection's.
+  const bool fits = records > 0 && records - 1 <= (file.size() - bytes.size()) / (2 * sizeof(ItemId));
+  if (header.version == stateVersion && !fits) return fail(u"The program state file is damaged");
   return StateSummary{header.version, records};
 }
 

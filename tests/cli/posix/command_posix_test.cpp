@@ -33,6 +33,15 @@ TEST_F(PosixCommands, SettingsAreKept) {
   EXPECT_EQ(console.output, "77\n");
 }
 
+TEST_F(PosixCommands, AFolderOfStatesThatIsNoneIsSaid) {
+  setenv("XDG_DATA_HOME", (folder / u"").c_str(), 1);
+  EXPECT_EQ(run({u"state", u"list"}), 0) << console.error;  // not made yet
+  folder.put(u"Tervo Studio", "a file");
+  EXPECT_EQ(run({u"state", u"list"}), 1);
+  EXPECT_NE(console.error.find("Tervo Studio: Could not open file"), std::string::npos) << console.error;
+  unsetenv("XDG_DATA_HOME");
+}
+
 TEST_F(PosixCommands, WhatIsNoFileIsRefusedAtOnce) {
   ASSERT_EQ(mkfifo((folder / u"pipe.wav").c_str(), 0600), 0);
   fs::create_symlink("loop.wav", folder / u"loop.wav");
