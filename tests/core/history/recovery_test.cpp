@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/path.h"
 #include "tests/core/history/sample_document.h"
 #include "tests/platform/test_folder.h"
 
@@ -93,14 +94,14 @@ TEST(Recovery, OffersWhatADeadProgramLeft) {
   test.rename(u"lost");
   test.tend(keeper, seconds(1));
   const auto leave = [&](TextView name) {
-    const Text left = test.folder.text(u"states/Recovery " + Text(name) + u".tvs");
+    const Text left = platform::join(test.states, u"Recovery " + Text(name) + u".tvs");
     std::filesystem::copy_file(std::filesystem::path(keeper.path()), std::filesystem::path(left));
     return left;
   };
   const Text first = leave(u"1"), second = leave(u"2"), third = leave(u"3");
   test.folder.put(u"states/Recovery 0.tvs", "damaged");
   test.folder.put(u"states/Saved state 10_00_00.tvs", "no recovery");
-  const Text damaged = test.folder.text(u"states/Recovery 0.tvs");
+  const Text damaged = platform::join(test.states, u"Recovery 0.tvs");
   ASSERT_EQ(lostStates(test.states), (std::vector<Text>{damaged, first, second, third}));
 
   Collection document;
