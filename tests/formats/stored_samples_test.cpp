@@ -111,7 +111,7 @@ TEST(StoredSamples, TakeNoBytesOfOtherRecords) {
   ASSERT_TRUE(writeState(sink, imageOf(document), openStoredSamples));
   auto state = sink.take();
   const Bytes recorded = u8({1, 1, 40, 0, 0, 0, 0, 0, 0, 0});  // stored, mono, 40 frames
-  const auto at = std::ranges::search(state, recorded).begin();
+  const auto at = std::search(state.begin(), state.end(), recorded.begin(), recorded.end());
   ASSERT_NE(at, state.end());
   at[2] = std::byte{200};
   EXPECT_FALSE(readState(document, LoadedBytes::load(MemorySource(state)), openStoredSamples));

@@ -180,9 +180,9 @@ std::vector<std::byte> stateWithSerial(uint32_t serial) {
   auto state = stateOf(document);
   const LittleU32 from = static_cast<uint32_t>(document.waveforms()[0]->id()), to = serial;
   const auto fromBytes = std::as_bytes(std::span(&from, 1)), toBytes = std::as_bytes(std::span(&to, 1));
-  for (auto rest = std::ranges::search(state, fromBytes); !rest.empty();
-       rest = std::ranges::search(rest.end(), state.end(), fromBytes.begin(), fromBytes.end()))
-    std::ranges::copy(toBytes, rest.begin());
+  const auto find = [&](auto begin) { return std::search(begin, state.end(), fromBytes.begin(), fromBytes.end()); };
+  for (auto found = find(state.begin()); found != state.end(); found = find(found + 4))
+    std::copy(toBytes.begin(), toBytes.end(), found);
   return state;
 }
 
