@@ -20,6 +20,10 @@ std::optional<float> ParameterSet::get(ParameterId row) const {
 }
 
 void ParameterSet::set(ParameterId row, float value) {
+  if (entries_.empty() || entries_.back().first < row) {
+    entries_.emplace_back(row, value);
+    return;
+  }
   const auto place = placeOf(entries_, row);
   if (place != entries_.end() && place->first == row) {
     place->second = value;

@@ -397,7 +397,7 @@ ROW(388, "sdw",        "Signed dwords (32-bit)",                        RD,  0x0
 ROW(389, "seq",        "PlayStation music",                             RWD, 0x60, 0x00080000, 0,          null,                    null,             null)
 ROW(390, "sdx",        "SDX compact MIDI SDS",                          RD,  0x01, 0x00000000, 0,          null,                    null,             null)
 ROW(391, "sf",         "IRCAM / MTU sound",                             RWD, 0x01, 0x00300364, 0,          null,                    null,             null)
-ROW(392, "sf2",        "SoundFont v2 bank",                             RWD, 0x91, 0x02100014, 0,          null,                    null,             null)
+ROW(392, "sf2",        "SoundFont v2 bank",                             RWD, 0x91, 0x02100014, 0,          readSf2,                 writeSf2,         detectSf2)
 ROW(393, "sf2pack",    "MIDI Converter Studio",                         RD,  0x91, 0x00000000, 0,          null,                    null,             null)
 ROW(394, "sf3",        "Compressed SoundFont",                          RWD, 0x91, 0x02120014, 3,          null,                    null,             null)
 ROW(395, "sfark",      "Melody Machine SF",                             RD,  0x91, 0x00000000, 0,          null,                    null,             null)

@@ -13,12 +13,6 @@ constexpr InfoName infoNames[] = {
     {"ICOP", Tag::copyright}, {"IENG", Tag::engineer}, {"IPRD", Tag::product},
 };
 
-void writeText(ByteWriter& writer, FourCC id, std::string_view text) {
-  const ChunkScope chunk(writer, id);
-  writer.chars(text);
-  writer.u8(0);
-}
-
 }  // namespace
 
 std::optional<Tag> infoTagOf(FourCC id) {
@@ -32,6 +26,13 @@ void forEachInfoTag(const Tags& tags, const std::function<void(FourCC, const Tex
   for (const auto& name : infoNames) {
     if (!tags[name.tag].empty()) visit(name.id, tags[name.tag]);
   }
+}
+
+void writeInfoText(ByteWriter& writer, FourCC id, std::string_view text, InfoSize size) {
+  const ChunkScope chunk(writer, id);
+  writer.chars(text);
+  writer.u8(0);
+  if (size == InfoSize::even && text.size() % 2 == 0) writer.u8(0);
 }
 
 void readInfoTags(const ByteSource& source, const Chunk& list, Tags& tags, std::vector<KeptInfo>* kept) {
@@ -49,12 +50,12 @@ void readInfoTags(const ByteSource& source, const Chunk& list, Tags& tags, std::
 void writeInfoTags(ByteWriter& writer, const Tags& tags, std::span<const KeptInfo> kept) {
   const ChunkScope list(writer, "LIST");
   writer.chars("INFO");
-  forEachInfoTag(tags, [&](FourCC id, const Text& text) { writeText(writer, id, toUtf8(text)); });
+  forEachInfoTag(tags, [&](FourCC id, const Text& text) { writeInfoText(writer, id, toUtf8(text)); });
   for (const auto& other : kept) {
     const ChunkScope chunk(writer, other.id);
     writer.bytes(other.body);
   }
-  writeText(writer, infoSoftware, softwareName);
+  writeInfoText(writer, infoSoftware, softwareName);
 }
 
 }  // namespace tervo

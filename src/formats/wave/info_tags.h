@@ -29,6 +29,11 @@ std::optional<Tag> infoTagOf(FourCC id);
 /// Every tag that is set and has a name in the list.
 void forEachInfoTag(const Tags& tags, const std::function<void(FourCC, const Text&)>& visit);
 
+/// Writes one string with the zero that ends it. `Size::even` is for files in which the size of every string must be
+/// even: they have a second zero where it would be odd.
+enum class InfoSize { any, even };
+void writeInfoText(ByteWriter& writer, FourCC id, std::string_view text, InfoSize size = InfoSize::any);
+
 /// Reads the strings of an "INFO" list into the tags; others are appended to `kept` where that is given.
 void readInfoTags(const ByteSource& source, const Chunk& list, Tags& tags, std::vector<KeptInfo>* kept = nullptr);
 

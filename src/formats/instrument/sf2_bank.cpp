@@ -1,0 +1,173 @@
+#include "formats/instrument/sf2_bank.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/byte_reader.h"
+#include "base/last_error.h"
+#include "formats/wave/info_tags.h"
+
+namespace tervo::sf2 {
+namespace {
+
+constexpr uint64_t formHeaderBytes = 12;
+constexpr uint32_t unknownSize = 0xFFFFFFFF;
+constexpr int deepestList = 8;
+// More than 16-bit indices can reach; bounds the memory that a file of lies can take.
+constexpr std::size_t mostRecordBytes = 16u << 20;
+
+class BankLoader {
+ public:
+  BankLoader(Bank& bank, Tags& tags, LossTally& losses) : bank_(bank), tags_(tags), losses_(losses) {}
+
+  bool load(uint32_t formSize) {
+    ChunkWalker walker(*bank_.source, formHeaderBytes, bank_.source->size());
+    if (formSize != unknownSize) walker.setDeclaredEnd(uint64_t{formSize} + 8);
+    if (!walk(walker, 0)) return false;
+    finishPresets();
+    finishInstruments();
+    finishSamples();
+    return true;
+  }
+
+ private:
+  void loadChunk(const Chunk& chunk);
+
+  bool walk(ChunkWalker& walker, int depth) {
+    while (const auto chunk = walker.next()) {
+      if (chunk->isTruncated()) losses_.dropped(u"end of the file", u"the file is cut off");
+      if (chunk->id == FourCC("LIST")) {
+        if (!onList(*chunk, depth)) return false;
+        continue;
+      }
+      loadChunk(*chunk);
+    }
+    return true;
+  }
+
+  bool onList(const Chunk& list, int depth) {
+    FourCC type;
+    bank_.source->readAt(list.body, std::as_writable_bytes(std::span(type.chars)));
+    if (type == FourCC("INFO")) return onInfo(list);
+    if (depth == deepestList) return true;
+    ChunkWalker inner(*bank_.source, list.body + sizeof type, list.body + list.bytes);
+    return walk(inner, depth + 1);
+  }
+
+  bool onInfo(const Chunk& list) {
+    std::vector<KeptInfo> others;
+    readInfoTags(*bank_.source, list, tags_, &others);
+    for (const KeptInfo& info : others) {
+      ByteReader body(info.body);
+      if (info.id == FourCC("ifil") && info.body.size() >= 4) {
+        bank_.majorVersion = body.little<uint16_t>();
+        if (bank_.majorVersion != 2 && bank_.majorVersion != 3) return fail(u"Not a Sound Font v2.x file");
+      } else if (info.id == FourCC("ICRD") || info.id == FourCC("irom")) {
+        losses_.dropped(info.id == FourCC("ICRD") ? u"creation date" : u"name of the sound ROM",
+                        u"the document has no place for it");
+      }
+    }
+    return true;
+  }
+
+  template <typename Record>
+  void loadRecords(const Chunk& chunk, std::vector<Record>& records) {
+    const auto bytes = bank_.source->readUpTo(chunk.body, chunk.bytes, mostRecordBytes);
+    records.resize(bytes.size() / sizeof(Record));
+    if (!records.empty()) std::memcpy(records.data(), bytes.data(), records.size() * sizeof(Record));
+    const bool isWhole = bytes.size() == records.size() * sizeof(Record) && bytes.size() == chunk.size;
+    if (!isWhole) losses_.dropped(u"end of a table", u"it does not consist of whole records");
+  }
+
+  void onLowBytes(const Chunk& chunk) {
+    const bool isAccepted = bank_.words == 0 || bank_.majorVersion == 3 || chunk.bytes >= bank_.words;
+    if (!isAccepted) return losses_.dropped(u"lower bytes of 24-bit samples", u"there are fewer than samples");
+    bank_.lowBytesAt = chunk.body;
+    bank_.lowBytes = chunk.bytes;
+  }
+
+  /// The records up to the one that is named as the end; without one the last counts as the end.
+  template <typename Record>
+  void cutAt(std::vector<Record>& records, std::string_view endName, TextView what, std::size_t& bagsEnd,
+             std::size_t bags) {
+    const auto isEnd = [&](const Record& record) { return nameIn(record.name) == endName; };
+    auto end = std::find_if(records.begin(), records.end(), isEnd);
+    if (end == records.end() && !records.empty()) {
+      losses_.dropped(what, u"the last record, which should end the table, is another one");
+      --end;
+    }
+    const std::size_t last = bags > 0 ? bags - 1 : 0;
+    bagsEnd = end == records.end() ? last : std::min<std::size_t>(end->firstBag, last);
+    records.erase(end, records.end());
+  }
+
+  void finishPresets() {
+    cutAt(bank_.presets, "EOP", u"end of the presets", bank_.presetBagsEnd, bank_.presetZones.bags.size());
+  }
+  void finishInstruments() {
+    cutAt(bank_.instruments, "EOI", u"end of the instruments", bank_.instrumentBagsEnd,
+          bank_.instrumentZones.bags.size());
+  }
+
+  // A sample does not depend on the record behind it, so only a last record without content is taken for the end.
+  void finishSamples() {
+    auto& samples = bank_.samples;
+    const auto end = std::find_if(samples.begin(), samples.end(),
+                                  [](const SampleRecord& sample) { return nameIn(sample.name) == "EOS"; });
+    if (end == samples.end()) {
+      if (samples.empty()) return;
+      losses_.dropped(u"end of the samples", u"the last record, which should end the table, is another one");
+      if (samples.back().end == 0 && samples.back().sampleRate == 0) samples.pop_back();
+      return;
+    }
+    samples.erase(end, samples.end());
+  }
+
+  Bank& bank_;
+  Tags& tags_;
+  LossTally& losses_;
+};
+
+void BankLoader::loadChunk(const Chunk& chunk) {
+  using Load = void (*)(BankLoader&, const Chunk&);
+  struct Handler {
+    FourCC id;
+    Load load;
+  };
+  // clang-format off
+  static constexpr Handler handlers[] = {
+      {"smpl", [](BankLoader& it, const Chunk& c) { it.bank_.wordsAt = c.body; it.bank_.words = c.bytes / 2; }},
+      {"sm24", [](BankLoader& it, const Chunk& c) { it.onLowBytes(c); }},
+      {"phdr", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.presets); }},
+      {"pbag", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.presetZones.bags); }},
+      {"pmod", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.presetZones.modulators); }},
+      {"pgen", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.presetZones.generators); }},
+      {"inst", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.instruments); }},
+      {"ibag", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.instrumentZones.bags); }},
+      {"imod", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.instrumentZones.modulators); }},
+      {"igen", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.instrumentZones.generators); }},
+      {"shdr", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.samples); }},
+  };
+  // clang-format on
+  for (const Handler& handler : handlers)
+    if (handler.id == chunk.id) return handler.load(*this, chunk);
+}
+
+}  // namespace
+
+std::optional<Bank> loadBank(std::shared_ptr<const ByteSource> source, Tags& tags, LossTally& losses) {
+  std::array<std::byte, formHeaderBytes> head{};
+  source->readAt(0, head);
+  ByteReader reader(head);
+  const FourCC form = reader.fourCC();
+  const auto formSize = reader.little<uint32_t>();
+  const FourCC type = reader.fourCC();
+  if (form != FourCC("RIFF") || (type != FourCC("sfbk") && type != FourCC("sfpk")))
+    return fail(u"Not a SoundFont2 file");
+  Bank bank;
+  bank.source = std::move(source);
+  if (!BankLoader(bank, tags, losses).load(formSize)) return std::nullopt;
+  return bank;
+}
+
+}  // namespace tervo::sf2

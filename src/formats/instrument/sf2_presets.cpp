@@ -1,0 +1,217 @@
+#include "formats/instrument/sf2_presets.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "core/parameter_table.h"
+#include "formats/instrument/sf2_articulation.h"
+#include "formats/instrument/sf2_layer_maker.h"
+#include "formats/instrument/sf2_region.h"
+#include "formats/instrument/sf2_zone_reader.h"
+#include "formats/number_text.h"
+
+namespace tervo::sf2 {
+namespace {
+
+// Far above what 16-bit indices leave room for in a bank that was made for playing; bounds the memory that a small
+// file can ask for, in which every zone of a preset names the same large instrument.
+constexpr std::size_t mostRegions = 131072;
+
+std::optional<Range> rangeOf(int16_t amount) {
+  const auto bits = static_cast<uint16_t>(amount);
+  const Range range{static_cast<uint8_t>(bits & 0xFF), static_cast<uint8_t>(std::min(bits >> 8, 127))};
+  return range.low <= range.high ? std::optional(range) : std::nullopt;
+}
+
+std::optional<Range> common(const ZoneValues& a, const ZoneValues& b, Gen generator) {
+  const auto one = rangeOf(a[generator]), other = rangeOf(b[generator]);
+  if (!one || !other || !one->overlaps(*other)) return std::nullopt;
+  return Range{std::max(one->low, other->low), std::min(one->high, other->high)};
+}
+
+int16_t sum(int16_t a, int16_t b) {
+  return static_cast<int16_t>(std::clamp(a + b, -32768, 32767));
+}
+
+ZoneValues summed(const ZoneValues& instrument, const ZoneValues& preset) {
+  ZoneValues values = instrument;
+  for (std::size_t i = 0; i < generatorCount; ++i)
+    if (isSummed(i)) values.generators[i] = sum(values.generators[i], preset.generators[i]);
+  for (std::size_t i = 0; i < slotCount; ++i) values.slots[i] = sum(values.slots[i], preset.slots[i]);
+  return values;
+}
+
+void noteLosses(const std::vector<ClippedRow>& clipped, LossTally& losses) {
+  for (const ClippedRow& row : clipped)
+    losses.approximated(rowOf(row.row).name, numberText(row.from), numberText(row.to));
+}
+
+/// Rows that a preset's global zone says: those in which it differs from a zone that says nothing.
+ArticulationSet globalRows(const ZoneValues& global) {
+  const ArticulationSet rows = articulationOf(summed(instrumentDefaults(), global));
+  const ArticulationSet usual = articulationOf(instrumentDefaults());
+  ArticulationSet said;
+  for (const auto& [row, value] : rows.entries())
+    if (usual.get(row) != value) said.set(row, value);
+  return said;
+}
+
+class PresetReader {
+ public:
+  PresetReader(Collection& collection, const Bank& bank, const std::vector<Waveform*>& waveforms,
+               const SourceFile& file, LossTally& losses)
+      : collection_(collection),
+        bank_(bank),
+        waveforms_(waveforms),
+        file_(file),
+        presetZones_(bank.presetZones, losses),
+        instrumentZones_(bank.instrumentZones, losses),
+        presetBags_(bagSpans(bank.presets, bank.presetBagsEnd, losses)),
+        instrumentBags_(bagSpans(bank.instruments, bank.instrumentBagsEnd, losses)),
+        zonesOf_(bank.instruments.size()) {}
+
+  void readAll() {
+    std::vector<std::vector<ZoneValues>> zones;
+    for (std::size_t i = 0; i < bank_.presets.size(); ++i) zones.push_back(presetZonesOf(i));
+    chooseLoopCounts(zones);
+    for (std::size_t i = 0; i < bank_.presets.size(); ++i) readPreset(bank_.presets[i], zones[i]);
+  }
+
+ private:
+  /// The preset's zones that name an instrument; in front of them its global zone, which names none.
+  std::vector<ZoneValues> presetZonesOf(std::size_t preset) {
+    LossTally losses;
+    std::vector<ZoneValues> zones{presetDefaults()};
+    for (std::size_t bag = presetBags_[preset].first; bag < presetBags_[preset].end; ++bag) {
+      ZoneValues values = zones.front();
+      presetZones_.apply(bag, values, losses);
+      const auto instrument = static_cast<uint16_t>(values[Gen::instrument]);
+      const bool namesOne = instrument < bank_.instruments.size();
+      if (namesOne)
+        zones.push_back(values);
+      else if (values[Gen::instrument] == -1 && bag == presetBags_[preset].first)
+        zones.front() = values;
+      else
+        losses.dropped(u"zone of a preset", u"it names no instrument");
+    }
+    losses.reportTo(file_.report, fromFileText(nameIn(bank_.presets[preset].name)));
+    return zones;
+  }
+
+  /// The instrument's zones that name a sample, each with what the global zone says. Read once.
+  const std::vector<ZoneValues>& zonesOf(std::size_t instrument) {
+    auto& known = zonesOf_[instrument];
+    if (known) return *known;
+    known.emplace();
+    LossTally losses;
+    ZoneValues global = instrumentDefaults();
+    for (std::size_t bag = instrumentBags_[instrument].first; bag < instrumentBags_[instrument].end; ++bag) {
+      ZoneValues values = global;
+      instrumentZones_.apply(bag, values, losses);
+      if (values[Gen::sampleId] >= 0)
+        known->push_back(values);
+      else if (bag == instrumentBags_[instrument].first)
+        global = values;
+      else
+        losses.dropped(u"zone of an instrument", u"it names no sample");
+    }
+    losses.reportTo(file_.report, fromFileText(nameIn(bank_.instruments[instrument].name)));
+    return *known;
+  }
+
+  Waveform* waveformOf(const ZoneValues& zone) const {
+    const auto sample = static_cast<uint16_t>(zone[Gen::sampleId]);
+    return sample < waveforms_.size() ? waveforms_[sample] : nullptr;
+  }
+
+  /// A loop that every zone leaves at note-off ends there for whoever plays the waveform.
+  void chooseLoopCounts(const std::vector<std::vector<ZoneValues>>& presets) {
+    std::vector<bool> always(waveforms_.size()), untilRelease(waveforms_.size());
+    std::vector<bool> isDone(bank_.instruments.size());
+    for (const auto& zones : presets) {
+      for (std::size_t i = 1; i < zones.size(); ++i) {
+        const auto instrument = static_cast<uint16_t>(zones[i][Gen::instrument]);
+        if (isDone[instrument]) continue;
+        isDone[instrument] = true;
+        for (const ZoneValues& zone : zonesOf(instrument)) {
+          const auto sample = static_cast<uint16_t>(zone[Gen::sampleId]);
+          if (sample >= waveforms_.size()) continue;
+          if (zone[Gen::sampleModes] == loopsAlways) always[sample] = true;
+          if (zone[Gen::sampleModes] == loopsUntilRelease) untilRelease[sample] = true;
+        }
+      }
+    }
+    for (std::size_t i = 0; i < waveforms_.size(); ++i) {
+      if (always[i] || !untilRelease[i] || !waveforms_[i]) continue;
+      for (Marker& marker : waveforms_[i]->markers) marker.loopCount = loopUntilRelease;
+    }
+  }
+
+  void readPreset(const PresetRecord& preset, const std::vector<ZoneValues>& zones) {
+    auto& instrument = collection_.add(std::make_unique<Instrument>());
+    instrument.name = fromFileText(nameIn(preset.name));
+    instrument.program = preset.program & 0x7F;
+    instrument.bankMsb = preset.bank & 0x7F;
+    instrument.drum = preset.bank == drumBank;
+    instrument.articulation = globalRows(zones.front());
+    LossTally losses;
+    for (std::size_t i = 1; i < zones.size(); ++i) readPresetZone(instrument, zones[i], losses);
+    const bool isOther = preset.program > 127 || preset.bank > drumBank;
+    if (isOther) losses.approximated(u"program or bank number", u"above the highest", u"its low 7 bits");
+    losses.reportTo(file_.report, instrument.name);
+  }
+
+  void readPresetZone(Instrument& instrument, const ZoneValues& preset, LossTally& losses) {
+    for (std::size_t i = 0; i < generatorCount; ++i) {
+      const bool isOwn = i == static_cast<std::size_t>(Gen::instrument) ||
+                         i == static_cast<std::size_t>(Gen::keyRange) ||
+                         i == static_cast<std::size_t>(Gen::velocityRange);
+      if (!isSummed(i) && !isOwn && preset.generators[i] != presetDefaults().generators[i])
+        losses.dropped(u"generator of a preset", u"only zones of instruments can have it");
+    }
+    LayerMaker layers(instrument);
+    for (const ZoneValues& zone : zonesOf(static_cast<uint16_t>(preset[Gen::instrument]))) {
+      if (regions_ >= mostRegions) return losses.dropped(u"zones", u"the bank has too many of them");
+      addRegion(layers, zone, preset, losses);
+    }
+  }
+
+  void addRegion(LayerMaker& layers, const ZoneValues& zone, const ZoneValues& preset, LossTally& losses) {
+    const auto keys = common(zone, preset, Gen::keyRange), velocities = common(zone, preset, Gen::velocityRange);
+    if (!keys || !velocities) return;
+    Waveform* waveform = waveformOf(zone);
+    if (!waveform) return losses.dropped(u"zone", u"its sample is not there");
+    ++regions_;
+    const auto sample = static_cast<uint16_t>(zone[Gen::sampleId]);
+    Region& region = layers.add(*keys, *velocities, sample, bank_.samples[sample]);
+    region.waveform = waveform->id();
+    std::vector<ClippedRow> clipped;
+    region.articulation = articulationOf(summed(zone, preset), &clipped);
+    noteLosses(clipped, losses);
+    setPlayback(region, *waveform, zone, losses);
+    if (const auto group = static_cast<uint16_t>(zone[Gen::exclusiveClass]); group != 0)
+      region.trigger.set(ParameterId::keyExclusionGroup, group);
+    for (const Gen fixed : {Gen::keyNumber, Gen::velocity})
+      if (zone[fixed] >= 0)
+        losses.dropped(fixed == Gen::velocity ? u"fixed velocity" : u"fixed key number",
+                       u"the document has no place for it");
+  }
+
+  Collection& collection_;
+  const Bank& bank_;
+  const std::vector<Waveform*>& waveforms_;
+  const SourceFile& file_;
+  ZoneReader presetZones_, instrumentZones_;
+  std::vector<BagSpan> presetBags_, instrumentBags_;
+  std::vector<std::optional<std::vector<ZoneValues>>> zonesOf_;
+  std::size_t regions_ = 0;
+};
+
+}  // namespace
+
+void addInstruments(Collection& collection, const Bank& bank, const std::vector<Waveform*>& waveforms,
+                    const SourceFile& file, LossTally& losses) {
+  PresetReader(collection, bank, waveforms, file, losses).readAll();
+}
+
+}  // namespace tervo::sf2

@@ -1,0 +1,52 @@
+#include "formats/instrument/sf2_reader.h"
+
+#include "base/byte_reader.h"
+#include "base/last_error.h"
+#include "formats/instrument/sf2_presets.h"
+#include "formats/instrument/sf2_samples.h"
+#include "platform/path.h"
+
+namespace tervo {
+namespace {
+
+constexpr std::size_t firstListAt = 12;
+
+/// The major version, which stands in the first chunk of the first list; nothing where it does not.
+std::optional<int> versionIn(std::span<const std::byte> head) {
+  ByteReader reader(head.subspan(firstListAt));
+  const FourCC list = reader.fourCC();
+  reader.skip(4);
+  const FourCC info = reader.fourCC(), version = reader.fourCC();
+  reader.skip(4);
+  const int major = reader.little<uint16_t>();
+  const bool isThere = list == FourCC("LIST") && info == FourCC("INFO") && version == FourCC("ifil") && reader.ok();
+  return isThere ? std::optional(major) : std::nullopt;
+}
+
+}  // namespace
+
+int detectSf2(std::span<const std::byte> head, uint32_t variant, uint64_t) {
+  ByteReader reader(head);
+  const FourCC form = reader.fourCC();
+  reader.skip(4);
+  const FourCC type = reader.fourCC();
+  if (!reader.ok() || form != FourCC("RIFF") || (type != FourCC("sfbk") && type != FourCC("sfpk"))) return 0;
+  const int version = versionIn(head).value_or(2);
+  if (version != 2 && version != 3) return 0;
+  const bool isCompressed = version == 3 || type == FourCC("sfpk");
+  return isCompressed == (variant == compressedBank) ? 6 : 5;
+}
+
+bool readSf2(Collection& collection, const SourceFile& file, uint32_t) {
+  LossTally losses;
+  const auto bank = sf2::loadBank(file.bytes, collection.tags, losses);
+  if (!bank) return false;
+  const auto waveforms = sf2::addWaveforms(collection, *bank, file, losses);
+  if (!waveforms) return false;
+  sf2::addInstruments(collection, *bank, *waveforms, file, losses);
+  if (bank->presets.empty() && bank->samples.empty()) losses.dropped(u"content", u"the bank holds nothing");
+  losses.reportTo(file.report, platform::fileNameOf(file.path));
+  return true;
+}
+
+}  // namespace tervo

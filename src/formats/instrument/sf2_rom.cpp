@@ -1,0 +1,65 @@
+#include "formats/instrument/sf2_rom.h"
+
+#include "base/last_error.h"
+#include "platform/current_folder.h"
+#include "platform/file.h"
+#include "platform/path.h"
+
+namespace tervo {
+namespace {
+
+constexpr TextView romFile = u"1mgm.sf2";
+RomAnswer answerForAll = RomAnswer::ask;
+
+bool wantsRom(Host& host) {
+  if (answerForAll != RomAnswer::ask) return answerForAll == RomAnswer::use;
+  static constexpr TextView buttons[] = {u"Use 1mgm.sf2", u"Skip"};
+  return host.ask({u"This SoundFont references ROM waveforms.\n\nWould you like to skip these, or load them from "
+                   u"\"1mgm.sf2\"?\n(i.e. the AWE32 ROM equivalent from the SB Live-drivers)",
+                   buttons, 1}) == 0;
+}
+
+std::optional<sf2::Bank> openRomBank(TextView path) {
+  const auto source = platform::InputFile::open(path);
+  if (!source) return std::nullopt;
+  Tags ignoredTags;
+  LossTally ignoredLosses;
+  auto bank = sf2::loadBank(source, ignoredTags, ignoredLosses);
+  // A bank that only refers to the ROM itself is of no use.
+  if (bank && bank->words == 0) bank.reset();
+  return bank;
+}
+
+}  // namespace
+
+void setRomAnswer(RomAnswer answer) {
+  answerForAll = answer;
+}
+
+namespace sf2 {
+
+void RomSamples::find(LossTally& losses) {
+  looked_ = true;
+  if (!wantsRom(file_.host)) return losses.dropped(u"ROM samples", u"skipped as chosen");
+  const SilentFailures silent;
+  bank_ = openRomBank(platform::join(platform::currentFolder(), romFile));
+  if (bank_) return;
+  if (const auto chosen = file_.host.locateFile(romFile)) bank_ = openRomBank(*chosen);
+  if (bank_) return;
+  file_.host.showStatus(u"Invalid 1mgm.sf2 - skipping ROM");
+  losses.dropped(u"ROM samples", u"Invalid 1mgm.sf2 - skipping ROM");
+}
+
+std::unique_ptr<Waveform> RomSamples::load(std::size_t index, LossTally& losses) {
+  if (!looked_) find(losses);
+  if (!bank_) return nullptr;
+  if (index >= bank_->samples.size() || (bank_->samples[index].type & romSample)) {
+    losses.dropped(u"ROM sample", u"it is not in 1mgm.sf2");
+    return nullptr;
+  }
+  const SilentFailures silent;
+  return makeWaveform(*bank_, bank_->samples[index], losses);
+}
+
+}  // namespace sf2
+}  // namespace tervo

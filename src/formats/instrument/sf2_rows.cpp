@@ -1,0 +1,159 @@
+#include "formats/instrument/sf2_rows.h"
+
+#include "formats/instrument/sf2_articulation.h"
+
+namespace tervo::sf2 {
+namespace {
+
+using P = ParameterId;
+
+constexpr LinearRow ofGenerator(P row, Gen generator, double factor) {
+  return {row, false, static_cast<uint8_t>(generator), factor};
+}
+constexpr LinearRow ofSlot(P row, uint8_t slot, double factor) {
+  return {row, true, slot, factor};
+}
+
+// By row, so that the set of rows grows at its end.
+// clang-format off
+constexpr LinearRow linear[] = {
+    ofGenerator(P::keyToPitch,      Gen::scaleTuning,     0.01),
+    ofGenerator(P::pLfoToPitch,     Gen::vibLfoToPitch,   0.01),
+    ofSlot(P::modWheelToPLfoToPitch,     44, 0.01),
+    ofSlot(P::aftertouchToPLfoToPitch,   46, 0.01),
+    ofSlot(P::velocityToPLfoToPitch,     45, 0.01),
+    ofGenerator(P::xLfoToPitch,     Gen::modLfoToPitch,   0.01),
+    ofSlot(P::modWheelToXLfoToPitch,     41, 0.01),
+    ofSlot(P::aftertouchToXLfoToPitch,   43, 0.01),
+    ofSlot(P::velocityToXLfoToPitch,     42, 0.01),
+    ofSlot(P::velocityToVolume,          slot::velocityToAttenuation, decibelsPerAttenuation),
+    ofSlot(P::modWheelToVolume,          35, decibelsPerAttenuation),
+    ofSlot(P::aftertouchToVolume,        36, decibelsPerAttenuation),
+    ofGenerator(P::vLfoToVolume,    Gen::modLfoToVolume,  0.1),
+    ofSlot(P::modWheelToVLfoToVolume,    37, 0.1),
+    ofSlot(P::aftertouchToVLfoToVolume,  38, 0.1),
+    ofSlot(P::velocityToVLfoToVolume,    39, 0.1),
+    ofSlot(P::modWheelToCutoff,          52, 0.01),
+    ofSlot(P::aftertouchToCutoff,        53, 0.01),
+    ofGenerator(P::fLfoToCutoff,    Gen::modLfoToCutoff,  0.01),
+    ofSlot(P::modWheelToFLfoToCutoff,    54, 0.01),
+    ofSlot(P::aftertouchToFLfoToCutoff,  55, 0.01),
+    ofSlot(P::velocityToFLfoToCutoff,    56, 0.01),
+    ofGenerator(P::filterResonance, Gen::filterQ,         0.1),
+    ofSlot(P::velocityToResonance,       63, 0.1),
+    ofSlot(P::modWheelToResonance,       64, 0.1),
+    ofSlot(P::aftertouchToResonance,     65, 0.1),
+    ofGenerator(P::panPosition,     Gen::pan,             0.002),
+    ofSlot(P::cc10ToPan,                 slot::cc10ToPan, 0.002),
+    ofSlot(P::keyToPan,                  slot::keyToPan,  0.000375),
+    ofGenerator(P::send1Level,      Gen::reverbSend,      0.001),
+    ofSlot(P::cc91ToSend1,               slot::cc91ToReverb, 0.001),
+    ofGenerator(P::send3Level,      Gen::chorusSend,      0.001),
+    ofSlot(P::cc93ToSend3,               slot::cc93ToChorus, 0.001),
+};
+
+#define STAGE(name, velocitySlot, keySlot, keyGenerator, row) \
+  {&SixStageEnvelope::name, &EnvelopeLayout::name, velocitySlot, keySlot, keyGenerator, P::vEnv##row, \
+   P::vEnvVelocityTo##row, P::vEnvKeyTo##row}
+constexpr StageLayout stages[] = {
+    STAGE(delay,  0,  0, nullptr,                      Attack1Time),
+    STAGE(attack, 1,  1, nullptr,                      Attack2Time),
+    STAGE(hold,   2, -1, &EnvelopeLayout::keyToHold,   Decay1Time),
+    STAGE(decay,  3, -1, &EnvelopeLayout::keyToDecay,  Decay2Time),
+    {&SixStageEnvelope::release, &EnvelopeLayout::release, 4, 2, nullptr, P::vEnvRelease1Rate,
+     P::vEnvVelocityToReleaseTime, P::vEnvKeyToReleaseTime},
+};
+#undef STAGE
+
+constexpr P pEnv(P row) { return inEnvelope(Modulator::pitch, row); }
+constexpr SlotPair pairs[] = {
+    { 8,  0, P::vEnvVelocityToAttack1Time, P::vEnvAttack1Time},
+    { 9,  1, P::vEnvVelocityToAttack2Time, P::vEnvAttack2Time},
+    {10,  2, P::vEnvVelocityToDecay1Time,  P::vEnvDecay1Time},
+    {11,  3, P::vEnvVelocityToDecay2Time,  P::vEnvDecay2Time},
+    {12,  4, P::vEnvVelocityToReleaseTime, P::vEnvRelease1Rate},
+    {13,  5, P::vEnvKeyToAttack1Time,      P::vEnvAttack1Time},
+    {14,  6, P::vEnvKeyToAttack2Time,      P::vEnvAttack2Time},
+    {15,  7, P::vEnvKeyToReleaseTime,      P::vEnvRelease1Rate},
+    {24, 16, pEnv(P::vEnvVelocityToAttack1Time), pEnv(P::vEnvAttack1Time)},
+    {25, 17, pEnv(P::vEnvVelocityToAttack2Time), pEnv(P::vEnvAttack2Time)},
+    {26, 18, pEnv(P::vEnvVelocityToDecay1Time),  pEnv(P::vEnvDecay1Time)},
+    {27, 19, pEnv(P::vEnvVelocityToDecay2Time),  pEnv(P::vEnvDecay2Time)},
+    {28, 20, pEnv(P::vEnvVelocityToReleaseTime), pEnv(P::vEnvRelease1Rate)},
+    {29, 21, pEnv(P::vEnvKeyToAttack1Time),      pEnv(P::vEnvAttack1Time)},
+    {30, 22, pEnv(P::vEnvKeyToAttack2Time),      pEnv(P::vEnvAttack2Time)},
+    {31, 23, pEnv(P::vEnvKeyToReleaseTime),      pEnv(P::vEnvRelease1Rate)},
+    {slot::keyToAttenuationBipolar, slot::keyToAttenuation, P::keyToVolume, P::masterVolume},
+    {slot::velocityToPitchEnvBipolar, slot::velocityToPitchEnv, P::velocityToPEnvToPitch, P::pEnvToPitch},
+    {slot::keyToCutoffBipolar, slot::keyToCutoff, P::keyToCutoff, P::filterCutoff},
+    {slot::velocityToCutoffEnvBipolar, slot::velocityToCutoffEnv, P::velocityToFEnvToCutoff, P::fEnvToCutoff},
+};
+// clang-format on
+
+bool anyOf(const ArticulationSet& rows, std::initializer_list<P> depths) {
+  for (const P row : depths)
+    if (valueOf(rows, row) != 0) return true;
+  return false;
+}
+
+bool moves(const ArticulationSet& rows, Modulator lfo) {
+  switch (lfo) {
+    case Modulator::pitch:
+      return anyOf(rows,
+                   {P::pLfoToPitch, P::modWheelToPLfoToPitch, P::aftertouchToPLfoToPitch, P::velocityToPLfoToPitch});
+    case Modulator::volume:
+      return anyOf(
+          rows, {P::vLfoToVolume, P::modWheelToVLfoToVolume, P::aftertouchToVLfoToVolume, P::velocityToVLfoToVolume});
+    case Modulator::filter:
+      return anyOf(
+          rows, {P::fLfoToCutoff, P::modWheelToFLfoToCutoff, P::aftertouchToFLfoToCutoff, P::velocityToFLfoToCutoff});
+    default:
+      return anyOf(rows,
+                   {P::xLfoToPitch, P::modWheelToXLfoToPitch, P::aftertouchToXLfoToPitch, P::velocityToXLfoToPitch});
+  }
+}
+
+bool shapes(const ArticulationSet& rows, Modulator envelope) {
+  if (envelope == Modulator::volume) return true;
+  if (envelope == Modulator::pitch) return anyOf(rows, {P::pEnvToPitch, P::velocityToPEnvToPitch});
+  if (envelope == Modulator::filter) return anyOf(rows, {P::fEnvToCutoff, P::velocityToFEnvToCutoff});
+  return anyOf(rows, {P::xEnvToPan});
+}
+
+constexpr bool isBetween(P row, P first, P last) {
+  return first <= row && row <= last;
+}
+
+}  // namespace
+
+std::span<const LinearRow> linearRows() {
+  return linear;
+}
+std::span<const StageLayout> stageLayouts() {
+  return stages;
+}
+std::span<const SlotPair> slotPairs() {
+  return pairs;
+}
+
+Modulator modEnvelopeOf(const ArticulationSet& rows) {
+  return !shapes(rows, Modulator::pitch) && shapes(rows, Modulator::filter) ? Modulator::filter : Modulator::pitch;
+}
+
+Modulator modLfoOf(const ArticulationSet& rows) {
+  for (const Modulator lfo : {Modulator::extra, Modulator::volume, Modulator::filter})
+    if (moves(rows, lfo)) return lfo;
+  return Modulator::extra;
+}
+
+bool isHeard(const ArticulationSet& rows, ParameterId row) {
+  for (const Modulator each : {Modulator::volume, Modulator::pitch, Modulator::filter, Modulator::extra}) {
+    if (isBetween(row, inLfo(each, P::pLfoShape), inLfo(each, P::pLfoRamp))) return moves(rows, each);
+    if (isBetween(row, inEnvelope(each, P::vEnvInitialLevel), inEnvelope(each, P::vEnvReleaseMode)))
+      return shapes(rows, each);
+  }
+  const bool isOfFilter = isBetween(row, P::filterCutoff, P::aftertouchToResonance);
+  return !isOfFilter || valueOf(rows, P::filterType) != 0;
+}
+
+}  // namespace tervo::sf2

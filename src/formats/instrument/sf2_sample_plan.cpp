@@ -1,0 +1,142 @@
+#include "formats/instrument/sf2_sample_plan.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <map>
+
+#include "base/file_text.h"
+#include "base/last_error.h"
+#include "core/normalise/channel_names.h"
+#include "core/normalise/sample_views.h"
+#include "formats/instrument/sf2_region.h"
+#include "formats/number_text.h"
+#include "formats/prepared_waveform.h"
+#include "formats/writer_rules.h"
+
+namespace tervo::sf2 {
+namespace {
+
+// The list that holds the samples has a 32-bit size, and as much again is kept for everything else.
+constexpr uint64_t mostWords = 0x7F000000;
+constexpr uint64_t mostRate = 0xFFFFFFFF;
+
+uint8_t pitchCorrection(const Waveform& waveform, ConversionReport& report) {
+  const float cents = std::round(std::clamp(waveform.fineTune, -100.0f, 100.0f));
+  if (cents != waveform.fineTune)
+    report.approximated(waveform.name, u"fine tune in cents", numberText(waveform.fineTune), numberText(cents));
+  return static_cast<uint8_t>(static_cast<int8_t>(cents));
+}
+
+void reportLosses(const Waveform& waveform, ConversionReport& report) {
+  const auto isOther = [](const Marker& marker) { return marker.type == MarkerType::position; };
+  if (std::any_of(waveform.markers.begin(), waveform.markers.end(), isOther))
+    report.dropped(waveform.name, u"markers", u"the file has no place for them");
+  if (waveform.sampleRate != std::round(waveform.sampleRate))
+    report.approximated(waveform.name, u"sample rate", numberText(waveform.sampleRate),
+                        numberText(std::round(waveform.sampleRate)));
+  const auto& texts = waveform.tags.texts;
+  const bool hasTexts = std::any_of(texts.begin(), texts.end() - 1, [](const Text& text) { return !text.empty(); });
+  if (hasTexts || waveform.tags.image) report.dropped(waveform.name, u"tags", u"the file has no place for them");
+}
+
+}  // namespace
+
+RecordName recordName(TextView name, std::string_view ending, ConversionReport& report) {
+  RecordName record{};
+  const std::string bytes = toFileText(name);
+  const std::string_view front = cutFileText(bytes, record.size() - ending.size());
+  std::copy(front.begin(), front.end(), record.begin());
+  std::copy(ending.begin(), ending.end(), record.begin() + static_cast<std::ptrdiff_t>(front.size()));
+  if (front.size() < bytes.size()) report.approximated(name, u"name", name, fromFileText(nameIn(record)));
+  return record;
+}
+
+const WaveformSamples* SamplePlan::of(ItemId waveform) const {
+  const auto place = places_.find(waveform);
+  return place == places_.end() ? nullptr : &place->second;
+}
+
+const Waveform* SamplePlan::prepare(const Waveform& waveform, TargetFile& file) {
+  const bool asIs = !file.options.sampleRate && !file.options.channels;
+  if (asIs || !waveform.holdsData()) return &waveform;
+  auto prepared = preparedFor(file.row, waveform, file.options, file.report);
+  if (!prepared) return nullptr;
+  return prepared_.emplace_back(std::move(prepared)).get();
+}
+
+void SamplePlan::addChannel(const Waveform& waveform, SampleRef frames, uint16_t type, std::string_view ending,
+                            ConversionReport& report) {
+  PlannedSample sample{std::move(frames), {}};
+  const auto count = static_cast<uint32_t>(sample.frames ? sample.frames->frames() : 0);
+  const auto start = static_cast<uint32_t>(words_);
+  const FrameLoop loop = recordLoop(waveform);
+  sample.record.name = recordName(waveform.name, ending, report);
+  sample.record.start = start;
+  sample.record.end = start + count;
+  sample.record.loopStart = start + loop.start;
+  sample.record.loopEnd = start + loop.end;
+  sample.record.sampleRate =
+      static_cast<uint32_t>(std::clamp(std::round(waveform.sampleRate), 1.0, static_cast<double>(mostRate)));
+  sample.record.rootKey = waveform.rootKey;
+  sample.record.pitchCorrection = static_cast<int8_t>(pitchCorrection(waveform, report));
+  sample.record.type = type;
+  words_ += uint64_t{count} + wordsBetweenSamples;
+  samples_.push_back(std::move(sample));
+}
+
+bool SamplePlan::addWaveform(const Waveform& waveform, TargetFile& file) {
+  const Waveform* written = prepare(waveform, file);
+  if (!written) return false;
+  const auto channels = static_cast<uint64_t>(std::max(written->channels(), 1));
+  if (words_ + channels * (static_cast<uint64_t>(written->frames()) + wordsBetweenSamples) > mostWords)
+    return fail(u"Save failed - Too much data!\n\nThe samples of a SoundFont bank can take 4 GiB at most.");
+  places_[waveform.id()] = {samples_.size(), channels, written};
+  reportLosses(*written, file.report);
+  if (written->holdsData()) is24Bit_ = is24Bit_ || chooseSampleFormat(file, *written) == SampleFormat::pcm24;
+  if (channels == 1) {
+    addChannel(*written, written->holdsData() ? written->samples : nullptr, monoSample, {}, file.report);
+    return true;
+  }
+  const auto left = static_cast<uint16_t>(samples_.size()), right = static_cast<uint16_t>(left + 1);
+  addChannel(*written, fixup::channelOf(written->samples, 0), leftSample, "-L", file.report);
+  addChannel(*written, fixup::channelOf(written->samples, 1), rightSample, "-R", file.report);
+  samples_[samples_.size() - 2].record.link = right;
+  samples_.back().record.link = left;
+  return true;
+}
+
+// Two one-channel waveforms that are named as the channels of one sound are linked.
+void SamplePlan::linkNamesakes(const std::vector<const Waveform*>& waveforms) {
+  std::map<Text, std::size_t> leftChannels;
+  const auto forEachHalf = [&](fixup::ChannelName::Side side, const auto& use) {
+    for (const Waveform* waveform : waveforms) {
+      const WaveformSamples& place = places_[waveform->id()];
+      const auto name = fixup::channelNameOf(waveform->name);
+      if (place.count == 1 && name && name->side == side) use(fixup::pairKey(*name), place.first);
+    }
+  };
+  forEachHalf(fixup::ChannelName::Side::left,
+              [&](const Text& key, std::size_t sample) { leftChannels.emplace(key, sample); });
+  forEachHalf(fixup::ChannelName::Side::right, [&](const Text& key, std::size_t sample) {
+    const auto found = leftChannels.find(key);
+    if (found == leftChannels.end()) return;
+    SampleRecord &left = samples_[found->second].record, &right = samples_[sample].record;
+    const bool isPair = left.end - left.start == right.end - right.start && left.sampleRate == right.sampleRate;
+    if (!isPair) return;
+    left.type = leftSample;
+    left.link = static_cast<uint16_t>(sample);
+    right.type = rightSample;
+    right.link = static_cast<uint16_t>(found->second);
+    leftChannels.erase(found);
+  });
+}
+
+bool SamplePlan::add(const std::vector<const Waveform*>& waveforms, TargetFile& file) {
+  for (const Waveform* waveform : waveforms)
+    if (!addWaveform(*waveform, file)) return false;
+  linkNamesakes(waveforms);
+  return true;
+}
+
+}  // namespace tervo::sf2

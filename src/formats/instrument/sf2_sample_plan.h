@@ -1,0 +1,52 @@
+#pragma once
+// The samples of a bank that is to be written: one for each channel of each waveform, and where they will stand.
+
+#include <memory>
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+#include "core/waveform.h"
+#include "formats/format_table.h"
+#include "formats/instrument/sf2_records.h"
+
+namespace tervo::sf2 {
+
+struct PlannedSample {
+  SampleRef frames;  ///< one channel; null when there are none
+  SampleRecord record;
+};
+
+/// A waveform's samples: first index, one or two, and the waveform as it is written.
+struct WaveformSamples {
+  std::size_t first = 0, count = 0;
+  const Waveform* written = nullptr;
+};
+
+class SamplePlan {
+ public:
+  /// False with LastErrorText when a waveform cannot be converted as the options ask, or all of them are too large.
+  bool add(const std::vector<const Waveform*>& waveforms, TargetFile& file);
+
+  const std::vector<PlannedSample>& samples() const { return samples_; }
+  bool is24Bit() const { return is24Bit_; }
+  const WaveformSamples* of(ItemId waveform) const;
+
+ private:
+  const Waveform* prepare(const Waveform& waveform, TargetFile& file);
+  bool addWaveform(const Waveform& waveform, TargetFile& file);
+  void addChannel(const Waveform& waveform, SampleRef frames, uint16_t type, std::string_view ending,
+                  ConversionReport& report);
+  void linkNamesakes(const std::vector<const Waveform*>& waveforms);
+
+  std::vector<PlannedSample> samples_;
+  std::vector<std::unique_ptr<Waveform>> prepared_;
+  std::unordered_map<ItemId, WaveformSamples> places_;
+  uint64_t words_ = 0;
+  bool is24Bit_ = false;
+};
+
+/// A text in the 20 bytes of a record, `ending` included; reports what has no room.
+RecordName recordName(TextView name, std::string_view ending, ConversionReport& report);
+
+}  // namespace tervo::sf2

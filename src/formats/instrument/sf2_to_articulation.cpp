@@ -1,0 +1,150 @@
+// Zone values to articulation rows.
+
+#include <algorithm>
+#include <cmath>
+
+#include "formats/instrument/sf2_articulation.h"
+#include "formats/instrument/sf2_rows.h"
+#include "formats/instrument/sf2_units.h"
+
+namespace tervo::sf2 {
+namespace {
+
+using P = ParameterId;
+
+class RowMaker {
+ public:
+  RowMaker(const ZoneValues& values, std::vector<ClippedRow>* clipped) : values_(values), clipped_(clipped) {}
+
+  ArticulationSet make() {
+    for (const LinearRow& linear : linearRows()) set(linear.row, amountOf(linear) * linear.factor);
+    makePitch();
+    makeVolume();
+    makeFilter();
+    makeLfos();
+    makeEnvelopes();
+    return std::move(rows_);
+  }
+
+ private:
+  int generator(Gen generator) const { return values_[generator]; }
+  int slotAt(std::size_t slot) const { return values_.slots[slot]; }
+  double amountOf(const LinearRow& linear) const {
+    return linear.isSlot ? values_.slots[linear.index] : values_.generators[linear.index];
+  }
+
+  /// The value as the row can hold it.
+  double limited(P row, double value) {
+    const double held = inRange(row, value).value_or(0);
+    if (held != value && clipped_) clipped_->push_back({row, value, held});
+    return held;
+  }
+  double set(P row, double value) {
+    const double held = limited(row, value);
+    rows_.set(row, static_cast<float>(held));
+    return held;
+  }
+
+  void makePitch() {
+    set(P::masterTuning, generator(Gen::coarseTune) + generator(Gen::fineTune) * 0.01);
+    set(P::pitchBendToPitch, 2 + slotAt(slot::bendRange) * 0.01);
+    makeEnvelopeDepth({P::pEnvToPitch, P::velocityToPEnvToPitch}, Gen::modEnvToPitch, slot::velocityToPitchEnvBipolar,
+                      slot::velocityToPitchEnv);
+  }
+
+  struct DepthRows {
+    P depth, byVelocity;
+  };
+  void makeEnvelopeDepth(DepthRows rows, Gen depth, std::size_t bipolar, std::size_t unipolar) {
+    const bool fallsBack = slotAt(bipolar) == 0 && slotAt(unipolar) != 0;
+    const double byVelocity = fallsBack ? slotAt(unipolar) * 0.005 : slotAt(bipolar) * 0.01;
+    set(rows.depth, generator(depth) * 0.01 + (fallsBack ? byVelocity : 0));
+    set(rows.byVelocity, byVelocity);
+  }
+
+  void makeVolume() {
+    double volume = -generator(Gen::attenuation) * decibelsPerAttenuation;
+    const int bipolar = slotAt(slot::keyToAttenuationBipolar), unipolar = slotAt(slot::keyToAttenuation);
+    const double perOctave =
+        set(P::keyToVolume, decibelsPerAttenuation * (bipolar != 0 ? bipolar * 0.1875 : unipolar * 0.09375));
+    volume += bipolar != 0 ? -perOctave / 3 : 5 * perOctave;
+    volume_ = volume;
+  }
+
+  void makeFilter() {
+    makeEnvelopeDepth({P::fEnvToCutoff, P::velocityToFEnvToCutoff}, Gen::modEnvToCutoff,
+                      slot::velocityToCutoffEnvBipolar, slot::velocityToCutoffEnv);
+    const double hertz = hertzOf(generator(Gen::filterCutoff));
+    const double resonance = generator(Gen::filterQ) * 0.1;
+    const bool isOff = hertz >= openFilterHertz && resonance <= 0;
+    const double byVelocity = -slotAt(slot::velocityToCutoff) * 0.01;
+    set(P::filterType, isOff ? 0 : lowPass12);
+    const double halfDepth = set(P::velocityToCutoff, byVelocity / 2);
+    const int bipolar = slotAt(slot::keyToCutoffBipolar), unipolar = slotAt(slot::keyToCutoff);
+    const double tracking = set(P::keyToCutoff, bipolar != 0 ? bipolar * 0.001875 : unipolar * 0.0009375);
+    const double shift = halfDepth / 12 + (bipolar != 0 ? -tracking / 36 : tracking / 2.4);
+    // A filter that is off keeps its depths, so that nothing is lost on the way back, and its cutoff as it is.
+    set(P::filterCutoff, isOff ? hertz : hertz * std::exp2(shift));
+    if (!isOff) volume_ -= inRange(P::filterResonance, resonance).value_or(0) / 2;
+    set(P::masterVolume, volume_);
+  }
+
+  void makeLfo(Modulator lfo, Gen rate, Gen delay) {
+    rows_.set(inLfo(lfo, P::pLfoShape), triangleLfo);
+    set(inLfo(lfo, P::pLfoFrequency), hertzOf(generator(rate)));
+    set(inLfo(lfo, P::pLfoDelay), secondsOf(generator(delay)));
+  }
+  void makeLfos() {
+    makeLfo(Modulator::pitch, Gen::vibLfoRate, Gen::vibLfoDelay);
+    for (const Modulator lfo : {Modulator::volume, Modulator::filter, Modulator::extra})
+      makeLfo(lfo, Gen::modLfoRate, Gen::modLfoDelay);
+  }
+
+  double velocityFactor(const EnvelopeLayout& envelope, const StageLayout& stage) const {
+    const int bipolar = slotAt(envelope.velocityBipolar + stage.velocitySlot);
+    if (bipolar != 0) return factorOf(bipolar, velocityBipolarSteps);
+    return factorOf(slotAt(envelope.velocity + stage.velocitySlot), velocitySteps);
+  }
+
+  EnvelopeStage makeStage(Modulator target, const EnvelopeLayout& envelope, const StageLayout& stage) {
+    const auto limit = [&](P row, double value) { return limited(inEnvelope(target, row), value); };
+    double seconds = secondsOf(generator(envelope.*stage.time));
+    double keyFactor = 1;
+    if (stage.keyGenerator) {
+      keyFactor = limit(stage.keyRow, factorOf(generator(envelope.*stage.keyGenerator), keyGeneratorSteps));
+    } else {
+      const auto place = static_cast<std::size_t>(stage.keySlot);
+      const int bipolar = slotAt(envelope.keyBipolar + place), unipolar = slotAt(envelope.key + place);
+      keyFactor = limit(stage.keyRow, bipolar != 0 ? factorOf(bipolar, keyBipolarSteps) : factorOf(unipolar, keySteps));
+      if (bipolar == 0) seconds *= std::pow(keyFactor, keyBasePower);
+    }
+    return {static_cast<float>(limit(stage.timeRow, seconds)),
+            static_cast<float>(limit(stage.velocityRow, velocityFactor(envelope, stage))),
+            static_cast<float>(keyFactor)};
+  }
+
+  void makeEnvelope(Modulator target, const EnvelopeLayout& envelope, double sustain) {
+    SixStageEnvelope stages;
+    for (const StageLayout& stage : stageLayouts()) stages.*stage.stage = makeStage(target, envelope, stage);
+    stages.sustain = static_cast<float>(std::clamp(sustain, 0.0, 1.0));
+    setEnvelope(rows_, target, stages);
+  }
+  void makeEnvelopes() {
+    makeEnvelope(Modulator::volume, volumeLayout, 1 - generator(Gen::volEnvSustain) / 960.0);
+    for (const Modulator target : {Modulator::pitch, Modulator::filter})
+      makeEnvelope(target, modLayout, 1 - generator(Gen::modEnvSustain) * 0.001);
+  }
+
+  const ZoneValues& values_;
+  std::vector<ClippedRow>* clipped_;
+  ArticulationSet rows_;
+  double volume_ = 0;
+};
+
+}  // namespace
+
+ArticulationSet articulationOf(const ZoneValues& values, std::vector<ClippedRow>* clipped) {
+  return RowMaker(values, clipped).make();
+}
+
+}  // namespace tervo::sf2

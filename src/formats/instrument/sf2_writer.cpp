@@ -1,0 +1,170 @@
+#include "formats/instrument/sf2_writer.h"
+
+#include <unordered_set>
+
+#include "base/byte_writer.h"
+#include "base/file_text.h"
+#include "base/last_error.h"
+#include "core/collection.h"
+#include "formats/instrument/sf2_articulation.h"
+#include "formats/instrument/sf2_sample_writer.h"
+#include "formats/instrument/sf2_tables.h"
+#include "formats/wave/info_tags.h"
+
+namespace tervo {
+namespace {
+
+constexpr std::string_view soundEngine = "EMU8000", bankSoftware = "Tervo Studio v12.9";
+
+/// What goes into a bank.
+struct Content {
+  TextView name;
+  Tags tags;
+  std::vector<const Instrument*> instruments;
+  std::vector<const Waveform*> waveforms;
+  std::unique_ptr<Instrument> made;  ///< the one that plays a single waveform
+};
+
+void addInstrument(Content& content, const Instrument& instrument) {
+  content.name = instrument.name;
+  content.instruments.push_back(&instrument);
+  std::unordered_set<ItemId> seen;
+  for (const auto& layer : instrument.layers()) {
+    for (const auto& region : layer->regions()) {
+      const Waveform* waveform = findItem<Waveform>(region->waveform);
+      if (waveform && seen.insert(waveform->id()).second) content.waveforms.push_back(waveform);
+    }
+  }
+}
+
+void addWaveform(Content& content, const Waveform& waveform) {
+  content.name = waveform.name;
+  content.tags = waveform.tags;
+  content.tags[Tag::sourceFile].clear();
+  content.waveforms.push_back(&waveform);
+  content.made = std::make_unique<Instrument>();
+  content.made->name = waveform.name;
+  Region& region = content.made->add(std::make_unique<Layer>()).add(std::make_unique<Region>());
+  region.waveform = waveform.id();
+  region.articulation = sf2::articulationOf(sf2::instrumentDefaults());
+  content.instruments.push_back(content.made.get());
+}
+
+void addCollection(Content& content, const Collection& collection, ConversionReport& report) {
+  content.name = collection.name;
+  content.tags = collection.tags;
+  for (const auto& instrument : collection.instruments()) content.instruments.push_back(instrument.get());
+  for (const auto& waveform : collection.waveforms()) content.waveforms.push_back(waveform.get());
+  for (const auto& song : collection.songs()) report.dropped(song->name, u"song", u"the file has no place for it");
+}
+
+std::optional<Content> contentOf(const Item& item, ConversionReport& report) {
+  Content content;
+  switch (item.kind()) {
+    case ItemKind::collection:
+      addCollection(content, static_cast<const Collection&>(item), report);
+      return content;
+    case ItemKind::instrument:
+      addInstrument(content, static_cast<const Instrument&>(item));
+      return content;
+    case ItemKind::waveform:
+      addWaveform(content, static_cast<const Waveform&>(item));
+      return content;
+    default:
+      return fail(u"The file format can not save this item");
+  }
+}
+
+/// The texts of a bank, by the document of the format, and the bytes of the longest with the zero that ends it.
+struct BankText {
+  FourCC id;
+  Tag tag;
+  std::size_t limit;
+};
+constexpr BankText bankTexts[] = {
+    {"INAM", Tag::name, 256},      {"IENG", Tag::engineer, 256},   {"IPRD", Tag::product, 256},
+    {"ICOP", Tag::copyright, 256}, {"ICMT", Tag::comments, 65536},
+};
+
+void writeInfo(ByteWriter& writer, const Content& content, bool is24Bit, ConversionReport& report) {
+  const ChunkScope list(writer, "LIST");
+  writer.chars("INFO");
+  {
+    const ChunkScope version(writer, "ifil");
+    writer.little<uint16_t>(2);
+    writer.little<uint16_t>(is24Bit ? 4 : 1);
+  }
+  writeInfoText(writer, "isng", soundEngine, InfoSize::even);
+  for (const BankText& field : bankTexts) {
+    // A bank must have a name (section 5.4).
+    const bool isName = field.tag == Tag::name;
+    const Text text = isName && content.tags[Tag::name].empty() ? Text(content.name) : content.tags[field.tag];
+    if (text.empty()) continue;
+    const std::string bytes = toFileText(text);
+    const std::string_view held = cutFileText(bytes, field.limit - 1);
+    if (held.size() < bytes.size()) report.approximated(content.name, nameOf(field.tag), text, fromFileText(held));
+    writeInfoText(writer, field.id, held, InfoSize::even);
+  }
+  writeInfoText(writer, infoSoftware, bankSoftware, InfoSize::even);
+  if (!content.tags[Tag::artist].empty()) report.dropped(content.name, u"Artist", u"the file has no place for it");
+  if (content.tags.image) report.dropped(content.name, u"Image", u"the file has no place for it");
+}
+
+template <typename Record>
+void writeTable(ByteWriter& writer, FourCC id, const std::vector<Record>& records, const Record& end) {
+  const ChunkScope chunk(writer, id);
+  writer.bytes(std::as_bytes(std::span(records)));
+  writer.record(end);
+}
+
+sf2::RecordName endName(std::string_view name) {
+  sf2::RecordName record{};
+  std::copy(name.begin(), name.end(), record.begin());
+  return record;
+}
+
+void writeZones(ByteWriter& writer, std::array<FourCC, 3> ids, const sf2::ZoneRecords& zones) {
+  const sf2::BagRecord end{static_cast<uint16_t>(zones.generators.size()),
+                           static_cast<uint16_t>(zones.modulators.size())};
+  writeTable(writer, ids[0], zones.bags, end);
+  writeTable(writer, ids[1], zones.modulators, {});
+  writeTable(writer, ids[2], zones.generators, {});
+}
+
+void writeTables(ByteWriter& writer, const sf2::BankTables& tables, const sf2::SamplePlan& plan) {
+  const ChunkScope list(writer, "LIST");
+  writer.chars("pdta");
+  const auto presetEnd = static_cast<uint16_t>(tables.presetZones().bags.size());
+  const auto instrumentEnd = static_cast<uint16_t>(tables.instrumentZones().bags.size());
+  writeTable(writer, "phdr", tables.presets(), {endName("EOP"), 0, 0, presetEnd, 0, 0, 0});
+  writeZones(writer, {"pbag", "pmod", "pgen"}, tables.presetZones());
+  writeTable(writer, "inst", tables.instruments(), {endName("EOI"), instrumentEnd});
+  writeZones(writer, {"ibag", "imod", "igen"}, tables.instrumentZones());
+  std::vector<sf2::SampleRecord> records;
+  for (const auto& sample : plan.samples()) records.push_back(sample.record);
+  writeTable(writer, "shdr", records, {endName("EOS"), 0, 0, 0, 0, 0, 0, 0, 0, 0});
+}
+
+}  // namespace
+
+bool writeSf2(const Item& item, TargetFile& file, uint32_t) {
+  const auto content = contentOf(item, file.report);
+  if (!content) return false;
+  sf2::SamplePlan plan;
+  if (!plan.add(content->waveforms, file)) return false;
+  sf2::BankTables tables(plan, file);
+  for (const Instrument* instrument : content->instruments)
+    if (!tables.add(*instrument)) return false;
+
+  ByteWriter writer(file.sink);
+  {
+    const ChunkScope form(writer, "RIFF");
+    writer.chars("sfbk");
+    writeInfo(writer, *content, plan.is24Bit(), file.report);
+    if (!sf2::writeSampleData(writer, plan, file.host)) return false;
+    writeTables(writer, tables, plan);
+  }
+  return writer.ok();
+}
+
+}  // namespace tervo

@@ -1,0 +1,51 @@
+#include "formats/instrument/sf2_zone_reader.h"
+
+#include <tuple>
+#include <utility>
+
+namespace tervo::sf2 {
+
+// A list is taken once: bags that run backwards or overlap would let a small file ask for endless work.
+ZoneReader::ZoneReader(const ZoneRecords& records, LossTally& losses) : records_(records) {
+  if (records.bags.empty()) return;
+  extents_.resize(records.bags.size() - 1);
+  std::size_t generators = 0, modulators = 0;
+  for (std::size_t i = 0; i < extents_.size(); ++i) {
+    const auto take = [&losses](std::size_t first, std::size_t next, std::size_t count, std::size_t& reached) {
+      const bool isSound = first >= reached && first <= next && next <= count;
+      if (isSound) return reached = next, std::pair(first, next);
+      losses.dropped(u"parameters of a zone", u"their indices are out of order");
+      return std::pair<std::size_t, std::size_t>(0, 0);
+    };
+    const BagRecord &bag = records.bags[i], &next = records.bags[i + 1];
+    std::tie(extents_[i].generators, extents_[i].generatorsEnd) =
+        take(bag.firstGenerator, next.firstGenerator, records.generators.size(), generators);
+    std::tie(extents_[i].modulators, extents_[i].modulatorsEnd) =
+        take(bag.firstModulator, next.firstModulator, records.modulators.size(), modulators);
+  }
+}
+
+void ZoneReader::apply(std::size_t bag, ZoneValues& values, LossTally& losses) const {
+  if (bag >= extents_.size()) return;
+  const Extent& extent = extents_[bag];
+  for (std::size_t i = extent.generators; i < extent.generatorsEnd; ++i) {
+    const GeneratorRecord& record = records_.generators[i];
+    if (record.generator < generatorCount)
+      values.generators[record.generator] = record.amount;
+    else
+      losses.dropped(u"generator", u"its number is unknown");
+  }
+  for (std::size_t i = extent.modulators; i < extent.modulatorsEnd; ++i) {
+    const ModulatorRecord& record = records_.modulators[i];
+    const auto found = slotOf(record);
+    if (!found) {
+      losses.dropped(u"modulator", u"the document has no place for it");
+      continue;
+    }
+    values.slots[found->slot] = found->amount;
+    if (isMoreThanItsSlot(record, found->slot))
+      losses.dropped(u"curve of a modulator", u"the document has no place for it");
+  }
+}
+
+}  // namespace tervo::sf2

@@ -1,0 +1,30 @@
+#pragma once
+// What a codec loses many times in one item, as one entry of the report each: a bank can have thousands of modulators
+// that the document has no place for.
+
+#include <vector>
+
+#include "core/report.h"
+
+namespace tervo {
+
+class LossTally {
+ public:
+  void dropped(TextView what, TextView why);
+  /// The values are those of the first time.
+  void approximated(TextView what, TextView from, TextView to);
+
+  /// Adds an entry for each kind of loss, with how often it happened where that was more than once; then forgets them.
+  void reportTo(ConversionReport& report, TextView item);
+
+ private:
+  struct Loss {
+    ReportEntry entry;
+    std::size_t count = 0;
+  };
+  void add(ReportEntry entry);
+
+  std::vector<Loss> losses_;
+};
+
+}  // namespace tervo
