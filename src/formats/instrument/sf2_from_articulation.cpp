@@ -29,7 +29,7 @@ int16_t roundedSlot(std::size_t slot, double value) {
 
 constexpr double maxTimeFactorCents = 28800;
 // Without resonance a cutoff of 19900 Hz or more says that the filter is off.
-constexpr int openCents = 13500, justOpenCents = 13498;
+constexpr int openCents = 13500, justOpenCents = 13498, lowestCents = -32768;
 
 /// Which pairs take their unipolar slot.
 using UnipolarPairs = std::bitset<32>;
@@ -109,7 +109,10 @@ class ValueMaker {
     // A row at its end means a filter that is as open as it can be.
     const int open = values_[Gen::filterQ] > 0 ? openCents : justOpenCents;
     const bool isAtEnd = row >= rowOf(P::filterCutoff).maximum && hertzOf(open) * factor >= row;
-    return rounded(isAtEnd ? open : centsOf(row / factor));
+    if (isAtEnd) return rounded(open);
+    int cents = centsOf(row / factor);
+    while (row <= rowOf(P::filterCutoff).minimum && cents > lowestCents && hertzOf(cents) * factor > row) --cents;
+    return rounded(cents);
   }
 
   void makeVolume() {

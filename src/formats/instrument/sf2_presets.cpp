@@ -13,9 +13,12 @@
 namespace tervo::sf2 {
 namespace {
 
-// Far above what 16-bit indices leave room for in a bank that was made for playing; bounds the memory that a small
-// file can ask for, in which every zone of a preset names the same large instrument.
-constexpr std::size_t mostRegions = 131072;
+/// More regions than a bank of this size that was made for playing has; bounds the memory that a small file can ask
+/// for, in which every zone of a preset names the same large instrument.
+std::size_t mostRegions(const Bank& bank) {
+  constexpr uint64_t few = 8192, many = 131072, bytesPerRegion = 64;
+  return static_cast<std::size_t>(std::clamp(bank.source->size() / bytesPerRegion, few, many));
+}
 
 std::optional<Range> rangeOf(int16_t amount) {
   const auto bits = static_cast<uint16_t>(amount);
@@ -171,7 +174,7 @@ class PresetReader {
     }
     LayerMaker layers(instrument);
     for (const ZoneValues& zone : zonesOf(static_cast<uint16_t>(preset[Gen::instrument]))) {
-      if (regions_ >= mostRegions) return losses.dropped(u"zones", u"the bank has too many of them");
+      if (regions_ >= mostRegions(bank_)) return losses.dropped(u"zones", u"the bank has too many of them");
       addRegion(layers, zone, preset, losses);
     }
   }

@@ -27,7 +27,7 @@ std::span<const LinearRow> linearRows();
 /// Of two slots for one row the bipolar one is written, except where only the other reads back as the same rows.
 struct SlotPair {
   std::size_t bipolar, unipolar;
-  ParameterId row, base;  ///< the row, and the one that the unipolar slot changes too
+  ParameterId row, base;  ///< the row, and the other one that the unipolar slot changes, if there is one
 };
 std::span<const SlotPair> slotPairs();
 

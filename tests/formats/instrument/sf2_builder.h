@@ -1,0 +1,203 @@
+#pragma once
+// SoundFont banks made in memory, record by record, with any lie in them; reading and writing without a disk.
+
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/byte_writer.h"
+#include "base/last_error.h"
+#include "core/collection.h"
+#include "formats/format_table.h"
+#include "formats/instrument/sf2_reader.h"
+#include "formats/instrument/sf2_writer.h"
+
+namespace tervo::test {
+
+/// A chunk's body that grows by numbers of any width.
+class ChunkBody {
+ public:
+  template <typename... Numbers>
+  ChunkBody& add(Numbers... numbers) {
+    ByteWriter writer(sink_);
+    (writer.little(numbers), ...);
+    return *this;
+  }
+  ChunkBody& text(std::string_view text, std::size_t width = 20) {
+    ByteWriter writer(sink_);
+    writer.chars(text);
+    writer.zeros(width - text.size());
+    return *this;
+  }
+  uint16_t count(std::size_t width) const { return static_cast<uint16_t>(sink_.bytes().size() / width); }
+  const std::vector<std::byte>& bytes() const { return sink_.bytes(); }
+
+ private:
+  MemorySink sink_;
+};
+
+struct Amount {
+  int generator;
+  int amount;
+};
+struct Mod {
+  int source, destination, amount;
+  int amountSource = 0, transform = 0;
+};
+struct Zone {
+  std::vector<Amount> generators;
+  std::vector<Mod> modulators = {};
+};
+struct Sample {
+  std::string_view name = "Sample";
+  uint32_t start = 0, end = 64, loopStart = 8, loopEnd = 56;
+  uint16_t link = 0, type = 1;
+  uint8_t key = 60;
+  int8_t cents = 0;
+};
+
+class BankBuilder {
+ public:
+  ChunkBody phdr, pbag, pmod, pgen, inst, ibag, imod, igen, shdr, smpl, sm24;
+  bool ends = true;  ///< the records that end the tables
+  uint16_t version = 2;
+  std::string form = "sfbk";
+  ChunkBody info = {};
+  bool padded = true;
+
+  BankBuilder() {
+    for (int16_t word = 0; word < 200; ++word) smpl.add(static_cast<int16_t>(word * 163 - 16000));
+  }
+  BankBuilder& preset(std::string_view name, int program, int bank, const std::vector<Zone>& zones) {
+    phdr.text(name).add(u16(program), u16(bank), pbag.count(4), uint32_t{0}, uint32_t{0}, uint32_t{0});
+    addZones(zones, pbag, pgen, pmod);
+    return *this;
+  }
+  BankBuilder& instrument(std::string_view name, const std::vector<Zone>& zones) {
+    inst.text(name).add(ibag.count(4));
+    addZones(zones, ibag, igen, imod);
+    return *this;
+  }
+  BankBuilder& sample(const Sample& sample) {
+    shdr.text(sample.name).add(sample.start, sample.end, sample.loopStart, sample.loopEnd, uint32_t{22050});
+    shdr.add(sample.key, sample.cents, sample.link, sample.type);
+    return *this;
+  }
+  std::vector<std::byte> build() const {
+    BankBuilder whole = *this;
+    if (ends) whole.addEnds();
+    return whole.chunks();
+  }
+
+ private:
+  static uint16_t u16(int value) { return static_cast<uint16_t>(value); }
+  static void addZones(const std::vector<Zone>& zones, ChunkBody& bags, ChunkBody& generators, ChunkBody& modulators) {
+    for (const Zone& zone : zones) {
+      bags.add(generators.count(4), modulators.count(10));
+      for (const Amount& each : zone.generators) generators.add(u16(each.generator), u16(each.amount));
+      for (const Mod& each : zone.modulators)
+        modulators.add(u16(each.source), u16(each.destination), u16(each.amount), u16(each.amountSource),
+                       u16(each.transform));
+    }
+  }
+  void addEnds() {
+    phdr.text("EOP").add(uint32_t{0}, pbag.count(4)).text("", 12);
+    pbag.add(pgen.count(4), pmod.count(10));
+    pmod.text("", 10);
+    pgen.text("", 4);
+    inst.text("EOI").add(ibag.count(4));
+    ibag.add(igen.count(4), imod.count(10));
+    imod.text("", 10);
+    igen.text("", 4);
+    shdr.text("EOS").text("", 26);
+  }
+  void chunk(ByteWriter& writer, std::string_view id, const std::vector<std::byte>& body) const {
+    writer.chars(id);
+    writer.little(static_cast<uint32_t>(body.size()));
+    writer.bytes(body);
+    if (padded && body.size() % 2 == 1) writer.u8(0);
+  }
+  using Part = std::pair<std::string_view, const ChunkBody*>;
+  void list(ByteWriter& writer, std::string_view type, const std::vector<Part>& parts) const {
+    MemorySink body;
+    ByteWriter inner(body);
+    inner.chars(type);
+    for (const auto& [id, part] : parts)
+      if (!part->bytes().empty()) chunk(inner, id, part->bytes());
+    chunk(writer, "LIST", body.bytes());
+  }
+  std::vector<std::byte> chunks() const {
+    MemorySink sink;
+    ByteWriter writer(sink);
+    writer.chars("RIFF");
+    writer.little(uint32_t{0xFFFFFFFF});
+    writer.chars(form);
+    ChunkBody ifil;
+    ifil.add(version, uint16_t{1});
+    list(writer, "INFO", {{"ifil", &ifil}, {"INAM", &info}});
+    list(writer, "sdta", {{"smpl", &smpl}, {"sm24", &sm24}});
+    list(writer, "pdta",
+         {{"phdr", &phdr},
+          {"pbag", &pbag},
+          {"pmod", &pmod},
+          {"pgen", &pgen},
+          {"inst", &inst},
+          {"ibag", &ibag},
+          {"imod", &imod},
+          {"igen", &igen},
+          {"shdr", &shdr}});
+    return sink.take();
+  }
+};
+
+/// One preset with one zone, one instrument with one zone, one looped sample.
+inline BankBuilder smallBank(Zone instrument = {}, Zone preset = {}) {
+  instrument.generators.push_back({53, 0});
+  preset.generators.push_back({41, 0});
+  BankBuilder bank;
+  bank.preset("Preset", 5, 3, {preset}).instrument("Instrument", {instrument}).sample({});
+  return bank;
+}
+
+/// A bank that was read, or why it was not.
+struct ReadBank {
+  Collection collection;
+  ConversionReport report;
+  bool ok = false;
+  Text error;
+
+  explicit ReadBank(std::vector<std::byte> bytes) {
+    Host host;
+    read(std::move(bytes), host);
+  }
+  ReadBank(std::vector<std::byte> bytes, Host& host) { read(std::move(bytes), host); }
+  void read(std::vector<std::byte> bytes, Host& host) {
+    const Settings settings;
+    ok =
+        readSf2(collection, {std::make_shared<MemorySource>(std::move(bytes)), u"bank.sf2", host, report, settings}, 0);
+    if (!ok) error = LastErrorText();
+  }
+  const Instrument& instrument(std::size_t i = 0) const { return *collection.instruments()[i]; }
+  const Region& region(std::size_t layer = 0, std::size_t i = 0) const {
+    return *instrument().layers()[layer]->regions()[i];
+  }
+};
+
+struct WrittenBank {
+  std::vector<std::byte> bytes;
+  ConversionReport report;
+  bool ok = false;
+};
+inline WrittenBank writeBank(const Item& item, SaveOptions options = {}) {
+  WrittenBank written;
+  MemorySink sink;
+  Host host;
+  const Settings settings;
+  TargetFile file{sink, u"bank.sf2", host, written.report, settings, FormatTable()[392], options};
+  written.ok = writeSf2(item, file, 0);
+  written.bytes = sink.take();
+  return written;
+}
+
+}  // namespace tervo::test

@@ -1,0 +1,269 @@
+// The hierarchy of presets, instruments, zones and samples, as it should be and as it is in broken files.
+
+#include <gtest/gtest.h>
+
+#include "core/levels.h"
+#include "formats/instrument/sf2_rom.h"
+#include "tests/formats/flow_fixture.h"
+#include "tests/formats/instrument/sf2_builder.h"
+
+namespace tervo::test {
+namespace {
+
+using P = ParameterId;
+
+constexpr int range(int low, int high) {
+  return low | high << 8;
+}
+Zone playing(int sample, std::vector<Amount> generators = {}) {
+  generators.push_back({53, sample});
+  return {generators};
+}
+bool says(const ReadBank& bank, TextView what) {
+  for (const ReportEntry& entry : bank.report.entries())
+    if (entry.what.find(what) != Text::npos) return true;
+  return false;
+}
+
+TEST(Sf2Reader, readsPresetsAsInstruments) {
+  const ReadBank bank(BankBuilder()
+                          .preset("Drums", 0, 128, {})
+                          .preset("Twenty letters long.", 130, 8, {{{{41, 0}}}})
+                          .preset("T\xF6ne", 3, 0, {})
+                          .instrument("Instrument", {playing(0)})
+                          .sample({.name = "S", .cents = -7})
+                          .build());
+  ASSERT_EQ(bank.collection.instruments().size(), 3u);
+  EXPECT_TRUE(bank.instrument().drum);
+  EXPECT_EQ(bank.instrument().bankMsb, 0);
+  EXPECT_EQ(bank.instrument(1).name, u"Twenty letters long.");
+  EXPECT_EQ(bank.instrument(1).program, 2);
+  EXPECT_EQ(bank.instrument(1).bankMsb, 8);
+  EXPECT_EQ(bank.instrument(2).name, u"T\u00F6ne");
+  const Waveform& waveform = *bank.collection.waveforms()[0];
+  EXPECT_EQ(waveform.fineTune, -7);
+  EXPECT_EQ(waveform.sampleRate, 22050);
+  EXPECT_EQ(mainLoop(waveform)->start, 8);
+  EXPECT_EQ(mainLoop(waveform)->end, 56);
+}
+
+TEST(Sf2Reader, intersectsRangesAndDropsWhatIsEmpty) {
+  const std::vector<Zone> zones = {playing(0, {{43, range(0, 59)}, {44, range(0, 64)}}),
+                                   playing(0, {{43, range(60, 127)}}), playing(0, {{43, range(90, 80)}})};
+  const ReadBank bank(BankBuilder()
+                          .preset("P", 0, 0, {{{{43, range(40, 61)}, {44, range(50, 127)}, {41, 0}}}})
+                          .instrument("I", zones)
+                          .sample({})
+                          .build());
+  ASSERT_EQ(bank.instrument().regionCount(), 2u);
+  EXPECT_EQ(keyRange(bank.region(0, 0)), (Range{40, 59}));
+  EXPECT_EQ(velocityRange(bank.region(0, 0)), (Range{50, 64}));
+  EXPECT_EQ(keyRange(bank.region(0, 1)), (Range{60, 61}));
+}
+
+TEST(Sf2Reader, putsOverlapsInLayersAndStereoPairsTogether) {
+  BankBuilder bank;
+  bank.preset("P", 0, 0, {{{{41, 0}}}, {{{41, 1}}}});
+  bank.instrument("Low and high", {playing(0, {{43, range(0, 60)}}), playing(0, {{43, range(61, 127)}}), playing(0)});
+  bank.instrument("Stereo", {playing(1, {{17, -500}}), playing(2, {{17, 500}})});
+  bank.sample({}).sample({.name = "L", .link = 2, .type = 4}).sample({.name = "R", .link = 1, .type = 2});
+  const ReadBank read(bank.build());
+  const auto layers = read.instrument().layers();
+  ASSERT_EQ(layers.size(), 3u);
+  EXPECT_EQ(layers[0]->regions().size(), 2u);
+  EXPECT_EQ(layers[1]->regions().size(), 1u);
+  EXPECT_EQ(layers[2]->regions().size(), 2u);
+}
+
+TEST(Sf2Reader, globalZonesGiveWhatOthersDoNotSay) {
+  const Zone presetGlobal{{{48, 50}}};
+  const Zone global{{{48, 100}, {52, 10}}, {{0x502, 48, 480}}};
+  const ReadBank bank(BankBuilder()
+                          .preset("P", 0, 0, {presetGlobal, {{{41, 0}}}})
+                          .instrument("I", {global, playing(0), {{{48, 900}}}, playing(0, {{48, 200}})})
+                          .sample({})
+                          .build());
+  EXPECT_FLOAT_EQ(bank.instrument().articulation.get(P::masterVolume).value_or(0), -2);
+  EXPECT_EQ(bank.instrument().articulation.entries().size(), 1u);
+  EXPECT_FLOAT_EQ(effectiveValue(bank.region(), P::masterVolume), -6);
+  EXPECT_FLOAT_EQ(effectiveValue(bank.region(1), P::masterVolume), -10);
+  EXPECT_FLOAT_EQ(effectiveValue(bank.region(1), P::masterTuning), 0.1f);
+  EXPECT_FLOAT_EQ(effectiveValue(bank.region(1), P::velocityToVolume), 19.2f);
+  EXPECT_TRUE(says(bank, u"zone of an instrument"));
+}
+
+TEST(Sf2Reader, readsWhatAZonePlays) {
+  const std::vector<Zone> zones = {playing(0), playing(0, {{54, 1}}), playing(0, {{54, 3}}),
+                                   playing(0, {{54, 1}, {2, 4}, {3, -4}, {0, 10}, {1, -2}}),
+                                   playing(0, {{57, 7}, {58, 72}})};
+  const ReadBank bank(BankBuilder().preset("P", 0, 0, {{{{41, 0}}}}).instrument("I", zones).sample({}).build());
+  const auto loop = [&](std::size_t layer) { return playedLoop(bank.region(layer)); };
+  EXPECT_FALSE(loop(0));
+  EXPECT_EQ(loop(1)->loopCount, loopForever);
+  EXPECT_EQ(loop(2)->loopCount, loopUntilRelease);
+  EXPECT_EQ(loop(3)->start, 12);
+  EXPECT_EQ(loop(3)->end, 52);
+  EXPECT_EQ(playedFrames(bank.region(3)).start, 10);
+  EXPECT_EQ(playedFrames(bank.region(3)).end, 62);
+  EXPECT_EQ(rootKeyOf(bank.region(4)), 72);
+  EXPECT_EQ(effectiveValue(bank.region(4), P::keyExclusionGroup), 7);
+}
+
+TEST(Sf2Reader, readsBothWidthsOfSamples) {
+  BankBuilder bank = smallBank();
+  for (int i = 0; i < 200; ++i) bank.sm24.add(static_cast<uint8_t>(i + 1));
+  const ReadBank wide(bank.build());
+  const auto frames = framesOf(*wide.collection.waveforms()[0]);
+  ASSERT_EQ(frames.size(), 64u);
+  EXPECT_EQ(frames[0], (-16000 * 256 + 1) / 8388608.0f);
+  EXPECT_EQ(frames[63], ((63 * 163 - 16000) * 256 + 64) / 8388608.0f);
+  EXPECT_EQ(wide.collection.waveforms()[0]->storedBits, 24);
+
+  bank.sm24 = ChunkBody().add(uint8_t{1});
+  const ReadBank narrow(bank.build());
+  EXPECT_EQ(narrow.collection.waveforms()[0]->storedBits, 16);
+  EXPECT_EQ(framesOf(*narrow.collection.waveforms()[0])[0], -16000 / 32768.0f);
+  EXPECT_TRUE(says(narrow, u"lower bytes"));
+}
+
+// One lie each. What is sound is read; -1 regions: the file is refused.
+struct BrokenCase {
+  const char* what;
+  std::function<void(BankBuilder&)> lie;
+  int regions;
+  std::size_t waveforms = 1;
+};
+const BrokenCase brokenCases[] = {
+    {"another form", [](BankBuilder& bank) { bank.form = "WAVE"; }, -1, 0},
+    {"version 1", [](BankBuilder& bank) { bank.version = 1; }, -1, 0},
+    {"odd list without its pad byte",
+     [](BankBuilder& bank) {
+       bank.info.text("name", 5);
+       bank.padded = false;
+     },
+     1},
+    {"no ends", [](BankBuilder& bank) { bank.ends = false; }, 0},
+    {"no samples' words", [](BankBuilder& bank) { bank.smpl = {}; }, 1},
+    {"instrument out of range",
+     [](BankBuilder& bank) {
+       bank.preset("B", 0, 0, {{{{41, 9}}}});
+     },
+     1},
+    {"sample out of range",
+     [](BankBuilder& bank) {
+       bank.instrument("B", {playing(9)}).preset("B", 1, 0, {{{{41, 1}}}});
+     },
+     1},
+    {"sample number that means none",
+     [](BankBuilder& bank) {
+       bank.instrument("B", {playing(40000)}).preset("B", 1, 0, {{{{41, 1}}}});
+     },
+     1},
+    {"bags run backwards", [](BankBuilder& bank) { bank.phdr.text("B").add(uint32_t{0}, uint16_t{0}).text("", 12); },
+     1},
+    {"bags out of range", [](BankBuilder& bank) { bank.phdr.text("B").add(uint32_t{0}, uint16_t{500}).text("", 12); },
+     0},
+    {"generators out of range", [](BankBuilder& bank) { bank.ibag.add(uint16_t{60000}, uint16_t{0}); }, 0},
+    {"a remainder", [](BankBuilder& bank) { bank.shdr.text("x", 7); }, 1},
+    {"unknown generator",
+     [](BankBuilder& bank) {
+       bank.instrument("B", {{{{61, 1}}}});
+     },
+     1},
+    {"modulator of nothing",
+     [](BankBuilder& bank) {
+       bank.instrument("B", {{{}, {{99, 99, 1}}}});
+     },
+     1},
+    {"ends before it starts", [](BankBuilder& bank) { bank.sample({.start = 60, .end = 50}); }, 1, 2},
+    {"behind the words", [](BankBuilder& bank) { bank.sample({.start = 5000, .end = 0xFFFFFFFF}); }, 1, 2},
+    {"half behind the words", [](BankBuilder& bank) { bank.sample({.start = 190, .end = 5000}); }, 1, 2},
+    {"loop outside", [](BankBuilder& bank) { bank.sample({.loopStart = 70, .loopEnd = 900}); }, 1, 2},
+    {"loop of zero length", [](BankBuilder& bank) { bank.sample({.loopStart = 9, .loopEnd = 9}); }, 1, 2},
+    {"link to nowhere", [](BankBuilder& bank) { bank.sample({.link = 77, .type = 4}); }, 1, 2},
+    {"a compressed sample", [](BankBuilder& bank) { bank.sample({.type = 0x11}); }, -1, 0},
+};
+
+TEST(Sf2Reader, readsWhatIsSoundOfBrokenBanks) {
+  for (const BrokenCase& each : brokenCases) {
+    BankBuilder builder = smallBank({{{54, 1}}});
+    each.lie(builder);
+    const ReadBank bank(builder.build());
+    ASSERT_EQ(bank.ok, each.regions >= 0) << each.what;
+    if (!bank.ok) continue;
+    std::size_t regions = 0;
+    for (const auto& instrument : bank.collection.instruments()) regions += instrument->regionCount();
+    EXPECT_EQ(regions, static_cast<std::size_t>(each.regions)) << each.what;
+    ASSERT_EQ(bank.collection.waveforms().size(), each.waveforms) << each.what;
+    for (const auto& waveform : bank.collection.waveforms()) {
+      EXPECT_LE(waveform->frames(), 200) << each.what;
+      const Marker* loop = mainLoop(*waveform);
+      EXPECT_TRUE(!loop || loop->end <= static_cast<double>(waveform->frames())) << each.what;
+    }
+  }
+}
+
+TEST(Sf2Reader, cutAnywhereABankIsReadOrRefused) {
+  const auto whole = smallBank({{{54, 1}}}).build();
+  for (std::size_t size = 0; size < whole.size(); size += 3) {
+    const ReadBank bank({whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size)});
+    EXPECT_EQ(bank.ok, size >= 12) << size;
+  }
+}
+
+// Every zone of the preset names the instrument with all the zones: a small file that asks for millions of regions.
+TEST(Sf2Reader, boundsWhatASmallFileCanAskFor) {
+  BankBuilder bank;
+  bank.preset("P", 0, 0, std::vector<Zone>(2000, Zone{{{41, 0}}}));
+  bank.instrument("I", std::vector<Zone>(300, playing(0))).sample({});
+  const ReadBank read(bank.build());
+  EXPECT_LE(read.instrument().regionCount(), 8192u);
+  EXPECT_TRUE(says(read, u"zones"));
+}
+
+TEST(Sf2Reader, opensABankOfEndsAsEmpty) {
+  const ReadBank bank(BankBuilder().build());
+  ASSERT_TRUE(bank.ok);
+  EXPECT_FALSE(bank.collection.holdsData());
+  EXPECT_TRUE(says(bank, u"content"));
+}
+
+class RomHost final : public Host {
+ public:
+  explicit RomHost(Text path) : path_(std::move(path)) {}
+  std::size_t ask(const Question& question) override { return ++questions, uses ? 0 : question.safeButton; }
+  std::optional<Text> locateFile(TextView name) override { return asked = name, path_; }
+  bool uses = true;
+  int questions = 0;
+  Text asked;
+
+ private:
+  Text path_;
+};
+
+TEST(Sf2Reader, takesRomSamplesFromTheBankThatHasThem) {
+  TestFolder folder;
+  const auto romBank = smallBank().build();
+  folder.put(u"rom.sf2", {reinterpret_cast<const char*>(romBank.data()), romBank.size()});
+  BankBuilder builder = smallBank();
+  builder.sample({.type = 0x8001}).instrument("Rom", {playing(1)}).preset("Rom", 1, 0, {{{{41, 1}}}});
+  builder.shdr = ChunkBody();
+  builder.sample({.type = 0x8001}).sample({.type = 0x8001});
+
+  RomHost host(folder.text(u"rom.sf2"));
+  const ReadBank used(builder.build(), host);
+  EXPECT_EQ(host.questions, 1);
+  EXPECT_EQ(host.asked, u"1mgm.sf2");
+  EXPECT_EQ(used.collection.waveforms().size(), 1u);  // the other bank has no second one
+  EXPECT_EQ(used.instrument(0).regionCount(), 1u);
+
+  host.uses = false;
+  EXPECT_TRUE(ReadBank(builder.build(), host).collection.waveforms().empty());
+  setRomAnswer(RomAnswer::skip);
+  EXPECT_TRUE(ReadBank(builder.build(), host).collection.waveforms().empty());
+  setRomAnswer(RomAnswer::ask);
+  EXPECT_EQ(host.questions, 2);
+}
+
+}  // namespace
+}  // namespace tervo::test
