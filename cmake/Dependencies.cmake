@@ -22,6 +22,7 @@ tervo_header_only(fmt fmt)
 target_compile_definitions(fmt INTERFACE FMT_HEADER_ONLY)
 tervo_header_only(cli11 CLI)
 tervo_header_only(json nlohmann)
+tervo_header_only(kissfft kissfft)
 
 if(WIN32)
   set(ZLIB_USE_STATIC_LIBS ON)
