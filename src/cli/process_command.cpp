@@ -73,10 +73,7 @@ bool process(Run& run, const Collection& collection) {
   }
   const auto items = itemsToProcess(run.line, collection);
   if (items.empty()) return fail(u"There is no " + Text(nameOf(operation.kind)) + u" to process");
-  for (Item* item : items) {
-    if (!RunOperation(operation, *item, values, {run.host, run.report})) return false;
-  }
-  return true;
+  return RunOperation(operation, items, values, {run.host, run.report}) != Outcome::failed;
 }
 
 }  // namespace

@@ -1,11 +1,7 @@
 #include "tools/operation.h"
 
-#include <cassert>
-#include <new>
-#include <stdexcept>
-
-#include "base/last_error.h"
 #include "tools/song/song_operations.h"
+#include "tools/wave/wave_operations.h"
 
 namespace tervo {
 namespace {
@@ -19,6 +15,10 @@ constexpr Operation operations[] = {
     {u"change-midi-format", u"Change MIDI format",   ItemKind::song, midiFormatOptions, runChangeMidiFormat, u"puts a song into one track, or into a track a channel"},
     {u"remove-events",      u"Remove events",        ItemKind::song, removeOptions,     runRemoveEvents,     u"removes kinds of events from a song"},
     {u"compact",            u"Compact",              ItemKind::song, compactOptions,    runCompact,          u"makes a song shorter without changing what is heard"},
+
+    {u"gain",               u"Gain",                 ItemKind::waveform, gainOptions,      runGain,      u"makes a waveform louder or softer"},
+    {u"normalise",          u"Normalise",            ItemKind::waveform, normaliseOptions, runNormalise, u"gives the highest peak of a waveform a level"},
+    {u"reverse",            u"Reverse",              ItemKind::waveform, {},               runReverse,   u"turns a waveform round, with its loops and markers"},
 };
 // clang-format on
 
@@ -48,17 +48,6 @@ const Operation* findOperation(TextView name) {
   for (const auto& operation : operations)
     if (operation.name == name) return &operation;
   return nullptr;
-}
-
-bool RunOperation(const Operation& operation, Item& item, const OptionValues& values, const OperationContext& context) {
-  assert(item.kind() == operation.kind);
-  try {
-    return operation.run(item, values, context);
-  } catch (const std::bad_alloc&) {
-    return fail(u"Out of memory");
-  } catch (const std::length_error&) {
-    return fail(u"Out of memory");
-  }
 }
 
 }  // namespace tervo

@@ -13,6 +13,9 @@
 
 namespace tervo {
 
+class DocumentHistory;
+struct Selectors;
+
 enum class OptionType : uint8_t {
   integer,
   number,
@@ -63,10 +66,17 @@ Text usualText(const OptionInfo& option);
 /// What an option takes: "-127..127", "seconds|quarters|ticks".
 Text rangeText(const OptionInfo& option);
 
-/// What an operation may use. It asks `host.progress` now and then and stops, with the item as it was, when told so.
+/// What an operation may use. It asks `host.progress` now and then and fails when told to stop.
 struct OperationContext {
   Host& host;
   ConversionReport& report;
+  Selectors* selectors = nullptr;  ///< of a waveform: what regions name in it
+};
+
+enum class Outcome : uint8_t {
+  failed,       ///< LastErrorText says why
+  nothingToDo,  ///< the item is as the operation would make it, or gives it nothing to work on
+  changed
 };
 
 struct Operation {
@@ -74,8 +84,9 @@ struct Operation {
   TextView title;  ///< of the menu entry
   ItemKind kind;   ///< of the items it works on
   std::span<const OptionInfo> options;
-  /// Changes the item. False with LastErrorText; then the item is as it was.
-  bool (*run)(Item& item, const OptionValues& values, const OperationContext& context);
+  /// Changes a copy of an item. Items without data are not given to it. What it leaves behind when it does not return
+  /// `changed` does not matter.
+  Outcome (*run)(Item& copy, const OptionValues& values, const OperationContext& context);
   TextView text;  ///< one sentence that says what it does, without a full stop
 };
 
@@ -83,7 +94,12 @@ std::span<const Operation> Operations();
 /// Null when there is none of that name.
 const Operation* findOperation(TextView name);
 
-/// Runs it on an item of its kind; running out of memory is a failure like others.
+/// Runs it on items of its kind, all or none: when it fails or is cancelled, all are as they were, and so is the
+/// report. With a history it is one undo step of the document that the items belong to. Shows "Done: " with what was
+/// done. Document thread.
+Outcome RunOperation(const Operation& operation, std::span<Item* const> items, const OptionValues& values,
+                     const OperationContext& context, DocumentHistory* history = nullptr);
+/// For one item; false with LastErrorText.
 bool RunOperation(const Operation& operation, Item& item, const OptionValues& values, const OperationContext& context);
 
 }  // namespace tervo

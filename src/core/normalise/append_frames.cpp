@@ -48,7 +48,8 @@ void append(Pass& pass, Waveform& waveform, const Marker& loop) {
   std::vector<Piece> pieces = {{waveform.samples, 0, frames}};
   for (int64_t frame = frames; frame < wanted; ++frame)
     appendFrame(pieces, waveform.samples, loopedFrame(range, loop.loopType, frame - range.end + 1));
-  reportSamples(pass, waveform, u"frames", fromUtf8(fmt::format("{}", frames)), fromUtf8(fmt::format("{}", wanted)));
+  reportSamples(pass.report, waveform, u"frames", fromUtf8(fmt::format("{}", frames)),
+                fromUtf8(fmt::format("{}", wanted)));
   waveform.samples = joined(std::move(pieces));
 }
 

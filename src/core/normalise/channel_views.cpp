@@ -4,6 +4,7 @@
 #include "base/last_error.h"
 #include "core/normalise/sample_views.h"
 #include "dsp/channel_kernels.h"
+#include "dsp/frame_kernels.h"
 
 namespace tervo::fixup {
 namespace {
@@ -13,19 +14,19 @@ constexpr std::size_t blockFrames = 8192;
 class OneChannelStream final : public SampleStream {
  public:
   OneChannelStream(std::unique_ptr<SampleStream> source, int channel)
-      : source_(std::move(source)), channel_(static_cast<std::size_t>(channel)), scratch_(2 * blockFrames) {}
+      : source_(std::move(source)), channel_(channel), scratch_(2 * blockFrames) {}
 
   std::optional<std::size_t> read(std::span<float> out) override {
     const auto part = std::span(scratch_).first(2 * std::min(out.size(), blockFrames));
     const auto frames = source_->read(part);
     if (!frames) return std::nullopt;
-    for (std::size_t i = 0; i < *frames; ++i) out[i] = part[2 * i + channel_];
+    dsp::takeChannel(part.first(2 * *frames), channel_, out);
     return frames;
   }
 
  private:
   std::unique_ptr<SampleStream> source_;
-  std::size_t channel_;
+  int channel_;
   std::vector<float> scratch_;
 };
 

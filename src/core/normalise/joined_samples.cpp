@@ -3,6 +3,7 @@
 
 #include "base/last_error.h"
 #include "core/normalise/sample_views.h"
+#include "dsp/frame_kernels.h"
 
 namespace tervo::fixup {
 namespace {
@@ -58,16 +59,23 @@ class JoinedStream final : public SampleStream {
   }
 
   std::optional<int64_t> backwards(std::span<float> out, int64_t wanted) {
-    if (block_.empty() && !loadBlockBehind(current().first + current().frames - done_)) return std::nullopt;
+    const int64_t end = current().first + current().frames - done_;
+    if (const auto resident = current().source->resident(); !resident.empty()) {
+      reverse(resident.first(static_cast<std::size_t>(end) * width_), out, wanted);
+      return wanted;
+    }
+    if (block_.empty() && !loadBlockBehind(end)) return std::nullopt;
     const auto blockFrames = static_cast<int64_t>(block_.size() / width_);
     const int64_t part = std::min(wanted, blockFrames);
-    for (int64_t i = 0; i < part; ++i) {
-      const auto from = static_cast<std::size_t>(blockFrames - 1 - i) * width_;
-      std::copy_n(block_.begin() + static_cast<std::ptrdiff_t>(from), width_,
-                  out.begin() + static_cast<std::ptrdiff_t>(static_cast<std::size_t>(i) * width_));
-    }
+    reverse(block_, out, part);
     block_.resize(static_cast<std::size_t>(blockFrames - part) * width_);
     return part;
+  }
+
+  /// The last `frames` of `from`, the last one first.
+  void reverse(std::span<const float> from, std::span<float> out, int64_t frames) const {
+    const auto samples = static_cast<std::size_t>(frames) * width_;
+    dsp::reverseFrames(from.last(samples), out.first(samples), static_cast<int>(width_));
   }
 
   /// Holds the frames of the piece that stand before frame `end` of the source.

@@ -93,7 +93,7 @@ class Merger {
       playAsStereo(*leftRegions[i], *(*rightRegions)[i]);
       gone_.insert((*rightRegions)[i]->id());
     }
-    reportSamples(pass_, left, u"channels", u"dual mono", u"stereo");
+    reportSamples(pass_.report, left, u"channels", u"dual mono", u"stereo");
     left.samples = interleavedOf(left.samples, right.samples);
     takeExtras(left, right, pass_.report);
     left.name = name;

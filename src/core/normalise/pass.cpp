@@ -26,7 +26,7 @@ bool isFinerThanFloats(const Waveform& waveform) {
   return stored == SampleFormat::pcm32 || stored == SampleFormat::float64;
 }
 
-void reportSamples(Pass& pass, const Waveform& waveform, TextView what, TextView from, TextView to) {
+void reportSamples(ConversionReport& report, const Waveform& waveform, TextView what, TextView from, TextView to) {
   const SampleFormat stored = formatOf(waveform.storedFormat);
   const bool losesByCoding =
       (stored >= SampleFormat::gsm && stored <= SampleFormat::adpcm5) || stored == SampleFormat::compressed;
@@ -34,7 +34,7 @@ void reportSamples(Pass& pass, const Waveform& waveform, TextView what, TextView
                         : losesByCoding             ? u", to be coded anew"
                                                     : u"";
   const ReportKind kind = loss.empty() ? ReportKind::kept : ReportKind::approximated;
-  pass.report.add({waveform.name, Text(what), kind, Text(from), Text(to) + Text(loss)});
+  report.add({waveform.name, Text(what), kind, Text(from), Text(to) + Text(loss)});
 }
 
 }  // namespace tervo::fixup

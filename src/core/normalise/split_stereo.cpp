@@ -12,7 +12,7 @@ class Splitter {
   explicit Splitter(Pass& pass) : pass_(pass), users_(pass.loaded), waveforms_(pass.loaded.waveforms()) {}
 
   void split(Waveform& left) {
-    reportSamples(pass_, left, u"channels", u"stereo", u"dual mono");
+    reportSamples(pass_.report, left, u"channels", u"stereo", u"dual mono");
     Waveform& right = pass_.loaded.add(std::make_unique<Waveform>());
     left.storedFormat &= ~SplitChannels;
     copySound(left, right);

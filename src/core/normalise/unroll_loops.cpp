@@ -47,7 +47,7 @@ void reportCount(Pass& pass, const Waveform& waveform, const Marker& loop) {
 
 void reportLoop(Pass& pass, const Waveform& waveform, const Marker& loop, WholeLoop whole) {
   const bool wasWhole = static_cast<double>(whole.start) == loop.start && static_cast<double>(whole.end) == loop.end;
-  reportSamples(pass, waveform, u"loop type", nameOf(loop.loopType), nameOf(LoopType::forward));
+  reportSamples(pass.report, waveform, u"loop type", nameOf(loop.loopType), nameOf(LoopType::forward));
   reportCount(pass, waveform, loop);
   if (!wasWhole) pass.report.approximated(waveform.name, u"loop points", u"fractions of frames", u"whole frames");
 }

@@ -29,11 +29,11 @@ void reportStrayBytes(const Song& song, const Song& changed, ConversionReport& r
   }
 }
 
-bool takeOver(Song& song, const std::unique_ptr<Song>& changed, const OperationContext& context) {
-  if (!changed) return false;
+Outcome takeOver(Song& song, const std::unique_ptr<Song>& changed, const OperationContext& context) {
+  if (!changed) return Outcome::failed;
   reportStrayBytes(song, *changed, context.report);
   song.takeContent(*changed);
-  return true;
+  return Outcome::changed;
 }
 
 Song& songIn(Item& item) {
@@ -42,35 +42,35 @@ Song& songIn(Item& item) {
 
 }  // namespace
 
-bool runTranspose(Item& item, const OptionValues& values, const OperationContext& context) {
+Outcome runTranspose(Item& item, const OptionValues& values, const OperationContext& context) {
   const Transposition by{values.integer(u"semitones"), values.integer(u"only"), values.flag(u"drums"),
                          static_cast<OutOfRange>(values.choice(u"beyond"))};
   return takeOver(songIn(item), transposed(songIn(item), by, context), context);
 }
 
-bool runTrim(Item& item, const OptionValues& values, const OperationContext& context) {
+Outcome runTrim(Item& item, const OptionValues& values, const OperationContext& context) {
   const TrimRange range{values.number(u"start"), values.number(u"end"), static_cast<TimeUnit>(values.choice(u"unit"))};
   return takeOver(songIn(item), trimmed(songIn(item), range, context), context);
 }
 
-bool runChangeTickRate(Item& item, const OptionValues& values, const OperationContext& context) {
+Outcome runChangeTickRate(Item& item, const OptionValues& values, const OperationContext& context) {
   static constexpr int frameRates[] = {0, 24, 25, 29, 30};
   const int ticks = values.integer(u"ticks"), frames = frameRates[values.choice(u"frames")];
-  if (frames > 0 && ticks > 255) return fail(u"A frame has at most 255 ticks");
+  if (frames > 0 && ticks > 255) return fail(u"A frame has at most 255 ticks"), Outcome::failed;
   const int division = frames > 0 ? (0x100 - frames) << 8 | ticks : ticks;
   return takeOver(songIn(item), withDivision(songIn(item), static_cast<uint16_t>(division), context), context);
 }
 
-bool runChangeMidiFormat(Item& item, const OptionValues& values, const OperationContext& context) {
+Outcome runChangeMidiFormat(Item& item, const OptionValues& values, const OperationContext& context) {
   return takeOver(songIn(item), withFormat(songIn(item), static_cast<int>(values.choice(u"to")), context), context);
 }
 
-bool runRemoveEvents(Item& item, const OptionValues& values, const OperationContext& context) {
+Outcome runRemoveEvents(Item& item, const OptionValues& values, const OperationContext& context) {
   const Removal removal{values.choices(u"kinds"), values.integer(u"only")};
   return takeOver(songIn(item), withoutEvents(songIn(item), removal, context), context);
 }
 
-bool runCompact(Item& item, const OptionValues& values, const OperationContext& context) {
+Outcome runCompact(Item& item, const OptionValues& values, const OperationContext& context) {
   const Compaction what{values.flag(u"note-offs"), values.flag(u"repetitions"), values.flag(u"empty-tracks")};
   return takeOver(songIn(item), compacted(songIn(item), what, context), context);
 }

@@ -47,11 +47,11 @@ inline constexpr OptionInfo compactOptions[] = {
 };
 // clang-format on
 
-bool runTranspose(Item& item, const OptionValues& values, const OperationContext& context);
-bool runTrim(Item& item, const OptionValues& values, const OperationContext& context);
-bool runChangeTickRate(Item& item, const OptionValues& values, const OperationContext& context);
-bool runChangeMidiFormat(Item& item, const OptionValues& values, const OperationContext& context);
-bool runRemoveEvents(Item& item, const OptionValues& values, const OperationContext& context);
-bool runCompact(Item& item, const OptionValues& values, const OperationContext& context);
+Outcome runTranspose(Item& item, const OptionValues& values, const OperationContext& context);
+Outcome runTrim(Item& item, const OptionValues& values, const OperationContext& context);
+Outcome runChangeTickRate(Item& item, const OptionValues& values, const OperationContext& context);
+Outcome runChangeMidiFormat(Item& item, const OptionValues& values, const OperationContext& context);
+Outcome runRemoveEvents(Item& item, const OptionValues& values, const OperationContext& context);
+Outcome runCompact(Item& item, const OptionValues& values, const OperationContext& context);
 
 }  // namespace tervo

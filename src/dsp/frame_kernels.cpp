@@ -1,0 +1,84 @@
+#include "dsp/frame_kernels.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+namespace tervo::dsp {
+namespace {
+
+constexpr std::size_t lanes = 16;
+
+/// Bits of non-negative floats are in the order of the floats, and compare faster than those do where infinities and
+/// what is no number must not count.
+int32_t finiteMagnitude(float x) {
+  constexpr int32_t infinity = 0x7F800000;
+  const int32_t magnitude = std::bit_cast<int32_t>(x) & 0x7FFFFFFF;
+  return magnitude < infinity ? magnitude : 0;
+}
+
+struct StereoFrame {
+  float left, right;
+};
+
+template <typename Frame>
+void reverse(const float* in, float* out, std::size_t frames) {
+  constexpr std::size_t width = sizeof(Frame) / sizeof(float);
+  for (std::size_t i = 0; i < frames; ++i) {
+    const float* from = in + (frames - 1 - i) * width;
+    for (std::size_t c = 0; c < width; ++c) out[i * width + c] = from[c];
+  }
+}
+
+}  // namespace
+
+float peakOf(std::span<const float> samples) noexcept {
+  int32_t highest[lanes] = {};
+  std::size_t i = 0;
+  for (; i + lanes <= samples.size(); i += lanes) {
+    for (std::size_t lane = 0; lane < lanes; ++lane)
+      highest[lane] = std::max(highest[lane], finiteMagnitude(samples[i + lane]));
+  }
+  for (; i < samples.size(); ++i) highest[0] = std::max(highest[0], finiteMagnitude(samples[i]));
+  return std::bit_cast<float>(*std::max_element(highest, highest + lanes));
+}
+
+void multiply(std::span<float> samples, float factor) noexcept {
+  for (float& sample : samples) sample *= factor;
+}
+
+void addToChannels(std::span<float> frames, std::span<const float> values) noexcept {
+  const float even = values.front(), odd = values.back();
+  std::size_t i = 0;
+  for (; i + 2 <= frames.size(); i += 2) {
+    frames[i] += even;
+    frames[i + 1] += odd;
+  }
+  if (i < frames.size()) frames[i] += even;
+}
+
+void reverseFrames(std::span<const float> in, std::span<float> out, int channels) noexcept {
+  const auto frames = std::min(in.size(), out.size()) / static_cast<std::size_t>(channels);
+  if (channels == 1)
+    reverse<float>(in.data(), out.data(), frames);
+  else
+    reverse<StereoFrame>(in.data(), out.data(), frames);
+}
+
+void swapChannels(std::span<float> stereo) noexcept {
+  for (std::size_t i = 0; i + 2 <= stereo.size(); i += 2) {
+    const float left = stereo[i];
+    stereo[i] = stereo[i + 1];
+    stereo[i + 1] = left;
+  }
+}
+
+void takeChannel(std::span<const float> stereo, int channel, std::span<float> mono) noexcept {
+  const std::size_t frames = std::min(stereo.size() / 2, mono.size());
+  const float* from = stereo.data() + channel;
+  float* to = mono.data();
+  for (std::size_t i = 0; i < frames; ++i) to[i] = from[2 * i];
+}
+
+}  // namespace tervo::dsp

@@ -1,0 +1,30 @@
+#pragma once
+// What the operations on waveforms share.
+
+#include <cmath>
+
+#include "core/normalise/pass.h"
+#include "core/waveform.h"
+#include "tools/operation.h"
+#include "tools/wave/selectors.h"
+
+namespace tervo {
+
+inline Waveform& waveformIn(Item& item) {
+  return static_cast<Waveform&>(item);
+}
+
+inline double factorOf(double dB) {
+  return std::pow(10.0, dB / 20);
+}
+/// Minus infinity for 0.
+inline double decibels(double factor) {
+  return 20 * std::log10(factor);
+}
+/// "-3.01 dB"; "silence" for minus infinity.
+Text decibelText(double dB);
+
+/// The frames times a factor.
+SampleRef amplified(SampleRef samples, double factor);
+
+}  // namespace tervo
