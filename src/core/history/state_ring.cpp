@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 #include "base/last_error.h"
 #include "platform/file.h"
+#include "platform/file_time.h"
 #include "platform/local_time.h"
 #include "platform/path.h"
 #include "platform/user_folders.h"
@@ -21,6 +23,30 @@ constexpr int moved(int index, int by) {
 /// How many steps lead forward from one entry to another.
 constexpr int distance(int from, int to) {
   return moved(to, -from);
+}
+
+/// The name of the state in a file; empty when the program does not name its files like that.
+Text stateNameOf(TextView fileName) {
+  static constexpr TextView pattern = u"Saved state 00_00_00";
+  if (fileName.size() != pattern.size() + stateExtension.size() || !fileName.ends_with(stateExtension)) return {};
+  Text name(fileName.substr(0, pattern.size()));
+  const auto fits = [](char16_t c, char16_t place) { return place == u'0' ? c >= u'0' && c <= u'9' : c == place; };
+  if (!std::equal(name.begin(), name.end(), pattern.begin(), fits)) return {};
+  name[pattern.find(u'_')] = u':';
+  name[pattern.rfind(u'_')] = u'.';
+  return name;
+}
+
+/// The names of the states in the folder, oldest first.
+std::vector<Text> statesIn(TextView folder) {
+  std::vector<std::pair<int64_t, Text>> dated;
+  for (const Text& fileName : platform::namesIn(folder))
+    if (Text name = stateNameOf(fileName); !name.empty())
+      dated.emplace_back(platform::modificationTime(platform::join(folder, fileName)), std::move(name));
+  std::sort(dated.begin(), dated.end());
+  std::vector<Text> names;
+  for (auto& [time, name] : dated) names.push_back(std::move(name));
+  return names;
 }
 
 }  // namespace
@@ -39,6 +65,16 @@ Text stateFileName(TextView stateName) {
   std::replace_if(
       name.begin(), name.end(), [](char16_t c) { return c == u':' || c == u'.'; }, u'_');
   return name.append(stateExtension);
+}
+
+StateRing::StateRing(Text folder, OpenStored openStored) : folder_(std::move(folder)), openStored_(openStored) {
+  std::vector<Text> found = statesIn(folder_);
+  const std::size_t surplus = found.size() - std::min<std::size_t>(found.size(), capacity);
+  for (std::size_t i = 0; i < surplus; ++i) platform::removeFile(pathOf(found[i]));
+  if (found.empty()) return;
+  std::move(found.begin() + static_cast<std::ptrdiff_t>(surplus), found.end(), names_.begin());
+  oldest_ = 0;
+  newest_ = current_ = static_cast<int>(found.size() - surplus) - 1;
 }
 
 Text StateRing::pathOf(TextView name) const {

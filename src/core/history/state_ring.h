@@ -19,7 +19,9 @@ Text stateFileName(TextView stateName);
 class StateRing {
  public:
   static constexpr int capacity = 32;
-  explicit StateRing(Text folder, OpenStored openStored) : folder_(std::move(folder)), openStored_(openStored) {}
+  /// Takes up the states in the folder, the last one written as the current one. Those that the ring has no room for
+  /// are deleted, oldest first.
+  StateRing(Text folder, OpenStored openStored);
 
   /// Writes the document under the name and makes it the current entry. A failure leaves ring and files as they were.
   bool SaveState(const ItemImage& document, Text name);

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <string>
 
+#include "platform/file_time.h"
 #include "platform/path.h"
 #include "platform/system_error.h"
 
@@ -25,6 +26,11 @@ std::optional<FileIdentity> fileIdentity(TextView path) {
   const auto status = statusOf(path);
   if (!status) return std::nullopt;
   return FileIdentity{static_cast<uint64_t>(status->st_dev), {static_cast<uint64_t>(status->st_ino), 0}};
+}
+
+int64_t modificationTime(TextView path) {
+  const auto status = statusOf(path);
+  return status ? int64_t{status->st_mtim.tv_sec} * 1'000'000'000 + status->st_mtim.tv_nsec : 0;
 }
 
 bool fileExists(TextView path) {

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "platform/file_time.h"
 #include "platform/path.h"
 #include "platform/system_error.h"
 #include "platform/windows/handle.h"
@@ -35,6 +36,13 @@ std::optional<FileIdentity> fileIdentity(TextView path) {
   identity.volume = narrow.dwVolumeSerialNumber;
   identity.file[0] = (uint64_t{narrow.nFileIndexHigh} << 32) | narrow.nFileIndexLow;
   return identity;
+}
+
+int64_t modificationTime(TextView path) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!GetFileAttributesExW(nativePath(path).c_str(), GetFileExInfoStandard, &data)) return 0;
+  return static_cast<int64_t>((uint64_t{data.ftLastWriteTime.dwHighDateTime} << 32) |
+                              data.ftLastWriteTime.dwLowDateTime);
 }
 
 bool fileExists(TextView path) {

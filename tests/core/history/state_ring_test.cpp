@@ -102,6 +102,28 @@ TEST(StateRing, ARestoredStateCanTakeItsFileWithIt) {
   EXPECT_EQ(states.files(), 0);
 }
 
+TEST(StateRing, TakesUpTheLastStatesOfEarlierRuns) {
+  States states;
+  const auto now = std::filesystem::file_time_type::clock::now();
+  for (int number = 10; number <= 43; ++number) {
+    ASSERT_TRUE(states.save(fromUtf8(std::to_string(number)), u"Saved state 00:00.01"));
+    // Later states have earlier times of the day.
+    const auto file =
+        states.folder / (u"Tervo Studio/Saved state 00_00_" + fromUtf8(std::to_string(99 - number)) + u".tvs");
+    std::filesystem::rename(states.folder / u"Tervo Studio/Saved state 00_00_01.tvs", file);
+    std::filesystem::last_write_time(file, now + std::chrono::seconds(number));
+  }
+  states.folder.put(u"Tervo Studio/Saved state of mine.tvs", "not the program's");
+  states.ring = StateRing(states.folder.text(u"Tervo Studio"), nullptr);
+  EXPECT_EQ(states.files(), 33);
+  EXPECT_EQ(states.restored(0), u"43");
+  EXPECT_EQ(states.restored(31), u"12");
+  EXPECT_EQ(states.restored(1), u"-");
+  EXPECT_EQ(states.restored(-31), u"43");
+  ASSERT_TRUE(states.saveNumber(44));
+  EXPECT_EQ(states.files(), 33);
+}
+
 TEST(StateRing, AFailedWriteChangesNothing) {
   States states;
   ASSERT_TRUE(states.saveNumber(1));
