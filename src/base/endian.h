@@ -2,6 +2,7 @@
 // Integers as they stand in files: byte arrays of a fixed order with conversion to and from native values. Structs of
 // these have no padding and may be laid over bytes of any alignment.
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
@@ -54,5 +55,10 @@ struct FourCC {
   constexpr FourCC(const char (&text)[5]) : chars{text[0], text[1], text[2], text[3]} {}
   constexpr bool operator==(const FourCC&) const = default;
 };
+
+/// Whether all four characters are printable ASCII, as chunk names are.
+constexpr bool isPrintable(FourCC id) {
+  return std::all_of(id.chars.begin(), id.chars.end(), [](char c) { return c >= 0x20 && c <= 0x7E; });
+}
 
 }  // namespace tervo

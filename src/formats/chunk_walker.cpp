@@ -11,10 +11,6 @@ constexpr uint64_t headerBytes = 8;
 
 }  // namespace
 
-bool isPrintable(FourCC id) {
-  return std::all_of(id.chars.begin(), id.chars.end(), [](char c) { return c >= 0x20 && c <= 0x7E; });
-}
-
 ChunkWalker::ChunkWalker(const ByteSource& source, uint64_t begin, uint64_t end, ByteOrder order)
     : source_(source), position_(begin), end_(std::min(end, source.size())), declaredEnd_(end_), order_(order) {}
 

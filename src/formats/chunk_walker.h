@@ -58,7 +58,4 @@ class ChunkWalker {
 /// The body as far as it is there; empty when it is longer than `limit`.
 std::vector<std::byte> loadChunk(const ByteSource& source, const Chunk& chunk, std::size_t limit = 16u << 20);
 
-/// Whether all four characters are printable ASCII, as chunk names are.
-bool isPrintable(FourCC id);
-
 }  // namespace tervo

@@ -29,6 +29,11 @@ void BodyReader::bytes(std::vector<std::byte>& data) {
   data.assign(taken.begin(), taken.end());
 }
 
+void BodyReader::fourCC(FourCC& code) {
+  code = in_.fourCC();
+  if (!isPrintable(code)) setDamaged();
+}
+
 void BodyReader::identity(Item& item, ItemId id) {
   if (kindOf(id) != item.kind() || serialOf(id) == 0) return setDamaged();
   identities_.emplace_back(&item, id);

@@ -62,7 +62,8 @@ class BodyReader {
   uint32_t count() { return number<uint32_t>(); }
   void text(Text& text);
   void bytes(std::vector<std::byte>& data);
-  void fourCC(FourCC& code) { code = in_.fourCC(); }
+  /// The name of a chunk as files have it; one that is not printable is damage.
+  void fourCC(FourCC& code);
   /// The identifier that the item is to have in the end. One of another kind, or that no item ever has, is damage.
   void identity(Item& item) { identity(item, itemId()); }
   void identity(Item& item, ItemId id);
