@@ -1,0 +1,27 @@
+#pragma once
+// Where a sound passes through zero: the places at which loops begin and end.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace tervo {
+
+/// A crossing lies between two samples of opposite sign that have at most zeros between them; its position is that of
+/// the earlier one.
+struct ZeroCrossing {
+  uint32_t position;
+  bool rising;
+
+  bool operator==(const ZeroCrossing&) const = default;
+};
+
+/// Those whose position is in first..last, in ascending order.
+std::vector<ZeroCrossing> zeroCrossings(std::span<const float> mono, std::size_t first, std::size_t last);
+
+/// The one nearest to a position, the earlier one of two; with `rising` only those of that direction.
+std::optional<ZeroCrossing> nearestCrossing(std::span<const float> mono, double position,
+                                            std::optional<bool> rising = std::nullopt);
+
+}  // namespace tervo
