@@ -1,5 +1,6 @@
 #include "tools/operation.h"
 
+#include "tools/loop/loop_operations.h"
 #include "tools/song/song_operations.h"
 #include "tools/wave/wave_operations.h"
 
@@ -19,6 +20,11 @@ constexpr Operation operations[] = {
     {u"gain",               u"Gain",                 ItemKind::waveform, gainOptions,      runGain,      u"makes a waveform louder or softer"},
     {u"normalise",          u"Normalise",            ItemKind::waveform, normaliseOptions, runNormalise, u"gives the highest peak of a waveform a level"},
     {u"reverse",            u"Reverse",              ItemKind::waveform, {},               runReverse,   u"turns a waveform round, with its loops and markers"},
+
+    {u"find-loop",          u"Auto loop finder",     ItemKind::waveform, findLoopOptions,      runFindLoop,      u"finds loop points automatically"},
+    {u"crossfade-loop",     u"Cross-fade loop",      ItemKind::waveform, crossfadeLoopOptions, runCrossfadeLoop, u"smooths the seam of the default loop"},
+    {u"snap-loops",         u"Move the loop points to the nearest zero-crossing",
+                                                     ItemKind::waveform, {},                   runSnapLoops,     u"moves loop points to the nearest zero crossings of one direction"},
 };
 // clang-format on
 

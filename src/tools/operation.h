@@ -71,6 +71,7 @@ struct OperationContext {
   Host& host;
   ConversionReport& report;
   Selectors* selectors = nullptr;  ///< of a waveform: what regions name in it
+  std::size_t items = 1;           ///< that the operation was asked to work on
 };
 
 enum class Outcome : uint8_t {

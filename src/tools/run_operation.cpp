@@ -70,7 +70,7 @@ class Changes {
     const auto regions = hasRegions ? users_->of(static_cast<const Waveform&>(item)) : std::vector<Region*>();
     Selectors selectors = Selectors::of(regions);
     auto copy = copyOf(item);
-    const Outcome outcome = operation.run(*copy, values, {context.host, context.report, &selectors});
+    const Outcome outcome = operation.run(*copy, values, {context.host, context.report, &selectors, context.items});
     if (outcome == Outcome::failed) return false;
     if (outcome == Outcome::nothingToDo) return true;
     items_.push_back({&item, std::move(copy)});
@@ -111,7 +111,9 @@ bool addAll(Changes& changes, const Operation& operation, std::span<Item* const>
     assert(items[i]->kind() == operation.kind);
     PartHost host(context.host, i, items.size());
     if (!host.progress(0)) return fail(u"Cancelled");
-    if (items[i]->holdsData() && !changes.add(operation, *items[i], values, {host, context.report})) return false;
+    if (items[i]->holdsData() &&
+        !changes.add(operation, *items[i], values, {host, context.report, nullptr, items.size()}))
+      return false;
   }
   return true;
 }

@@ -1,0 +1,157 @@
+#include "tools/loop/loop_operations.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/last_error.h"
+#include "tools/loop/loop_crossfade.h"
+#include "tools/loop/loop_frames.h"
+#include "tools/loop/zero_crossings.h"
+#include "tools/wave/wave_edit.h"
+
+namespace tervo {
+namespace {
+
+Text rangeOf(double start, double end) {
+  return fromUtf8(fmt::format("{}..{}", start, end));
+}
+
+Marker* mainLoopOf(Waveform& waveform) {
+  for (Marker& marker : waveform.markers)
+    if (marker.type == MarkerType::loop) return &marker;
+  return nullptr;
+}
+
+LoopFinderOptions finderOptions(const OptionValues& values) {
+  LoopFinderOptions options;
+  options.part = {values.number(u"from"), values.number(u"to"), values.number(u"shortest")};
+  options.highPass = values.flag(u"high-pass");
+  options.fractionalStart = values.flag(u"fractional");
+  options.tune = values.flag(u"tune");
+  options.checkChannels = values.flag(u"check-channels");
+  options.take = static_cast<std::size_t>(values.integer(u"take"));
+  options.candidates = static_cast<std::size_t>(values.integer(u"candidates"));
+  return options;
+}
+
+void reportCandidates(const Waveform& waveform, const LoopFinding& found, ConversionReport& report) {
+  for (std::size_t i = 0; i < found.candidates.size(); ++i) {
+    const LoopCandidate& each = found.candidates[i];
+    std::string score = fmt::format("score {:.6f}", static_cast<double>(each.pair.score));
+    if (each.channelScores.size() == 2)
+      score += fmt::format(" (left {:.6f}, right {:.6f})", each.channelScores[0], each.channelScores[1]);
+    const Text what = fromUtf8(fmt::format("loop candidate {}{}", i + 1, i == found.taken ? ", taken" : ""));
+    report.add({waveform.name, what, ReportKind::kept,
+                rangeOf(static_cast<double>(each.pair.start), static_cast<double>(each.pair.end)), fromUtf8(score)});
+  }
+}
+
+/// Its name and number in the source stay; what it was tuned by was meant for other frames.
+void setMainLoop(Waveform& waveform, const FoundLoop& found, bool untilRelease) {
+  Marker* loop = mainLoopOf(waveform);
+  if (!loop) {
+    waveform.markers.push_back({.type = MarkerType::loop});
+    loop = &waveform.markers.back();
+  }
+  loop->start = found.start;
+  loop->end = found.end;
+  loop->loopType = LoopType::forward;
+  loop->loopCount = untilRelease ? loopUntilRelease : loopForever;
+  loop->loopPitch = static_cast<float>(found.pitch);
+}
+
+uint32_t wholeStart(const Marker& loop) {
+  return static_cast<uint32_t>(std::floor(std::max(loop.start, 0.0)));
+}
+uint32_t wholeEnd(const Marker& loop) {
+  return static_cast<uint32_t>(std::ceil(std::max(loop.end, 0.0)));
+}
+
+/// What changes the frames around the loop that was found; true when it did.
+bool finishLoop(Waveform& waveform, LoopFrames& frames, const OptionValues& values, const OperationContext& context) {
+  const Marker loop = *mainLoopOf(waveform);
+  const bool untilRelease = values.flag(u"until-release");
+  bool changed = false;
+  if (values.flag(u"crossfade"))
+    changed =
+        crossfadeLoop(frames.interleaved, frames.channels, {wholeStart(loop), wholeEnd(loop), 0, untilRelease, false});
+  if (values.flag(u"cut") && !untilRelease) {
+    cutAfterLoop(waveform, frames, wholeStart(loop), wholeEnd(loop), context);
+    changed = true;
+  }
+  return changed;
+}
+
+void takeFrames(Waveform& waveform, LoopFrames&& frames, TextView what, const OperationContext& context) {
+  waveform.samples = makeResident(std::move(frames.interleaved), static_cast<int>(frames.channels));
+  fixup::reportSamples(context.report, waveform, what, u"", u"");
+}
+
+}  // namespace
+
+Outcome runFindLoop(Item& copy, const OptionValues& values, const OperationContext& context) {
+  Waveform& waveform = waveformIn(copy);
+  const Marker* there = mainLoop(waveform);
+  if (values.flag(u"skip-looped") && there && fixup::isActiveLoop(*there)) return Outcome::nothingToDo;
+  context.host.showStatus(u"Finding loop for: \"" + waveform.name + u"\"");
+  auto frames = readLoopFrames(waveform, context.host);
+  if (!frames) return Outcome::failed;
+  const LoopFinding found = findLoop(frames->interleaved, frames->channels, waveform.sampleRate, finderOptions(values),
+                                     [&](double fraction) { return context.host.progress(fraction); });
+  if (found.stopped) return fail(u"Cancelled"), Outcome::failed;
+  if (!found.loop) return Outcome::nothingToDo;
+  reportCandidates(waveform, found, context.report);
+  setMainLoop(waveform, *found.loop, values.flag(u"until-release"));
+  if (finishLoop(waveform, *frames, values, context) || found.filtered)
+    takeFrames(waveform, std::move(*frames), u"frames for the loop", context);
+  return Outcome::changed;
+}
+
+Outcome runCrossfadeLoop(Item& copy, const OptionValues& values, const OperationContext& context) {
+  Waveform& waveform = waveformIn(copy);
+  const Marker* loop = mainLoop(waveform);
+  if (!loop || !fixup::isActiveLoop(*loop)) return Outcome::nothingToDo;
+  LoopCrossfade fade{wholeStart(*loop), wholeEnd(*loop), 0, values.flag(u"reverse"), values.flag(u"exponential")};
+  const uint32_t most = maximumCrossfade(fade.loopStart, fade.loopEnd);
+  const double length = values.number(u"length");
+  if (context.items == 1 && most > 0 && length > most) {
+    constexpr const char* text =
+        "The maximum crossfade length is {} wavesamples (minimum of the loop length and the number of wavesamples "
+        "before the loop start point";
+    return fail(fromUtf8(fmt::format(text, most))), Outcome::failed;
+  }
+  if (context.items == 1) fade.length = static_cast<uint32_t>(length);
+  auto frames = readLoopFrames(waveform, context.host);
+  if (!frames) return Outcome::failed;
+  if (!crossfadeLoop(frames->interleaved, frames->channels, fade)) return Outcome::nothingToDo;
+  takeFrames(waveform, std::move(*frames), u"crossfaded loop", context);
+  return Outcome::changed;
+}
+
+Outcome runSnapLoops(Item& copy, const OptionValues&, const OperationContext& context) {
+  Waveform& waveform = waveformIn(copy);
+  std::optional<std::vector<float>> mono;
+  bool changed = false;
+  for (Marker& loop : waveform.markers) {
+    if (!fixup::isActiveLoop(loop)) continue;
+    if (!mono) {
+      auto frames = readLoopFrames(waveform, context.host);
+      if (!frames) return Outcome::failed;
+      mono = monoCopy(frames->interleaved, frames->channels);
+    }
+    const auto start = nearestCrossing(*mono, loop.start);
+    const auto end = start ? nearestCrossing(*mono, loop.end, start->rising) : std::nullopt;
+    if (!end || end->position <= start->position) continue;
+    const double from = start->position, to = end->position;
+    if (from == loop.start && to == loop.end) continue;
+    context.report.approximated(waveform.name, u"loop", rangeOf(loop.start, loop.end), rangeOf(from, to));
+    loop.start = from;
+    loop.end = to;
+    changed = true;
+  }
+  return changed ? Outcome::changed : Outcome::nothingToDo;
+}
+
+}  // namespace tervo
