@@ -49,6 +49,10 @@ void CliHost::endProgress() {
   shownPercent_ = -1;
 }
 
+std::unique_ptr<Waveform> CliHost::renderSong(const Song& song) {
+  return songRenderer_ ? songRenderer_(song) : Host::renderSong(song);
+}
+
 std::size_t CliHost::ask(const Question& question) {
   const std::size_t button = chosenButton(question, line_.answers);
   if (!line_.quiet && button < question.buttons.size()) {

@@ -1,9 +1,12 @@
 #pragma once
 // The world as a command sees it: progress on a terminal, questions answered in advance or by the safe answer.
 
+#include <functional>
+
 #include "cli/command_line.h"
 #include "cli/console.h"
 #include "core/host.h"
+#include "core/waveform.h"
 
 namespace tervo::cli {
 
@@ -15,6 +18,11 @@ class CliHost final : public Host {
   void showStatus(TextView text) override;
   bool progress(double fraction) override;
   std::size_t ask(const Question& question) override;
+  std::unique_ptr<Waveform> renderSong(const Song& song) override;
+
+  /// Who renders songs, while a command may have to.
+  using SongRenderer = std::function<std::unique_ptr<Waveform>(const Song&)>;
+  void setSongRenderer(SongRenderer renderer) { songRenderer_ = std::move(renderer); }
 
   bool cancelled() const { return console_.cancelRequested(); }
   /// Takes the progress line off the terminal before something else is printed.
@@ -25,6 +33,7 @@ class CliHost final : public Host {
 
   Console& console_;
   const CommandLine& line_;
+  SongRenderer songRenderer_;
   int shownPercent_ = -1;
 };
 

@@ -24,7 +24,7 @@ constexpr const char* versionText = "tervo 12.9.0 (Tervo Studio)";
 
 // CLI11 works on 8-bit strings; what it collects is turned into a CommandLine afterwards.
 struct Collected {
-  std::vector<std::string> files, answers, sets;
+  std::vector<std::string> files, answers, sets, banks;
   std::map<const OptionInfo*, std::string> operationOptions;
   std::string target, format, item, coding, report, key, value, rawFormat, rawOrder;
   double rate = 0;
@@ -32,7 +32,7 @@ struct Collected {
   std::optional<double> rawRate;
   std::optional<int> rawChannels;
   std::optional<uint64_t> rawOffset;
-  bool rawUnsigned = false, reportWanted = false, listWanted = false;
+  bool rawUnsigned = false, reportWanted = false, listWanted = false, normalise = false, noNormalise = false;
 };
 
 std::optional<SampleCoding> codingNamed(const std::string& name) {
@@ -139,6 +139,26 @@ void addWriteOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_flag("--report", got.reportWanted, "say what was lost, on standard error; --report=FILE: in a file");
   app.add_option("--report-file", got.report)->group("");
   app.add_flag("--overwrite", line.overwrite, "allow replacing an existing target");
+}
+
+void addRenderOptions(CLI::App& app, CommandLine& line, Collected& got) {
+  app.add_option("--bank", got.banks, "songs: a file with instruments, else the default GM collection")
+      ->type_name("FILE")
+      ->expected(1)
+      ->take_all()
+      ->check(checkFileName);
+  app.add_option("--voices", line.rendering.voices, "songs: voices that may sound at once, 1 to 4096")
+      ->type_name("N")
+      ->check(unmentioned(CLI::Range(1, 4096)));
+  app.add_flag("--no-effects", line.rendering.noEffects, "songs: without reverb and chorus");
+  app.add_flag("--normalise", got.normalise, "songs: bring the peak to full scale");
+  app.add_flag("--no-normalise", got.noNormalise, "songs: leave the level as it is")->excludes("--normalise");
+  app.add_option("--tail", line.rendering.tailSeconds, "songs: seconds behind the last event, else until it is silent")
+      ->type_name("SECONDS")
+      ->check(unmentioned(CLI::Range(0.0, 3600.0)));
+  app.add_option("--threads", line.rendering.threads, "songs: threads that render, else one a processor")
+      ->type_name("N")
+      ->check(unmentioned(CLI::Range(1, 256)));
 }
 
 void addOperationOptions(CLI::App& app, const Operation& operation, Collected& got) {
@@ -276,6 +296,8 @@ void complete(CommandLine& line, const Collected& got) {
   if (!got.coding.empty() && got.coding != "auto") line.save.coding = codingNamed(got.coding);
   if (got.rate > 0) line.save.sampleRate = got.rate;
   if (got.channels > 0) line.save.channels = got.channels;
+  for (const std::string& bank : got.banks) line.rendering.banks.push_back(named(bank));
+  if (got.normalise || got.noNormalise) line.rendering.normalise = got.normalise;
   for (const auto& [option, value] : got.operationOptions) {
     if (!value.empty()) line.operationOptions.emplace_back(option->name, fromUtf8(value));
   }
@@ -310,6 +332,12 @@ Parsed parseCommandLine(const std::vector<Text>& arguments) {
   addFiles(*convert, got, "the file to open, and those to merge with it");
   addReadOptions(*convert, line, got);
   addWriteOptions(*convert, line, got);
+  addRenderOptions(*convert, line, got);
+  CLI::App* render = command("render", "render a song, save as TARGET", Command::render);
+  addFiles(*render, got, "the song, and files to merge with it");
+  addReadOptions(*render, line, got);
+  addWriteOptions(*render, line, got);
+  addRenderOptions(*render, line, got);
   addProcessCommands(app, line, got);
   command("formats", "the format table", Command::formats);
   addSettingsCommands(app, line, got);

@@ -15,6 +15,7 @@ enum class Command {
   detect,
   info,
   convert,
+  render,
   process,
   processList,
   formats,
@@ -36,6 +37,16 @@ struct NamedFile {
   bool operator==(const NamedFile&) const = default;
 };
 
+/// How songs are rendered; what is not said comes from the settings.
+struct RenderRequest {
+  std::vector<NamedFile> banks;
+  std::optional<int> voices;
+  std::optional<bool> normalise;
+  bool noEffects = false;
+  std::optional<double> tailSeconds;
+  int threads = 0;  ///< 0: as many as there are processors
+};
+
 struct CommandLine {
   Command command = Command::formats;
   std::vector<NamedFile> files;
@@ -54,6 +65,7 @@ struct CommandLine {
   NamedFile reportFile;
   SaveOptions save;
   RawRequest raw;
+  RenderRequest rendering;
   const Operation* operation = nullptr;
   std::vector<std::pair<TextView, Text>> operationOptions;  ///< name and value, as far as they were given
   Text settingKey;

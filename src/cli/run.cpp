@@ -28,6 +28,8 @@ int runCommand(const CommandLine& line, Console& console) {
       return runInfo(line, console, *settings);
     case Command::convert:
       return runConvert(line, console, *settings);
+    case Command::render:
+      return runRender(line, console, *settings);
     case Command::process:
       return runProcess(line, console, *settings);
     case Command::processList:

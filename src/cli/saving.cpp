@@ -4,6 +4,7 @@
 
 #include "base/last_error.h"
 #include "cli/selection.h"
+#include "cli/song_rendering.h"
 #include "formats/save_flow.h"
 #include "platform/file.h"
 
@@ -27,7 +28,11 @@ bool saveDocument(Run& run, const Collection& collection, FormatIndex row) {
   const Item* item = chosenItem(run.line, collection, row, hint);
   const SaveContext context{run.host, run.report, run.settings, run.line.save,
                             run.line.overwrite ? Overwrite::allowed : Overwrite::refused};
-  if (item && SaveItem(item, row, run.line.target.path, context)) return true;
+  SongRendering rendering(run, collection);
+  run.host.setSongRenderer([&](const Song& song) { return rendering.render(song); });
+  const bool saved = item && SaveItem(item, row, run.line.target.path, context);
+  run.host.setSongRenderer(nullptr);
+  if (saved) return true;
   run.host.endProgress();
   // Samples are read while they are being written.
   const bool bySource = LastErrorText() == u"Reading from file failed" && run.line.files.size() == 1;

@@ -1,0 +1,185 @@
+#include "audio/engine/filter.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "audio/engine/units.h"
+
+namespace tervo::audio {
+namespace {
+
+constexpr float invSqrt2 = 0.70710678f;
+constexpr float sqrt2 = 1.41421356f;
+constexpr float pi = 3.14159265f;
+constexpr float firstQ24 = 0.54119610f;  // of the Butterworth filter of fourth order: 1 / (2 cos(pi / 8))
+
+/// |H|^2 of the low-pass of 18 and 24 dB/oct at the squared frequency x, cutoff 1, with the resonant stage's q.
+double response18(double x, double q) {
+  return 1 / ((1 + x) * ((1 - x) * (1 - x) + x / (q * q)));
+}
+double response24(double x, double q) {
+  const double u = (1 - x) * (1 - x);
+  return 1 / ((u + x / (firstQ24 * firstQ24)) * (u + x / (q * q)));
+}
+
+double peakOf(double (*response)(double, double), double q) {
+  double peak = 1;
+  for (double x = 0.0005; x < 1.2; x += 0.0005) peak = std::max(peak, response(x, q));
+  return std::sqrt(peak);
+}
+
+/// For peaks of 0 to 24 dB: the q of the resonant stage by that for which a peak so high needs when it is much higher.
+class PeakTable {
+ public:
+  static constexpr int entries = 25;
+
+  PeakTable(double (*response)(double, double), double asymptote, double flatQ) {
+    factors_[0] = static_cast<float>(flatQ / asymptote);
+    for (std::size_t dB = 1; dB < entries; ++dB) {
+      const double wanted = std::pow(10, static_cast<double>(dB) / 20);
+      double low = flatQ, high = asymptote * wanted * 1.5;
+      for (int i = 0; i < 40; ++i) {
+        const double middle = 0.5 * (low + high);
+        (peakOf(response, middle) < wanted ? low : high) = middle;
+      }
+      factors_[dB] = static_cast<float>(low / (asymptote * wanted));
+    }
+    asymptote_ = static_cast<float>(asymptote);
+  }
+
+  float qFor(float dB) const noexcept {
+    const float place = std::clamp(dB, 0.0f, static_cast<float>(entries - 1));
+    const auto index = std::min(static_cast<std::size_t>(place), std::size_t{entries - 2});
+    const float t = place - static_cast<float>(index);
+    return asymptote_ * gainOfDb(dB) * (factors_[index] + t * (factors_[index + 1] - factors_[index]));
+  }
+
+ private:
+  float factors_[entries]{};
+  float asymptote_ = 1;
+};
+
+const PeakTable& table18() {
+  static const PeakTable table(response18, sqrt2, 1);
+  return table;
+}
+const PeakTable& table24() {
+  static const PeakTable table(response24, 1 / static_cast<double>(firstQ24), 1.3065629648763766);
+  return table;
+}
+
+/// Of a low-pass of second order: the solution of peak^2 = 4 q^4 / (4 q^2 - 1).
+float q12For(float dB) noexcept {
+  if (dB <= 0) return invSqrt2 * gainOfDb(dB);
+  const float m2 = gainOfDb(2 * dB);
+  return std::sqrt(0.5f * (m2 + std::sqrt(m2 * (m2 - 1))));
+}
+
+enum class Tap : uint8_t { low, high, band, notch };
+
+FilterStage svf(float g, float q, Tap tap) noexcept {
+  const float k = 1 / q;
+  FilterStage stage;
+  stage.a1 = 1 / (1 + g * (g + k));
+  stage.a2 = g * stage.a1;
+  stage.a3 = g * stage.a2;
+  switch (tap) {
+    case Tap::low:
+      stage.m0 = 0, stage.m2 = 1;
+      break;
+    case Tap::high:
+      stage.m1 = -k, stage.m2 = -1;
+      break;
+    case Tap::band:
+      stage.m0 = 0, stage.m1 = sqrt2;
+      break;
+    case Tap::notch:
+      stage.m1 = -k;
+      break;
+  }
+  return stage;
+}
+
+FilterStage onePole(float g, Tap tap) noexcept {
+  FilterStage stage;
+  stage.a3 = g / (1 + g);
+  if (tap == Tap::low)
+    stage.m0 = 0, stage.m2 = 1;
+  else
+    stage.m2 = -1;
+  return stage;
+}
+
+float warped(float hertz, float sampleRate) noexcept {
+  constexpr float highest = 0.49f;
+  return tangent(pi * std::clamp(hertz / sampleRate, 0.0001f, highest));
+}
+
+}  // namespace
+
+void prepareFilters() {
+  table18();
+  table24();
+}
+
+int stagesOf(FilterType type) noexcept {
+  constexpr uint8_t stages[] = {0, 1, 1, 2, 2, 1, 1, 2, 2, 1, 2, 1, 2, 1, 1, 1};
+  return stages[static_cast<std::size_t>(type)];
+}
+
+void designFilter(FilterType type, float cutoffHertz, float resonanceDb, float sampleRate,
+                  std::array<FilterStage, 2>& stages) noexcept {
+  const float g = warped(cutoffHertz, sampleRate);
+  const bool isHigh = type >= FilterType::highPass6 && type <= FilterType::highPass24;
+  const Tap tap = isHigh ? Tap::high : Tap::low;
+  switch (type) {
+    case FilterType::lowPass6:
+    case FilterType::highPass6:
+      stages[0] = onePole(g, tap);
+      break;
+    case FilterType::lowPass12:
+    case FilterType::highPass12:
+      stages[0] = svf(g, q12For(resonanceDb), tap);
+      break;
+    case FilterType::lowPass18:
+    case FilterType::highPass18:
+      stages = {onePole(g, tap), svf(g, table18().qFor(resonanceDb), tap)};
+      break;
+    case FilterType::lowPass24:
+    case FilterType::highPass24:
+      stages = {svf(g, firstQ24, tap), svf(g, table24().qFor(resonanceDb), tap)};
+      break;
+    case FilterType::bandPass6:
+      stages[0] = svf(g, invSqrt2 * gainOfDb(resonanceDb), Tap::band);
+      break;
+    case FilterType::bandPass12:
+      stages[0] = stages[1] = svf(g, invSqrt2 * gainOfDb(0.5f * resonanceDb), Tap::band);
+      break;
+    case FilterType::bandReject6:
+    case FilterType::bandReject12:
+      stages[0] = stages[1] = svf(g, invSqrt2 * gainOfDb(resonanceDb), Tap::notch);
+      break;
+    default:
+      stages = {};
+  }
+}
+
+FilterStage designBand(FilterType type, float hertz, float gainDb, float q, float sampleRate) noexcept {
+  // Cookbook shapes on the same structure; a is the square root of the gain.
+  const float a = amplitudeOf40Log(gainDb), g = warped(hertz, sampleRate), width = std::max(q, 0.01f);
+  if (type == FilterType::lowShelf) {
+    FilterStage stage = svf(g / std::sqrt(a), width, Tap::notch);
+    stage.m1 = (a - 1) / width, stage.m2 = a * a - 1;
+    return stage;
+  }
+  if (type == FilterType::highShelf) {
+    FilterStage stage = svf(g * std::sqrt(a), width, Tap::notch);
+    stage.m0 = a * a, stage.m1 = (1 - a) * a / width, stage.m2 = 1 - a * a;
+    return stage;
+  }
+  FilterStage stage = svf(g, width * a, Tap::notch);
+  stage.m1 = (a * a - 1) / (width * a);
+  return stage;
+}
+
+}  // namespace tervo::audio

@@ -1,0 +1,54 @@
+#pragma once
+// The sixteen filters of a voice, as one or two stages that all have the same form: the trapezoidal state-variable
+// filter, which stays stable however fast its coefficients move. With a1 = a2 = 0 the same form is a one-pole filter.
+//
+//     v3 = v0 - s2;  v1 = a1 s1 + a2 v3;  v2 = s2 + a2 s1 + a3 v3;  s1 = 2 v1 - s1;  s2 = 2 v2 - s2
+//     output = m0 v0 + m1 v1 + m2 v2
+
+#include <array>
+#include <cstdint>
+
+namespace tervo::audio {
+
+/// In the order of the row filterType; the last three are the modes of the equalizer's bands.
+enum class FilterType : uint8_t {
+  passThrough,
+  lowPass6,
+  lowPass12,
+  lowPass18,
+  lowPass24,
+  highPass6,
+  highPass12,
+  highPass18,
+  highPass24,
+  bandPass6,
+  bandPass12,
+  bandReject6,
+  bandReject12,
+  peak,
+  lowShelf,
+  highShelf
+};
+
+struct FilterStage {
+  float a1 = 0, a2 = 0, a3 = 0;
+  float m0 = 1, m1 = 0, m2 = 0;
+};
+
+/// What stands for no filter in a row of stages.
+inline constexpr FilterStage openStage{};
+
+int stagesOf(FilterType type) noexcept;
+
+/// The stages of one of the first thirteen types. Resonance is the height of the peak over the pass band in dB; the
+/// types of 6 dB have none to give. 0 is as flat as the slope can be (Butterworth).
+void designFilter(FilterType type, float cutoffHertz, float resonanceDb, float sampleRate,
+                  std::array<FilterStage, 2>& stages) noexcept;
+
+/// One band of the equalizer: peak, lowShelf or highShelf.
+FilterStage designBand(FilterType type, float hertz, float gainDb, float q, float sampleRate) noexcept;
+
+/// Makes the tables that designFilter needs; it does so itself when it is called first, but not on the audio thread.
+void prepareFilters();
+
+}  // namespace tervo::audio

@@ -1,0 +1,74 @@
+#include "audio/engine/worker_pool.h"
+
+#include <algorithm>
+
+#include "audio/engine/denormals.h"
+#include "platform/thread.h"
+
+namespace tervo::audio {
+namespace {
+
+std::size_t groupsFor(std::size_t voices) {
+  return (voices + groupVoices - 1) / groupVoices;
+}
+
+}  // namespace
+
+WorkerPool::WorkerPool(int workers, std::size_t voices, RenderLanes kernel)
+    : kernel_(kernel), blocks_(groupsFor(voices)) {
+  // More threads than groups would never have anything to do.
+  const auto count = std::clamp<std::size_t>(static_cast<std::size_t>(std::max(workers, 1)), 1, groupsFor(voices));
+  for (std::size_t i = 0; i < count; ++i) groups_.push_back(std::make_unique<VoiceGroup>());
+  for (std::size_t i = 1; i < count; ++i) {
+    threads_.push_back(std::make_unique<Worker>());
+    threads_.back()->thread = std::jthread([this, i] { run(i); });
+  }
+}
+
+WorkerPool::~WorkerPool() {
+  ending_ = true;
+  for (auto& worker : threads_) {
+    ++worker->wake;
+    worker->wake.notify_one();
+  }
+}
+
+void WorkerPool::run(std::size_t index) noexcept {
+  platform::setThreadRole(platform::ThreadRole::voiceWorker);
+  const platform::AudioPriority priority;
+  const FlushDenormals flush;
+  std::atomic<uint32_t>& wake = threads_[index - 1]->wake;
+  for (uint32_t seen = 0;; ++seen) {
+    wake.wait(seen);
+    if (ending_) return;
+    renderShare(index);
+  }
+}
+
+void WorkerPool::renderShare(std::size_t index) noexcept {
+  uint32_t done = 0;
+  for (std::size_t g = index; g * groupVoices < voices_.size(); g += sharers_) {
+    const auto part =
+        voices_.subspan(g * groupVoices, std::min<std::size_t>(groupVoices, voices_.size() - g * groupVoices));
+    groups_[index]->render(part, *context_, kernel_, blocks_[g]);
+    done += static_cast<uint32_t>(part.size());
+  }
+  voicesDone_ += done;
+}
+
+std::span<const BusBlock> WorkerPool::render(std::span<Voice* const> voices, const VoiceContext& context) noexcept {
+  const std::size_t groups = groupsFor(voices.size());
+  voices_ = voices;
+  context_ = &context;
+  sharers_ = std::clamp<std::size_t>(groups, 1, groups_.size());
+  voicesDone_ = 0;
+  for (std::size_t i = 1; i < sharers_; ++i) {
+    ++threads_[i - 1]->wake;
+    threads_[i - 1]->wake.notify_one();
+  }
+  renderShare(0);
+  while (voicesDone_ != voices.size()) std::this_thread::yield();
+  return {blocks_.data(), groups};
+}
+
+}  // namespace tervo::audio

@@ -1,0 +1,47 @@
+#pragma once
+// Renders the groups of a block on several threads. Which thread has which group never changes what comes out: each
+// group has sums of its own.
+
+#include <atomic>
+#include <memory>
+#include <span>
+#include <thread>
+#include <vector>
+
+#include "audio/engine/voice_group.h"
+
+namespace tervo::audio {
+
+class WorkerPool {
+ public:
+  /// `workers` counts the audio thread too.
+  WorkerPool(int workers, std::size_t voices, RenderLanes kernel);
+  ~WorkerPool();
+
+  /// Audio thread. Renders all voices; `out` gets a block of sums for each group, in the order of the groups.
+  std::span<const BusBlock> render(std::span<Voice* const> voices, const VoiceContext& context) noexcept;
+  int workers() const { return static_cast<int>(groups_.size()); }
+
+ private:
+  /// A worker sleeps on its own counter and is woken by its next value.
+  struct Worker {
+    std::atomic<uint32_t> wake{0};
+    std::jthread thread;
+  };
+  void run(std::size_t index) noexcept;
+  void renderShare(std::size_t index) noexcept;
+
+  RenderLanes kernel_;
+  std::vector<std::unique_ptr<VoiceGroup>> groups_;  ///< by thread
+  std::vector<BusBlock> blocks_;                     ///< by group
+  std::vector<std::unique_ptr<Worker>> threads_;
+
+  // The block being rendered; written before the workers are woken.
+  std::span<Voice* const> voices_;
+  const VoiceContext* context_ = nullptr;
+  std::size_t sharers_ = 1;
+  std::atomic<uint32_t> voicesDone_{0};
+  std::atomic<bool> ending_{false};
+};
+
+}  // namespace tervo::audio

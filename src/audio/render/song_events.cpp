@@ -1,0 +1,67 @@
+#include "audio/render/song_events.h"
+
+#include <algorithm>
+
+#include "audio/engine/channel.h"
+#include "audio/engine/units.h"
+#include "core/midi_merge.h"
+#include "core/tempo_map.h"
+
+namespace tervo::audio {
+namespace {
+
+class Flattener {
+ public:
+  void add(const MidiEvent& event, double seconds) {
+    events_.seconds = std::max(events_.seconds, seconds);
+    if (!event.isChannel()) return;
+    events_.messages.push_back({seconds, {event.status, event.key(), event.value()}});
+    Channel& channel = channels_[event.channel()];
+    if (event.kind() == MidiStatus::program) channel.setProgram(event.key());
+    if (event.kind() == MidiStatus::controller && isBank(event.key()))
+      channel.setController(event.key(), event.value(), true);
+    if (!event.isNoteOn()) return;
+    ++events_.notes;
+    events_.instruments.insert(channel.instrumentNumber());
+  }
+  double end() const { return events_.seconds; }
+  SongEvents take() { return std::move(events_); }
+
+ private:
+  static bool isBank(uint8_t controller) {
+    return controller == Controller::bankMsb || controller == Controller::bankLsb;
+  }
+
+  SongEvents events_;
+  std::vector<Channel> channels_ = [] {
+    std::vector<Channel> channels;
+    for (int i = 0; i < midiChannels; ++i) channels.emplace_back(i);
+    return channels;
+  }();
+};
+
+void flattenInARow(const Song& song, Flattener& flattener) {
+  for (std::size_t track = 0; track < song.tracks().size(); ++track) {
+    const TempoMap tempo(song, track);
+    const double start = flattener.end();
+    MidiEvents events(song.tracks()[track]->data);
+    while (const MidiEvent* event = events.next()) flattener.add(*event, start + tempo.secondsAt(event->tick));
+  }
+}
+
+}  // namespace
+
+SongEvents flatten(const Song& song) {
+  Flattener flattener;
+  if (song.format == 2) {
+    flattenInARow(song, flattener);
+    return flattener.take();
+  }
+  const TempoMap tempo(song);
+  MergedEvents merged(song);
+  for (auto place = merged.next(); place.event; place = merged.next())
+    flattener.add(*place.event, tempo.secondsAt(place.event->tick));
+  return flattener.take();
+}
+
+}  // namespace tervo::audio

@@ -1,0 +1,28 @@
+#pragma once
+// A song as the engine plays it: channel messages at their times.
+
+#include <cstdint>
+#include <set>
+#include <vector>
+
+#include "audio/engine/event_ring.h"
+#include "core/song.h"
+
+namespace tervo::audio {
+
+struct TimedMessage {
+  double seconds;
+  MidiMessage message;
+};
+
+struct SongEvents {
+  std::vector<TimedMessage> messages;  ///< by time; at equal times by track
+  double seconds = 0;                  ///< to the end of the song
+  std::size_t notes = 0;
+  std::set<uint32_t> instruments;  ///< the numbers that its notes ask for
+};
+
+/// Tracks of format 2 follow one another.
+SongEvents flatten(const Song& song);
+
+}  // namespace tervo::audio

@@ -1,0 +1,136 @@
+#include "audio/render/song_renderer.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "audio/render/rendered_samples.h"
+#include "audio/render/song_events.h"
+#include "base/last_error.h"
+#include "base/memory_guard.h"
+#include "core/midi_events.h"
+
+namespace tervo::audio {
+namespace {
+
+constexpr float tailSilence = 3.1622777e-5f;  // -90 dB
+constexpr double longestTail = 10;            // seconds
+constexpr double tailWindow = 0.1;  // seconds of silence that end a tail: longer than any delay between echoes
+
+std::unique_ptr<Engine> makeEngine(const RenderJob& job) {
+  Engine::Setup setup;
+  setup.instrumentCapacity = std::max<std::size_t>(16 * job.document.instruments().size(), 256);
+  setup.voices = std::max(job.options.voices, 1);
+  setup.sampleRate = job.options.sampleRate;
+  setup.masterGain = 1 / std::sqrt(static_cast<float>(setup.voices));
+  setup.workers = job.options.workers;
+  setup.hasEffects = job.options.hasEffects;
+  return Engine::create(setup);
+}
+
+class Renderer {
+ public:
+  Renderer(Engine& engine, const SongEvents& events, const RenderJob& job)
+      : engine_(engine), events_(events), job_(job), secondsPerBlock_(1.0 * blockFrames / job.options.sampleRate) {}
+
+  SampleRef render() {
+    const double expected = std::max(events_.seconds, secondsPerBlock_);
+    for (int64_t block = 0; now_ <= events_.seconds || next_ < events_.messages.size(); ++block) {
+      constexpr int64_t blocksPerProgress = 256;
+      if (block % blocksPerProgress == 0 && !job_.host.progress(std::min(now_ / expected, 1.0)))
+        return fail(u"Done: Rendered aborted!");
+      dispatch();
+      if (!renderBlock()) return nullptr;
+    }
+    if (!renderTail()) return nullptr;
+    return sink_.finish({job_.options.normalised, job_.options.cutsSilence});
+  }
+
+ private:
+  void dispatch() {
+    while (next_ < events_.messages.size() && events_.messages[next_].seconds <= now_)
+      engine_.execute(events_.messages[next_++].message);
+  }
+
+  bool renderBlock() {
+    float block[2 * blockFrames];
+    engine_.render(block);
+    now_ += secondsPerBlock_;
+    return sink_.append(block);
+  }
+
+  bool renderTail() {
+    // What the song leaves sounding ends with it.
+    for (uint8_t channel = 0; channel < midiChannels; ++channel) {
+      const auto status = static_cast<uint8_t>(MidiStatus::controller | channel);
+      engine_.execute({status, Controller::sustain, 0});
+      engine_.execute({status, Controller::sostenuto, 0});
+      engine_.execute({status, Controller::allNotesOff, 0});
+    }
+    const double end = now_ + job_.options.tailSeconds.value_or(longestTail);
+    for (double silent = 0; now_ < end;) {
+      if (!job_.options.tailSeconds && (silent >= tailWindow || engine_.isSilent())) break;
+      if (!renderBlock()) return false;
+      silent = sink_.lastPeak() < tailSilence ? silent + secondsPerBlock_ : 0.0;
+    }
+    return true;
+  }
+
+  Engine& engine_;
+  const SongEvents& events_;
+  const RenderJob& job_;
+  RenderSink sink_;
+  double secondsPerBlock_;
+  double now_ = 0;
+  std::size_t next_ = 0;
+};
+
+Text quoted(TextView before, TextView name, TextView after) {
+  return Text(before).append(name).append(after);
+}
+
+}  // namespace
+
+RenderOptions renderOptionsOf(const Settings& settings) {
+  RenderOptions options;
+  options.sampleRate = std::max(settings.mid2wav.sampleRate, 1u);
+  options.voices = std::clamp(settings.mid2wav.maxPolyphony, 1, 4096);
+  options.hasEffects = settings.mid2wav.effects != 0;
+  options.normalised = settings.mid2wav.normalizePeak != 0;
+  options.cutsSilence = settings.mid2wav.deleteSilence != 0;
+  return options;
+}
+
+std::unique_ptr<Waveform> renderSong(const Song& song, const RenderJob& job) {
+  return guardMemory([&]() -> std::unique_ptr<Waveform> {
+    const SongEvents events = flatten(song);
+    if (events.notes == 0) return fail(u"Done: No notes to render!");
+    const auto engine = makeEngine(job);
+    if (!engine || !supplyInstruments(*engine, events.instruments, job.document, job.defaults, job.host))
+      return nullptr;
+    job.host.showStatus(quoted(u"Rendering ", song.name, u" to waveform..."));
+    auto samples = Renderer(*engine, events, job).render();
+    if (!samples) return nullptr;
+    auto waveform = std::make_unique<Waveform>();
+    waveform->name = song.name;
+    waveform->sampleRate = job.options.sampleRate;
+    waveform->samples = std::move(samples);
+    waveform->setStoredFormat(SampleFormat::pcm24, 0);
+    return waveform;
+  });
+}
+
+bool renderSongInDocument(Collection& document, const Song& song, const DefaultCollection& defaults, Host& host,
+                          const Settings& settings) {
+  const ItemId songId = song.id();
+  auto rendered = renderSong(song, {document, defaults, host, renderOptionsOf(settings)});
+  if (!rendered) return false;
+  const Waveform& waveform = document.add(std::move(rendered));
+  host.showStatus(quoted(u"Done: Rendered ", song.name, u" to waveform \"") + waveform.name + u"\".");
+  if (!settings.mid2wav.deleteSrc) return true;
+  constexpr TextView buttons[] = {u"Yes", u"No"};
+  const Question question{u"Please confirm that you wish to delete the MIDI item that was converted?", buttons, 1};
+  if (!settings.load.confirm || host.ask(question) == 0) document.remove(songId);
+  return true;
+}
+
+}  // namespace tervo::audio

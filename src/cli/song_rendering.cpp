@@ -1,0 +1,64 @@
+#include "cli/song_rendering.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "audio/render/song_renderer.h"
+#include "base/last_error.h"
+#include "formats/open_flow.h"
+#include "platform/path.h"
+
+namespace tervo::cli {
+namespace {
+
+audio::RenderOptions optionsOf(const CommandLine& line, const Settings& settings) {
+  audio::RenderOptions options = audio::renderOptionsOf(settings);
+  const RenderRequest& request = line.rendering;
+  // At the rate that is asked for, so that nothing has to be resampled.
+  if (line.save.sampleRate)
+    options.sampleRate = static_cast<uint32_t>(std::max(std::llround(*line.save.sampleRate), 1ll));
+  if (request.voices) options.voices = *request.voices;
+  if (request.normalise) options.normalised = *request.normalise;
+  if (request.noEffects) options.hasEffects = false;
+  options.tailSeconds = request.tailSeconds;
+  options.workers = request.threads;
+  return options;
+}
+
+}  // namespace
+
+bool SongRendering::openBanks() {
+  bank_.emplace();
+  const OpenContext context{run_.host, run_.report, run_.settings};
+  if (run_.line.rendering.banks.empty())
+    return OpenFile(*bank_, platform::absolute(run_.settings.mid2wav.gmBank), RawFallback::refused, context);
+  bool first = true;
+  for (const NamedFile& file : run_.line.rendering.banks) {
+    const auto open = first ? OpenFile : MergeFile;
+    if (!open(*bank_, file.path, RawFallback::refused, context)) return false;
+    first = false;
+  }
+  return true;
+}
+
+const Collection* SongRendering::bank() {
+  if (!bank_ && !openBanks()) {
+    run_.host.endProgress();
+    const bool isDefault = run_.line.rendering.banks.empty();
+    run_.console.failure(isDefault ? run_.settings.mid2wav.gmBank : run_.line.rendering.banks.front().shown);
+    if (isDefault)
+      run_.console.err("Could not open the default GM/GS collection!\nInstruments will be missing from the song.\n");
+    bank_.reset();
+    return nullptr;
+  }
+  return &*bank_;
+}
+
+std::unique_ptr<Waveform> SongRendering::render(const Song& song) {
+  // A bank that the user names has to be there; the default one may be missing.
+  if (!run_.line.rendering.banks.empty() && !bank()) return fail(u"Failed to render synth to wave");
+  return audio::renderSong(song,
+                           {document_, [this] { return bank(); }, run_.host, optionsOf(run_.line, run_.settings)});
+}
+
+}  // namespace tervo::cli

@@ -1,0 +1,115 @@
+#include "core/envelope.h"
+#include "tests/audio/sound_lab.h"
+
+namespace tervo::test {
+namespace {
+
+/// When a sound first comes to a level (0..1 of `full`), in seconds; below 0 when it never does.
+double timeOfLevel(const Frames& sound, double level, bool rising, double from = 0) {
+  for (std::size_t i = static_cast<std::size_t>(from * rate); i < sound.size(); ++i) {
+    const double size = std::fabs(static_cast<double>(sound[i])) * std::numbers::sqrt2;  // of a centred sound
+    if (rising ? size >= level : size <= level) return static_cast<double>(i) / rate;
+  }
+  return -1;
+}
+
+struct Envelope {
+  SixStageEnvelope stages;
+  int key = 60, velocity = 127;
+  double liftAt = 1;
+};
+Frames played(const Envelope& envelope) {
+  SoundLab lab;
+  Region& region = lab.addConstant();
+  setEnvelope(region.articulation, Modulator::volume, envelope.stages);
+  region.articulation.set(P::velocityToVolume, 0);
+  lab.start();
+  lab.press(envelope.key, envelope.velocity);
+  Frames sound = lab.left(envelope.liftAt);
+  lab.lift(envelope.key);
+  const Frames rest = lab.left(2);
+  sound.insert(sound.end(), rest.begin(), rest.end());
+  return sound;
+}
+
+constexpr double block = 64 / rate;
+
+TEST(AmplitudeEnvelope, StagesTakeTheirTimes) {
+  Envelope envelope;
+  envelope.stages = {{0.1f}, {0.2f}, {0.15f}, {0.4f}, 0.75f, {1.0f}};
+  const Frames sound = played(envelope);
+  EXPECT_NEAR(timeOfLevel(sound, 1e-3, true), 0.1, 2 * block);
+  EXPECT_NEAR(timeOfLevel(sound, 0.5, true), 0.2, block);  // rises in gain
+  EXPECT_NEAR(timeOfLevel(sound, 0.999, true), 0.3, block);
+  EXPECT_NEAR(timeOfLevel(sound, 0.99, false, 0.31), 0.45, 2 * block);
+  EXPECT_NEAR(timeOfLevel(sound, std::pow(10, -12 / 20.0), false, 0.31), 0.65, block);  // falls in dB: 24 in 0.4 s
+  EXPECT_NEAR(dB(peak(part(sound, 0.9, 1)) * std::numbers::sqrt2), -24, 0.01);
+  // The release falls 96 dB a second, so from the sustain level to silence it has 0.75 s.
+  EXPECT_NEAR(timeOfLevel(sound, std::pow(10, -72 / 20.0), false, 1), 1.5, 2 * block);
+  EXPECT_EQ(peak(part(sound, 1.76, 3)), 0);
+}
+
+TEST(AmplitudeEnvelope, AttackAndReleaseAreNeverClicks) {
+  const Frames sound = played({{{0}, {0}, {0}, {0}, 1, {0}}});
+  EXPECT_LT(std::fabs(sound[8]), 0.25f);
+  EXPECT_GT(timeOfLevel(sound, 0.99, true), 0.0009);
+  EXPECT_GT(timeOfLevel(sound, 1e-4, false, 1), 1.0015);
+  EXPECT_LT(timeOfLevel(sound, 1e-4, false, 1), 1.0045);
+}
+
+TEST(AmplitudeEnvelope, KeyAndVelocityScaleTheTimes) {
+  Envelope envelope;
+  envelope.stages.attack = {0.2f, 4, 0.5f};
+  const auto attack = [&](int key, int velocity) {
+    envelope.key = key, envelope.velocity = velocity;
+    return timeOfLevel(played(envelope), 0.5, true) * 2;
+  };
+  EXPECT_NEAR(attack(60, 127) / attack(60, 1), 4, 0.1);
+  EXPECT_NEAR(attack(72, 64) / attack(60, 64), 0.5, 0.02);
+  EXPECT_NEAR(attack(60, 64), 0.2, 0.005);
+}
+
+TEST(AmplitudeEnvelope, OneShotsIgnoreTheEndOfTheKey) {
+  SoundLab lab;
+  Region& region = lab.add(Frames(24000, 1.0f));
+  region.articulation.set(P::vEnvReleaseMode, 1);
+  lab.start();
+  lab.press();
+  lab.left(0.1);
+  lab.lift();
+  const Frames sound = lab.left(0.5);
+  EXPECT_GT(rms(part(sound, 0.3, 0.39)), 0.7);
+  EXPECT_EQ(peak(part(sound, 0.42, 0.5)), 0);
+}
+
+TEST(AmplitudeEnvelope, ThreeReleasesFollowOneAnother) {
+  SoundLab lab;
+  ArticulationSet& rows = lab.addConstant().articulation;
+  rows.set(P::vEnvRelease1Rate, 0.4f), rows.set(P::vEnvRelease1Level, 0.75f);   // 0.1 s down to -24 dB
+  rows.set(P::vEnvRelease2Time, 0.2f), rows.set(P::vEnvRelease2Level, 0.875f);  // up to -12 dB
+  rows.set(P::vEnvRelease3Time, 0.3f), rows.set(P::vEnvRelease3Level, 0);
+  lab.start();
+  lab.press();
+  lab.left(0.2);
+  lab.lift();
+  const Frames sound = lab.left(1);
+  EXPECT_NEAR(timeOfLevel(sound, std::pow(10, -23.9 / 20.0), false), 0.1, 2 * block);
+  EXPECT_NEAR(timeOfLevel(sound, std::pow(10, -12.1 / 20.0), true, 0.11), 0.3, 3 * block);
+  EXPECT_EQ(peak(part(sound, 0.61, 1)), 0);
+}
+
+TEST(ModulationEnvelope, MovesThePitchByItsDepth) {
+  SoundLab lab;
+  ArticulationSet& rows = lab.addSine(480).articulation;
+  setEnvelope(rows, Modulator::pitch, {{0.1f}, {0.2f}, {0}, {0.2f}, 0.5f, {0}});
+  rows.set(P::pEnvToPitch, 10), rows.set(P::velocityToPEnvToPitch, 2);
+  lab.start();
+  lab.press();
+  const Frames sound = lab.left(1);
+  EXPECT_NEAR(centsBetween(hertzOf(part(sound, 0.02, 0.098)), 480), 0, 1);
+  EXPECT_NEAR(centsBetween(hertzOf(part(sound, 0.195, 0.205)), 480), 600, 30);  // half of 12
+  EXPECT_NEAR(centsBetween(hertzOf(part(sound, 0.6, 1)), 480), 600, 0.5);
+}
+
+}  // namespace
+}  // namespace tervo::test
