@@ -77,36 +77,35 @@ float q12For(float dB) noexcept {
 
 enum class Tap : uint8_t { low, high, band, notch };
 
+/// The output as so much of the input, the band and the low pass.
+void mix(FilterStage& stage, float input, float band, float low) noexcept {
+  stage.m0 = input, stage.m1 = 0.5f * band, stage.m2 = 0.5f * low;
+}
+
 FilterStage svf(float g, float q, Tap tap) noexcept {
   const float k = 1 / q;
-  FilterStage stage;
-  stage.a1 = 1 / (1 + g * (g + k));
-  stage.a2 = g * stage.a1;
-  stage.a3 = g * stage.a2;
+  const float twice = 2 / (1 + g * (g + k));
+  FilterStage stage{twice - 1, g * twice, g * g * twice};
   switch (tap) {
     case Tap::low:
-      stage.m0 = 0, stage.m2 = 1;
+      mix(stage, 0, 0, 1);
       break;
     case Tap::high:
-      stage.m1 = -k, stage.m2 = -1;
+      mix(stage, 1, -k, -1);
       break;
     case Tap::band:
-      stage.m0 = 0, stage.m1 = sqrt2;
+      mix(stage, 0, sqrt2, 0);
       break;
     case Tap::notch:
-      stage.m1 = -k;
+      mix(stage, 1, -k, 0);
       break;
   }
   return stage;
 }
 
 FilterStage onePole(float g, Tap tap) noexcept {
-  FilterStage stage;
-  stage.a3 = g / (1 + g);
-  if (tap == Tap::low)
-    stage.m0 = 0, stage.m2 = 1;
-  else
-    stage.m2 = -1;
+  FilterStage stage{0, 0, 2 * g / (1 + g)};
+  mix(stage, tap == Tap::low ? 0.0f : 1.0f, 0, tap == Tap::low ? 1.0f : -1.0f);
   return stage;
 }
 
@@ -169,16 +168,16 @@ FilterStage designBand(FilterType type, float hertz, float gainDb, float q, floa
   const float a = amplitudeOf40Log(gainDb), g = warped(hertz, sampleRate), width = std::max(q, 0.01f);
   if (type == FilterType::lowShelf) {
     FilterStage stage = svf(g / std::sqrt(a), width, Tap::notch);
-    stage.m1 = (a - 1) / width, stage.m2 = a * a - 1;
+    mix(stage, 1, (a - 1) / width, a * a - 1);
     return stage;
   }
   if (type == FilterType::highShelf) {
     FilterStage stage = svf(g * std::sqrt(a), width, Tap::notch);
-    stage.m0 = a * a, stage.m1 = (1 - a) * a / width, stage.m2 = 1 - a * a;
+    mix(stage, a * a, (1 - a) * a / width, 1 - a * a);
     return stage;
   }
   FilterStage stage = svf(g, width * a, Tap::notch);
-  stage.m1 = (a * a - 1) / (width * a);
+  mix(stage, 1, (a * a - 1) / (width * a), 0);
   return stage;
 }
 

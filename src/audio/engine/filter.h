@@ -2,8 +2,11 @@
 // The sixteen filters of a voice, as one or two stages that all have the same form: the trapezoidal state-variable
 // filter, which stays stable however fast its coefficients move. With a1 = a2 = 0 the same form is a one-pole filter.
 //
-//     v3 = v0 - s2;  v1 = a1 s1 + a2 v3;  v2 = s2 + a2 s1 + a3 v3;  s1 = 2 v1 - s1;  s2 = 2 v2 - s2
-//     output = m0 v0 + m1 v1 + m2 v2
+//     v3 = v0 - s2;  t1 = a1 s1 + a2 v3;  t2 = s2 + a2 s1 + a3 v3
+//     output = m0 v0 + m1 (s1 + t1) + m2 (s2 + t2);  s1 = t1;  s2 = t2
+//
+// The usual form has v1 = (s1 + t1) / 2 for the band and v2 = (s2 + t2) / 2 for the low pass; here the halves are in
+// the coefficients, which shortens the way from one frame to the next.
 
 #include <array>
 #include <cstdint>

@@ -9,15 +9,12 @@
 #include <span>
 #include <vector>
 
+#include "audio/engine/block.h"
 #include "core/instrument.h"
 #include "core/waveform.h"
 
 namespace tervo::audio {
 
-/// Positions in frames, as whole numbers of 1/2^20 frame: what is added up again and again stays exact.
-using FixedFrames = int64_t;
-inline constexpr int fixedBits = 20;
-inline constexpr FixedFrames fixedOne = FixedFrames{1} << fixedBits;
 FixedFrames toFixed(double frames);
 
 struct PlayedLoop {

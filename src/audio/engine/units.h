@@ -4,11 +4,9 @@
 
 #include <cstdint>
 
-namespace tervo::audio {
+#include "audio/engine/block.h"
 
-inline constexpr int blockFrames = 64;  ///< everything is computed in blocks of so many frames
-inline constexpr int groupVoices = 64;  ///< voices that one thread renders in a row
-inline constexpr int midiChannels = 16;
+namespace tervo::audio {
 
 inline constexpr float levelRangeDb = 96;             ///< level 0 is so far below level 1, and silent
 inline constexpr float lnPerDb = 0.115129255f;        ///< ln(10) / 20

@@ -1,7 +1,5 @@
 #include "audio/engine/voice_kernel.h"
 
-#include "audio/engine/sound.h"
-
 namespace tervo::audio {
 namespace {
 
@@ -30,11 +28,11 @@ void filter(LaneStage& stage, std::size_t i, float (&samples)[blockFrames]) noex
   for (float& sample : samples) {
     const float v0 = sample;
     const float v3 = v0 - s2;
-    const float v1 = a1 * s1 + a2 * v3;
-    const float v2 = s2 + (a2 * s1 + a3 * v3);
-    s1 = (v1 + v1) - s1;
-    s2 = (v2 + v2) - s2;
-    sample = (stage.m0[i] * v0 + m1 * v1) + stage.m2[i] * v2;
+    const float t1 = a1 * s1 + a2 * v3;
+    const float t2 = s2 + (a2 * s1 + a3 * v3);
+    sample = (stage.m0[i] * v0 + m1 * (s1 + t1)) + stage.m2[i] * (s2 + t2);
+    s1 = t1;
+    s2 = t2;
     a1 += stage.a1Step[i];
     a2 += stage.a2Step[i];
     a3 += stage.a3Step[i];
@@ -61,8 +59,21 @@ void renderLanesScalar(LaneBundle& bundle, LaneSums& sums) noexcept {
   }
 }
 
+#if defined(__x86_64__)
+KernelList availableKernels() noexcept {
+  if (__builtin_cpu_supports("avx2")) return {{renderLanesScalar, renderLanesSse2, renderLanesAvx2, nullptr}};
+  return {{renderLanesScalar, renderLanesSse2, nullptr, nullptr}};
+}
+#else
+KernelList availableKernels() noexcept {
+  return {{renderLanesScalar, nullptr, nullptr, nullptr}};
+}
+#endif
+
 RenderLanes bestRenderLanes() noexcept {
-  return renderLanesScalar;
+  RenderLanes best = nullptr;
+  for (const RenderLanes kernel : availableKernels().kernels) best = kernel ? kernel : best;
+  return best;
 }
 
 }  // namespace tervo::audio

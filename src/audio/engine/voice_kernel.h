@@ -3,10 +3,7 @@
 // Every instruction set does the same operations in the same order, one rounding each (no fused multiply-add), so the
 // output is the same everywhere.
 
-#include <cstdint>
-
-#include "audio/engine/filter.h"
-#include "audio/engine/units.h"
+#include "audio/engine/block.h"
 
 namespace tervo::audio {
 
@@ -46,7 +43,11 @@ void renderLanesScalar(LaneBundle& bundle, LaneSums& sums) noexcept;
 void renderLanesSse2(LaneBundle& bundle, LaneSums& sums) noexcept;
 void renderLanesAvx2(LaneBundle& bundle, LaneSums& sums) noexcept;
 
-/// The fastest one for this processor.
+/// Those that this processor has, the slowest one first. Null behind the last one.
+struct KernelList {
+  RenderLanes kernels[4];
+};
+KernelList availableKernels() noexcept;
 RenderLanes bestRenderLanes() noexcept;
 
 }  // namespace tervo::audio
