@@ -43,6 +43,15 @@ std::optional<SampleCoding> codingNamed(const std::string& name) {
   return std::nullopt;
 }
 
+/// A format that a writer may take and that no coding stands for.
+std::optional<SampleFormat> writtenFormatNamed(const std::string& name) {
+  for (int i = 0; i <= static_cast<int>(SampleFormat::adpcm5); ++i) {
+    const auto format = static_cast<SampleFormat>(i);
+    if (equalNoCase(nameOf(format), fromUtf8(name))) return format;
+  }
+  return std::nullopt;
+}
+
 /// Whether bytes without a header can be read in this format.
 bool suitsRawData(SampleFormat format) {
   return format <= SampleFormat::aLaw || format == SampleFormat::deltaPcm8 || format == SampleFormat::deltaPcm16;
@@ -67,8 +76,9 @@ std::string namesUpTo(Value last) {
 
 // Each check says what is wrong with a value, or nothing.
 std::string checkCoding(const std::string& name) {
-  if (name == "auto" || codingNamed(name)) return {};
-  return fmt::format("\"{}\" is no sample coding; there are auto, {}", name, namesUpTo(SampleCoding::compressed320));
+  if (name == "auto" || codingNamed(name) || writtenFormatNamed(name)) return {};
+  return fmt::format("\"{}\" is no sample coding; there are auto, {}, {} to {}", name, namesUpTo(SampleFormat::adpcm5),
+                     toUtf8(nameOf(SampleCoding::compressed32)), toUtf8(nameOf(SampleCoding::compressed320)));
 }
 
 std::string checkRawFormat(const std::string& name) {
@@ -184,8 +194,8 @@ void addProcessCommands(CLI::App& app, CommandLine& line, Collected& got) {
     addReadOptions(*sub, line, got);
     addWriteOptions(*sub, line, got);
     addCommonOptions(*sub, line, got);
-    sub->get_option("FILE")->expected(1);
-    sub->callback([&line, &operation] {
+    sub->callback([&line, &got, &operation] {
+      if (got.files.size() > 1) throw CLI::ExtrasError(std::vector(got.files.begin() + 1, got.files.end()));
       line.command = Command::process;
       line.operation = &operation;
     });
@@ -252,13 +262,39 @@ void refuseEmptyReport(const std::vector<std::string>& arguments) {
     throw CLI::ValidationError("--report=FILE", checkFileName(""));
 }
 
+/// The command that the first words name, as far as they do.
+struct NamedCommand {
+  std::string words;                   ///< each with a space behind it
+  std::optional<std::string> unknown;  ///< the word that should be a command and is none
+};
+
+NamedCommand commandNamed(const CLI::App& app, const std::vector<Text>& arguments) {
+  NamedCommand named;
+  const CLI::App* command = &app;
+  for (const Text& argument : arguments) {
+    const std::string word = printable(argument);
+    const auto commands = command->get_subcommands([](const CLI::App*) { return true; });
+    if (commands.empty() || word.starts_with('-')) return named;
+    const auto found =
+        std::find_if(commands.begin(), commands.end(), [&](const CLI::App* each) { return each->get_name() == word; });
+    if (found == commands.end()) {
+      named.unknown = word;
+      return named;
+    }
+    command = *found;
+    named.words += word + " ";
+  }
+  return named;
+}
+
 std::string usageError(const CLI::App& app, const CLI::ParseError& error, const std::vector<Text>& arguments) {
   std::string message = error.what();
-  const std::string first = arguments.empty() ? "-" : printable(arguments[0]);
-  const bool known = !app.get_subcommands([&](const CLI::App* sub) { return sub->get_name() == first; }).empty();
-  if (!known && first.starts_with('-') && error.get_name() == "RequiredError") message = "a command is required";
-  if (!known && !first.starts_with('-')) message = fmt::format("there is no command \"{}\"", first);
-  return fmt::format("tervo: {}\nRun \"tervo {}--help\" to see what there is.\n", message, known ? first + " " : "");
+  const auto [words, unknown] = commandNamed(app, arguments);
+  if (unknown)
+    message = fmt::format("there is no command \"{}{}\"", words, *unknown);
+  else if (words.empty() && error.get_name() == "RequiredError")
+    message = "a command is required";
+  return fmt::format("tervo: {}\nRun \"tervo {}--help\" to see what there is.\n", message, words);
 }
 
 std::vector<Text> texts(const std::vector<std::string>& strings) {
@@ -293,7 +329,8 @@ void complete(CommandLine& line, const Collected& got) {
   line.raw = rawRequest(got);
   if (!got.format.empty()) line.format = fromPathBytes(got.format);
   if (!got.item.empty()) line.item = fromPathBytes(got.item);
-  if (!got.coding.empty() && got.coding != "auto") line.save.coding = codingNamed(got.coding);
+  line.save.coding = codingNamed(got.coding);
+  if (!line.save.coding) line.save.format = writtenFormatNamed(got.coding);
   if (got.rate > 0) line.save.sampleRate = got.rate;
   if (got.channels > 0) line.save.channels = got.channels;
   for (const std::string& bank : got.banks) line.rendering.banks.push_back(named(bank));

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "base/byte_reader.h"
-#include "core/midi_events.h"
 
 namespace tervo {
 namespace {
@@ -16,11 +15,7 @@ struct TempoChange {
 void collectTempo(const Track& track, std::vector<TempoChange>& changes) {
   MidiEvents events(track.data);
   while (const auto event = events.next()) {
-    if (!event->isMeta(MetaType::tempo) || event->data.size() < 3) continue;
-    ByteReader reader(event->data);
-    const uint32_t high = reader.u8();
-    const uint32_t tempo = (high << 16) | reader.big<uint16_t>();
-    if (tempo > 0) changes.push_back({event->tick, tempo});
+    if (const auto tempo = tempoOf(*event)) changes.push_back({event->tick, *tempo});
   }
 }
 
@@ -38,6 +33,14 @@ std::vector<TempoChange> tempoChanges(const Song& song, std::size_t track) {
 }
 
 }  // namespace
+
+std::optional<uint32_t> tempoOf(const MidiEvent& event) {
+  if (!event.isMeta(MetaType::tempo) || event.data.size() < 3) return std::nullopt;
+  ByteReader reader(event.data);
+  const uint32_t high = reader.u8();
+  const uint32_t tempo = (high << 16) | reader.big<uint16_t>();
+  return tempo > 0 ? std::optional(tempo) : std::nullopt;
+}
 
 TickRate::TickRate(uint16_t division) : isSmpte(division >= 0x8000), ticksPerQuarter(division), ticksPerSecond(0) {
   if (!isSmpte) {

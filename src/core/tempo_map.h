@@ -2,11 +2,16 @@
 // Ticks and seconds: the tempo changes of a song, or of one track where tracks are songs of their own.
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
+#include "core/midi_events.h"
 #include "core/song.h"
 
 namespace tervo {
+
+/// Microseconds per quarter note that an event sets; nothing for other events, cut ones and a tempo of 0.
+std::optional<uint32_t> tempoOf(const MidiEvent& event);
 
 class TempoMap {
  public:

@@ -64,6 +64,14 @@ std::optional<Chunk> ChunkWalker::next() {
   return chunk;
 }
 
+uint64_t ChunkWalker::strayBytes() const {
+  constexpr std::size_t lookedAt = 64 * 1024;
+  const uint64_t begin = std::min(position_, end_);
+  const auto rest = source_.readUpTo(begin, end_ - begin, lookedAt);
+  const bool onlyFills = std::all_of(rest.begin(), rest.end(), [](std::byte byte) { return byte == std::byte{0}; });
+  return onlyFills ? 0 : end_ - begin;
+}
+
 void ChunkWalker::resize(Chunk& chunk, uint64_t size) {
   chunk.size = size;
   chunk.bytes = std::min(size, end_ - chunk.body);

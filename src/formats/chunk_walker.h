@@ -37,6 +37,9 @@ class ChunkWalker {
   /// Gives the chunk that next() returned last another size: for containers that say large sizes elsewhere.
   void resize(Chunk& chunk, uint64_t size);
 
+  /// Once the walk has ended: the bytes behind it that are no chunks of this form; 0 where they are only zeros.
+  uint64_t strayBytes() const;
+
   /// Whether a chunk could begin at `offset`: a printable name and a size that fits.
   bool looksLikeChunk(uint64_t offset) const;
 

@@ -59,6 +59,7 @@ struct SourceFile {
 /// What the user asked for when saving.
 struct SaveOptions {
   std::optional<SampleCoding> coding = {};  ///< nothing: what the source had, as far as the row can hold it
+  std::optional<SampleFormat> format = {};  ///< goes before `coding`: a format that no coding stands for
   std::optional<double> sampleRate = {};    ///< Hz
   std::optional<int> channels = {};         ///< 1 or 2
   double kbitPerSecond = 0;                 ///< for compressed codings; 0: the coding's own

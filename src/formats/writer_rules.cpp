@@ -24,12 +24,6 @@ SampleFormat storedFormatOf(const Waveform& waveform) {
   return stored == SampleFormat::none ? formatOf(waveform.coding).format : stored;
 }
 
-std::optional<SampleFormat> requestedFormat(const Waveform& waveform, const SaveOptions& options) {
-  if (options.coding) return formatOf(*options.coding).format;
-  if (waveform.preferredFormat < preferDefault) return formatOf(SampleCoding{waveform.preferredFormat}).format;
-  return std::nullopt;
-}
-
 /// The plain format that holds every value of a format: 16 bits for what is decoded.
 SampleFormat decodedFormat(SampleFormat format) {
   if (format <= SampleFormat::float64) return format;
@@ -65,6 +59,18 @@ SampleFormat nearestHeld(uint32_t flags, SampleFormat wanted) {
   for (const SampleFormat format : finestFirst)
     if (holds(flags, format)) return format;
   return SampleFormat::none;
+}
+
+/// Whether coding decoded samples again in the same family loses something again. G.711 does not.
+bool losesEachTime(SampleFormat format) {
+  return (format >= SampleFormat::gsm && format <= SampleFormat::adpcm5) || format == SampleFormat::compressed;
+}
+
+/// Nobody asked: what the source had, but not one lossy coding after another where plain samples can be written.
+SampleFormat automaticFormat(uint32_t flags, SampleFormat stored) {
+  const SampleFormat wanted = losesEachTime(stored) ? decodedFormat(stored) : stored;
+  const SampleFormat chosen = nearestHeld(flags, wanted);
+  return keepsAll(chosen, wanted) ? chosen : nearestHeld(flags, stored);
 }
 
 // Headerless files of codings that telephony defines for one rate; everybody who opens them assumes it.
@@ -139,8 +145,16 @@ int WriterChannels(FormatIndex index, const Item& item) {
   return counts.value();
 }
 
+std::optional<SampleFormat> requestedFormat(const Waveform& waveform, const SaveOptions& options) {
+  if (options.format) return options.format;
+  if (options.coding) return formatOf(*options.coding).format;
+  if (waveform.preferredFormat < preferDefault) return formatOf(SampleCoding{waveform.preferredFormat}).format;
+  return std::nullopt;
+}
+
 SampleFormat chooseSampleFormat(const FormatDescriptor& row, const Waveform& waveform, const SaveOptions& options) {
-  return nearestHeld(row.flags, requestedFormat(waveform, options).value_or(storedFormatOf(waveform)));
+  const auto requested = requestedFormat(waveform, options);
+  return requested ? nearestHeld(row.flags, *requested) : automaticFormat(row.flags, storedFormatOf(waveform));
 }
 
 SampleFormat chooseSampleFormat(const TargetFile& file, const Waveform& waveform) {

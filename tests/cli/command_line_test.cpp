@@ -1,6 +1,6 @@
 #include "cli/command_line.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <array>
 
@@ -24,6 +24,7 @@ TEST(CommandLine, ConvertTakesItsOptions) {
   EXPECT_EQ(line.files[1].shown, u"b\xDCFF.wav");
   EXPECT_EQ(line.target.shown, u"b.wav");
   EXPECT_EQ(line.save.coding, SampleCoding::pcm24);
+  EXPECT_EQ(parsed({u"convert", u"a.wav", u"-o", u"b.wav", u"--coding", u"gsm 2-bit"}).save.format, SampleFormat::gsm);
   EXPECT_EQ(line.save.sampleRate, 48000);
   EXPECT_EQ(line.save.channels, 1);
   EXPECT_EQ(line.sets.size(), 2u);
@@ -70,6 +71,9 @@ TEST(CommandLine, WrongUsageExitsWithTwoAndHelpWithZero) {
     EXPECT_FALSE(result.error.empty());
     EXPECT_TRUE(result.output.empty());
   }
+  const auto error = [](const std::vector<Text>& arguments) { return parseCommandLine(arguments).error; };
+  EXPECT_THAT(error({u"process", u"nope", u"a", u"-o", u"b"}), testing::HasSubstr("no command \"process nope\""));
+  EXPECT_THAT(error(wrong[10]), testing::HasSubstr("--kinds"));
   for (const Text option : {u"--help", u"--version"}) {
     const Parsed result = parseCommandLine({option});
     EXPECT_EQ(result.exitStatus, 0);

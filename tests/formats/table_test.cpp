@@ -102,7 +102,13 @@ TEST(ChooseSampleFormat, KeepsTheSourceOrLosesLeast) {
         Case{pcm20, wav, {}, pcm24},
         Case{float64, wav, {}, float32},
         Case{float64, 0xF5, {}, float64},
-        Case{adpcm4, wav, {}, adpcm4},
+        Case{adpcm4, wav, {}, pcm16},  // not one lossy coding after another
+        Case{adpcm4, wav, SampleCoding::adpcm4, adpcm4},
+        Case{gsm, wav, {}, pcm16},
+        Case{compressed, wav, {}, pcm16},
+        Case{adpcm4, vag, {}, adpcm4},
+        Case{adpcm4, vag | bytesOnly, {}, adpcm4},
+        Case{muLaw, wav, {}, muLaw},
         Case{deltaPcm16, wav, {}, pcm16},
         Case{deltaPcm8, 0x00310004, {}, pcm16},  // the row's other 16-bit flag is no format of its own
         Case{pcm24, twelve, {}, pcm12},
@@ -135,6 +141,8 @@ TEST(ChooseSampleFormat, AsksTheOptionsBeforeTheWaveform) {
   waveform->preferredFormat = static_cast<uint8_t>(SampleCoding::pcm8);
   EXPECT_EQ(chooseSampleFormat(row, *waveform, {}), SampleFormat::pcm8);
   EXPECT_EQ(chooseSampleFormat(row, *waveform, {.coding = SampleCoding::pcm16}), SampleFormat::pcm16);
+  row.flags = 0x00327F75;
+  EXPECT_EQ(chooseSampleFormat(row, *waveform, {.format = SampleFormat::gsm}), SampleFormat::gsm);
 }
 
 }  // namespace

@@ -129,17 +129,18 @@ TEST_F(SongTools, CompactingChangesBytesOnly) {
   const auto shorter = compacted(*song, {.noteOffs = false, .repetitions = false}, context);
   EXPECT_EQ(heard(*shorter), heard(*song));
 
-  // The second volume repeats; the first one after a system-exclusive message does not, nor does the bank.
+  // The second volume repeats; the first one after a system-exclusive message does not, nor do the bank and portamento
+  // control.
   const auto wordy = songOf(1, 96,
-                            {trackBytes({0x80, 0, 0xB0, 7,    1, 0, 0xB0, 7,    1, 0, 0xF0, 1,    0xF7, 0, 0xB0,
-                                         7,    1, 0,    0xB0, 0, 1, 0,    0xB0, 0, 1, 0,    0xFF, 0x2F, 0}),
+                            {trackBytes({0x80, 0, 0xB0, 7, 1,    0, 0xB0, 7, 1,  0, 0xF0, 1,  0xF7, 0, 0xB0, 7,    1, 0,
+                                         0xB0, 0, 1,    0, 0xB0, 0, 1,    0, 84, 5, 0,    84, 5,    0, 0xFF, 0x2F, 0}),
                              trackBytes({0, 0x90, 60, 9, 1, 0x80, 60, 64, 1, 0x80, 60, 63, 0, 0xFF, 0x2F, 0}),
                              trackBytes({1, 0xFF, 0x2F, 0})});
   const auto terse = compacted(*wordy, {}, context);
   ASSERT_TRUE(terse);
   ASSERT_EQ(terse->tracks().size(), 2u);
-  EXPECT_EQ(bytesOf(terse),
-            trackBytes({0, 0xB0, 7, 1, 0, 0xF0, 1, 0xF7, 0, 0xB0, 7, 1, 0, 0, 1, 0, 0, 1, 0, 0xFF, 0x2F, 0}));
+  EXPECT_EQ(bytesOf(terse), trackBytes({0, 0xB0, 7, 1, 0, 0xF0, 1, 0xF7, 0,  0xB0, 7, 1,    0,    0,
+                                        1, 0,    0, 1, 0, 84,   5, 0,    84, 5,    0, 0xFF, 0x2F, 0}));
   EXPECT_EQ(bytesOf(terse, 1), trackBytes({0, 0x90, 60, 9, 1, 60, 0, 1, 0x80, 60, 63, 0, 0xFF, 0x2F, 0}));
 }
 
@@ -159,10 +160,12 @@ TEST_F(SongTools, TickRateKeepsTheTimes) {
 }
 
 TEST_F(SongTools, TrimKeepsWhatIsHeard) {
-  // Volume twice, a bank and a program, a note across the start, one across the end, words before the start.
+  // Volume twice, a bank and a program, a note across the start, one across the end, words before the start, half a
+  // tempo.
   const auto song =
       songOf(1, 100,
-             {trackBytes({0, 0xFF, 0x51, 3, 0x0F, 0x42, 0x40, 10, 0xFF, 0x51, 3, 0x07, 0xA1, 0x20, 0, 0xFF, 5, 1, 'a'}),
+             {trackBytes({0,    0xFF, 0x51, 3, 0x0F, 0x42, 0x40, 10,   0xFF, 0x51, 3, 0x07, 0xA1,
+                          0x20, 0,    0xFF, 5, 1,    'a',  1,    0xFF, 0x51, 2,    9, 9}),
               trackBytes({0,  0xB0, 0,  1,  0, 7, 50,   0,  7,   60,  0,    0xC0, 3, 50, 0x90, 60,   70, 30,
                           62, 80,   20, 60, 0, 0, 0xB0, 64, 127, 100, 0x80, 62,   1, 0,  0xFF, 0x2F, 0})});
   const auto part = trimmed(*song, {.start = 70, .end = 150, .unit = TimeUnit::ticks}, context);

@@ -33,8 +33,9 @@ std::optional<Chunk> MidiChunks::chunkAt(uint64_t offset) const {
 }
 
 uint64_t MidiChunks::findMidi(uint64_t offset) const {
-  constexpr std::size_t blockBytes = 64 * 1024, overlap = 3;
-  while (offset < end_) {
+  constexpr std::size_t mostBytes = 64 * 1024, overlap = 3;
+  // Few at first: what is looked for is mostly near.
+  for (std::size_t blockBytes = 256; offset < end_; blockBytes = std::min(2 * blockBytes, mostBytes)) {
     const auto block = source_.readUpTo(offset, end_ - offset, blockBytes);
     const std::string_view text(reinterpret_cast<const char*>(block.data()), block.size());
     const std::size_t found = std::min(text.find("MThd"), text.find("MTrk"));

@@ -5,6 +5,7 @@
 #include "formats/chunk_walker.h"
 #include "formats/midi/midi_file.h"
 #include "formats/midi/song_reader.h"
+#include "formats/number_text.h"
 #include "formats/wave/info_tags.h"
 
 namespace tervo {
@@ -79,6 +80,9 @@ bool readRmid(Collection& collection, const SourceFile& file, uint32_t) {
       readOther(collection, file, *chunk);
     }
   }
+  if (const uint64_t bytes = walker.strayBytes(); bytes > 0)
+    file.report.dropped(collection.name, u"bytes behind the form: " + numberText(static_cast<double>(bytes)),
+                        u"they are no part of it");
   return found || fail(u"Not a RIFF-RMID file");
 }
 

@@ -155,9 +155,10 @@ void reportFrames(const AiffFile& file, uint64_t stated, uint64_t held) {
   const auto frames = static_cast<uint64_t>(file.waveform->frames());
   if (stated > frames)
     file.approximated(u"frames", countText(stated), countText(frames) + u", which are there");
-  else if (stated == 0 || held > frames)
-    file.approximated(u"frames", countText(std::max(held, frames)),
-                      countText(frames) + (stated == 0 ? u", which are there" : u", as stated"));
+  else if (stated == 0)
+    file.approximated(u"frames", u"0", countText(frames) + u", which are there");
+  else if (held > frames)
+    file.approximated(u"frames", countText(held), countText(frames) + u", as stated");
 }
 
 bool openSamples(AiffFile& file) {
@@ -177,6 +178,15 @@ bool openSamples(AiffFile& file) {
   return true;
 }
 
+void reportInstrument(const AiffFile& file, const AiffInstrument& stated, const AiffPlayback& taken) {
+  const auto compare = [&](TextView what, double before, double now) {
+    if (before != now) file.approximated(what, numberText(before), numberText(now));
+  };
+  compare(u"root key", stated.baseNote, taken.rootKey);
+  compare(u"fine tune in cents", stated.detune, taken.fineTune);
+  compare(u"gain in dB", stated.gain, taken.gain);
+}
+
 }  // namespace
 
 bool readAiff(Collection& collection, const SourceFile& source, uint32_t) {
@@ -194,13 +204,13 @@ bool readAiff(Collection& collection, const SourceFile& source, uint32_t) {
   while (const auto chunk = file.walker.next()) {
     if (!readChunk(file, *chunk)) return false;
   }
+  file.reportStrayBytes(file.walker);
   if (!file.data) return fail(u"No SSND data");
   if (!file.format) return fail(u"No COMM chunk");
   if (!openSamples(file)) return false;
   const auto playback = understandAiff(file.markers.value_or(std::vector<AiffMarker>()), file.instrument);
   for (const Text& name : playback.lostNames) file.dropped(u"name of a marker: " + name, u"it is the end of a loop");
-  if (file.instrument && file.instrument->gain != playback.gain)
-    file.approximated(u"gain in dB", numberText(file.instrument->gain), numberText(playback.gain));
+  if (file.instrument) reportInstrument(file, *file.instrument, playback);
   apply(playback, *file.waveform);
   file.addTo(collection);
   return true;

@@ -23,6 +23,11 @@ void FileContents::keep(FourCC container, const Chunk& chunk) {
   dropped(textOf(chunk.id) + u" chunk", u"too many chunks");
 }
 
+void FileContents::reportStrayBytes(const ChunkWalker& walker) const {
+  if (const uint64_t bytes = walker.strayBytes(); bytes > 0)
+    dropped(u"bytes behind the chunks: " + countText(bytes), u"they are no part of the form");
+}
+
 std::vector<std::byte> FileContents::load(const Chunk& chunk) const {
   if (chunk.bytes > chunkLimit) dropped(textOf(chunk.id) + u" chunk", u"longer than 16 MiB");
   return loadChunk(bytes(), chunk, chunkLimit);

@@ -29,6 +29,9 @@ class FileContents {
     file.report.approximated(waveform->name, what, from, to);
   }
 
+  /// Notes what stands behind the chunks.
+  void reportStrayBytes(const ChunkWalker& walker) const;
+
   /// The body of a chunk that holds no samples. Empty, and reported, when it is longer than any that means something.
   std::vector<std::byte> load(const Chunk& chunk) const;
 

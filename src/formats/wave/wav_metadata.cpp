@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "formats/number_text.h"
 #include "formats/wave/aiff_markers.h"
 #include "formats/wave/id3_tags.h"
 #include "formats/wave/kept_chunks.h"
@@ -89,7 +90,7 @@ WavMetadata::WavMetadata(const Waveform& waveform, ConversionReport& report)
 }
 
 void WavMetadata::approximated(TextView what, double from, double to) const {
-  report_.approximated(waveform_.name, what, fromUtf8(std::to_string(from)), fromUtf8(std::to_string(to)));
+  report_.approximated(waveform_.name, what, numberText(from), numberText(to));
 }
 
 void WavMetadata::reportLosses() const {

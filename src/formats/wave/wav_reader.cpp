@@ -140,6 +140,7 @@ bool readChunks(WavFile& wav) {
     }
     if (!readChunk(wav, *chunk)) return false;
   }
+  wav.reportStrayBytes(wav.walker);
   return true;
 }
 

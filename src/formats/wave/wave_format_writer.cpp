@@ -17,7 +17,6 @@
 namespace tervo {
 namespace {
 
-constexpr uint8_t preferenceIsDefault = 21;
 constexpr uint32_t gsmBlockFrames = 320, gsmBlockBytes = 65;
 constexpr uint32_t speakersMono = 4, speakersStereo = 3;  // front centre; front left and right
 
@@ -56,13 +55,6 @@ bool isAdpcm(SampleFormat format) {
   return format >= SampleFormat::adpcm2 && format <= SampleFormat::adpcm5;
 }
 
-// The form that the user asked for, if any.
-std::optional<SampleCoding> askedCoding(const Waveform& waveform, const SaveOptions& options) {
-  if (options.coding) return options.coding;
-  if (waveform.preferredFormat < preferenceIsDefault) return static_cast<SampleCoding>(waveform.preferredFormat);
-  return std::nullopt;
-}
-
 // Bits per sample that the "fmt " of the source says; 0 when it does not.
 int sourceBits(const StoredSamples* stored) {
   if (!stored) return 0;
@@ -84,9 +76,9 @@ bool canCopy(const Waveform& waveform, const SaveOptions& options, WaveForm form
   if (!stored || stored->waveFormat.size() < sizeof(WaveFormatHeader)) return false;
   const auto header = ByteReader(stored->waveFormat).record<WaveFormatHeader>();
   if (form == WaveForm::extensible && header.tag != WaveTag::extensible) return false;
-  const auto asked = askedCoding(waveform, options);
+  const auto asked = requestedFormat(waveform, options);
   if (!asked) return true;
-  return formatOf(*asked).format == formatOf(waveform.storedFormat) && isUsualWidth(waveform, header);
+  return *asked == formatOf(waveform.storedFormat) && isUsualWidth(waveform, header);
 }
 
 WavePlan planCopy(const Waveform& waveform) {
@@ -170,12 +162,21 @@ std::unique_ptr<BlockEncoder> makeEncoder(SampleFormat format, int channels) {
   return g726Encoder(bitsOf(format), order, channels);
 }
 
+// The stored format, where the source's bytes are what would be written in it.
+std::optional<SampleFormat> copiedFormat(const Waveform& waveform, const SaveOptions& options) {
+  const SampleFormat stored = formatOf(waveform.storedFormat);
+  const auto encoder = makeEncoder(stored, waveform.channels());
+  if (!encoder || requestedFormat(waveform, options) || !isCodedAs(*waveform.samples, *encoder)) return std::nullopt;
+  return stored;
+}
+
 }  // namespace
 
 std::optional<WavePlan> planWave(const Waveform& waveform, const TargetFile& file, WaveForm form) {
   if (canCopy(waveform, file.options, form)) return planCopy(waveform);
   WavePlan plan;
-  plan.sampleFormat = chooseSampleFormat(file, waveform);
+  const auto copied = copiedFormat(waveform, file.options);
+  plan.sampleFormat = copied ? *copied : chooseSampleFormat(file, waveform);
   if (plan.sampleFormat == SampleFormat::compressed) return fail(u"The MPEG layer 3 encoder is not available yet");
   const FormRule* rule = ruleOf(plan.sampleFormat);
   const bool isLinear = rule && (rule->tag == WaveTag::pcm || rule->tag == WaveTag::floating);

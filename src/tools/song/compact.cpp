@@ -13,10 +13,12 @@ namespace {
 constexpr uint8_t usualRelease = 64;  // MIDI 1.0: the velocity of a note-off that has none of its own
 
 /// Controllers whose repetition says nothing new. The others are parts of sequences (banks, data entry and its
-/// parameter numbers) or commands (channel mode).
-bool onlySets(uint8_t controller) {
+/// parameter numbers, what goes with the next note) or commands (channel mode).
+bool onlySets(const MidiEvent& event) {
+  const uint8_t controller = event.key();
   constexpr uint8_t bankHigh = 0, dataHigh = 6, bankLow = 32, dataLow = 38, firstParameter = 96, lastParameter = 101,
                     firstMode = 120;
+  if (isForNextNote(event)) return false;
   if (controller == bankHigh || controller == bankLow || controller == dataHigh || controller == dataLow) return false;
   return !(controller >= firstParameter && controller <= lastParameter) && controller < firstMode;
 }
@@ -35,7 +37,7 @@ class ChannelState {
     if (event.kind() == MidiStatus::pitchBend) return same(channel.bend, both);
     if (event.kind() == MidiStatus::channelPressure) return same(channel.pressure, event.key());
     if (event.kind() != MidiStatus::controller) return false;
-    if (onlySets(event.key())) return same(channel.controllers[event.key()], event.value());
+    if (onlySets(event)) return same(channel.controllers[event.key()], event.value());
     constexpr uint8_t resetAll = 121;
     if (event.key() == resetAll) channel = {};
     return false;

@@ -34,6 +34,11 @@ std::unique_ptr<Song> rewriteTracks(const Song& song, const OperationContext& co
   return result;
 }
 
+bool isForNextNote(const MidiEvent& event) {
+  constexpr uint8_t portamentoControl = 84, finePrefix = 88;
+  return event.kind() == MidiStatus::controller && (event.key() == portamentoControl || event.key() == finePrefix);
+}
+
 uint64_t endOf(const Track& track) {
   return summaryOf(track).ticks;
 }

@@ -24,6 +24,10 @@ std::unique_ptr<Song> rewriteTracks(const Song& song, const OperationContext& co
 uint64_t endOf(const Track& track);
 uint64_t endOf(const Song& song);
 
+/// Whether a controller works on the next note only: portamento control, and the prefix of a fine velocity (MIDI 1.0,
+/// CA-031).
+bool isForNextNote(const MidiEvent& event);
+
 /// A channel message of one's own: its data lives here.
 class ChannelMessage {
  public:

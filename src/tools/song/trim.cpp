@@ -54,9 +54,9 @@ std::optional<int> replaceableSetting(const MidiEvent& event) {
   return place | number;
 }
 
-/// Whether an event before the start has no meaning without its time: notes and their pressure, words of the song.
+/// Whether an event before the start has no meaning without its time: notes, what goes with them, words of the song.
 bool belongsToItsTime(const MidiEvent& event) {
-  if (event.isNote() || event.kind() == MidiStatus::keyPressure) return true;
+  if (event.isNote() || event.kind() == MidiStatus::keyPressure || isForNextNote(event)) return true;
   return event.status == MidiStatus::meta && event.metaType >= MetaType::lyric && event.metaType <= MetaType::cuePoint;
 }
 
@@ -149,7 +149,7 @@ const std::byte* tempoInEffect(const Song& song, std::size_t track, uint64_t tic
     MidiEvents events(song.tracks()[i]->data);
     while (const MidiEvent* event = events.next()) {
       if (event->tick > tick) break;
-      if (!event->isMeta(MetaType::tempo) || event->tick < foundAt) continue;
+      if (!tempoOf(*event) || event->tick < foundAt) continue;
       found = event->data.data();
       foundAt = event->tick;
     }

@@ -97,6 +97,15 @@ TEST(MidiFile, ReadsFilesAsTheyAreInTheWild) {
   }
 }
 
+TEST(MidiFile, TracksThatLieTakeTheRoomOfTheirEvents) {
+  MidiBuilder file;
+  file.header(1, 300);
+  for (int i = 0; i < 300; ++i) file.chunkSaying("MTrk", 0xFFFFFFFF, notesTrack());
+  const ReadMidi read(file.bytes());
+  ASSERT_EQ(read.song().tracks().size(), 300u);
+  for (const auto& track : read.song().tracks()) EXPECT_LE(track->data.capacity(), 2 * notesTrack().size());
+}
+
 TEST(MidiFile, WithoutHeaderIsNoSong) {
   for (const auto& file : {MidiBuilder().track(notesTrack()),
                            MidiBuilder().raw(std::string_view("MThd\0\0\0\6\0\0", 10)), MidiBuilder().raw("MThd")}) {
@@ -156,6 +165,13 @@ TEST(Rmid, KeepsSongAndTagsAndReportsTheRest) {
   EXPECT_EQ(again.song().tracks()[0]->data, read.song().tracks()[0]->data);
   EXPECT_EQ(again.collection.tags[Tag::name], u"A");
   EXPECT_TRUE(again.report.entries().empty());
+}
+
+TEST(Rmid, ReportsWhatStandsBehindTheForm) {
+  const TrackBytes form = rmid(riffChunk("data", MidiBuilder().header(0, 1).track(notesTrack()).bytes()));
+  const ReadMidi read(form + riffChunk("RIFF", trackBytes({'D', 'L', 'S', ' '})), readRmid);
+  ASSERT_TRUE(read.ok);
+  EXPECT_TRUE(read.reported(u"bytes behind the form: 12"));
 }
 
 TEST(Rmid, BadWrapperIsRefused) {

@@ -166,6 +166,27 @@ TEST(AiffReader, survivesMarkersThatLie) {
   EXPECT_EQ(markersOf(mark({{1, 1}}) + mark({{2, 2}, {3, 3}})), 1) << "the first counts";
 }
 
+TEST(AiffReader, saysWhatItDoesNotTakeAsItIs) {
+  const struct {
+    Bytes bytes;
+    std::vector<std::string> entries;
+  } cases[] = {
+      {aiffOf({}, fourFrames) + chars("TAG") + Bytes(125), {"bytes behind the chunks: 128"}},
+      {aiffOf({}, fourFrames) + Bytes(99), {}},
+      {aiffOf({.frames = 0}, fourFrames), {"frames 0 -> 4, which are there"}},
+      {aiffOf({}, fourFrames, inst({0, 0, 0, 0, 0, 0}, 200, 0x80, 0xFF00)),
+       {"root key 200 -> 60", "fine tune in cents -128 -> -100", "gain in dB -256 -> -96"}},
+  };
+  for (const auto& c : cases) {
+    const auto opened = openAiff(c.bytes);
+    std::vector<std::string> entries;
+    for (const auto& entry : opened->report.entries())
+      entries.push_back(toUtf8(entry.what) +
+                        (entry.kind == ReportKind::dropped ? "" : toUtf8(u" " + entry.from + u" -> " + entry.to)));
+    EXPECT_EQ(entries, c.entries);
+  }
+}
+
 TEST(AiffReader, saysWhatIsWrong) {
   const Bytes sound = ssnd(fourFrames);
   const struct {

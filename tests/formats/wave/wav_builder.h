@@ -146,19 +146,21 @@ struct Saved {
   Bytes bytes;
   ConversionReport report;
 };
-inline Saved save(const Item& item, std::optional<SampleCoding> coding = {}, WriteFn write = writeWav,
-                  FormatIndex row = 491, uint32_t variant = 0) {
+inline Saved saveWith(const SaveOptions& options, const Item& item, WriteFn write = writeWav, FormatIndex row = 491,
+                      uint32_t variant = 0) {
   Saved saved;
   MemorySink sink;
   Host host;
   const Settings settings;
-  SaveOptions options;
-  options.coding = coding;
   TargetFile file{sink,   u"out.wav", host, saved.report, settings, FormatTable()[static_cast<std::size_t>(row)],
                   options};
   saved.ok = write(item, file, variant);
   saved.bytes = sink.take();
   return saved;
+}
+inline Saved save(const Item& item, std::optional<SampleCoding> coding = {}, WriteFn write = writeWav,
+                  FormatIndex row = 491, uint32_t variant = 0) {
+  return saveWith({.coding = coding}, item, write, row, variant);
 }
 
 /// The body of the first chunk of that name in a written file, found without the program's own walker.

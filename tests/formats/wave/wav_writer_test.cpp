@@ -147,11 +147,7 @@ TEST(WavWriter, padsUnsignedBytesWithSilence) {
 }
 
 TEST(WavWriter, gsmRoundsUpToWholeBlocks) {
-  const auto gsm =
-      open(WavBuilder().fmt({.tag = 49, .bits = 0, .blockAlign = 65, .extra = u8({2, 0, 0x40, 1})}).data(Bytes(65)));
-  auto wave = tone(321);
-  wave->storedFormat = gsm->wave()->storedFormat;
-  const auto saved = save(*wave);
+  const auto saved = saveWith({.format = SampleFormat::gsm}, *tone(321));
   EXPECT_EQ(chunkOf(saved.bytes, "data").size(), 130u);
   EXPECT_EQ(u32At(chunkOf(saved.bytes, "fact"), 0), 321u);
   EXPECT_EQ(u32At(chunkOf(saved.bytes, "fmt "), 8), 9750u) << "bytes a second: rate times 0.203125";
