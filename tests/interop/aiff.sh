@@ -54,7 +54,7 @@ for kind in "G721 4 23" "G723 3 25" "G723 5 26" "G726 5 26"; do
   convert mono.wav "codes.g726-$bits" --format "G.726 $bits-bit ADPCM - Little Endian"
   aifc "$type" 1 5600 "$bits" "codes.g726-$bits" >in.aifc
   { printf '.snd' && bigWords 24 $((5600 * bits / 8)) "$encoding" 8000 1 && cat "codes.g726-$bits"; } >theirs.au
-  convert in.aifc ours.wav && sox -V1 -D theirs.au -e signed -b 16 theirs.wav
+  convert in.aifc ours.wav --coding "PCM 16-bit" && sox -V1 -D theirs.au -e signed -b 16 theirs.wav
   check "$type of $bits bits as sox" near ours.wav theirs.wav 0.00013
 done
 for bits in 8 16 24 32; do
