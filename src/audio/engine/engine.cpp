@@ -60,7 +60,7 @@ std::size_t Engine::render(std::span<float> stereo) noexcept {
 void Engine::shedLoad(double load) noexcept {
   constexpr double tooHigh = 0.8, overrun = 1.0;
   if (load <= tooHigh) return;
-  const auto wanted = static_cast<std::size_t>((load - tooHigh) * 20 + 1e-9) + 1;
+  const auto wanted = static_cast<std::size_t>((load - tooHigh) * 20) + 1;
   const std::size_t most = (performer_.pool().voices().size() + 2) / 4;
   for (std::size_t i = std::min(wanted, most); i > 0; --i) stealNote(load < overrun ? Stealing::soft : Stealing::hard);
 }

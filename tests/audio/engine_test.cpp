@@ -1,0 +1,229 @@
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <random>
+#include <thread>
+
+#include "base/last_error.h"
+#include "tests/audio/sound_lab.h"
+
+// Counts what the thread under test allocates.
+namespace {
+thread_local bool countsAllocations = false;
+thread_local int allocations = 0;
+}  // namespace
+
+void* operator new(std::size_t size) {
+  if (countsAllocations) ++allocations;
+  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept {
+  if (countsAllocations) ++allocations;
+  std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  if (countsAllocations) ++allocations;
+  std::free(memory);
+}
+
+namespace tervo::test {
+namespace {
+
+/// Every kind of message at random, with notes in the majority.
+MidiMessage randomMessage(std::mt19937& random) {
+  static constexpr uint8_t controllers[] = {1, 7, 10, 11, 64, 66, 67, 91, 93, 120, 121, 123, 126, 127, 0, 5, 65};
+  const auto data = [&] { return static_cast<uint8_t>(random() % 128); };
+  const auto channel = static_cast<uint8_t>(random() % 4);
+  switch (random() % 10) {
+    case 0:
+      return {static_cast<uint8_t>(0xB0 | channel), controllers[random() % std::size(controllers)], data()};
+    case 1:
+      return {static_cast<uint8_t>((random() % 2 != 0 ? 0xE0 : 0xD0) | channel), data(), data()};
+    default:
+      return {static_cast<uint8_t>((random() % 2 != 0 ? 0x90 : 0x80) | channel),
+              static_cast<uint8_t>(40 + random() % 40), data()};
+  }
+}
+
+/// An instrument that uses much of what there is: two layers of looped sound, filters, LFOs, release samples.
+void fill(SoundLab& lab) {
+  ArticulationSet& rows = lab.addSine(440, 0.5).articulation;
+  rows.set(P::filterType, 4), rows.set(P::filterCutoff, 1500), rows.set(P::fLfoToCutoff, 12);
+  rows.set(P::vEnvRelease1Rate, 0.3f), rows.set(P::pLfoToPitch, 0.3f), rows.set(P::send3Level, 0.3f);
+  rows.set(P::randomToPan, 0.5f);
+  ArticulationSet& stereo = lab.add(sineFrames(300, 9600, 0.5), 2, SoundLab::loopOver(100, 4000)).articulation;
+  stereo.set(P::eq2Gain, 6), stereo.set(P::vEnvRelease1Rate, 0.2f);
+  lab.add(sineFrames(900, 4800, 0.2)).trigger.set(P::triggerType, 1);
+}
+
+Engine::Setup setupOf(int voices, int workers) {
+  Engine::Setup setup;
+  setup.voices = voices;
+  setup.workers = workers;
+  return setup;
+}
+
+Frames randomPlaying(int workers, int blocksAtOnce, audio::RenderLanes kernel = nullptr) {
+  SoundLab lab;
+  fill(lab);
+  Engine::Setup setup = setupOf(512, workers);
+  setup.kernel = kernel;
+  lab.start(setup);
+  std::mt19937 random(3);
+  for (int i = 0; i < 1500; ++i)
+    EXPECT_TRUE(lab.engine->postEvent(static_cast<int64_t>(i) * 16, randomMessage(random)));
+  Frames all;
+  for (int i = 0; i < 384 / blocksAtOnce; ++i) {
+    Frames part(128 * static_cast<std::size_t>(blocksAtOnce));
+    lab.engine->render(part);
+    all.insert(all.end(), part.begin(), part.end());
+  }
+  return all;
+}
+
+TEST(Engine, OutputDependsNeitherOnThreadsNorOnBuffersNorOnInstructions) {
+  const Frames one = randomPlaying(1, 1);
+  EXPECT_GT(peak(one), 0.1);
+  EXPECT_EQ(randomPlaying(2, 1), one);
+  EXPECT_EQ(randomPlaying(8, 4), one);
+  for (const audio::RenderLanes kernel : audio::availableKernels().kernels) {
+    if (!kernel) break;
+    EXPECT_EQ(randomPlaying(1, 3, kernel), one);
+  }
+}
+
+TEST(Engine, TheAudioPathDoesNotAllocate) {
+  SoundLab lab;
+  fill(lab);
+  lab.start(setupOf(64, 1));
+  std::mt19937 random(5);
+  Frames buffer(2 * 333);
+  allocations = 0;
+  countsAllocations = true;
+  for (int i = 0; i < 500; ++i) {
+    for (int event = 0; event < 5; ++event) lab.engine->postEvent(lab.engine->time(), randomMessage(random));
+    lab.engine->render(buffer);
+    if (i % 50 == 0) lab.engine->shedLoad(1.2);
+  }
+  countsAllocations = false;
+  EXPECT_EQ(allocations, 0);
+}
+
+TEST(Engine, NothingIsStuckAfterRandomPlaying) {
+  SoundLab lab;
+  fill(lab);
+  lab.start(setupOf(96, 1));
+  std::mt19937 random(11);
+  for (int i = 0; i < 3000; ++i) {
+    for (int event = 0; event < 4; ++event) lab.engine->postEvent(0, randomMessage(random));
+    Frames block(128);
+    lab.engine->render(block);
+    ASSERT_LE(lab.engine->activeVoices(), 96u);
+  }
+  for (int channel = 0; channel < 16; ++channel) {
+    for (const int controller : {64, 66, 123}) lab.send(0xB0 | channel, controller, 0);
+  }
+  lab.render(12);
+  EXPECT_EQ(lab.engine->activeVoices(), 0u);
+  EXPECT_EQ(peak(lab.left(0.1)), 0);  // exactly
+  EXPECT_TRUE(lab.engine->isSilent());
+  EXPECT_EQ(lab.engine->statusText(), u"");
+}
+
+TEST(Engine, TwentyThousandEventsAtOnce) {
+  SoundLab lab;
+  lab.addSine();
+  lab.start(setupOf(32, 1));
+  for (int i = 0; i < 10000; ++i) lab.press(20 + i % 90), lab.lift(20 + (i + 7) % 90);
+  lab.render(0.1);
+  EXPECT_LE(lab.engine->activeVoices(), 32u);
+  EXPECT_GT(lab.engine->activeVoices(), 0u);
+}
+
+TEST(Engine, StatusTextCountsRegionsAndTellsOfClippingOnce) {
+  SoundLab lab;
+  lab.addConstant();
+  lab.start();
+  EXPECT_EQ(lab.engine->statusText(), u"");
+  lab.press(60);
+  lab.render(0.02);
+  EXPECT_EQ(lab.engine->statusText(), u"1 region");
+  lab.press(62);
+  lab.render(0.02);
+  EXPECT_EQ(lab.engine->statusText(), u"2 regions -CLIPPING-");
+  lab.lift(60), lab.lift(62);
+  lab.press(64);
+  lab.render(0.1);
+  EXPECT_EQ(lab.engine->statusText(), u"1 region -CLIPPING-");  // while the first ones were fading
+  EXPECT_EQ(lab.engine->statusText(), u"1 region");
+  lab.engine->setLimit(true);
+  lab.press(65), lab.press(67);
+  EXPECT_EQ(peak(lab.left(0.05)), 1);
+}
+
+TEST(Engine, LoadIsShedByTheQuietestNotes) {
+  SoundLab lab;
+  lab.addConstant();
+  lab.start(setupOf(64, 1));
+  for (int key = 30; key < 70; ++key) lab.press(key, key == 50 ? 20 : 100);
+  lab.render(0.05);
+  lab.engine->shedLoad(0.8);
+  lab.engine->shedLoad(0.85);
+  lab.render(0.05);
+  EXPECT_EQ(lab.engine->activeVoices(), 39u);
+  lab.engine->shedLoad(1.3);
+  lab.render(0.01);
+  EXPECT_EQ(lab.engine->activeVoices(), 29u);
+}
+
+TEST(Engine, InstrumentsAreReplacedWhileNotesSound) {
+  SoundLab lab;
+  lab.addSine(480);
+  lab.start();
+  lab.press(60);
+  lab.render(0.1);
+  SoundLab other;
+  other.addSine(960);
+  ASSERT_TRUE(lab.engine->loadInstrument(*other.instrument, Loading::replace));
+  EXPECT_GT(levelAt(lab.left(0.1), 480), 0.5);
+  lab.press(64);  // 960 Hz played four keys higher
+  const Frames both = lab.left(0.2);
+  EXPECT_GT(levelAt(both, 480), 0.5);
+  EXPECT_GT(levelAt(both, 960 * std::exp2(4 / 12.0)), 0.5);
+  ASSERT_TRUE(lab.engine->loadInstrument(*lab.instrument, Loading::stopped));
+  EXPECT_EQ(peak(lab.left(0.1)), 0);
+}
+
+TEST(Engine, LoadingAndPostingWhileItRenders) {
+  SoundLab lab;
+  fill(lab);
+  lab.start(setupOf(160, 2));
+  std::atomic<bool> ending = false;
+  std::jthread audio([&] {
+    std::vector<float> buffer(512);
+    while (!ending) lab.engine->render(buffer);
+  });
+  std::mt19937 random(2);
+  for (int i = 0; i < 60; ++i) {
+    for (int event = 0; event < 20; ++event) lab.engine->postEvent(0, randomMessage(random));
+    EXPECT_TRUE(lab.engine->loadInstrument(*lab.instrument, i % 5 == 0 ? Loading::stopped : Loading::replace));
+    lab.engine->statusText();
+  }
+  ending = true;
+}
+
+TEST(Engine, FailuresHaveTheirTexts) {
+  SoundLab lab;
+  lab.addSine();
+  Engine::Setup setup;
+  setup.instrumentCapacity = 0;
+  const auto engine = Engine::create(setup);
+  EXPECT_FALSE(engine->loadInstrument(*lab.instrument, Loading::stopped));
+  EXPECT_EQ(LastErrorText(), u"Couldn't create instrument");
+  EXPECT_FALSE(audio::loadInstrument(nullptr, *lab.instrument, Loading::stopped));
+  EXPECT_EQ(LastErrorText(), u"Synth not initialized!");
+}
+
+}  // namespace
+}  // namespace tervo::test
