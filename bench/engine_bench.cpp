@@ -1,0 +1,110 @@
+// The synthesizer: the voice kernel alone, whole voices, and the effects. What counts are nanoseconds of one voice for
+// one frame, and how many times faster than it sounds everything is.
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <memory>
+#include <vector>
+
+#include "audio/engine/engine.h"
+#include "core/collection.h"
+
+namespace {
+
+using namespace tervo;
+using namespace tervo::audio;
+
+constexpr float rate = 48000;
+
+std::vector<float> tone(std::size_t frames) {
+  std::vector<float> result(frames);
+  for (std::size_t i = 0; i < frames; ++i) result[i] = std::sin(static_cast<float>(i) * 0.05f);
+  return result;
+}
+
+/// Eight voices with a filter, two sends and moving gains.
+void voiceKernel(benchmark::State& state) {
+  const RenderLanes kernel = availableKernels().kernels[state.range(0)];
+  if (!kernel) return state.SkipWithError("not on this processor");
+  const std::vector<float> frames = tone(4096);
+  auto bundle = std::make_unique<LaneBundle>();
+  auto sums = std::make_unique<LaneSums>();
+  std::array<FilterStage, 2> stages;
+  designFilter(FilterType::lowPass12, 2000, 6, rate, stages);
+  bundle->stages = 1;
+  bundle->busesUsed = busCount;
+  for (std::size_t i = 0; i < lanes; ++i) {
+    bundle->window[i] = frames.data() + 500 * i;
+    bundle->increment[i] = static_cast<uint32_t>((0.5 + 0.2 * static_cast<double>(i)) * static_cast<double>(fixedOne));
+    for (auto& gain : bundle->gain) gain[i] = 0.1f;
+    for (auto& step : bundle->gainStep) step[i] = 1e-4f;
+    LaneStage& stage = bundle->stage[0];
+    stage.a1[i] = stages[0].a1, stage.a2[i] = stages[0].a2, stage.a3[i] = stages[0].a3;
+    stage.m0[i] = stages[0].m0, stage.m1[i] = stages[0].m1, stage.m2[i] = stages[0].m2;
+  }
+  for (auto _ : state) {
+    *sums = {};
+    kernel(*bundle, *sums);
+    benchmark::DoNotOptimize(*sums);
+  }
+  state.counters["ns/voice-frame"] =
+      benchmark::Counter(static_cast<double>(lanes) * blockFrames * static_cast<double>(state.iterations()) * 1e-9,
+                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(voiceKernel)->Arg(0)->Arg(1)->Arg(2);
+
+/// One region that uses filter, envelopes and two LFOs, as many voices as asked for, loops of ordinary length.
+void voices(benchmark::State& state) {
+  Collection collection;
+  auto waveform = std::make_unique<Waveform>();
+  waveform->sampleRate = 44100;
+  waveform->samples = makeResident(tone(20000), 1);
+  waveform->markers.push_back({.type = MarkerType::loop, .start = 5000, .end = 20000, .loopType = LoopType::forward});
+  auto region = std::make_unique<Region>();
+  region->articulation.set(ParameterId::filterType, 2);
+  region->articulation.set(ParameterId::filterCutoff, 3000);
+  region->articulation.set(ParameterId::pLfoToPitch, 0.2f);
+  region->articulation.set(ParameterId::fEnvToCutoff, 12);
+  region->articulation.set(ParameterId::send1Level, 0.3f);
+  region->articulation.set(ParameterId::send3Level, 0.2f);
+  region->waveform = collection.add(std::move(waveform)).id();
+  auto instrument = std::make_unique<Instrument>();
+  instrument->add(std::make_unique<Layer>()).add(std::move(region));
+  Engine::Setup setup;
+  setup.voices = static_cast<int>(state.range(0));
+  setup.workers = static_cast<int>(state.range(1));
+  setup.hasEffects = state.range(2) != 0;
+  const auto engine = Engine::create(setup);
+  engine->loadInstrument(*instrument, Loading::stopped);
+  for (int i = 0; i < setup.voices; ++i)
+    engine->execute({static_cast<uint8_t>(0x90 | (i / 64 % 16)), static_cast<uint8_t>(30 + i % 64), 100});
+  std::vector<float> block(2 * blockFrames);
+  for (auto _ : state) engine->render(block);
+  const double frames = blockFrames * static_cast<double>(state.iterations());
+  state.counters["ns/voice-frame"] =
+      benchmark::Counter(frames * setup.voices * 1e-9, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+  state.counters["core"] =  // share of one that playing takes
+      benchmark::Counter(frames / rate, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(voices)->Args({64, 1, 0})->Args({256, 1, 0})->Args({256, 1, 1})->Args({256, 2, 1})->UseRealTime();
+
+/// Both effects for one second of sound.
+void effects(benchmark::State& state) {
+  Chorus chorus({}, rate);
+  Reverb reverb({}, rate);
+  const std::vector<float> in = tone(blockFrames);
+  const std::span<const float, blockFrames> block(in.data(), blockFrames);
+  std::array<float, blockFrames> left{}, right{};
+  for (auto _ : state) {
+    for (int i = 0; i < static_cast<int>(rate) / blockFrames; ++i) {
+      chorus.process(block, left, right);
+      reverb.process(block, left, right);
+      benchmark::DoNotOptimize(left);
+      left = right = {};
+    }
+  }
+}
+BENCHMARK(effects)->Unit(benchmark::kMillisecond);
+
+}  // namespace

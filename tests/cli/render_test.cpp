@@ -1,0 +1,90 @@
+#include <gmock/gmock.h>
+
+#include "base/last_error.h"
+#include "core/collection.h"
+#include "core/report.h"
+#include "core/settings.h"
+#include "formats/save_flow.h"
+#include "tests/cli/command_fixture.h"
+#include "tests/core/song_builder.h"
+
+namespace tervo::test {
+namespace {
+
+/// A folder with a bank of one steady instrument and a song of one note, half a second long.
+class RenderCommand : public CommandTest {
+ protected:
+  RenderCommand() {
+    Collection bank;
+    auto waveform = std::make_unique<Waveform>();
+    waveform->sampleRate = 44100;
+    std::vector<float> frames;
+    for (int i = 0; i < 4410; ++i) frames.push_back(i / 50 % 2 == 0 ? 0.5f : -0.5f);
+    waveform->samples = makeResident(std::move(frames), 1);
+    waveform->markers.push_back({.type = MarkerType::loop, .start = 0, .end = 4400, .loopType = LoopType::forward});
+    auto region = std::make_unique<Region>();
+    region->waveform = bank.add(std::move(waveform)).id();
+    auto instrument = std::make_unique<Instrument>();
+    instrument->name = u"Steady";
+    instrument->add(std::make_unique<Layer>()).add(std::move(region));
+    bank.add(std::move(instrument));
+    save(bank, u"sf2", u"bank.sf2");
+    Collection songs;
+    const Song& song =
+        songs.add(songOf(0, 480, {trackBytes({0, 0x90, 60, 100, 0x83, 0x60, 0x80, 60, 0, 0, 0xFF, 0x2F, 0})}));
+    save(song, u"mid", u"song.mid");
+  }
+  void save(const Item& item, TextView extension, TextView name) {
+    ConversionReport report;
+    Host host;
+    const SaveContext context{host, report, settings_};
+    for (FormatIndex row = 0; const FormatDescriptor* descriptor = rowAt(row); ++row) {
+      if (descriptor->extension != extension || !descriptor->write) continue;
+      ASSERT_TRUE(SaveItem(&item, row, folder.text(name), context)) << toUtf8(LastErrorText());
+      return;
+    }
+    FAIL();
+  }
+  nlohmann::json infoOf(TextView name) {
+    EXPECT_EQ(run({u"info", Text(name), u"--json"}), 0);
+    return json()[0]["waveforms"][0];
+  }
+
+ private:
+  Settings settings_;
+};
+
+TEST_F(RenderCommand, MakesAWaveformWithTheBank) {
+  ASSERT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--bank", u"bank.sf2", u"--rate", u"32000"}), 0)
+      << console.error;
+  const auto waveform = infoOf(u"out.wav");
+  EXPECT_EQ(waveform["sampleRate"], 32000);
+  EXPECT_EQ(waveform["channels"], 2);
+  EXPECT_GT(waveform["frames"], 15000);
+}
+
+TEST_F(RenderCommand, ConvertRendersForRowsWithoutSongs) {
+  ASSERT_EQ(run({u"convert", u"song.mid", u"-o", u"out.aif", u"--bank", u"bank.sf2", u"--tail", u"2", u"--set",
+                 u"mid2wav.bDeleteSilence=0", u"--threads", u"1"}),
+            0)
+      << console.error;
+  EXPECT_NEAR(infoOf(u"out.aif")["frames"].get<double>(), 2.5 * 48000, 200);
+}
+
+TEST_F(RenderCommand, SaysWhyItCannot) {
+  EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.mid"}), 1);
+  EXPECT_THAT(console.error, testing::HasSubstr("it holds songs"));
+  EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--bank", u"missing.sf2"}), 1);
+  EXPECT_THAT(console.error, testing::HasSubstr("missing.sf2: Could not open file"));
+  EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--voices", u"0"}), 2);
+  console.onPoll = [](int) { return true; };
+  EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--bank", u"bank.sf2"}), 130);
+}
+
+TEST_F(RenderCommand, AMissingDefaultBankLeavesSilence) {
+  EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--set", u"mid2wav.wszGMBank=nowhere.sf2"}), 0);
+  EXPECT_THAT(console.error, testing::HasSubstr("Could not open the default GM/GS collection!"));
+}
+
+}  // namespace
+}  // namespace tervo::test
