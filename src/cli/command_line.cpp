@@ -24,9 +24,9 @@ constexpr const char* versionText = "tervo 12.9.0 (Tervo Studio)";
 
 // CLI11 works on 8-bit strings; what it collects is turned into a CommandLine afterwards.
 struct Collected {
-  std::vector<std::string> files, answers, sets, banks;
+  std::vector<std::string> files, items, answers, sets, banks;
   std::map<const OptionInfo*, std::string> operationOptions;
-  std::string target, format, item, coding, report, key, value, rawFormat, rawOrder;
+  std::string target, format, coding, report, key, value, rawFormat, rawOrder;
   double rate = 0;
   int channels = 0;
   std::optional<double> rawRate;
@@ -143,8 +143,10 @@ void addWriteOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_option("--channels", got.channels, "convert the channel count")
       ->type_name("1|2")
       ->check(unmentioned(CLI::Range(1, 2)));
-  app.add_option("--item", got.item, "save one item, counted from 0: waveform:0, instrument:3, song:0")
+  app.add_option("--item", got.items, "save this item (may be repeated), counted from 0: waveform:0, instrument:3, song:0")
       ->type_name("KIND:N")
+      ->expected(1)
+      ->take_all()
       ->check(checkItem);
   app.add_flag("--report", got.reportWanted, "say what was lost, on standard error; --report=FILE: in a file");
   app.add_option("--report-file", got.report)->group("");
@@ -321,6 +323,7 @@ RawRequest rawRequest(const Collected& got) {
 
 void complete(CommandLine& line, const Collected& got) {
   for (const std::string& file : got.files) line.files.push_back(named(file));
+  line.items = texts(got.items);
   line.answers = texts(got.answers);
   line.sets = texts(got.sets);
   line.target = named(got.target);
@@ -328,7 +331,6 @@ void complete(CommandLine& line, const Collected& got) {
   line.settingValue = fromPathBytes(got.value);
   line.raw = rawRequest(got);
   if (!got.format.empty()) line.format = fromPathBytes(got.format);
-  if (!got.item.empty()) line.item = fromPathBytes(got.item);
   line.save.coding = codingNamed(got.coding);
   if (!line.save.coding) line.save.format = writtenFormatNamed(got.coding);
   if (got.rate > 0) line.save.sampleRate = got.rate;

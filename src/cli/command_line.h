@@ -58,7 +58,7 @@ struct CommandLine {
   bool forceRaw = false;
   bool rawModel = false;  ///< items as their codec made them
   std::optional<Text> format;
-  std::optional<Text> item;
+  std::vector<Text> items;    ///< "KIND:N"
   std::vector<Text> answers;  ///< "yes", "no" or "TEXT=BUTTON"
   std::vector<Text> sets;     ///< "KEY=VALUE", for this run
   ReportOutput report = ReportOutput::none;

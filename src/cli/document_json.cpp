@@ -38,16 +38,19 @@ Json tagsJson(const Tags& tags) {
   return object;
 }
 
-Json loopJson(const Marker& loop) {
-  return {{"name", utf8(loop.name)},
+// Regions select a marker by its number.
+Json loopJson(const Marker& loop, std::size_t number) {
+  return {{"number", number},
+          {"name", utf8(loop.name)},
           {"type", loopTypeName(loop.loopType)},
           {"start", loop.start},
           {"end", loop.end},
           {"count", loop.loopCount}};
 }
 
-Json markerJson(const Marker& marker) {
-  return {{"name", utf8(marker.name)},
+Json markerJson(const Marker& marker, std::size_t number) {
+  return {{"number", number},
+          {"name", utf8(marker.name)},
           {"type", marker.type == MarkerType::section ? "Section" : "Position"},
           {"start", marker.start},
           {"end", marker.end}};
@@ -123,12 +126,13 @@ std::string dumped(const Json& json) {
 
 Json waveformJson(const Waveform& waveform) {
   Json loops = Json::array(), markers = Json::array();
+  std::size_t number = 0;
   for (const Marker& marker : waveform.markers) {
-    if (marker.type == MarkerType::loop) {
-      loops.push_back(loopJson(marker));
-    } else {
-      markers.push_back(markerJson(marker));
-    }
+    ++number;
+    if (marker.type == MarkerType::loop)
+      loops.push_back(loopJson(marker, number));
+    else
+      markers.push_back(markerJson(marker, number));
   }
   return {{"name", utf8(waveform.name)},
           {"sampleRate", waveform.sampleRate},

@@ -48,7 +48,7 @@ std::string operationText(const Operation& operation) {
   return text;
 }
 
-/// The items of the operation's kind: the one that "--item" names, without it all.
+/// The items of the operation's kind: those that "--item" names, without it all. None where one is not there.
 std::vector<Item*> itemsToProcess(const CommandLine& line, const Collection& collection) {
   std::vector<Item*> items;
   const auto add = [&](ItemKind kind, const auto& list) {
@@ -58,11 +58,15 @@ std::vector<Item*> itemsToProcess(const CommandLine& line, const Collection& col
   add(ItemKind::waveform, collection.waveforms());
   add(ItemKind::instrument, collection.instruments());
   add(ItemKind::song, collection.songs());
-  if (const auto name = line.item ? itemNamed(*line.item) : std::nullopt) {
-    const bool isThere = name->kind == line.operation->kind && name->index < items.size();
-    items = isThere ? std::vector{items[name->index]} : std::vector<Item*>{};
+  if (line.items.empty()) return items;
+  std::vector<Item*> named;
+  for (const Text& text : line.items) {
+    const auto name = itemNamed(text);
+    const bool isThere = name && name->kind == line.operation->kind && name->index < items.size();
+    if (!isThere) return {};
+    named.push_back(items[name->index]);
   }
-  return items;
+  return named;
 }
 
 bool process(Run& run, const Collection& collection) {

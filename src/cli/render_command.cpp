@@ -24,7 +24,7 @@ int runRender(CommandLine line, Console& console, const Settings& settings) {
   Text hint;
   const FormatIndex row = waveformRow(line, hint);
   if (row == noFormat) return console.failure(line.target.shown, hint), exitFailed;
-  if (!line.item) line.item = u"song:0";
+  if (line.items.empty()) line.items = {u"song:0"};
   Run run{line, console, settings};
   Collection collection;
   if (!openAll(run, collection) || !saveDocument(run, collection, row)) return run.failureStatus();

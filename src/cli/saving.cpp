@@ -3,8 +3,10 @@
 #include <algorithm>
 
 #include "base/last_error.h"
+#include "base/memory_guard.h"
 #include "cli/selection.h"
 #include "cli/song_rendering.h"
+#include "core/history/collection_part.h"
 #include "formats/save_flow.h"
 #include "platform/file.h"
 
@@ -23,14 +25,28 @@ bool reportHidesAFile(const CommandLine& line) {
   return true;
 }
 
+namespace {
+
+/// One as it is, several as a document of their own.
+bool saveItems(const Collection& collection, const std::vector<const Item*>& items, FormatIndex row, TextView path,
+               const SaveContext& context) {
+  if (items.size() == 1) return SaveItem(items[0], row, path, context);
+  return guardMemory([&] {
+    const auto part = partOf(collection, items);
+    return SaveItem(part.get(), row, path, context);
+  });
+}
+
+}  // namespace
+
 bool saveDocument(Run& run, const Collection& collection, FormatIndex row) {
   Text hint;
-  const Item* item = chosenItem(run.line, collection, row, hint);
+  const auto items = chosenItems(run.line, collection, row, hint);
   const SaveContext context{run.host, run.report, run.settings, run.line.save,
                             run.line.overwrite ? Overwrite::allowed : Overwrite::refused};
   SongRendering rendering(run, collection);
   run.host.setSongRenderer([&](const Song& song) { return rendering.render(song); });
-  const bool saved = item && SaveItem(item, row, run.line.target.path, context);
+  const bool saved = !items.empty() && saveItems(collection, items, row, run.line.target.path, context);
   run.host.setSongRenderer(nullptr);
   if (saved) return true;
   run.host.endProgress();

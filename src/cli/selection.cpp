@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 
 #include "base/last_error.h"
@@ -71,6 +72,11 @@ Text countsOf(const Collection& collection) {
                               collection.songs().size()));
 }
 
+std::vector<const Item*> noneSelected() {
+  setLastErrorText(u"No item selected");
+  return {};
+}
+
 }  // namespace
 
 FormatIndex chosenRow(const CommandLine& line, Text& hint) {
@@ -103,19 +109,23 @@ std::optional<ItemName> itemNamed(TextView text) {
   return std::nullopt;
 }
 
-const Item* chosenItem(const CommandLine& line, const Collection& collection, FormatIndex row, Text& hint) {
-  if (const auto name = line.item ? itemNamed(*line.item) : std::nullopt) {
-    const Item* item = itemAt(collection, *name);
-    if (!item) hint = u"there is no " + *line.item + u"; " + countsOf(collection);
-    return item ? item : fail(u"No item selected");
+std::vector<const Item*> chosenItems(const CommandLine& line, const Collection& collection, FormatIndex row,
+                                     Text& hint) {
+  std::vector<const Item*> items;
+  for (const Text& text : line.items) {
+    const auto name = itemNamed(text);
+    const Item* item = name ? itemAt(collection, *name) : nullptr;
+    if (!item) return hint = u"there is no " + text + u"; " + countsOf(collection), noneSelected();
+    if (std::find(items.begin(), items.end(), item) == items.end()) items.push_back(item);
   }
+  if (!items.empty()) return items;
   const FormatDescriptor& descriptor = *rowAt(row);
-  if (descriptor.kindMask & kindBit(ItemKind::collection)) return &collection;
-  const auto items = itemsFor(descriptor, collection);
-  if (items.empty()) return &collection;  // for saving to say what is wrong with it
-  if (items.size() == 1) return items[0];
+  if (descriptor.kindMask & kindBit(ItemKind::collection)) return {&collection};
+  items = itemsFor(descriptor, collection);
+  if (items.empty()) return {&collection};  // for saving to say what is wrong with it
+  if (items.size() == 1) return items;
   hint = countsOf(collection) + u"; choose one with --item KIND:N";
-  return fail(u"No item selected");
+  return noneSelected();
 }
 
 }  // namespace tervo::cli

@@ -10,9 +10,10 @@ namespace tervo::cli {
 /// where several fit. noFormat with LastErrorText when there is none; `hint` then says what the user can do.
 FormatIndex chosenRow(const CommandLine& line, Text& hint);
 
-/// The item to save in that row. Null with LastErrorText and a hint: "No item selected" where "--item" names nothing,
-/// or several items could be meant.
-const Item* chosenItem(const CommandLine& line, const Collection& collection, FormatIndex row, Text& hint);
+/// The items to save in that row: those of "--item", or else the one that is meant. None with LastErrorText and a hint:
+/// "No item selected" where "--item" names nothing, or several items could be meant.
+std::vector<const Item*> chosenItems(const CommandLine& line, const Collection& collection, FormatIndex row,
+                                     Text& hint);
 
 /// "--item" taken apart. Nothing when the text is not of that form.
 struct ItemName {

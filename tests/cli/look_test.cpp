@@ -59,7 +59,7 @@ TEST_F(LookCommands, InfoShowsTheDocument) {
   waveform.erase("tags");
   EXPECT_EQ(waveform, json::parse(R"({"name": "tone", "sampleRate": 8000, "channels": 1, "frames": 4, "bits": 16,
       "sampleFormat": "PCM 16-bit", "sampleCoding": "PCM 16-bit", "rootKey": 61, "fineTune": 0, "gain": 0,
-      "loops": [{"name": "", "type": "Forward", "start": 1, "end": 3, "count": 7}], "markers": []})"));
+      "loops": [{"number": 1, "name": "", "type": "Forward", "start": 1, "end": 3, "count": 7}], "markers": []})"));
   EXPECT_EQ(file["instruments"], json::array());
   EXPECT_EQ(file["songs"], json::array());
   EXPECT_EQ(file["report"], json::array());

@@ -155,7 +155,7 @@ void BankLoader::loadChunk(const Chunk& chunk) {
 
 }  // namespace
 
-std::optional<Bank> loadBank(std::shared_ptr<const ByteSource> source, Tags& tags, LossTally& losses) {
+std::unique_ptr<Bank> loadBank(std::shared_ptr<const ByteSource> source, Tags& tags, LossTally& losses) {
   std::array<std::byte, formHeaderBytes> head{};
   source->readAt(0, head);
   ByteReader reader(head);
@@ -164,10 +164,9 @@ std::optional<Bank> loadBank(std::shared_ptr<const ByteSource> source, Tags& tag
   const FourCC type = reader.fourCC();
   if (form != FourCC("RIFF") || (type != FourCC("sfbk") && type != FourCC("sfpk")))
     return fail(u"Not a SoundFont2 file");
-  Bank bank;
-  bank.source = std::move(source);
-  if (!BankLoader(bank, tags, losses).load(formSize)) return std::nullopt;
-  return bank;
+  auto bank = std::make_unique<Bank>();
+  bank->source = std::move(source);
+  return BankLoader(*bank, tags, losses).load(formSize) ? std::move(bank) : nullptr;
 }
 
 }  // namespace tervo::sf2

@@ -2,7 +2,6 @@
 // The chunks of a SoundFont bank, found and loaded; their records are not interpreted here.
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include "base/byte_source.h"
@@ -38,8 +37,8 @@ struct Bank {
   ZoneRecords presetZones, instrumentZones;
 };
 
-/// Loads everything but the samples, and the texts of "INFO" into `tags`. Nothing with "Not a SoundFont2 file" or "Not
+/// Loads everything but the samples, and the texts of "INFO" into `tags`. Null with "Not a SoundFont2 file" or "Not
 /// a Sound Font v2.x file".
-std::optional<Bank> loadBank(std::shared_ptr<const ByteSource> source, Tags& tags, LossTally& losses);
+std::unique_ptr<Bank> loadBank(std::shared_ptr<const ByteSource> source, Tags& tags, LossTally& losses);
 
 }  // namespace tervo::sf2

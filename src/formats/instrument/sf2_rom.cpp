@@ -19,9 +19,9 @@ bool wantsRom(Host& host) {
                    buttons, 1}) == 0;
 }
 
-std::optional<sf2::Bank> openRomBank(TextView path) {
+std::unique_ptr<sf2::Bank> openRomBank(TextView path) {
   const auto source = platform::InputFile::open(path);
-  if (!source) return std::nullopt;
+  if (!source) return nullptr;
   Tags ignoredTags;
   LossTally ignoredLosses;
   auto bank = sf2::loadBank(source, ignoredTags, ignoredLosses);

@@ -24,7 +24,7 @@ class RomSamples {
 
   const SourceFile& file_;
   bool looked_ = false;
-  std::optional<Bank> bank_;
+  std::unique_ptr<Bank> bank_;
 };
 
 }  // namespace sf2

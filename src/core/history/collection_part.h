@@ -1,0 +1,16 @@
+#pragma once
+// Some items of a document as a document of their own, for saving several at once.
+
+#include <memory>
+#include <vector>
+
+#include "core/collection.h"
+
+namespace tervo {
+
+/// Copies of the chosen instruments, waveforms and songs, and of the waveforms that chosen instruments play, in display
+/// order, under the name and with the tags of the whole. Samples are shared. The copies have identifiers of their own.
+/// Document thread; throws std::bad_alloc.
+std::unique_ptr<Collection> partOf(const Collection& collection, const std::vector<const Item*>& chosen);
+
+}  // namespace tervo
