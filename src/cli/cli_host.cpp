@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "platform/path.h"
+
 namespace tervo::cli {
 namespace {
 
@@ -28,6 +30,14 @@ std::optional<std::size_t> refusal(const Question& question) {
 }
 
 }  // namespace
+
+CliHost::CliHost(Console& console, const CommandLine& line) : console_(console), line_(line) {
+  for (const Text& answer : line.answers) {
+    const std::size_t equals = answer.find(u'=');
+    if (equals == Text::npos || equals + 1 == answer.size()) continue;
+    files_.emplace_back(answer.substr(0, equals), platform::absolute(TextView(answer).substr(equals + 1)));
+  }
+}
 
 void CliHost::showStatus(TextView text) {
   if (line_.quiet || !console_.isTerminal()) return;
@@ -60,6 +70,17 @@ std::size_t CliHost::ask(const Question& question) {
     console_.err(fmt::format("{}\n  -> {}\n", toUtf8(question.text), toUtf8(plainLabel(question.buttons[button]))));
   }
   return button;
+}
+
+std::optional<Text> CliHost::locateFile(const FileRequest& request) {
+  const auto file = std::find_if(files_.begin(), files_.end(),
+                                 [&](const auto& each) { return request.title.find(each.first) != TextView::npos; });
+  const bool isNamed = file != files_.end();
+  if (!line_.quiet) {
+    endProgress();
+    console_.err(fmt::format("{}\n  -> {}\n", toUtf8(request.title), isNamed ? printable(file->second) : "none"));
+  }
+  return isNamed ? std::optional(file->second) : std::nullopt;
 }
 
 std::size_t chosenButton(const Question& question, std::span<const Text> answers) {

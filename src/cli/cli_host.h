@@ -12,12 +12,14 @@ namespace tervo::cli {
 
 class CliHost final : public Host {
  public:
-  CliHost(Console& console, const CommandLine& line) : console_(console), line_(line) {}
+  /// Before a file is opened, because that may move to its folder.
+  CliHost(Console& console, const CommandLine& line);
   ~CliHost() override { endProgress(); }
 
   void showStatus(TextView text) override;
   bool progress(double fraction) override;
   std::size_t ask(const Question& question) override;
+  std::optional<Text> locateFile(const FileRequest& request) override;
   std::unique_ptr<Waveform> renderSong(const Song& song) override;
 
   /// Who renders songs, while a command may have to.
@@ -34,6 +36,8 @@ class CliHost final : public Host {
   Console& console_;
   const CommandLine& line_;
   SongRenderer songRenderer_;
+  /// What the answers say where they name a file, and that file.
+  std::vector<std::pair<Text, Text>> files_;
   int shownPercent_ = -1;
 };
 

@@ -128,7 +128,7 @@ void addReadOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_flag("--raw-unsigned", got.rawUnsigned, "raw data: integers are unsigned");
   app.add_option("--raw-offset", got.rawOffset, "raw data: bytes to skip")->type_name("BYTES");
   app.add_option("--answer", got.answers, "answers a question in advance")
-      ->type_name("yes|no|TEXT=BUTTON")
+      ->type_name("yes|no|TEXT=BUTTON|TEXT=FILE")
       ->expected(1)
       ->take_all();
 }
@@ -143,7 +143,8 @@ void addWriteOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_option("--channels", got.channels, "convert the channel count")
       ->type_name("1|2")
       ->check(unmentioned(CLI::Range(1, 2)));
-  app.add_option("--item", got.items, "save this item (may be repeated), counted from 0: waveform:0, instrument:3, song:0")
+  app.add_option("--item", got.items,
+                 "save this item (may be repeated), counted from 0: waveform:0, instrument:3, song:0")
       ->type_name("KIND:N")
       ->expected(1)
       ->take_all()

@@ -59,7 +59,7 @@ struct CommandLine {
   bool rawModel = false;  ///< items as their codec made them
   std::optional<Text> format;
   std::vector<Text> items;    ///< "KIND:N"
-  std::vector<Text> answers;  ///< "yes", "no" or "TEXT=BUTTON"
+  std::vector<Text> answers;  ///< "yes", "no", "TEXT=BUTTON" or "TEXT=FILE"
   std::vector<Text> sets;     ///< "KEY=VALUE", for this run
   ReportOutput report = ReportOutput::none;
   NamedFile reportFile;

@@ -40,12 +40,8 @@ Json tagsJson(const Tags& tags) {
 
 // Regions select a marker by its number.
 Json loopJson(const Marker& loop, std::size_t number) {
-  return {{"number", number},
-          {"name", utf8(loop.name)},
-          {"type", loopTypeName(loop.loopType)},
-          {"start", loop.start},
-          {"end", loop.end},
-          {"count", loop.loopCount}};
+  return {{"number", number},    {"name", utf8(loop.name)}, {"type", loopTypeName(loop.loopType)},
+          {"start", loop.start}, {"end", loop.end},         {"count", loop.loopCount}};
 }
 
 Json markerJson(const Marker& marker, std::size_t number) {

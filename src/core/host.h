@@ -19,6 +19,12 @@ struct Question {
   std::size_t safeButton;  ///< the answer that loses nothing, taken when nobody can be asked
 };
 
+/// A file that the user is asked for.
+struct FileRequest {
+  TextView title;    ///< "Please locate 1mgm.sf2"
+  TextView pattern;  ///< which files are offered: "*.sf2"
+};
+
 /// Called on the document thread, progress() also from workers of a long operation.
 class Host {
  public:
@@ -30,7 +36,7 @@ class Host {
   /// The index of the chosen button.
   virtual std::size_t ask(const Question& question) { return question.safeButton; }
   /// A file that an instrument names and that is not where it should be; nothing when it stays missing.
-  virtual std::optional<Text> locateFile(TextView /*path*/) { return std::nullopt; }
+  virtual std::optional<Text> locateFile(const FileRequest&) { return std::nullopt; }
   /// Renders a song to a waveform. Null with LastErrorText set ("Failed to render synth to wave", "Save aborted!").
   virtual std::unique_ptr<Waveform> renderSong(const Song& song);
 };

@@ -62,6 +62,42 @@ TEST_F(Convert, CodingAndRateOfTheTarget) {
   }
 }
 
+TEST_F(Convert, SavesSeveralItemsTogether) {
+  for (const Text name : {u"a", u"b"}) {
+    const Text source = name == u"a" ? u"a.sw" : u"b.sb";
+    ASSERT_EQ(run({u"convert", source, u"-o", name + u".sf2", u"--item", u"waveform:0"}), 0) << console.error;
+  }
+  const auto names = [](const nlohmann::json& items) {
+    std::vector<std::string> all;
+    for (const auto& item : items) all.push_back(item["name"]);
+    return all;
+  };
+  using Names = std::vector<std::string>;
+  const struct {
+    std::vector<Text> items;
+    Names instruments, waveforms;
+  } cases[] = {{{}, {"a", "b"}, {"a", "b", "a"}},
+               {{u"instrument:0", u"instrument:1"}, {"a", "b"}, {"a", "b"}},
+               {{u"waveform:2", u"instrument:1", u"waveform:2"}, {"b"}, {"b", "a"}},
+               {{u"waveform:2", u"waveform:0"}, {}, {"a", "a"}}};
+  for (const auto& [items, instruments, waveforms] : cases) {
+    std::vector<Text> arguments = {u"convert",    u"a.sf2",
+                                   u"b.sf2",      u"a.sw",
+                                   u"-o",         u"several.sf2",
+                                   u"--set",      u"load.bAutoRemoveDupWaves=0",
+                                   u"--set",      u"load.bEnsureUniqueNames=0",
+                                   u"--overwrite"};
+    for (const Text& item : items) arguments.insert(arguments.end(), {u"--item", item});
+    ASSERT_EQ(run(arguments), 0) << console.error;
+    ASSERT_EQ(run({u"info", u"--json", u"--raw-model", u"several.sf2"}), 0) << console.error;
+    EXPECT_EQ(names(json()[0]["instruments"]), instruments);
+    EXPECT_EQ(names(json()[0]["waveforms"]), waveforms);
+  }
+  EXPECT_EQ(run({u"convert", u"a.sf2", u"b.sf2", u"-o", u"x.sb", u"--item", u"waveform:0", u"--item", u"waveform:1"}),
+            1);
+  EXPECT_NE(console.error.find("The file format can not save this item"), std::string::npos) << console.error;
+}
+
 TEST_F(Convert, SaysWhatIsWrongAndLeavesNothing) {
   const struct {
     std::vector<Text> arguments;

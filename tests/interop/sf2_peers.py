@@ -197,8 +197,8 @@ def cents_apart(a, b):
     return 1200 * abs(numpy.log2(1 + numpy.average(drift, weights=strength[bins])))
 
 
-def sound_faults(original, path, copy, presets, faults):
-    before, after = Player(original), Player(copy)
+def sound_faults(original, copy, presets):
+    before, after, faults = Player(original), Player(copy), []
     for preset in presets:
         for key in (36, 60, 84):
             for velocity in (32, 80, 127):
@@ -219,7 +219,7 @@ def compare(name, presets):
     result(f"{name}: zones of the copy", copy_faults(bank, written))
     result(f"{name}: sample words of the copy", word_faults(bank, written))
     chosen = bank.presets[::max(1, len(bank.presets) // presets)][:presets]
-    result(f"{name}: sound of the copy", sound_faults(path, None, copy, chosen, []))
+    result(f"{name}: sound of the copy", sound_faults(path, copy, chosen))
     os.remove(copy)
 
 

@@ -32,15 +32,17 @@ std::optional<Range> common(const ZoneValues& a, const ZoneValues& b, Gen genera
   return Range{std::max(one->low, other->low), std::min(one->high, other->high)};
 }
 
-int16_t sum(int16_t a, int16_t b) {
-  return static_cast<int16_t>(std::clamp(a + b, -32768, 32767));
-}
-
-ZoneValues summed(const ZoneValues& instrument, const ZoneValues& preset) {
+ZoneValues summed(const ZoneValues& instrument, const ZoneValues& preset, LossTally& losses) {
   ZoneValues values = instrument;
+  const auto add = [&losses](int16_t& to, int16_t amount) {
+    const int sum = to + amount, held = std::clamp(sum, -32768, 32767);
+    if (sum != held)
+      losses.approximated(u"sum of a preset's and an instrument's amount", numberText(sum), numberText(held));
+    to = static_cast<int16_t>(held);
+  };
   for (std::size_t i = 0; i < generatorCount; ++i)
-    if (isSummed(i)) values.generators[i] = sum(values.generators[i], preset.generators[i]);
-  for (std::size_t i = 0; i < slotCount; ++i) values.slots[i] = sum(values.slots[i], preset.slots[i]);
+    if (isSummed(i)) add(values.generators[i], preset.generators[i]);
+  for (std::size_t i = 0; i < slotCount; ++i) add(values.slots[i], preset.slots[i]);
   return values;
 }
 
@@ -51,7 +53,8 @@ void noteLosses(const std::vector<ClippedRow>& clipped, LossTally& losses) {
 
 /// Rows that a preset's global zone says: those in which it differs from a zone that says nothing.
 ArticulationSet globalRows(const ZoneValues& global) {
-  const ArticulationSet rows = articulationOf(summed(instrumentDefaults(), global));
+  LossTally whatItsZonesReport;
+  const ArticulationSet rows = articulationOf(summed(instrumentDefaults(), global, whatItsZonesReport));
   const ArticulationSet usual = articulationOf(instrumentDefaults());
   ArticulationSet said;
   for (const auto& [row, value] : rows.entries())
@@ -181,7 +184,8 @@ class PresetReader {
 
   void addRegion(LayerMaker& layers, const ZoneValues& zone, const ZoneValues& preset, LossTally& losses) {
     const auto keys = common(zone, preset, Gen::keyRange), velocities = common(zone, preset, Gen::velocityRange);
-    if (!keys || !velocities) return;
+    if (!keys || !velocities)
+      return losses.dropped(u"zone of an instrument", u"the preset plays none of its keys or velocities");
     Waveform* waveform = waveformOf(zone);
     if (!waveform) return losses.dropped(u"zone", u"its sample is not there");
     ++regions_;
@@ -189,7 +193,7 @@ class PresetReader {
     Region& region = layers.add(*keys, *velocities, sample, bank_.samples[sample]);
     region.waveform = waveform->id();
     std::vector<ClippedRow> clipped;
-    region.articulation = articulationOf(summed(zone, preset), &clipped);
+    region.articulation = articulationOf(summed(zone, preset, losses), &clipped);
     noteLosses(clipped, losses);
     setPlayback(region, *waveform, zone, losses);
     if (const auto group = static_cast<uint16_t>(zone[Gen::exclusiveClass]); group != 0)

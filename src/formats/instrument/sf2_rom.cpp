@@ -44,7 +44,8 @@ void RomSamples::find(LossTally& losses) {
   const SilentFailures silent;
   bank_ = openRomBank(platform::join(platform::currentFolder(), romFile));
   if (bank_) return;
-  if (const auto chosen = file_.host.locateFile(romFile)) bank_ = openRomBank(*chosen);
+  const auto chosen = file_.host.locateFile({u"Please locate 1mgm.sf2", u"*.sf2"});
+  if (chosen) bank_ = openRomBank(*chosen);
   if (bank_) return;
   file_.host.showStatus(u"Invalid 1mgm.sf2 - skipping ROM");
   losses.dropped(u"ROM samples", u"Invalid 1mgm.sf2 - skipping ROM");

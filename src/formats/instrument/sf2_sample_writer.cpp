@@ -1,7 +1,6 @@
 #include "formats/instrument/sf2_sample_writer.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 
 #include "base/last_error.h"
@@ -12,7 +11,6 @@ namespace tervo::sf2 {
 namespace {
 
 constexpr std::size_t blockFrames = 32768;
-constexpr std::array<std::byte, 2 * wordsBetweenSamples> silence{};
 
 /// A part of the whole for work that counts its own progress from 0 to 1.
 class PartOfProgress final : public Host {
@@ -56,9 +54,11 @@ class SampleDataWriter {
           static_cast<double>(framesOf(sample)) * (part == Part::words ? 1 : 0.5) / std::max(total_, 1.0);
       PartOfProgress progress(host_, done_, share);
       if (sample.frames && !writeSample(*sample.frames, part, progress)) return false;
-      writer_.bytes(std::span(silence).first(part == Part::words ? silence.size() : wordsBetweenSamples));
+      writer_.zeros((part == Part::words ? 2 : 1) * wordsBetweenSamples);
       done_ += share;
     }
+    // The size of "sm24" itself is even: readers compare it with that of "smpl" (SoundFont 2.04, section 6.2).
+    if (writer_.position() % 2 == 1) writer_.u8(0);
     return writer_.ok();
   }
 
@@ -72,7 +72,7 @@ class SampleDataWriter {
     }
     if (isStored16(data)) {
       if (part == Part::words) return writeSamples(writer_.sink(), data, formatWord(SampleFormat::pcm16), progress);
-      writeZeros(frames);
+      writer_.zeros(static_cast<std::size_t>(frames));
       return writer_.ok() && proceed(progress);
     }
     return convert(data, part, progress);
@@ -81,11 +81,6 @@ class SampleDataWriter {
   static bool isStored16(const SampleData& data) {
     const StoredSamples* stored = data.stored();
     return stored && stored->genericPcm && formatOf(stored->format) == SampleFormat::pcm16;
-  }
-
-  void writeZeros(uint64_t count) {
-    for (; count > 0 && writer_.ok(); count -= std::min<uint64_t>(count, silence.size()))
-      writer_.bytes(std::span(silence).first(static_cast<std::size_t>(std::min<uint64_t>(count, silence.size()))));
   }
 
   static bool proceed(Host& progress) { return progress.progress(1) || fail(u"Save aborted!"); }

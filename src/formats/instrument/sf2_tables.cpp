@@ -1,5 +1,7 @@
 #include "formats/instrument/sf2_tables.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -182,7 +184,7 @@ std::optional<uint16_t> BankTables::instrumentOf(const LayerZones& layer, TextVi
   if (const auto known = known_.find(key); known != known_.end()) return known->second;
 
   const auto index = static_cast<uint16_t>(instruments_.size());
-  const std::string ending = number == 0 ? std::string() : "/" + std::to_string(number + 1);
+  const std::string ending = number == 0 ? std::string() : fmt::format("/{}", number + 1);
   ConversionReport ofNoInterest;
   instruments_.push_back({recordName(name, ending, ofNoInterest), static_cast<uint16_t>(instrumentZones_.bags.size())});
   if (layer.global != instrumentDefaults()) appendZone(layer.global, instrumentDefaults(), instrumentZones_);

@@ -1,6 +1,7 @@
 #pragma once
 // Reads the zones of presets and instruments: the generators and modulators between one bag and the next.
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -14,8 +15,8 @@ struct BagSpan {
   std::size_t first = 0, end = 0;
 };
 
-/// The bags of each record: from its first to that of the next. Records whose bags run backwards or overlap those of
-/// others before them have none.
+/// The bags of each record: from its first to that of the next, or to the last that there is. Records whose bags run
+/// backwards or overlap those of others before them have none.
 template <typename Record>
 std::vector<BagSpan> bagSpans(const std::vector<Record>& records, std::size_t end, LossTally& losses) {
   std::vector<BagSpan> spans(records.size());
@@ -23,12 +24,11 @@ std::vector<BagSpan> bagSpans(const std::vector<Record>& records, std::size_t en
   for (std::size_t i = 0; i < records.size(); ++i) {
     const std::size_t first = records[i].firstBag;
     const std::size_t next = i + 1 < records.size() ? std::size_t{records[i + 1].firstBag} : end;
-    if (first < reached || next < first || next > end) {
-      losses.dropped(u"zones", u"their indices are out of order");
-      continue;
-    }
-    spans[i] = {first, next};
-    reached = next;
+    const bool isSound = first >= reached && first <= std::min(next, end);
+    if (!isSound || next > end) losses.dropped(u"zones", u"their indices are out of order");
+    if (!isSound) continue;
+    spans[i] = {first, std::min(next, end)};
+    reached = spans[i].end;
   }
   return spans;
 }

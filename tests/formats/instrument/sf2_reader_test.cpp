@@ -162,8 +162,26 @@ const BrokenCase brokenCases[] = {
     {"bags run backwards", [](BankBuilder& bank) { bank.phdr.text("B").add(uint32_t{0}, uint16_t{0}).text("", 12); },
      1},
     {"bags out of range", [](BankBuilder& bank) { bank.phdr.text("B").add(uint32_t{0}, uint16_t{500}).text("", 12); },
-     0},
-    {"generators out of range", [](BankBuilder& bank) { bank.ibag.add(uint16_t{60000}, uint16_t{0}); }, 0},
+     1},
+    {"generators out of range", [](BankBuilder& bank) { bank.ibag.add(uint16_t{60000}, uint16_t{0}); }, 1},
+    {"modulators out of range", [](BankBuilder& bank) { bank.ibag.add(uint16_t{2}, uint16_t{60000}); }, 1},
+    {"two presets of one number",
+     [](BankBuilder& bank) {
+       bank.preset("Preset", 5, 3, {{{{41, 0}}}});
+     },
+     2},
+    {"a preset's global zone behind another one",
+     [](BankBuilder& bank) {
+       bank.preset("B", 6, 0, {{{{41, 0}}}, {{{48, 900}}}});
+     },
+     2},
+    {"no samples", [](BankBuilder& bank) { bank.shdr = {}; }, 0, 0},
+    {"links that do not lead back",
+     [](BankBuilder& bank) {
+       bank.sample({.link = 2, .type = 4}).sample({.link = 1, .type = 4}).sample({.link = 3, .type = 2});
+       bank.instrument("B", {playing(1), playing(2), playing(3)}).preset("B", 1, 0, {{{{41, 1}}}});
+     },
+     4, 4},
     {"a remainder", [](BankBuilder& bank) { bank.shdr.text("x", 7); }, 1},
     {"unknown generator",
      [](BankBuilder& bank) {
@@ -232,7 +250,7 @@ class RomHost final : public Host {
  public:
   explicit RomHost(Text path) : path_(std::move(path)) {}
   std::size_t ask(const Question& question) override { return ++questions, uses ? 0 : question.safeButton; }
-  std::optional<Text> locateFile(TextView name) override { return asked = name, path_; }
+  std::optional<Text> locateFile(const FileRequest& request) override { return asked = request.title, path_; }
   bool uses = true;
   int questions = 0;
   Text asked;
@@ -253,7 +271,7 @@ TEST(Sf2Reader, takesRomSamplesFromTheBankThatHasThem) {
   RomHost host(folder.text(u"rom.sf2"));
   const ReadBank used(builder.build(), host);
   EXPECT_EQ(host.questions, 1);
-  EXPECT_EQ(host.asked, u"1mgm.sf2");
+  EXPECT_EQ(host.asked, u"Please locate 1mgm.sf2");
   EXPECT_EQ(used.collection.waveforms().size(), 1u);  // the other bank has no second one
   EXPECT_EQ(used.instrument(0).regionCount(), 1u);
 

@@ -1,0 +1,75 @@
+// SoundFont banks of any content: read, every sample streamed to its end, written, and read again. What was written
+// must read as the same bank, which is written as the same bytes.
+
+#include <cstdlib>
+#include <vector>
+
+#include "formats/instrument/sf2_reader.h"
+#include "formats/instrument/sf2_writer.h"
+#include "formats/save_flow.h"
+
+namespace {
+
+using namespace tervo;
+
+struct Document {
+  Host host;
+  ConversionReport report;
+  Settings settings;
+  Collection collection;
+
+  bool read(std::vector<std::byte> bytes) {
+    return readSf2(collection, {std::make_shared<MemorySource>(std::move(bytes)), u"a.sf2", host, report, settings}, 0);
+  }
+  bool write(std::vector<std::byte>& bytes) {
+    MemorySink sink;
+    TargetFile file{sink, u"b.sf2", host, report, settings, FormatTable()[392], {}};
+    const bool ok = writeSf2(collection, file, 0);
+    bytes = sink.take();
+    return ok;
+  }
+};
+
+void readAllSamples(const Collection& collection) {
+  std::vector<float> frames(2048);
+  int64_t left = 1 << 20;
+  for (const auto& waveform : collection.waveforms()) {
+    const auto stream = waveform->samples ? waveform->samples->open() : nullptr;
+    for (int64_t count = 0; stream && left > 0;) {
+      const auto part = stream->read(frames);
+      if (!part) std::abort();
+      if (*part == 0 && count != waveform->frames()) std::abort();
+      if (*part == 0) break;
+      count += static_cast<int64_t>(*part);
+      left -= static_cast<int64_t>(*part);
+    }
+  }
+}
+
+std::size_t regionsOf(const Collection& collection) {
+  std::size_t count = 0;
+  for (const auto& instrument : collection.instruments()) count += instrument->regionCount();
+  return count;
+}
+
+int64_t framesOf(const Collection& collection) {
+  int64_t count = 0;
+  for (const auto& waveform : collection.waveforms()) count += waveform->frames();
+  return count;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const auto bytes = std::as_bytes(std::span(data, size));
+  Document first, again;
+  if (!first.read({bytes.begin(), bytes.end()})) return 0;
+  readAllSamples(first.collection);
+  // Many samples may be made of the same words.
+  if (regionsOf(first.collection) > 2000 || framesOf(first.collection) > 1 << 20) return 0;
+  std::vector<std::byte> written, writtenAgain;
+  if (!first.write(written)) return 0;
+  if (!again.read(written) || !again.write(writtenAgain) || written != writtenAgain) std::abort();
+  if (again.collection.instruments().size() != first.collection.instruments().size()) std::abort();
+  return 0;
+}

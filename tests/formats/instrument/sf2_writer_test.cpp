@@ -1,0 +1,400 @@
+// What stands in a bank that was written: by the layout and the units of the format, not by reading it as a document.
+
+#include <gtest/gtest.h>
+
+#include "core/levels.h"
+#include "core/parameter_table.h"
+#include "formats/instrument/sf2_articulation.h"
+#include "formats/instrument/sf2_bank.h"
+#include "tests/formats/flow_fixture.h"
+#include "tests/formats/instrument/sf2_builder.h"
+
+namespace tervo::test {
+namespace {
+
+using P = ParameterId;
+using sf2::Gen;
+
+/// A document with waveforms of 64 frames, for instruments to be built in.
+struct Document {
+  Collection collection;
+
+  explicit Document(int waveforms = 1) {
+    collection.name = u"Bank";
+    for (int i = 0; i < waveforms; ++i) add(u"Wave " + fromUtf8(std::to_string(i)), std::vector<float>(64, 0.25f));
+  }
+  Waveform& add(const Text& name, std::vector<float> frames, int channels = 1) {
+    return collection.add(waveformNamed(name, std::move(frames), channels));
+  }
+  Instrument& instrument(TextView name) {
+    auto& made = collection.add(std::make_unique<Instrument>());
+    made.name = name;
+    return made;
+  }
+  /// A region that says all that a bank says anyway.
+  Region& region(Layer& layer, std::size_t waveform = 0) const {
+    Region& made = layer.add(std::make_unique<Region>());
+    made.waveform = collection.waveforms()[waveform]->id();
+    made.articulation = sf2::articulationOf(sf2::instrumentDefaults());
+    return made;
+  }
+  Region& regionOf(Instrument& instrument, std::size_t waveform = 0) const {
+    return region(instrument.add(std::make_unique<Layer>()), waveform);
+  }
+};
+
+struct Records {
+  WrittenBank written;
+  std::unique_ptr<sf2::Bank> bank;
+
+  explicit Records(const Item& item, SaveOptions options = {}) : written(writeBank(item, options)) {
+    Tags tags;
+    LossTally losses;
+    if (written.ok) bank = sf2::loadBank(std::make_shared<MemorySource>(written.bytes), tags, losses);
+  }
+  static const sf2::GeneratorRecord* find(const sf2::ZoneRecords& zones, std::size_t bag, Gen generator) {
+    const std::size_t end =
+        bag + 1 < zones.bags.size() ? std::size_t{zones.bags[bag + 1].firstGenerator} : zones.generators.size();
+    for (std::size_t i = zones.bags[bag].firstGenerator; i < end; ++i)
+      if (zones.generators[i].generator == static_cast<uint16_t>(generator)) return &zones.generators[i];
+    return nullptr;
+  }
+  int instrumentAmount(std::size_t bag, Gen generator, int absent) const {
+    const auto* record = find(bank->instrumentZones, bag, generator);
+    return record ? int{record->amount} : absent;
+  }
+  int presetAmount(std::size_t bag, Gen generator, int absent) const {
+    const auto* record = find(bank->presetZones, bag, generator);
+    return record ? int{record->amount} : absent;
+  }
+  std::vector<int> words(std::size_t first, std::size_t count) const {
+    std::vector<int> values;
+    for (std::size_t i = 0; i < count; ++i) {
+      std::byte pair[2];
+      bank->source->readExactly(bank->wordsAt + 2 * (first + i), pair);
+      values.push_back(static_cast<int16_t>(std::to_integer<int>(pair[0]) | std::to_integer<int>(pair[1]) << 8));
+    }
+    return values;
+  }
+};
+
+TEST(Sf2Writer, layersThatAreEqualShareAnInstrument) {
+  Document document;
+  for (const TextView name : {u"One", u"Two"}) {
+    Instrument& instrument = document.instrument(name);
+    document.regionOf(instrument);
+    document.regionOf(instrument).articulation.set(P::masterVolume, -4);
+  }
+  const Records records(document.collection);
+  ASSERT_TRUE(records.bank);
+  EXPECT_EQ(records.bank->presets.size(), 2u);
+  ASSERT_EQ(records.bank->instruments.size(), 2u);
+  EXPECT_EQ(sf2::nameIn(records.bank->instruments[0].name), "One");
+  EXPECT_EQ(sf2::nameIn(records.bank->instruments[1].name), "One/2");
+  ASSERT_EQ(records.bank->presetZones.bags.size(), 5u);  // two zones each, and the end's
+  for (const std::size_t bag : {0u, 2u}) EXPECT_EQ(records.presetAmount(bag, Gen::instrument, -1), 0);
+  for (const std::size_t bag : {1u, 3u}) EXPECT_EQ(records.presetAmount(bag, Gen::instrument, -1), 1);
+  // A zone says only what is not usual: the sample, and 100 * 0.04 dB.
+  EXPECT_EQ(records.bank->instrumentZones.generators.size(), 1u + 2u + 1u);
+  EXPECT_EQ(records.instrumentAmount(1, Gen::attenuation, 0), 100);
+  EXPECT_EQ(records.bank->instrumentZones.modulators.size(), 1u);  // the end's
+}
+
+TEST(Sf2Writer, rowsOfAnInstrumentStandInGlobalZones) {
+  Document document;
+  Instrument& instrument = document.instrument(u"I");
+  instrument.articulation.set(P::panPosition, 0.5f);     // set again below: 250
+  instrument.articulation.set(P::masterVolume, -8);      // inherited: 200
+  instrument.articulation.set(P::velocityToVolume, 20);  // inherited: 500
+  Layer& layer = instrument.add(std::make_unique<Layer>());
+  for (const float pan : {-0.2f, 1.0f}) {
+    Region& region = document.region(layer);
+    region.articulation.set(P::panPosition, pan);
+    for (const P row : {P::masterVolume, P::velocityToVolume}) region.articulation.erase(row);
+  }
+  const Records records(document.collection);
+  ASSERT_TRUE(records.bank);
+  ASSERT_EQ(records.bank->presetZones.bags.size(), 3u);
+  EXPECT_EQ(records.presetAmount(0, Gen::pan, 0), 250);
+  EXPECT_FALSE(Records::find(records.bank->presetZones, 0, Gen::instrument));
+  EXPECT_FALSE(Records::find(records.bank->presetZones, 1, Gen::pan));
+  ASSERT_EQ(records.bank->instrumentZones.bags.size(), 4u);
+  EXPECT_EQ(records.instrumentAmount(0, Gen::attenuation, 0), 200);
+  EXPECT_EQ(records.instrumentAmount(1, Gen::pan, 0), -100 - 250);
+  EXPECT_EQ(records.instrumentAmount(2, Gen::pan, 0), 500 - 250);
+  EXPECT_FALSE(Records::find(records.bank->instrumentZones, 1, Gen::attenuation));
+  // The global zone's modulator alone; concave, so that it takes the place of the default one.
+  ASSERT_EQ(records.bank->instrumentZones.modulators.size(), 2u);
+  const auto& modulator = records.bank->instrumentZones.modulators[0];
+  EXPECT_EQ(modulator.source, 0x502);
+  EXPECT_EQ(modulator.destination, 48);
+  EXPECT_EQ(modulator.amount, 500);
+
+  const ReadBank again(records.written.bytes);
+  EXPECT_EQ(again.instrument().articulation.get(P::panPosition), 0.5f);
+  EXPECT_FLOAT_EQ(effectiveValue(again.region(0, 0), P::panPosition), -0.2f);
+  EXPECT_FLOAT_EQ(effectiveValue(again.region(0, 1), P::masterVolume), -8);
+  EXPECT_FLOAT_EQ(effectiveValue(again.region(0, 1), P::velocityToVolume), 20);
+}
+
+// The row, its value, and the modulator or the generator (source 0) that says it.
+struct AmountCase {
+  P row;
+  float value;
+  int source, destination, amount;
+};
+const AmountCase amountCases[] = {
+    {P::vEnvVelocityToAttack2Time, 2, 514, 34, 600},  // 600 log2 f
+    {P::vEnvKeyToReleaseTime, 2, 515, 38, 6400},      // 1200 log2 f^5.3333
+    {P::vEnvKeyToDecay2Time, 2, 0, 40, -100},
+    {P::keyToVolume, 3, 515, 48, 400},      // 133.33
+    {P::modWheelToVolume, 2, 129, 48, 50},  // 25 each dB
+    {P::cc10ToPan, -1, 650, 17, -500},
+    {P::keyToPan, 1, 515, 17, 2667},  // 2666.67, away from zero
+    {P::cc91ToSend1, 1, 219, 16, 1000},
+    {P::cc93ToSend3, 0, 221, 15, 0},
+    {P::pitchBendToPitch, 12, 526, 52, 1000},
+    {P::aftertouchToPLfoToPitch, 0.25f, 13, 6, 25},
+    {P::velocityToCutoff, 6, 258, 8, -1200},  // -200
+    {P::keyToCutoff, 1.5f, 515, 8, 800},      // 533.33
+    {P::send3Level, 0.5f, 0, 15, 500},
+    {P::masterTuning, -1.75f, 0, 51, -1},
+    {P::masterTuning, -1.75f, 0, 52, -75},
+    {P::vEnvSustain, 0.25f, 0, 37, 720},
+    {P::pEnvSustain, 0.25f, 0, 29, 750},
+    {P::vEnvAttack2Time, 2, 0, 34, 1200},
+    {P::keyToPitch, 0.5f, 0, 56, 50},
+};
+
+TEST(Sf2Writer, writesRowsInTheUnitsOfTheFormat) {
+  for (const AmountCase& each : amountCases) {
+    Document document;
+    Region& region = document.regionOf(document.instrument(u"I"));
+    region.articulation.set(P::filterType, 2);
+    region.articulation.set(each.row, each.value);
+    const Records records(document.collection);
+    ASSERT_TRUE(records.bank);
+    if (each.source == 0) {
+      EXPECT_EQ(records.instrumentAmount(0, static_cast<Gen>(each.destination), 0), each.amount)
+          << toUtf8(rowOf(each.row).name);
+      continue;
+    }
+    const auto& modulators = records.bank->instrumentZones.modulators;
+    ASSERT_EQ(modulators.size(), 2u) << toUtf8(rowOf(each.row).name);
+    EXPECT_EQ(modulators[0].source, each.source);
+    EXPECT_EQ(modulators[0].destination, each.destination);
+    EXPECT_EQ(modulators[0].amount, each.amount) << toUtf8(rowOf(each.row).name);
+    EXPECT_EQ(modulators[0].amountSource, 0);
+    EXPECT_EQ(modulators[0].transform, 0);
+  }
+}
+
+TEST(Sf2Writer, writesWordsOneAfterAnotherWithSilenceBetween) {
+  Document document(0);
+  document.add(u"A", {0.5f, -1, 2, -0.25f / 32768});
+  document.add(u"B", {1.0f / 32768});
+  const Records records(document.collection);
+  ASSERT_TRUE(records.bank);
+  EXPECT_EQ(records.bank->words, 4u + 46 + 1 + 46);
+  EXPECT_EQ(records.words(0, 6), (std::vector<int>{16384, -32768, 32767, 0, 0, 0}));
+  EXPECT_EQ(records.words(50, 2), (std::vector<int>{1, 0}));
+  EXPECT_EQ(records.bank->samples[1].start, 50u);
+  EXPECT_EQ(records.bank->samples[1].end, 51u);
+  EXPECT_EQ(records.bank->lowBytesAt, 0u);
+}
+
+TEST(Sf2Writer, writes24BitsAsWordsAndLowBytes) {
+  Document document(0);
+  const float step = 1.0f / 8388608;
+  document.add(u"A", {0.5f, step, -step, -1, 1, -2, 3 * step + 0.25f});
+  const Records records(document.collection, {.coding = SampleCoding::pcm24});
+  ASSERT_TRUE(records.bank);
+  EXPECT_EQ(records.words(0, 7), (std::vector<int>{0x4000, 0, -1, -32768, 32767, -32768, 0x2000}));
+  std::array<std::byte, 8> low{};
+  records.bank->source->readExactly(records.bank->lowBytesAt, low);
+  const std::array<int, 8> expected = {0, 1, 0xFF, 0, 0xFF, 0, 3, 0};
+  for (std::size_t i = 0; i < low.size(); ++i) EXPECT_EQ(std::to_integer<int>(low[i]), expected[i]) << i;
+  EXPECT_EQ(records.bank->lowBytes, 7u + 46 + 1);
+  // "ifil": 2.4, the engine, the name, the software.
+  const std::string head(reinterpret_cast<const char*>(records.written.bytes.data()) + 12, 96);
+  using namespace std::string_literals;
+  EXPECT_EQ(head.substr(0, 82),
+            "LIST\x52\0\0\0INFOifil\4\0\0\0\2\0\4\0isng\x08\0\0\0EMU8000\0INAM\6\0\0\0Bank\0\0"
+            "ISFT\x14\0\0\0Tervo Studio v12.9\0\0"s.substr(0, 82));
+}
+
+TEST(Sf2Writer, copiesStoredSamplesBitForBit) {
+  for (const bool isWide : {false, true}) {
+    BankBuilder builder = smallBank({{{54, 1}}});
+    for (int i = 0; isWide && i < 201; ++i) builder.sm24.add(static_cast<uint8_t>(i * 7));
+    builder.sample({.name = "Second", .start = 100, .end = 163});
+    const ReadBank read(builder.build());
+    const Records records(read.collection);
+    ASSERT_TRUE(records.bank);
+    const auto& smpl = builder.smpl.bytes();
+    const auto& sm24 = builder.sm24.bytes();
+    std::vector<std::byte> words(126), low(63);
+    const uint64_t start = records.bank->samples[1].start;
+    ASSERT_TRUE(records.bank->source->readExactly(records.bank->wordsAt + 2 * start, words));
+    EXPECT_TRUE(std::equal(words.begin(), words.end(), smpl.begin() + 200));
+    EXPECT_EQ(records.bank->lowBytes > 0, isWide);
+    if (!isWide) continue;
+    ASSERT_TRUE(records.bank->source->readExactly(records.bank->lowBytesAt + start, low));
+    EXPECT_TRUE(std::equal(low.begin(), low.end(), sm24.begin() + 100));
+  }
+}
+
+TEST(Sf2Writer, linksTheChannelsOfStereoSounds) {
+  Document document(0);
+  document.add(u"Both", {0.5f, -0.5f, 0.25f, -0.25f}, 2);
+  document.add(u"Pair R", {1, 1, 1});
+  document.add(u"Pair L", {1, 1, 1});
+  document.add(u"Odd-L", {1, 1, 1});
+  document.add(u"Odd-R", {1, 1});
+  Region& region = document.regionOf(document.instrument(u"I"));
+  region.articulation.set(P::panPosition, 0.2f);
+  const Records records(document.collection);
+  ASSERT_TRUE(records.bank);
+  const struct {
+    std::string_view name;
+    int type, link;
+  } expected[] = {{"Both-L", 4, 1}, {"Both-R", 2, 0}, {"Pair R", 2, 3},
+                  {"Pair L", 4, 2}, {"Odd-L", 1, 0},  {"Odd-R", 1, 0}};
+  ASSERT_EQ(records.bank->samples.size(), std::size(expected));
+  for (std::size_t i = 0; i < std::size(expected); ++i) {
+    const auto& sample = records.bank->samples[i];
+    EXPECT_EQ(sf2::nameIn(sample.name), expected[i].name);
+    EXPECT_EQ(sample.type, expected[i].type) << i;
+    EXPECT_EQ(sample.link, expected[i].link) << i;
+  }
+  EXPECT_EQ(records.words(records.bank->samples[1].start, 2), (std::vector<int>{-16384, -8192}));
+  EXPECT_EQ(records.instrumentAmount(0, Gen::pan, 0), -300);  // the left side, moved by twice the region's pan
+  EXPECT_EQ(records.instrumentAmount(1, Gen::pan, 0), 500);
+  EXPECT_EQ(records.instrumentAmount(1, Gen::sampleId, -1), 1);
+}
+
+TEST(Sf2Writer, keepsNumbersAndNamesOfPresets) {
+  Document document;
+  const struct {
+    TextView name;
+    bool drum;
+    uint8_t bank, program;
+    std::string_view written;
+    int bankWritten;
+  } cases[] = {{u"Twenty letters long.", false, 5, 127, "Twenty letters long.", 5},
+               {u"More than twenty letters", false, 5, 127, "More than twenty let", 5},
+               {u"T\u00F6ne", true, 0, 3, "T\xF6ne", 128},
+               {u"\u30C9\u30E9\u30E0\u30C9\u30E9\u30E0\u30C9", false, 0, 0,
+                "\xE3\x83\x89\xE3\x83\xA9\xE3\x83\xA0\xE3\x83\x89\xE3\x83\xA9\xE3\x83\xA0", 0}};
+  for (const auto& each : cases) {
+    Instrument& instrument = document.instrument(each.name);
+    instrument.drum = each.drum;
+    instrument.bankMsb = each.bank;
+    instrument.program = each.program;
+  }
+  const Records records(document.collection);
+  ASSERT_TRUE(records.bank);
+  ASSERT_EQ(records.bank->presets.size(), std::size(cases));
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    EXPECT_EQ(sf2::nameIn(records.bank->presets[i].name), cases[i].written);
+    EXPECT_EQ(records.bank->presets[i].bank, cases[i].bankWritten);
+    EXPECT_EQ(records.bank->presets[i].program, cases[i].program);
+  }
+}
+
+TEST(Sf2Writer, savesAnInstrumentOrAWaveformAsABank) {
+  Document document(3);
+  Waveform& waveform = *document.collection.waveforms()[2];
+  waveform.markers.push_back({.type = MarkerType::loop, .start = 8, .end = 40, .loopType = LoopType::forward});
+  Instrument& instrument = document.instrument(u"I");
+  document.regionOf(instrument, 1);
+  document.regionOf(instrument, 1);
+  const Records one(instrument);
+  ASSERT_TRUE(one.bank);
+  EXPECT_EQ(one.bank->samples.size(), 1u);
+  EXPECT_EQ(sf2::nameIn(one.bank->samples[0].name), "Wave 1");
+
+  const Records sound(waveform);
+  ASSERT_TRUE(sound.bank);
+  ASSERT_EQ(sound.bank->presets.size(), 1u);
+  EXPECT_EQ(sf2::nameIn(sound.bank->presets[0].name), "Wave 2");
+  ASSERT_EQ(sound.bank->instrumentZones.bags.size(), 2u);
+  EXPECT_EQ(sound.instrumentAmount(0, Gen::sampleModes, 0), 1);
+  EXPECT_EQ(sound.bank->samples[0].loopStart, 8u);
+  EXPECT_EQ(sound.bank->samples[0].loopEnd, 40u);
+  const ReadBank again(sound.written.bytes);
+  EXPECT_EQ(again.region().waveform, again.collection.waveforms()[0]->id());
+}
+
+TEST(Sf2Writer, writesABankWithoutPresets) {
+  const Records records(Document(2).collection);
+  ASSERT_TRUE(records.bank);
+  EXPECT_TRUE(records.bank->presets.empty());
+  EXPECT_EQ(records.bank->samples.size(), 2u);
+  EXPECT_EQ(ReadBank(records.written.bytes).collection.waveforms().size(), 2u);
+}
+
+/// Regions that all say as much as a zone can, then one that says as little as is wanted.
+void fill(Document& document, std::size_t parameters) {
+  Layer& layer = document.instrument(u"I").add(std::make_unique<Layer>());
+  const std::size_t full = [] {
+    Document trial;
+    trial.regionOf(trial.instrument(u"I")).articulation = {};
+    return Records(trial.collection).bank->instrumentZones.generators.size() - 1;
+  }();
+  for (; parameters >= full; parameters -= full) document.region(layer).articulation = {};
+  for (; parameters > 0; --parameters) document.region(layer);
+}
+
+TEST(Sf2Writer, refusesMoreParametersThanIndicesReach) {
+  Document most;
+  fill(most, 65535);
+  const Records records(most.collection);
+  ASSERT_TRUE(records.bank) << toUtf8(LastErrorText());
+  EXPECT_EQ(records.bank->instrumentZones.generators.size(), 65536u);
+  EXPECT_EQ(ReadBank(records.written.bytes).instrument().regionCount(),
+            most.collection.instruments()[0]->regionCount());
+
+  Document tooMany;
+  fill(tooMany, 65536);
+  EXPECT_FALSE(Records(tooMany.collection).bank);
+  EXPECT_EQ(LastErrorText(),
+            u"Save failed - Too much data!\n\nThe SF2 file format is by its construction limited to storing a maximum "
+            u"of 65536 parameter values...nRemove some instruments then try saving again!\n");
+}
+
+TEST(Sf2Writer, warnsOfRegionsThatNoIndexReaches) {
+  Document document(0);
+  for (int i = 0; i < 32769; ++i) document.add(u"W", {0.5f});
+  Instrument& instrument = document.instrument(u"I");
+  document.regionOf(instrument, 32768);
+  document.regionOf(instrument, 32767);
+  const Records records(document.collection);
+  ASSERT_TRUE(records.bank);
+  EXPECT_EQ(ReadBank(records.written.bytes).instrument().regionCount(), 1u);
+  const auto& entries = records.written.report.entries();
+  EXPECT_TRUE(std::any_of(entries.begin(), entries.end(), [](const ReportEntry& entry) {
+    return entry.to == u"Too many layers & regions for this file format - some will be skipped!";
+  }));
+}
+
+TEST(Sf2Writer, reportsWhatABankCannotSay) {
+  Document document;
+  Instrument& instrument = document.instrument(u"I");
+  instrument.bankLsb = 3;
+  Region& region = document.regionOf(instrument);
+  region.articulation.set(P::randomToPitch, 1);
+  region.articulation.set(P::masterVolume, 6);
+  region.trigger.set(P::triggerType, 1);
+  const WrittenBank written = writeBank(document.collection);
+  const auto& entries = written.report.entries();
+  for (const Text& what : {Text(rowOf(P::randomToPitch).name), Text(rowOf(P::triggerType).name),
+                          Text(u"gain above 0 dB"), Text(u"Minor MIDI bank number")})
+    EXPECT_TRUE(std::any_of(entries.begin(), entries.end(), [&](const ReportEntry& entry) {
+      return entry.what == what;
+    })) << toUtf8(what);
+  EXPECT_EQ(entries.size(), 4u);
+}
+
+}  // namespace
+}  // namespace tervo::test
