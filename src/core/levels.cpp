@@ -55,6 +55,10 @@ float effectiveValue(const Region& region, ParameterId row) {
 ArticulationSet effectiveArticulation(const Region& region) {
   ArticulationSet merged;
   const auto overlay = [&merged](const ArticulationSet& level) {
+    if (merged.empty()) {
+      merged = level;
+      return;
+    }
     for (const auto& [row, value] : level.entries()) merged.set(row, value);
   };
   const Layer* layer = layerOf(region);

@@ -1,4 +1,5 @@
 #include "tests/cli/command_fixture.h"
+#include "tests/formats/instrument/sf2_builder.h"
 
 namespace tervo::test {
 namespace {
@@ -96,6 +97,21 @@ TEST_F(Convert, SavesSeveralItemsTogether) {
   EXPECT_EQ(run({u"convert", u"a.sf2", u"b.sf2", u"-o", u"x.sb", u"--item", u"waveform:0", u"--item", u"waveform:1"}),
             1);
   EXPECT_NE(console.error.find("The file format can not save this item"), std::string::npos) << console.error;
+}
+
+TEST_F(Convert, TakesRomSamplesFromTheFileThatAnAnswerNames) {
+  const auto put = [&](TextView name, const std::vector<std::byte>& bytes) {
+    folder.put(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  };
+  put(u"gm.sf2", smallBank().build());
+  BankBuilder bank;
+  put(u"rom.sf2", bank.sample({.type = 0x8001}).build());
+  ASSERT_EQ(run({u"info", u"--json", u"rom.sf2"}), 0);
+  EXPECT_TRUE(json()[0]["waveforms"].empty());
+  EXPECT_NE(console.error.find("\n  -> Skip\n"), std::string::npos) << console.error;
+  ASSERT_EQ(run({u"info", u"--json", u"rom.sf2", u"--answer", u"yes", u"--answer", u"locate 1mgm.sf2=gm.sf2"}), 0);
+  EXPECT_EQ(json()[0]["waveforms"].size(), 1u);
+  EXPECT_NE(console.error.find("Please locate 1mgm.sf2\n"), std::string::npos) << console.error;
 }
 
 TEST_F(Convert, SaysWhatIsWrongAndLeavesNothing) {

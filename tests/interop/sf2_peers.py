@@ -8,6 +8,9 @@ import sf2_reader as sf2
 
 TERVO, FOLDER = sys.argv[1:3]
 SOUNDS = "/usr/share/sounds/sf2/"
+# What is loaded stays as it is, in its order.
+AS_READ = [word for key in ("AutoMergeStereo", "AutoCompactLayers", "AutoMoveTriggerParams", "AutoSortColl",
+                            "AutoSortWaves", "EnsureUniqueNames") for word in ("--set", f"load.b{key}=0")]
 failed = False
 
 
@@ -63,12 +66,17 @@ def our_zone(region, waveforms):
             round(rows["Pan position"] * 500), round(rows["Key to Pitch"] * 100))
 
 
+def tuning(zone):
+    """In cents; the document's row ends at four octaves."""
+    return max(-4800, min(100 * sf2.amount(zone, 51) + sf2.amount(zone, 52), 4800))
+
+
 def their_zone(zone, bank):
     sample, amount = bank.samples[zone.sample], lambda number: sf2.amount(zone, number)
     root = amount(sf2.ROOT)
     loop = sf2.loop(zone, sample)
     return (zone.keys, zone.velocities, zone.sample, sample.root if root == -1 else root, sf2.played(zone, sample), loop,
-            amount(sf2.EXCLUSIVE), 100 * amount(51) + amount(52), max(-500, min(amount(17), 500)), amount(56))
+            amount(sf2.EXCLUSIVE), tuning(zone), max(-500, min(amount(17), 500)), amount(56))
 
 
 def preset_faults(bank, document):
@@ -87,25 +95,43 @@ def preset_faults(bank, document):
 # A written bank against the one that it was read from.
 
 def slots(zone):
-    """Modulators without their curves, by controller and destination, by the document's defaults where none is said;
-    those with a second source are left out."""
-    amounts = {(0x02, 48): 960, (0x81, 6): 50, (0x0d, 6): 50, (0x02, 8): -2400, (0x8a, 17): 500, (0xdb, 16): 200,
+    """Modulators with one source as amounts by controller and destination, free of curve and polarity; the document's
+    defaults where none is said."""
+    amounts = {(0x02, 48): -960, (0x02, 8): 2400, (0x81, 6): 50, (0x0d, 6): 50, (0x8a, 17): 500, (0xdb, 16): 200,
                (0xdd, 15): 200}
-    for (source, to, by, _), amount in zone.modulators.items():
+    for (source, to, by, _), value in zone.modulators.items():
         if by == 0:
-            usual = -1 if to in (8, 48) and source & 0xFF == 2 else 1
-            amounts[source & 0xFF, to] = amount * (usual if not source & 0x100 else abs(usual) if usual < 0 else -1)
+            amounts[source & 0xFF, to] = -value if source & 0x100 else value
+    amounts[0x8a, 17] = max(-500, min(amounts[0x8a, 17], 500))  # the document's pan ends there
     return {key: value for key, value in amounts.items() if value}
+
+
+LIMITS = {9: (-60, 960), 15: (0, 1000), 16: (0, 1000), 17: (-500, 500), 29: (0, 1000), 37: (0, 960)}
+
+
+def held(number, value):
+    """An amount as the document holds it: in its unit and rounded, and cut to the range that the document has for it. Its
+    cutoff is that of the loudest note, mostly an octave higher, and ends at 24000 Hz; an LFO's rate ends at 20 Hz."""
+    if number in (8, 22, 24):
+        hertz = 8.176 * 2 ** (min(value, 13500) / 1200)
+        if hertz >= (12000 if number == 8 else 20):
+            return "highest"
+        return round(hertz, -1 if hertz >= 1000 else 0 if hertz >= 100 else 2)
+    if number in sf2.NEVER:
+        seconds = 0 if value <= -12000 else min(2 ** (value / 1200), 100)
+        return max(value, -12000) if seconds <= 2 else round(seconds, 1 if seconds > 24 else 2)
+    low, high = LIMITS.get(number, (value, value))
+    return max(low, min(value, high))
 
 
 def comparable(zone, bank):
     """Everything a zone says, free of how it is said."""
     sample = bank.samples[zone.sample]
-    numbers = {number: sf2.amount(zone, number) for number in range(60)
+    numbers = {number: held(number, sf2.amount(zone, number)) for number in range(60)
                if number not in sf2.OFFSETS + (sf2.MODES, sf2.ROOT, 51, 52)}
     root = sf2.amount(zone, sf2.ROOT)
     return (zone.keys, zone.velocities, sample.name, sample.root if root == -1 else root, sf2.played(zone, sample),
-            sf2.loop(zone, sample), 100 * sf2.amount(zone, 51) + sf2.amount(zone, 52),
+            sf2.loop(zone, sample), tuning(zone),
             tuple(sorted(numbers.items())), tuple(sorted(slots(zone).items())))
 
 
@@ -115,7 +141,7 @@ def copy_faults(original, copy):
         old = collections.Counter(comparable(zone, original) for zone in before.zones)
         new = collections.Counter(comparable(zone, copy) for zone in after.zones)
         if old != new:
-            faults.append(f"{before.name}:\n  {list((old - new))[:1]}\n  {list((new - old))[:1]}")
+            faults.append(f"{before.name}:\n  {list(old - new)[0]}\n  {list(new - old)[0]}")
     return faults
 
 
@@ -214,7 +240,7 @@ def compare(name, presets):
     bank, document = sf2.Bank(path), json.loads(run("info", "--json", "--raw-model", path))[0]
     result(f"{name}: samples", sample_faults(bank, document["waveforms"]))
     result(f"{name}: presets, zones, ranges, loops", preset_faults(bank, document))
-    run("convert", path, "-o", copy, "--quiet", "--overwrite", "--set", "load.bAutoMergeStereo=0")
+    run("convert", path, "-o", copy, "--quiet", "--overwrite", *AS_READ)
     written = sf2.Bank(copy)
     result(f"{name}: zones of the copy", copy_faults(bank, written))
     result(f"{name}: sample words of the copy", word_faults(bank, written))

@@ -127,7 +127,10 @@ class ValueMaker {
   }
 
   void makeLfo(Modulator lfo, Gen rate, Gen delay) {
-    values_[rate] = rounded(centsOf(get(inLfo(lfo, P::pLfoFrequency))));
+    // The usual rate is a rounded number, too, which is nearest to another one.
+    const double hertz = get(inLfo(lfo, P::pLfoFrequency));
+    const bool isUsual = static_cast<float>(hertz) == static_cast<float>(hertzOf(instrumentDefaults()[rate]));
+    values_[rate] = isUsual ? instrumentDefaults()[rate] : rounded(centsOf(hertz));
     values_[delay] = rounded(timecentsOf(get(inLfo(lfo, P::pLfoDelay))));
   }
 

@@ -13,11 +13,12 @@
 namespace tervo::sf2 {
 namespace {
 
-/// More regions than a bank of this size that was made for playing has; bounds the memory that a small file can ask
-/// for, in which every zone of a preset names the same large instrument.
+/// More regions than a bank of this size that was made for playing has, each zone at least once; bounds the memory that
+/// a small file can ask for, in which every zone of a preset names the same large instrument.
 std::size_t mostRegions(const Bank& bank) {
   constexpr uint64_t few = 8192, many = 131072, bytesPerRegion = 64;
-  return static_cast<std::size_t>(std::clamp(bank.source->size() / bytesPerRegion, few, many));
+  const auto bySize = static_cast<std::size_t>(std::clamp(bank.source->size() / bytesPerRegion, few, many));
+  return bySize + bank.instrumentZones.bags.size();
 }
 
 std::optional<Range> rangeOf(int16_t amount) {

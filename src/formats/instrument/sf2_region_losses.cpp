@@ -26,6 +26,7 @@ bool differs(const ParameterRow& row, double a, double b) {
 }
 
 void noteArticulation(const ArticulationSet& effective, const ArticulationSet& written, LossTally& losses) {
+  if (effective == written) return;
   const auto text = [](P row, double value) { return valueText(row, value, MiddleC::c4); };
   for (const auto& [row, value] : written.entries()) {
     const double wanted = valueOf(effective, row);

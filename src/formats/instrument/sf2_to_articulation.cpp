@@ -14,7 +14,9 @@ using P = ParameterId;
 
 class RowMaker {
  public:
-  RowMaker(const ZoneValues& values, std::vector<ClippedRow>* clipped) : values_(values), clipped_(clipped) {}
+  /// `rows` has the rows that there will be: setting them does not move others then.
+  RowMaker(const ArticulationSet& rows, const ZoneValues& values, std::vector<ClippedRow>* clipped)
+      : values_(values), clipped_(clipped), rows_(rows) {}
 
   ArticulationSet make() {
     for (const LinearRow& linear : linearRows()) set(linear.row, amountOf(linear) * linear.factor);
@@ -144,7 +146,8 @@ class RowMaker {
 }  // namespace
 
 ArticulationSet articulationOf(const ZoneValues& values, std::vector<ClippedRow>* clipped) {
-  return RowMaker(values, clipped).make();
+  static const ArticulationSet all = RowMaker({}, instrumentDefaults(), nullptr).make();
+  return RowMaker(all, values, clipped).make();
 }
 
 }  // namespace tervo::sf2

@@ -1,5 +1,6 @@
 #include "formats/instrument/sf2_writer.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 #include "base/byte_writer.h"
@@ -145,6 +146,24 @@ void writeTables(ByteWriter& writer, const sf2::BankTables& tables, const sf2::S
   writeTable(writer, "shdr", records, {endName("EOS"), 0, 0, 0, 0, 0, 0, 0, 0, 0});
 }
 
+/// False with LastErrorText when the bank has no room for all parameters, however they are packed.
+bool layOut(sf2::BankTables& tables, const std::vector<sf2::PresetPlan>& presets) {
+  for (const auto packing : {sf2::Packing::byLayer, sf2::Packing::byVelocity}) {
+    tables = {};
+    const bool fits = std::all_of(presets.begin(), presets.end(),
+                                  [&](const sf2::PresetPlan& preset) { return tables.add(preset, packing); });
+    if (fits) return true;
+  }
+  return false;
+}
+
+void warnOf(const std::vector<const Instrument*>& incomplete, TargetFile& file) {
+  constexpr TextView text = u"Too many layers & regions for this file format - some will be skipped!";
+  static constexpr TextView buttons[] = {u"OK"};
+  if (!incomplete.empty()) file.host.ask({text, buttons, 0});
+  for (const Instrument* instrument : incomplete) file.report.dropped(instrument->name, u"layers and regions", text);
+}
+
 }  // namespace
 
 bool writeSf2(const Item& item, TargetFile& file, uint32_t) {
@@ -152,9 +171,12 @@ bool writeSf2(const Item& item, TargetFile& file, uint32_t) {
   if (!content) return false;
   sf2::SamplePlan plan;
   if (!plan.add(content->waveforms, file)) return false;
-  sf2::BankTables tables(plan, file);
+  std::vector<sf2::PresetPlan> presets;
   for (const Instrument* instrument : content->instruments)
-    if (!tables.add(*instrument)) return false;
+    presets.push_back(sf2::planPreset(*instrument, plan, file.report));
+  sf2::BankTables tables;
+  if (!layOut(tables, presets)) return false;
+  warnOf(tables.incomplete(), file);
 
   ByteWriter writer(file.sink);
   {

@@ -70,8 +70,15 @@ ZoneValues makePresetDefaults() {
   return values;
 }
 
-constexpr uint8_t notSummed[] = {0,  1,  2,  3,  4,  12, 14, 18, 19, 20, 41, 42, 43,
-                                 44, 45, 46, 47, 49, 50, 53, 54, 55, 57, 58, 59};
+constexpr std::array<bool, generatorCount> makeSummed() {
+  constexpr std::size_t others[] = {0,  1,  2,  3,  4,  12, 14, 18, 19, 20, 41, 42, 43,
+                                    44, 45, 46, 47, 49, 50, 53, 54, 55, 57, 58, 59};
+  std::array<bool, generatorCount> summed{};
+  summed.fill(true);
+  for (const std::size_t other : others) summed[other] = false;
+  return summed;
+}
+constexpr std::array<bool, generatorCount> summedGenerators = makeSummed();
 
 constexpr bool isBipolar(const SlotPattern& pattern) {
   return (pattern.source & bipolar) != 0;
@@ -100,7 +107,7 @@ const ZoneValues& presetDefaults() {
 }
 
 bool isSummed(std::size_t generator) {
-  return std::find(std::begin(notSummed), std::end(notSummed), generator) == std::end(notSummed);
+  return summedGenerators[generator];
 }
 
 const SlotPattern& patternOf(std::size_t slot) {

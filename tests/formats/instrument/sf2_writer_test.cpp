@@ -6,6 +6,7 @@
 #include "core/parameter_table.h"
 #include "formats/instrument/sf2_articulation.h"
 #include "formats/instrument/sf2_bank.h"
+#include "formats/instrument/sf2_tables.h"
 #include "tests/formats/flow_fixture.h"
 #include "tests/formats/instrument/sf2_builder.h"
 
@@ -78,26 +79,33 @@ struct Records {
   }
 };
 
-TEST(Sf2Writer, layersThatAreEqualShareAnInstrument) {
+TEST(Sf2Writer, layersThatDifferInAddedAmountsOrRangesShareAnInstrument) {
   Document document;
   for (const TextView name : {u"One", u"Two"}) {
     Instrument& instrument = document.instrument(name);
     document.regionOf(instrument);
     document.regionOf(instrument).articulation.set(P::masterVolume, -4);
+    document.regionOf(instrument).trigger.set(P::triggerLowKey, 60);
+    document.regionOf(instrument).trigger.set(P::keyExclusionGroup, 3);
   }
   const Records records(document.collection);
   ASSERT_TRUE(records.bank);
   EXPECT_EQ(records.bank->presets.size(), 2u);
   ASSERT_EQ(records.bank->instruments.size(), 2u);
   EXPECT_EQ(sf2::nameIn(records.bank->instruments[0].name), "One");
-  EXPECT_EQ(sf2::nameIn(records.bank->instruments[1].name), "One/2");
-  ASSERT_EQ(records.bank->presetZones.bags.size(), 5u);  // two zones each, and the end's
-  for (const std::size_t bag : {0u, 2u}) EXPECT_EQ(records.presetAmount(bag, Gen::instrument, -1), 0);
-  for (const std::size_t bag : {1u, 3u}) EXPECT_EQ(records.presetAmount(bag, Gen::instrument, -1), 1);
-  // A zone says only what is not usual: the sample, and 100 * 0.04 dB.
-  EXPECT_EQ(records.bank->instrumentZones.generators.size(), 1u + 2u + 1u);
-  EXPECT_EQ(records.instrumentAmount(1, Gen::attenuation, 0), 100);
-  EXPECT_EQ(records.bank->instrumentZones.modulators.size(), 1u);  // the end's
+  EXPECT_EQ(sf2::nameIn(records.bank->instruments[1].name), "One/4");
+  ASSERT_EQ(records.bank->presetZones.bags.size(), 9u);  // four zones each, and the end's
+  for (const std::size_t bag : {0u, 4u}) {
+    for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(records.presetAmount(bag + i, Gen::instrument, -1), i == 3);
+    EXPECT_EQ(records.presetAmount(bag + 1, Gen::attenuation, 0), 100);  // of 0.04 dB
+    EXPECT_EQ(records.presetAmount(bag + 2, Gen::keyRange, 0), sf2::rangeAmount(60, 127));
+  }
+  // A zone says only what is not usual: the samples, the group, and the end's.
+  EXPECT_EQ(records.bank->instrumentZones.generators.size(), 4u);
+  EXPECT_EQ(records.bank->instrumentZones.modulators.size(), 1u);
+  const ReadBank again(records.written.bytes);
+  EXPECT_FLOAT_EQ(effectiveValue(again.region(1), P::masterVolume), -4);
+  EXPECT_EQ(keyRange(again.region(2)), (Range{60, 127}));
 }
 
 TEST(Sf2Writer, rowsOfAnInstrumentStandInGlobalZones) {
@@ -133,8 +141,8 @@ TEST(Sf2Writer, rowsOfAnInstrumentStandInGlobalZones) {
   const ReadBank again(records.written.bytes);
   EXPECT_EQ(again.instrument().articulation.get(P::panPosition), 0.5f);
   EXPECT_FLOAT_EQ(effectiveValue(again.region(0, 0), P::panPosition), -0.2f);
-  EXPECT_FLOAT_EQ(effectiveValue(again.region(0, 1), P::masterVolume), -8);
-  EXPECT_FLOAT_EQ(effectiveValue(again.region(0, 1), P::velocityToVolume), 20);
+  EXPECT_FLOAT_EQ(effectiveValue(again.region(1), P::masterVolume), -8);
+  EXPECT_FLOAT_EQ(effectiveValue(again.region(1), P::velocityToVolume), 20);
 }
 
 // The row, its value, and the modulator or the generator (source 0) that says it.
@@ -219,7 +227,7 @@ TEST(Sf2Writer, writes24BitsAsWordsAndLowBytes) {
   const std::string head(reinterpret_cast<const char*>(records.written.bytes.data()) + 12, 96);
   using namespace std::string_literals;
   EXPECT_EQ(head.substr(0, 82),
-            "LIST\x52\0\0\0INFOifil\4\0\0\0\2\0\4\0isng\x08\0\0\0EMU8000\0INAM\6\0\0\0Bank\0\0"
+            "LIST\x4A\0\0\0INFOifil\4\0\0\0\2\0\4\0isng\x08\0\0\0EMU8000\0INAM\6\0\0\0Bank\0\0"
             "ISFT\x14\0\0\0Tervo Studio v12.9\0\0"s.substr(0, 82));
 }
 
@@ -334,33 +342,30 @@ TEST(Sf2Writer, writesABankWithoutPresets) {
   EXPECT_EQ(ReadBank(records.written.bytes).collection.waveforms().size(), 2u);
 }
 
-/// Regions that all say as much as a zone can, then one that says as little as is wanted.
-void fill(Document& document, std::size_t parameters) {
-  Layer& layer = document.instrument(u"I").add(std::make_unique<Layer>());
-  const std::size_t full = [] {
-    Document trial;
-    trial.regionOf(trial.instrument(u"I")).articulation = {};
-    return Records(trial.collection).bank->instrumentZones.generators.size() - 1;
-  }();
-  for (; parameters >= full; parameters -= full) document.region(layer).articulation = {};
-  for (; parameters > 0; --parameters) document.region(layer);
-}
-
-TEST(Sf2Writer, refusesMoreParametersThanIndicesReach) {
-  Document most;
-  fill(most, 65535);
-  const Records records(most.collection);
-  ASSERT_TRUE(records.bank) << toUtf8(LastErrorText());
-  EXPECT_EQ(records.bank->instrumentZones.generators.size(), 65536u);
-  EXPECT_EQ(ReadBank(records.written.bytes).instrument().regionCount(),
-            most.collection.instruments()[0]->regionCount());
-
-  Document tooMany;
-  fill(tooMany, 65536);
-  EXPECT_FALSE(Records(tooMany.collection).bank);
+TEST(Sf2Writer, takesAsManyParametersAsIndicesReach) {
+  // A zone says its sample, a group of its own, a range of keys, and one of velocities if wanted.
+  const auto parameters = [](int zones, bool withVelocities, sf2::Packing packing) -> std::size_t {
+    const Instrument instrument;
+    sf2::PresetPlan preset{&instrument, {}, sf2::presetDefaults(), {{sf2::instrumentDefaults(), {}, true}}};
+    for (int i = 0; i < zones; ++i) {
+      sf2::ZoneValues& zone = preset.layers[0].zones.emplace_back(sf2::instrumentDefaults());
+      zone[Gen::sampleId] = 0;
+      zone[Gen::exclusiveClass] = static_cast<int16_t>(i + 1);
+      zone[Gen::keyRange] = sf2::rangeAmount(0, 60 + i % 2);
+      if (withVelocities) zone[Gen::velocityRange] = sf2::rangeAmount(0, 60 + i % 2);
+    }
+    sf2::BankTables tables;
+    return tables.add(preset, packing) ? tables.instrumentZones().generators.size() : 0;
+  };
+  using enum sf2::Packing;
+  EXPECT_EQ(parameters(21845, false, byLayer), 65535u);
+  EXPECT_EQ(parameters(21846, false, byLayer), 0u);
+  EXPECT_EQ(parameters(21846, false, byVelocity), 0u);
   EXPECT_EQ(LastErrorText(),
             u"Save failed - Too much data!\n\nThe SF2 file format is by its construction limited to storing a maximum "
             u"of 65536 parameter values...nRemove some instruments then try saving again!\n");
+  EXPECT_EQ(parameters(16384, true, byLayer), 0u);
+  EXPECT_EQ(parameters(16384, true, byVelocity), 2u * 16384);
 }
 
 TEST(Sf2Writer, warnsOfRegionsThatNoIndexReaches) {
@@ -389,7 +394,7 @@ TEST(Sf2Writer, reportsWhatABankCannotSay) {
   const WrittenBank written = writeBank(document.collection);
   const auto& entries = written.report.entries();
   for (const Text& what : {Text(rowOf(P::randomToPitch).name), Text(rowOf(P::triggerType).name),
-                          Text(u"gain above 0 dB"), Text(u"Minor MIDI bank number")})
+                           Text(u"gain above 0 dB"), Text(u"Minor MIDI bank number")})
     EXPECT_TRUE(std::any_of(entries.begin(), entries.end(), [&](const ReportEntry& entry) {
       return entry.what == what;
     })) << toUtf8(what);

@@ -1,0 +1,161 @@
+#include "formats/instrument/sf2_preset_plan.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/levels.h"
+#include "formats/instrument/sf2_articulation.h"
+#include "formats/instrument/sf2_region.h"
+#include "formats/instrument/sf2_region_losses.h"
+#include "formats/instrument/sf2_rows.h"
+#include "formats/loss_tally.h"
+
+namespace tervo::sf2 {
+namespace {
+
+constexpr int16_t hardPan = 500;
+constexpr std::size_t limitOfSamples = 32768;  // larger numbers mean that a zone has none
+
+const ArticulationSet& bankDefaults() {
+  static const ArticulationSet rows = articulationOf(instrumentDefaults());
+  return rows;
+}
+
+void overlay(ArticulationSet& rows, const ArticulationSet& upper) {
+  for (const auto& [row, value] : upper.entries()) rows.set(row, value);
+}
+
+bool setBelow(const Instrument& instrument, ParameterId row) {
+  for (const auto& layer : instrument.layers()) {
+    if (layer->articulation.get(row)) continue;
+    for (const auto& region : layer->regions())
+      if (!region->articulation.get(row)) return false;
+  }
+  return true;
+}
+
+/// The rows that the instrument sets, and of them those that nobody inherits.
+struct SplitRows {
+  ArticulationSet inherited, overridden;
+};
+SplitRows split(const Instrument& instrument) {
+  SplitRows rows;
+  for (const auto& [row, value] : instrument.articulation.entries())
+    (setBelow(instrument, row) ? rows.overridden : rows.inherited).set(row, value);
+  return rows;
+}
+
+ZoneValues presetValues(const ArticulationSet& overridden) {
+  ZoneValues preset = presetDefaults();
+  if (overridden.empty()) return preset;
+  ArticulationSet rows = bankDefaults();
+  overlay(rows, overridden);
+  ZoneValues values = zoneValuesOf(rows);
+  forEachSummed(values, instrumentDefaults(), [](int16_t& value, int16_t usual) {
+    value = static_cast<int16_t>(fitsAmount(value - usual) ? value - usual : 0);
+  });
+  forEachSummed(preset, values, [](int16_t& to, int16_t from) { to = from; });
+  return preset;
+}
+
+/// A global zone may only take what every zone below it can make up for.
+void dropWhatDoesNotFit(ZoneValues& preset, const ZoneValues& zone) {
+  forEachSummed(preset, zone, [](int16_t& added, int16_t total) {
+    if (!fitsAmount(total - added)) added = 0;
+  });
+}
+
+void subtract(ZoneValues& zone, const ZoneValues& preset) {
+  forEachSummed(zone, preset, [](int16_t& value, int16_t added) { value = static_cast<int16_t>(value - added); });
+}
+
+/// Both channels of a stereo waveform stand at their sides; a region that is not in the middle moves one of them.
+void placeChannel(ZoneValues& zone, bool isRight, LossTally& losses) {
+  const int16_t pan = zone[Gen::pan];
+  if (pan != 0) losses.approximated(u"pan of a stereo waveform", u"as it is", u"the pan of its channels");
+  const int moved = isRight ? hardPan + 2 * std::min<int>(pan, 0) : -hardPan + 2 * std::max<int>(pan, 0);
+  zone[Gen::pan] = static_cast<int16_t>(std::clamp<int>(moved, -hardPan, hardPan));
+}
+
+class PresetPlanner {
+ public:
+  PresetPlanner(const SamplePlan& samples, LossTally& losses) : samples_(samples), losses_(losses) {}
+
+  PresetPlan plan(const Instrument& instrument) const {
+    const SplitRows rows = split(instrument);
+    PresetPlan plan{&instrument, {}, presetValues(rows.overridden), {}};
+    for (const auto& layer : instrument.layers()) {
+      plan.layers.push_back(zonesOf(*layer, rows.inherited));
+      dropWhatDoesNotFit(plan.global, plan.layers.back().inherited);
+      for (const ZoneValues& zone : plan.layers.back().zones) dropWhatDoesNotFit(plan.global, zone);
+    }
+    for (LayerZones& layer : plan.layers) {
+      subtract(layer.inherited, plan.global);
+      for (ZoneValues& zone : layer.zones) subtract(zone, plan.global);
+    }
+    return plan;
+  }
+
+ private:
+  bool addRegion(const Region& region, std::vector<ZoneValues>& zones) const;
+  LayerZones zonesOf(const Layer& layer, const ArticulationSet& shared) const;
+
+  const SamplePlan& samples_;
+  LossTally& losses_;
+};
+
+/// False when its samples have numbers that are too high.
+bool PresetPlanner::addRegion(const Region& region, std::vector<ZoneValues>& zones) const {
+  const WaveformSamples* samples = samples_.of(region.waveform);
+  if (!samples) return losses_.dropped(u"region", u"its waveform is not there"), true;
+  if (samples->first + samples->count > limitOfSamples) return false;
+  const Range keys = keyRange(region), velocities = velocityRange(region);
+  if (keys.low > keys.high || velocities.low > velocities.high)
+    return losses_.dropped(u"region", u"its range of keys or velocities is empty"), true;
+  const ArticulationSet effective = effectiveArticulation(region);
+  ZoneValues zone = zoneValuesOf(effective);
+  noteRegionLosses(region, effective, zone, losses_);
+  zone[Gen::keyRange] = rangeAmount(keys.low, keys.high);
+  zone[Gen::velocityRange] = rangeAmount(velocities.low, velocities.high);
+  const float group = effectiveValue(region, ParameterId::keyExclusionGroup);
+  zone[Gen::exclusiveClass] = static_cast<int16_t>(static_cast<uint16_t>(group));
+  const double gain = std::round(samples->written->gain / decibelsPerAttenuation);
+  zone[Gen::attenuation] = static_cast<int16_t>(std::clamp(zone[Gen::attenuation] - gain, -32768.0, 32767.0));
+  setPlaybackValues(zone, region, *samples->written, losses_);
+  for (std::size_t channel = 0; channel < samples->count; ++channel) {
+    ZoneValues& one = zones.emplace_back(zone);
+    one[Gen::sampleId] = static_cast<int16_t>(samples->first + channel);
+    if (samples->count == 2) placeChannel(one, channel == 1, losses_);
+  }
+  return true;
+}
+
+LayerZones PresetPlanner::zonesOf(const Layer& layer, const ArticulationSet& shared) const {
+  ArticulationSet rows = bankDefaults();
+  overlay(rows, shared);
+  overlay(rows, layer.articulation);
+  LayerZones zones{zoneValuesOf(rows), {}, true};
+  bool isComplete = true;
+  for (const auto& region : layer.regions()) isComplete &= addRegion(*region, zones.zones);
+  zones.isComplete = isComplete;
+  return zones;
+}
+
+}  // namespace
+
+bool fitsAmount(int value) {
+  return value >= -32768 && value <= 32767;
+}
+
+PresetPlan planPreset(const Instrument& instrument, const SamplePlan& samples, ConversionReport& report) {
+  LossTally losses;
+  if (instrument.synth()) losses.dropped(u"synthesis voice", u"the file has no place for it");
+  if (instrument.bankLsb != 0) losses.dropped(u"Minor MIDI bank number", u"the file has no place for it");
+  if (instrument.drum && instrument.bankMsb != 0) losses.dropped(u"Major MIDI bank number", u"drums are in bank 128");
+  PresetPlan plan = PresetPlanner(samples, losses).plan(instrument);
+  plan.name = recordName(instrument.name, {}, report);
+  losses.reportTo(report, instrument.name);
+  return plan;
+}
+
+}  // namespace tervo::sf2
