@@ -87,6 +87,7 @@ TEST_F(Convert, SavesSeveralItemsTogether) {
                                    u"-o",         u"several.sf2",
                                    u"--set",      u"load.bAutoRemoveDupWaves=0",
                                    u"--set",      u"load.bEnsureUniqueNames=0",
+                                   u"--set",      u"load.bAutoSortWaves=0",
                                    u"--overwrite"};
     for (const Text& item : items) arguments.insert(arguments.end(), {u"--item", item});
     ASSERT_EQ(run(arguments), 0) << console.error;

@@ -106,20 +106,22 @@ def slots(zone):
     return {key: value for key, value in amounts.items() if value}
 
 
-LIMITS = {9: (-60, 960), 15: (0, 1000), 16: (0, 1000), 17: (-500, 500), 29: (0, 1000), 37: (0, 960)}
+LIMITS = {5: (-9600, 9600), 6: (-9600, 9600), 7: (-9600, 9600), 9: (-60, 960), 10: (-12800, 12800), 11: (-12800, 12800),
+          15: (0, 1000), 16: (0, 1000), 17: (-500, 500), 29: (0, 1000), 37: (0, 960)}
 
 
 def held(number, value):
     """An amount as the document holds it: in its unit and rounded, and cut to the range that the document has for it. Its
-    cutoff is that of the loudest note, mostly an octave higher, and ends at 24000 Hz; an LFO's rate ends at 20 Hz."""
+    cutoff is that of the loudest note, mostly an octave higher, and ends at 24000 Hz; LFOs have 0.01 to 20 Hz and delays
+    up to 10 s, other times end at 100 s."""
     if number in (8, 22, 24):
         hertz = 8.176 * 2 ** (min(value, 13500) / 1200)
-        if hertz >= (12000 if number == 8 else 20):
+        if hertz >= (11995 if number == 8 else 20):
             return "highest"
-        return round(hertz, -1 if hertz >= 1000 else 0 if hertz >= 100 else 2)
+        return max(round(hertz, -1 if hertz >= 1000 else 0 if hertz >= 100 else 2), 0.01)
     if number in sf2.NEVER:
-        seconds = 0 if value <= -12000 else min(2 ** (value / 1200), 100)
-        return max(value, -12000) if seconds <= 2 else round(seconds, 1 if seconds > 24 else 2)
+        seconds = min(2 ** (value / 1200), 10 if number in (21, 23) else 100)
+        return max(value, -12000) if value < 1200 else round(seconds, 1 if seconds > 24 else 2)
     low, high = LIMITS.get(number, (value, value))
     return max(low, min(value, high))
 
