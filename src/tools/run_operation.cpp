@@ -23,7 +23,7 @@ class PartHost final : public Host {
   void showStatus(TextView text) override { host_.showStatus(text); }
   bool progress(double fraction) override { return host_.progress((start_ + fraction) / parts_); }
   std::size_t ask(const Question& question) override { return host_.ask(question); }
-  std::optional<Text> locateFile(TextView path) override { return host_.locateFile(path); }
+  std::optional<Text> locateFile(const FileRequest& request) override { return host_.locateFile(request); }
   std::unique_ptr<Waveform> renderSong(const Song& song) override { return host_.renderSong(song); }
 
  private:
