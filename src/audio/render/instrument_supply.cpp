@@ -1,7 +1,6 @@
 #include "audio/render/instrument_supply.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace tervo::audio {
 namespace {
@@ -38,12 +37,13 @@ class Supply {
  private:
   const Instrument* find(uint32_t number) {
     if (const Instrument* instrument = findIn(document_, number)) return instrument;
-    if (!opened_) {
-      opened_ = defaults_ ? defaults_() : nullptr;
-      if (!*opened_)
+    if (!looked_) {
+      looked_ = true;
+      if (defaults_) opened_ = defaults_();
+      if (!opened_)
         host_.showStatus(u"Could not open the default GM/GS collection!\nInstruments will be missing from the song.");
     }
-    return *opened_ ? findIn(**opened_, number) : nullptr;
+    return opened_ ? findIn(*opened_, number) : nullptr;
   }
   bool load(const Instrument& instrument, uint32_t number) {
     return engine_.has(number) || engine_.loadInstrumentAs(instrument, number, Loading::stopped);
@@ -53,7 +53,8 @@ class Supply {
   const Collection& document_;
   const DefaultCollection& defaults_;
   Host& host_;
-  std::optional<const Collection*> opened_;
+  bool looked_ = false;
+  const Collection* opened_ = nullptr;
 };
 
 }  // namespace
