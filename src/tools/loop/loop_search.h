@@ -25,12 +25,15 @@ struct LoopSearch {
   std::vector<LoopPair> loops;  ///< best first; empty when nothing was found
 };
 
+/// How pairs are gone through; the result is the same. `automatic` is the one that will be done first.
+enum class SearchMethod { automatic, oneByOne, sorted, tiles };
+
 /// Ends are the zero crossings from range.last downwards; for each of them starts are those of the same direction from
 /// end - range.shortest + 1 downwards, not before range.first and not further away than range.longest. The pair with
 /// the highest score above 0 wins; of equal ones the one with the latest end, then with the latest start.
 /// With `most` above 1 other loops follow, each the best of those of which one end or the other is more than 256 frames
 /// away from all the loops before it.
 LoopSearch findLoops(std::span<const float> mono, const LoopRange& range, std::size_t most,
-                     const SearchProgress& progress);
+                     const SearchProgress& progress, SearchMethod method = SearchMethod::automatic);
 
 }  // namespace tervo

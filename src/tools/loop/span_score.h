@@ -20,9 +20,9 @@ inline std::size_t spanOffset(std::size_t frames, std::size_t start, std::size_t
   const std::size_t offset = end + spanBefore > frames ? end + spanFrames - frames : spanBefore;
   return std::min(offset, start);
 }
-/// 256, or what is left of the sound when it is too short for both.
-inline std::size_t spanLength(std::size_t frames, std::size_t end, std::size_t offset) {
-  return std::min(spanFrames, frames - (end - offset));
+/// 256, or what is left of the sound: behind it is silence.
+inline std::size_t framesOfSpan(std::size_t frames, std::size_t first) {
+  return std::min(spanFrames, frames - first);
 }
 
 inline Score productSum(const float* a, const float* b, std::size_t frames) {
@@ -38,9 +38,10 @@ inline Score normalised(Score product, Score energyA, Score energyB) {
 
 /// -1..1. start < end <= x.size().
 inline Score spanScore(std::span<const float> x, std::size_t start, std::size_t end) {
-  const std::size_t offset = spanOffset(x.size(), start, end), length = spanLength(x.size(), end, offset);
+  const std::size_t offset = spanOffset(x.size(), start, end);
+  const std::size_t framesA = framesOfSpan(x.size(), start - offset), framesB = framesOfSpan(x.size(), end - offset);
   const float *a = x.data() + (start - offset), *b = x.data() + (end - offset);
-  return normalised(productSum(a, b, length), productSum(a, a, length), productSum(b, b, length));
+  return normalised(productSum(a, b, framesB), productSum(a, a, framesA), productSum(b, b, framesB));
 }
 
 }  // namespace tervo
