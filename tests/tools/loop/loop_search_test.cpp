@@ -88,10 +88,10 @@ Sound square(std::size_t frames, std::size_t halfPeriod) {
 }
 /// Noise with stretches of exact zeros, and a copy of one stretch further on.
 Sound patchwork() {
-  Sound x = tones::noise(1200);
+  Sound x = tones::noise(900);
   for (std::size_t i = 0; i < x.size(); ++i)
-    if (i % 7 < 2 || (i > 500 && i < 800)) x[i] = 0;
-  std::copy_n(x.begin() + 100, 300, x.begin() + 850);
+    if (i % 7 < 2 || (i > 350 && i < 550)) x[i] = 0;
+  std::copy_n(x.begin() + 20, 300, x.begin() + 580);
   return x;
 }
 
@@ -101,14 +101,14 @@ TEST(LoopSearch, findsWhatTheRuleSays) {
     std::string name;
     Sound x;
   } sounds[] = {
-      {"noise", tones::noise(900)},
-      {"soft noise", scaled(tones::noise(700, 0.5, 7), 1e-20)},
+      {"noise", tones::noise(600)},
+      {"soft noise", scaled(tones::noise(450, 0.5, 7), 1e-20)},
       {"string", tones::tone(string, 331.7, 0.03)},
       {"low string", tones::tone(string, 60.3, 0.07)},
       {"exact periods", tones::tone(tones::models[0], 441, 0.03)},
       {"vibrato", tones::tone(tones::models[6], 220, 0.06)},
       {"patchwork", patchwork()},
-      {"square", square(900, 25)},
+      {"square", square(700, 25)},
       {"bursts", joined(joined(tones::noise(200), Sound(500, 0.0f)), tones::noise(200))},
       {"loud after soft", joined(scaled(tones::tone(string, 500, 0.03), 1e-4), tones::tone(string, 503, 0.03))},
       {"constant", Sound(600, 0.5f)},
@@ -145,7 +145,7 @@ TEST(LoopSearch, findsWhatTheRuleSays) {
 
 TEST(LoopSearch, stopsWhenTold) {
   int asked = 0;
-  const auto result = findLoops(tones::noise(3000), {0, 3000, 32, 3000}, 1, [&](double) { return ++asked < 2; });
+  const auto result = findLoops(tones::noise(1200), {0, 1200, 32, 1200}, 1, [&](double) { return ++asked < 2; });
   EXPECT_TRUE(result.stopped);
   EXPECT_TRUE(result.loops.empty());
 }

@@ -1,0 +1,110 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "tests/dsp/tones.h"
+#include "tests/tools/wave_fixture.h"
+
+namespace tervo::test {
+namespace {
+
+SampleRef tone(double hertz = 220) {
+  return makeResident(tones::tone(tones::models[1], hertz, 0.4, 22050), 1);
+}
+Marker loop(double start, double end) {
+  return {.type = MarkerType::loop, .name = u"L", .start = start, .end = end, .loopType = LoopType::forward};
+}
+
+class LoopOperations : public WaveOperations {};
+
+TEST_F(LoopOperations, FindALoopAndSayForWhat) {
+  Waveform& waveform = wave(tone(), {{.type = MarkerType::position, .name = u"here", .start = 5, .end = 6}});
+  EXPECT_EQ(run(u"find-loop", {{u"until-release", u"on"}, {u"candidates", u"3"}, {u"cut", u"on"}}), Outcome::changed);
+  EXPECT_EQ(host.texts.front(), u"Finding loop for: \"W\"");
+  ASSERT_EQ(waveform.markers.size(), 2u);
+  const Marker& found = waveform.markers[1];
+  EXPECT_EQ(found.type, MarkerType::loop);
+  EXPECT_EQ(found.loopType, LoopType::forward);
+  EXPECT_EQ(found.loopCount, loopUntilRelease);
+  EXPECT_GE(found.length(), 0.05 * 8820);
+  EXPECT_EQ(waveform.frames(), 8820) << "a loop that ends at the release needs what follows";
+  EXPECT_GE(document.report.entries().size(), 3u);
+}
+
+TEST_F(LoopOperations, KeepOrReplaceTheLoopThatIsThere) {
+  Waveform& waveform = wave(tone(), {loop(100, 150), loop(200, 250)});
+  EXPECT_EQ(run(u"find-loop"), Outcome::nothingToDo);
+  EXPECT_EQ(run(u"find-loop", {{u"skip-looped", u"off"}, {u"crossfade", u"off"}}), Outcome::changed);
+  ASSERT_EQ(waveform.markers.size(), 2u);
+  EXPECT_NE(waveform.markers[0].start, 100);
+  EXPECT_EQ(waveform.markers[0].name, u"L");
+  EXPECT_EQ(waveform.markers[1], loop(200, 250));
+  waveform.markers[0].loopType = LoopType::off;
+  EXPECT_EQ(run(u"find-loop"), Outcome::changed) << "a loop that is off is none";
+  document.collection.clear();
+  wave(makeResident(std::vector<float>(4000, 0.0f), 1));
+  EXPECT_EQ(run(u"find-loop"), Outcome::nothingToDo);
+}
+
+TEST_F(LoopOperations, CutBehindTheLoopAndAppendWhatItGoesOnToPlay) {
+  Waveform& waveform = wave(tone(), {{.type = MarkerType::section, .name = u"all", .start = 0, .end = 8820},
+                                     {.type = MarkerType::position, .name = u"late", .start = 8800, .end = 8801}});
+  EXPECT_EQ(run(u"find-loop", {{u"cut", u"on"}}), Outcome::changed);
+  ASSERT_EQ(waveform.markers.size(), 2u);
+  const Marker& found = waveform.markers[1];
+  const auto start = static_cast<std::size_t>(found.start), end = static_cast<std::size_t>(found.end);
+  ASSERT_EQ(waveform.frames(), static_cast<int64_t>(end + 32));
+  EXPECT_EQ(waveform.markers[0].end, waveform.frames());
+  const auto frames = framesOf(waveform.samples);
+  for (std::size_t i = 0; i < 32; ++i) EXPECT_EQ(frames[end + i], frames[start + i]);
+  EXPECT_EQ(frames[end - 1], frames[start - 1]) << "not crossfaded";
+}
+
+TEST_F(LoopOperations, CrossfadeAsFarAsTheLoopAllows) {
+  Waveform& waveform = wave(tone(), {loop(1000, 1500)});
+  const auto before = framesOf(waveform.samples);
+  EXPECT_EQ(run(u"crossfade-loop", {{u"length", u"501"}}), Outcome::failed);
+  EXPECT_EQ(LastErrorText(),
+            u"The maximum crossfade length is 500 wavesamples (minimum of the loop length and the "
+            u"number of wavesamples before the loop start point");
+  EXPECT_EQ(framesOf(waveform.samples), before);
+  EXPECT_EQ(run(u"crossfade-loop", {{u"length", u"10"}, {u"reverse", u"off"}}), Outcome::changed);
+  const auto after = framesOf(waveform.samples);
+  for (std::size_t i = 0; i < after.size(); ++i) EXPECT_EQ(after[i] == before[i], i < 1490 || i > 1499) << i;
+
+  // With several waveforms each is faded as far as it goes, whatever is asked for.
+  Waveform& other = wave(tone(), {loop(300, 5000)});
+  wave(tone(), {loop(0, 500)});
+  EXPECT_EQ(run(u"crossfade-loop", {{u"length", u"501"}}), Outcome::changed);
+  EXPECT_EQ(host.texts.back(), u"Done: Cross-fade loop: 2 of 3 items changed");
+  const auto faded = framesOf(other.samples);
+  EXPECT_EQ(faded[4699], before[4699]);
+  EXPECT_NE(faded[4701], before[4701]);
+}
+
+TEST_F(LoopOperations, SnapLoopsToCrossingsOfOneDirection) {
+  std::vector<float> samples(400);
+  for (std::size_t i = 0; i < samples.size(); ++i)
+    samples[i] = static_cast<float>(std::sin((static_cast<double>(i) + 0.5) * M_PI / 50));
+  Waveform& waveform = wave(makeResident(std::move(samples), 1), {loop(103, 238), loop(99, 199)});
+  EXPECT_EQ(run(u"snap-loops"), Outcome::changed);
+  EXPECT_EQ(waveform.markers[0].start, 99);  // rising between 99 and 100
+  EXPECT_EQ(waveform.markers[0].end, 199);   // 249 is nearer, but falls
+  EXPECT_EQ(run(u"snap-loops"), Outcome::nothingToDo);
+}
+
+TEST_F(LoopOperations, LeaveTheWaveformAloneWhenStopped) {
+  const auto noise = makeResident(tones::noise(1200), 1);
+  for (int asked = 0; asked < 6; ++asked) {
+    document.collection.clear();
+    Waveform& waveform = wave(noise);
+    host.left = asked;
+    EXPECT_EQ(run(u"find-loop"), Outcome::failed) << asked;
+    EXPECT_EQ(LastErrorText(), u"Cancelled");
+    EXPECT_TRUE(waveform.markers.empty());
+    EXPECT_EQ(waveform.samples, noise);
+  }
+}
+
+}  // namespace
+}  // namespace tervo::test
