@@ -71,10 +71,10 @@ Frames randomPlaying(int workers, int blocksAtOnce, audio::RenderLanes kernel = 
   setup.kernel = kernel;
   lab.start(setup);
   std::mt19937 random(3);
-  for (int i = 0; i < 1500; ++i)
-    EXPECT_TRUE(lab.engine->postEvent(static_cast<int64_t>(i) * 16, randomMessage(random)));
+  for (int i = 0; i < 1200; ++i)
+    EXPECT_TRUE(lab.engine->postEvent(static_cast<int64_t>(i) * 10, randomMessage(random)));
   Frames all;
-  for (int i = 0; i < 384 / blocksAtOnce; ++i) {
+  for (int i = 0; i < 192 / blocksAtOnce; ++i) {
     Frames part(128 * static_cast<std::size_t>(blocksAtOnce));
     lab.engine->render(part);
     all.insert(all.end(), part.begin(), part.end());
@@ -115,7 +115,7 @@ TEST(Engine, NothingIsStuckAfterRandomPlaying) {
   fill(lab);
   lab.start(setupOf(96, 1));
   std::mt19937 random(11);
-  for (int i = 0; i < 3000; ++i) {
+  for (int i = 0; i < 1500; ++i) {
     for (int event = 0; event < 4; ++event) lab.engine->postEvent(0, randomMessage(random));
     Frames block(128);
     lab.engine->render(block);

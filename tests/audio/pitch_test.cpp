@@ -76,6 +76,24 @@ TEST(Pitch, RegisteredTuning) {
   EXPECT_NEAR(centsBetween(playedHertz(lab), 440), 50, 0.3);
 }
 
+TEST(Pitch, PhaseGroupsShareWhatIsRandom) {
+  const auto apart = [](float group) {
+    SoundLab lab;
+    for (const float side : {-1.0f, 1.0f}) {
+      Region& region = lab.addSine(440);
+      region.articulation.set(P::panPosition, side), region.articulation.set(P::randomToPitch, 3);
+      region.trigger.set(P::phaseGroup, group);
+    }
+    lab.start();
+    lab.press();
+    lab.left(0.05);
+    const auto sound = lab.render(0.5);
+    return std::fabs(centsBetween(hertzOf(sound.left), hertzOf(sound.right)));
+  };
+  EXPECT_EQ(apart(2), 0);
+  EXPECT_GT(apart(0), 5);
+}
+
 TEST(Pitch, PortamentoGlidesInItsTime) {
   SoundLab lab;
   lab.addSine(440);

@@ -127,6 +127,21 @@ TEST_F(Rendering, MissingInstrumentsComeFromTheDefaultCollection) {
   }
 }
 
+TEST_F(Rendering, RegionsThatTheSongDoesNotReachAreNotRead) {
+  // Reading the second sound would fail.
+  struct Unreadable final : SampleData {
+    Unreadable() : SampleData(1, 100) {}
+    std::unique_ptr<SampleStream> open(int64_t) const override { return fail(u"Reading from file failed"); }
+  };
+  Region& other = lab.addConstant();
+  lab.collection.waveforms().back()->samples = std::make_shared<Unreadable>();
+  other.trigger.set(P::triggerLowKey, 61);
+  EXPECT_TRUE(render(*oneNote()));
+  other.trigger.set(P::triggerLowKey, 60);
+  EXPECT_FALSE(render(*oneNote()));
+  EXPECT_EQ(LastErrorText(), u"Couldn't create instrument");
+}
+
 TEST_F(Rendering, WithoutADefaultCollectionTheRestIsRendered) {
   const auto waveform = render(*oneNote(7));
   ASSERT_TRUE(waveform);

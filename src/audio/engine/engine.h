@@ -44,8 +44,10 @@ class Engine {
   // Document thread.
   /// Under its own number. False with "Couldn't create instrument", when it cannot be read or all slots are taken.
   bool loadInstrument(const Instrument& instrument, Loading loading);
-  /// The same under another number, for one that takes the place of what is missing.
-  bool loadInstrumentAs(const Instrument& instrument, uint32_t number, Loading loading);
+  /// The same under another number, for one that takes the place of what is missing, and only with the regions that the
+  /// notes reach.
+  bool loadInstrumentAs(const Instrument& instrument, uint32_t number, Loading loading,
+                        const PlayedNotes* notes = nullptr);
   /// Those of the list that are still in the document.
   bool reloadInstruments(std::span<const ItemId> instruments);
   bool has(uint32_t number) const { return current_->table.has(number); }

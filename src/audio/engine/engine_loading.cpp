@@ -41,6 +41,7 @@ bool Engine::change(Loading loading, std::unique_ptr<Loaded> next) {
   performer_.setInstruments(&current_->table);
   performer_.generation = playedGeneration_ = oldestGeneration_ = current_->generation;
   retired_.clear();
+  activeVoices_ = 0;
   return true;
 }
 
@@ -48,10 +49,11 @@ bool Engine::loadInstrument(const Instrument& instrument, Loading loading) {
   return loadInstrumentAs(instrument, packedNumber(instrument), loading);
 }
 
-bool Engine::loadInstrumentAs(const Instrument& instrument, uint32_t number, Loading loading) {
+bool Engine::loadInstrumentAs(const Instrument& instrument, uint32_t number, Loading loading,
+                              const PlayedNotes* notes) {
   if (loading == Loading::stopped) setRunning(false);
   const bool done = guardMemory([&] {
-    auto copy = copyInstrument(instrument, setup_.sampleRate, sounds_);
+    auto copy = copyInstrument(instrument, setup_.sampleRate, sounds_, notes);
     auto next = std::make_unique<Loaded>(*current_);
     const bool hasSlot = current_->table.has(number) || current_->table.size() < setup_.instrumentCapacity;
     if (!copy || !hasSlot) return false;

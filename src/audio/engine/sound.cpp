@@ -10,19 +10,22 @@ namespace tervo::audio {
 namespace {
 
 std::shared_ptr<Sound> readSound(const SampleData& samples) {
+  constexpr std::size_t framesAtOnce = 8192;
   auto sound = std::make_shared<Sound>();
+  const auto channels = static_cast<std::size_t>(samples.channels());
+  const auto total = static_cast<std::size_t>(samples.frames());
   sound->channels = std::min(samples.channels(), 2);
-  for (int c = 0; c < sound->channels; ++c) sound->channel[c].reserve(static_cast<std::size_t>(samples.frames()));
+  for (int c = 0; c < sound->channels; ++c) sound->channel[c].resize(total);
   const auto stream = samples.open();
   if (!stream) return nullptr;
-  const auto channels = static_cast<std::size_t>(samples.channels());
-  std::vector<float> block(4096 * channels);
-  while (true) {
+  std::vector<float> block(framesAtOnce * channels);
+  for (std::size_t done = 0; done < total;) {
     const auto frames = stream->read(block);
     if (!frames) return nullptr;
     if (*frames == 0) break;
     for (std::size_t c = 0; c < static_cast<std::size_t>(sound->channels); ++c)
-      for (std::size_t i = 0; i < *frames; ++i) sound->channel[c].push_back(block[i * channels + c]);
+      for (std::size_t i = 0; i < *frames; ++i) sound->channel[c][done + i] = block[i * channels + c];
+    done += *frames;
   }
   return sound;
 }

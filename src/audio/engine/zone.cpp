@@ -26,7 +26,7 @@ class ZoneMaker {
  public:
   explicit ZoneMaker(const Region& region) : region_(region) {}
 
-  bool make(Zone& zone, int layer, uint32_t engineRate, SoundCopies& sounds) {
+  bool make(Zone& zone, int layer, uint32_t engineRate, SoundCopies& sounds, const PlayedNotes* notes) {
     for (int i = 0; i < parameterCount; ++i)
       zone.rows_[static_cast<std::size_t>(i)] = effectiveValue(region_, static_cast<P>(i));
     const float trigger = std::clamp(zone[P::triggerType], 0.0f, static_cast<float>(TriggerType::never));
@@ -40,7 +40,7 @@ class ZoneMaker {
       zone.tuning += waveform->fineTune * 0.01f;
       zone.gainDb += waveform->gain;
     }
-    return sounds.copyFor(region_, zone.played);
+    return (notes && !notes->reach(zone)) || sounds.copyFor(region_, zone.played);
   }
 
  private:
@@ -60,15 +60,26 @@ float Zone::fadeAt(int key, int velocity) const {
               P::triggerVelocityFadeOut, P::triggerVelocityFadeFormula);
 }
 
+bool PlayedNotes::reach(const Zone& zone) const {
+  // What a pedal starts has neither key nor velocity.
+  if (zone.trigger() >= TriggerType::sustainPress && zone.trigger() <= TriggerType::softRelease) return true;
+  for (int key = 0; key < 128; ++key) {
+    const auto& velocities = velocities_[static_cast<std::size_t>(key)];
+    for (int velocity = 1; velocities.any() && velocity < 128; ++velocity)
+      if (velocities[static_cast<std::size_t>(velocity)] && zone.fadeAt(key, velocity) > 0) return true;
+  }
+  return false;
+}
+
 std::shared_ptr<const SoundInstrument> copyInstrument(const Instrument& instrument, uint32_t engineRate,
-                                                      SoundCopies& sounds) {
+                                                      SoundCopies& sounds, const PlayedNotes* notes) {
   auto copy = std::make_shared<SoundInstrument>();
   copy->number = packedNumber(instrument);
   copy->zones.reserve(instrument.regionCount());
   for (const auto& layer : instrument.layers()) {
     for (const auto& region : layer->regions()) {
       Zone& zone = copy->zones.emplace_back();
-      if (!ZoneMaker(*region).make(zone, copy->layers, engineRate, sounds)) return nullptr;
+      if (!ZoneMaker(*region).make(zone, copy->layers, engineRate, sounds, notes)) return nullptr;
     }
     ++copy->layers;
   }

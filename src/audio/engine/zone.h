@@ -3,6 +3,7 @@
 // note. Made on the document thread and never changed, so that voices may read it while it is being replaced.
 
 #include <array>
+#include <bitset>
 #include <memory>
 #include <vector>
 
@@ -56,14 +57,34 @@ class Zone {
   TriggerType trigger_ = TriggerType::keyPress;
 };
 
+/// Which velocities of which keys a song plays.
+class PlayedNotes {
+ public:
+  void add(int key, int velocity) {
+    velocities_[static_cast<std::size_t>(key)].set(static_cast<std::size_t>(velocity));
+  }
+  void add(const PlayedNotes& other) {
+    for (std::size_t key = 0; key < velocities_.size(); ++key) velocities_[key] |= other.velocities_[key];
+  }
+  void addAll() {
+    for (auto& each : velocities_) each.set();
+  }
+  /// Whether the region sounds with one of them.
+  bool reach(const Zone& zone) const;
+
+ private:
+  std::array<std::bitset<128>, 128> velocities_;
+};
+
 struct SoundInstrument {
   uint32_t number = 0;  ///< packed: program, banks, drum flag
   std::vector<Zone> zones;
   int layers = 0;
 };
 
-/// Null with LastErrorText when samples cannot be read.
+/// Null with LastErrorText when samples cannot be read. With `notes` the regions that none of them reaches stay silent,
+/// and their samples unread.
 std::shared_ptr<const SoundInstrument> copyInstrument(const Instrument& instrument, uint32_t engineRate,
-                                                      SoundCopies& sounds);
+                                                      SoundCopies& sounds, const PlayedNotes* notes = nullptr);
 
 }  // namespace tervo::audio

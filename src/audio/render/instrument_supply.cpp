@@ -17,24 +17,34 @@ const Instrument* findIn(const Collection& collection, uint32_t number) {
 
 class Supply {
  public:
-  Supply(Engine& engine, const Collection& document, const DefaultCollection& defaults, Host& host)
-      : engine_(engine), document_(document), defaults_(defaults), host_(host) {}
+  Supply(const Collection& document, const DefaultCollection& defaults, Host& host)
+      : document_(document), defaults_(defaults), host_(host) {}
 
-  bool fill(uint32_t number) {
-    if (const Instrument* instrument = findIn(document_, number)) return load(*instrument, number);
+  void plan(uint32_t number, const PlayedNotes& notes) {
+    if (const Instrument* instrument = findIn(document_, number)) return use(*instrument, number, notes);
     // What a number may stand for, in this order; the engine looks up the first three by itself.
     for (const uint32_t mask : {0u, bankLsbMask, bankLsbMask | bankMsbMask}) {
       const uint32_t candidate = number & ~mask;
-      if (engine_.has(candidate)) return true;
-      if (const Instrument* instrument = find(candidate)) return load(*instrument, candidate);
+      if (const auto found = planned_.find(candidate); found != planned_.end()) return found->second.notes.add(notes);
+      if (const Instrument* instrument = find(candidate)) return use(*instrument, candidate, notes);
     }
-    if ((number & drumFlag) == 0) return true;
+    if ((number & drumFlag) == 0) return;
     for (const uint32_t mask : {0u, bankLsbMask, bankLsbMask | bankMsbMask})
-      if (const Instrument* instrument = find(number & ~(mask | programMask))) return load(*instrument, number);
-    return true;
+      if (const Instrument* instrument = find(number & ~(mask | programMask))) return use(*instrument, number, notes);
+  }
+
+  bool load(Engine& engine) const {
+    return std::all_of(planned_.begin(), planned_.end(), [&](const auto& each) {
+      return engine.loadInstrumentAs(*each.second.instrument, each.first, Loading::stopped, &each.second.notes);
+    });
   }
 
  private:
+  struct Planned {
+    const Instrument* instrument = nullptr;
+    PlayedNotes notes;
+  };
+
   const Instrument* find(uint32_t number) {
     if (const Instrument* instrument = findIn(document_, number)) return instrument;
     if (!looked_) {
@@ -45,24 +55,26 @@ class Supply {
     }
     return opened_ ? findIn(*opened_, number) : nullptr;
   }
-  bool load(const Instrument& instrument, uint32_t number) {
-    return engine_.has(number) || engine_.loadInstrumentAs(instrument, number, Loading::stopped);
+  void use(const Instrument& instrument, uint32_t number, const PlayedNotes& notes) {
+    planned_[number].instrument = &instrument;
+    planned_[number].notes.add(notes);
   }
 
-  Engine& engine_;
   const Collection& document_;
   const DefaultCollection& defaults_;
   Host& host_;
   bool looked_ = false;
   const Collection* opened_ = nullptr;
+  std::map<uint32_t, Planned> planned_;
 };
 
 }  // namespace
 
-bool supplyInstruments(Engine& engine, const std::set<uint32_t>& numbers, const Collection& document,
+bool supplyInstruments(Engine& engine, const std::map<uint32_t, PlayedNotes>& numbers, const Collection& document,
                        const DefaultCollection& defaults, Host& host) {
-  Supply supply(engine, document, defaults, host);
-  return std::all_of(numbers.begin(), numbers.end(), [&](uint32_t number) { return supply.fill(number); });
+  Supply supply(document, defaults, host);
+  for (const auto& [number, notes] : numbers) supply.plan(number, notes);
+  return supply.load(engine);
 }
 
 }  // namespace tervo::audio

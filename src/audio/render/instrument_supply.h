@@ -3,7 +3,7 @@
 // lacks.
 
 #include <functional>
-#include <set>
+#include <map>
 
 #include "audio/engine/engine.h"
 #include "core/collection.h"
@@ -14,9 +14,10 @@ namespace tervo::audio {
 /// Opens the default General MIDI collection; null when it cannot be opened. Called once, and only when it is needed.
 using DefaultCollection = std::function<const Collection*()>;
 
-/// Loads what the numbers need into the engine. The status line says so when the default collection cannot be opened;
-/// rendering goes on without what is missing. False with LastErrorText when an instrument cannot be read.
-bool supplyInstruments(Engine& engine, const std::set<uint32_t>& numbers, const Collection& document,
+/// Loads what the numbers and their notes need into the engine. The status line says so when the default collection
+/// cannot be opened; rendering goes on without what is missing. False with LastErrorText when an instrument cannot be
+/// read.
+bool supplyInstruments(Engine& engine, const std::map<uint32_t, PlayedNotes>& numbers, const Collection& document,
                        const DefaultCollection& defaults, Host& host);
 
 }  // namespace tervo::audio

@@ -20,12 +20,18 @@ class Flattener {
     if (event.kind() == MidiStatus::program) channel.setProgram(event.key());
     if (event.kind() == MidiStatus::controller && isBank(event.key()))
       channel.setController(event.key(), event.value(), true);
+    // The soft pedal changes velocities.
+    if (event.kind() == MidiStatus::controller && event.key() == Controller::soft) isSoft_ = true;
     if (!event.isNoteOn()) return;
     ++events_.notes;
-    events_.instruments.insert(channel.instrumentNumber());
+    events_.instruments[channel.instrumentNumber()].add(event.key(), event.value());
   }
   double end() const { return events_.seconds; }
-  SongEvents take() { return std::move(events_); }
+  SongEvents take() {
+    for (auto& [number, notes] : events_.instruments)
+      if (isSoft_) notes.addAll();
+    return std::move(events_);
+  }
 
  private:
   static bool isBank(uint8_t controller) {
@@ -33,6 +39,7 @@ class Flattener {
   }
 
   SongEvents events_;
+  bool isSoft_ = false;
   std::vector<Channel> channels_ = [] {
     std::vector<Channel> channels;
     for (int i = 0; i < midiChannels; ++i) channels.emplace_back(i);

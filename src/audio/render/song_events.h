@@ -2,10 +2,11 @@
 // A song as the engine plays it: channel messages at their times.
 
 #include <cstdint>
-#include <set>
+#include <map>
 #include <vector>
 
 #include "audio/engine/event_ring.h"
+#include "audio/engine/zone.h"
 #include "core/song.h"
 
 namespace tervo::audio {
@@ -19,7 +20,7 @@ struct SongEvents {
   std::vector<TimedMessage> messages;  ///< by time; at equal times by track
   double seconds = 0;                  ///< to the end of the song
   std::size_t notes = 0;
-  std::set<uint32_t> instruments;  ///< the numbers that its notes ask for
+  std::map<uint32_t, PlayedNotes> instruments;  ///< the numbers that its notes ask for, with the notes
 };
 
 /// Tracks of format 2 follow one another.
