@@ -1,8 +1,10 @@
 """Compares what tervo and FluidSynth make of the same song and bank. Prints "ok WHAT" or "FAIL WHAT".
 
-Where both differ by design: velocity spans 38 dB here (the bank reader's rule), attenuation counts 0.4 of its value,
-velocity opens the filter, channel volume moves in at most 128 ms, and a key struck again stops its last note. Levels are
-therefore compared by their shape (correlation), not by their value.
+Where both differ by design: in a SoundFont a decay time is that of a fall to silence, in the document it is that of the
+fall to the sustain level, and the reader takes the number as it is; velocity spans 38 dB, velocity opens the filter, and
+channel volume takes up to 128 ms. So levels are compared by their shape (correlation), not by their value, and songs with
+a copy of the bank whose sustain levels are full, where both kinds of decay are the same. With the bank as it is the
+shapes have to be alike, no more.
 """
 import audioop
 import glob
@@ -17,11 +19,22 @@ SONGS = "/usr/share/games/openttd/baseset/openmsx/*.mid"
 RATE = 48000
 
 
-def render(song):
-    subprocess.run([TERVO, "render", song, "-o", "ours.wav", "--bank", BANK, "--no-effects", "--quiet", "--overwrite",
+def full_sustain(bank, copy):
+    """Copies a bank and sets every sustain level of its volume envelopes (generator 37) to full."""
+    data = bytearray(open(bank, "rb").read())
+    for name in (b"pgen", b"igen"):
+        first = data.index(name, data.index(b"pdta")) + 8
+        for record in range(first, first + int.from_bytes(data[first - 4:first], "little"), 4):
+            if data[record:record + 2] == bytes([37, 0]):
+                data[record + 2:record + 4] = bytes(2)
+    open(copy, "wb").write(data)
+
+
+def render(song, bank=BANK):
+    subprocess.run([TERVO, "render", song, "-o", "ours.wav", "--bank", bank, "--no-effects", "--quiet", "--overwrite",
                     "--tail", "1", "--set", "mid2wav.bDeleteSilence=0"], check=True)
     subprocess.run(["fluidsynth", "-ni", "-q", "-F", "theirs.wav", "-r", str(RATE), "-R", "0", "-C", "0", "-g", "0.5",
-                    "-O", "s16", BANK, song], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                    "-O", "s16", bank, song], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     return samples("ours.wav"), samples("theirs.wav")
 
 
@@ -103,10 +116,12 @@ def compare_notes():
 
 
 def compare_songs():
+    full_sustain(BANK, "full.sf2")
     for song in sorted(glob.glob(SONGS))[::5]:
-        ours, theirs = render(song)
-        value = correlation(levels(ours, 50), levels(theirs, 50))
-        check(f"{os.path.basename(song)}: level contour, correlation {value:.4f}", value >= 0.95)
+        for bank, wanted in (("full.sf2", 0.95), (BANK, 0.8)):
+            ours, theirs = render(song, bank)
+            value = correlation(levels(ours, 50), levels(theirs, 50))
+            check(f"{os.path.basename(song)}: level contour, correlation {value:.4f}", value >= wanted)
 
 
 if os.path.exists(BANK) and subprocess.run(["which", "fluidsynth"], capture_output=True).returncode == 0:
