@@ -4,7 +4,6 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <unordered_map>
 
 namespace tervo {
 namespace {
@@ -31,46 +30,54 @@ const float* spanOf(std::span<const float> x, const LoopPlace& place) {
   return x.data() + (place.position - spanBefore);
 }
 
-uint64_t hashOf(const float* span) {
+uint32_t hashOf(const float* span) {
   uint64_t hash = 0xcbf29ce484222325;
   for (std::size_t i = 0; i < spanFrames; ++i) hash = (hash ^ std::bit_cast<uint32_t>(span[i])) * 0x100000001b3;
-  return hash;
+  return static_cast<uint32_t>(hash ^ hash >> 32);
 }
 
-/// Places that have the hash of another, but other samples, stay without twins.
-void findTwins(std::span<const float> x, std::vector<LoopPlace>& places) {
-  struct Family {
-    LoopPlace* first;
-    uint32_t number = 0;
-  };
-  std::unordered_map<uint64_t, Family> families;
+struct HashedPlace {
+  uint32_t hash;
+  uint32_t index;
+
+  bool operator<(const HashedPlace& other) const { return hash < other.hash; }
+};
+
+/// Places that have the hash of another, but other samples than the first one with it, stay without twins.
+void findTwins(std::span<const float> x, std::vector<HashedPlace>& hashed, std::vector<LoopPlace>& places) {
+  std::stable_sort(hashed.begin(), hashed.end());
   uint32_t numbers = 0;
-  for (LoopPlace& place : places) {
-    const auto [found, isNew] = families.try_emplace(hashOf(spanOf(x, place)), Family{&place});
-    Family& family = found->second;
-    if (isNew || std::memcmp(spanOf(x, *family.first), spanOf(x, place), spanFrames * sizeof(float)) != 0) continue;
-    if (family.number == 0) family.first->twins = family.number = ++numbers;
-    place.twins = family.number;
+  for (std::size_t i = 0, first = 0; i < hashed.size(); ++i) {
+    if (hashed[i].hash != hashed[first].hash) first = i;
+    LoopPlace &one = places[hashed[first].index], &place = places[hashed[i].index];
+    if (i == first || std::memcmp(spanOf(x, one), spanOf(x, place), spanFrames * sizeof(float)) != 0) continue;
+    if (one.twins == 0) one.twins = ++numbers;
+    place.twins = one.twins;
   }
 }
 
 }  // namespace
 
-LoopPlaces loopPlaces(std::span<const float> x, std::span<const ZeroCrossing> crossings, bool rising, bool& tooSoft) {
+bool findLoopPlaces(std::span<const float> x, std::span<const ZeroCrossing> crossings, bool rising,
+                    const SearchProgress& progress, LoopPlaces& places, bool& tooSoft) {
   constexpr double softest = 1e-36;
-  LoopPlaces places;
-  for (const ZeroCrossing& crossing : crossings) {
-    if (crossing.rising != rising) continue;
-    const uint32_t position = crossing.position;
+  constexpr std::size_t crossingsBetween = 1 << 14;  // two asks for progress
+  std::vector<HashedPlace> hashed;
+  for (std::size_t i = 0; i < crossings.size(); ++i) {
+    if (i % crossingsBetween == 0 && !progress(static_cast<double>(i) / static_cast<double>(crossings.size())))
+      return false;
+    const uint32_t position = crossings[i].position;
+    if (crossings[i].rising != rising) continue;
     places.all.push_back(position);
     if (position < spanBefore || position + spanBefore > x.size()) continue;
     const double length = lengthOf(x.data() + (position - spanBefore));
     if (!std::isfinite(length) || length == 0) continue;
     tooSoft = tooSoft || length < softest;
+    hashed.push_back({hashOf(x.data() + (position - spanBefore)), static_cast<uint32_t>(places.inner.size())});
     places.inner.push_back({position, static_cast<float>(1 / length)});
   }
-  findTwins(x, places.inner);
-  return places;
+  findTwins(x, hashed, places.inner);
+  return true;
 }
 
 StartRange startsFor(std::span<const uint32_t> ascending, std::size_t end, const LoopRange& range) {

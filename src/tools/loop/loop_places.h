@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/loop/loop_range.h"
+#include "tools/loop/search_progress.h"
 #include "tools/loop/span_score.h"
 #include "tools/loop/zero_crossings.h"
 
@@ -24,9 +25,10 @@ struct LoopPlaces {
   std::vector<uint32_t> all;
 };
 
-/// Spans that are silent, or hold what is no finite number, have no score and are left out of `inner`. Those that are
-/// too soft for single precision are marked in `tooSoft`, when there are any.
-LoopPlaces loopPlaces(std::span<const float> x, std::span<const ZeroCrossing> crossings, bool rising, bool& tooSoft);
+/// Spans that are silent, or hold what is no finite number, have no score and are left out of `inner`. `tooSoft`
+/// becomes true when there are some that are too soft for single precision. False when stopped.
+bool findLoopPlaces(std::span<const float> x, std::span<const ZeroCrossing> crossings, bool rising,
+                    const SearchProgress& progress, LoopPlaces& places, bool& tooSoft);
 
 /// Of crossings in ascending order those that may be the start of a loop to `end`: indices first to before last.
 struct StartRange {

@@ -1,12 +1,12 @@
 #pragma once
 // The pair of zero crossings that makes the best loop.
 
-#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
 
 #include "tools/loop/loop_range.h"
+#include "tools/loop/search_progress.h"
 #include "tools/loop/span_score.h"
 
 namespace tervo {
@@ -16,9 +16,6 @@ struct LoopPair {
   std::size_t end;
   Score score;
 };
-
-/// `fraction` is 0..1; false stops the search.
-using SearchProgress = std::function<bool(double fraction)>;
 
 struct LoopSearch {
   bool stopped = false;         ///< by the user

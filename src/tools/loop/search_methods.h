@@ -15,10 +15,10 @@ namespace tervo {
 /// they differ most, and only those near each other are compared. Good where a sound has something worth looping.
 class SortedSearch {
  public:
-  SortedSearch(LoopContest& contest, std::span<const LoopPlace> places);
+  explicit SortedSearch(LoopContest& contest) : contest_(contest) {}
 
-  /// Compares nearest neighbours only, for a first good pair.
-  void compareNeighbours();
+  /// Sorts, and compares nearest neighbours only, for a first good pair. False when stopped.
+  bool prepare(std::span<const LoopPlace> places, const SearchProgress& progress);
   /// Seconds that run() will take, roughly.
   double cost() const;
   /// False when stopped.
@@ -34,6 +34,7 @@ class SortedSearch {
   /// Of the distance between two projections.
   static double squareOf(const Projected& a, const Projected& b);
   void compare(const Projected& a, const Projected& b);
+  void compareNeighbours(std::size_t of);
 
   LoopContest& contest_;
   std::vector<Projected> sorted_;

@@ -19,15 +19,25 @@ double limitOf(double reach, double error) {
 
 }  // namespace
 
-SortedSearch::SortedSearch(LoopContest& contest, std::span<const LoopPlace> places) : contest_(contest) {
-  const auto basis = spanBasis(contest.x(), places);
+bool SortedSearch::prepare(std::span<const LoopPlace> places, const SearchProgress& progress) {
+  constexpr std::size_t placesBetween = 1 << 14;  // two asks for progress
+  const auto asked = [&](std::size_t i, double from) {
+    return i % placesBetween != 0 || progress(from + 0.5 * static_cast<double>(i) / static_cast<double>(places.size()));
+  };
+  const auto basis = spanBasis(contest_.x(), places);
   const auto& kernels = dsp::spanKernels();
   sorted_.resize(places.size());
   for (std::size_t i = 0; i < places.size(); ++i) {
+    if (!asked(i, 0)) return false;
     sorted_[i].place = places[i];
     kernels.project(spanAt(places[i]), places[i].scale, basis.data(), sorted_[i].at);
   }
   std::sort(sorted_.begin(), sorted_.end(), [](const Projected& a, const Projected& b) { return a.at[0] < b.at[0]; });
+  for (std::size_t i = 0; i < sorted_.size(); ++i) {
+    if (!asked(i, 0.5)) return false;
+    compareNeighbours(i);
+  }
+  return true;
 }
 
 const float* SortedSearch::spanAt(const LoopPlace& place) const {
@@ -49,14 +59,12 @@ void SortedSearch::compare(const Projected& a, const Projected& b) {
     contest_.offer(start, end);
 }
 
-void SortedSearch::compareNeighbours() {
+void SortedSearch::compareNeighbours(std::size_t of) {
   constexpr std::size_t neighbours = 12;
-  for (std::size_t i = 0; i < sorted_.size(); ++i) {
-    const std::size_t last = std::min(sorted_.size(), i + 1 + neighbours);
-    for (std::size_t j = i + 1; j < last; ++j)
-      if (squareOf(sorted_[i], sorted_[j]) <= limitOf(contest_.reach(), projectionError))
-        compare(sorted_[i], sorted_[j]);
-  }
+  const std::size_t last = std::min(sorted_.size(), of + 1 + neighbours);
+  for (std::size_t i = of + 1; i < last; ++i)
+    if (squareOf(sorted_[of], sorted_[i]) <= limitOf(contest_.reach(), projectionError))
+      compare(sorted_[of], sorted_[i]);
 }
 
 double SortedSearch::cost() const {
