@@ -23,7 +23,7 @@ Engine::Engine(const Setup& setup)
       ring_(ringCapacity),
       performer_(static_cast<std::size_t>(std::clamp(setup.voices, 1, 65535)), context_),
       workers_(workersFor(setup), static_cast<std::size_t>(std::clamp(setup.voices, 1, 65535)),
-               setup.kernel ? setup.kernel : bestRenderLanes()),
+               setup.kernel ? setup.kernel : bestRenderLanes(), setup.use),
       chorus_({}, context_.sampleRate),
       reverb_({}, context_.sampleRate),
       current_(std::make_unique<Loaded>()) {

@@ -34,6 +34,7 @@ class Engine {
     float masterGain = 1;
     int workers = 0;  ///< threads that render; 0: as many as there are processors
     bool hasEffects = true;
+    WorkerPool::Use use = WorkerPool::Use::rendering;
     RenderLanes kernel = nullptr;  ///< null: the fastest
   };
 

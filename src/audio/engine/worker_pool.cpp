@@ -1,6 +1,7 @@
 #include "audio/engine/worker_pool.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "audio/engine/denormals.h"
 #include "platform/thread.h"
@@ -14,14 +15,14 @@ std::size_t groupsFor(std::size_t voices) {
 
 }  // namespace
 
-WorkerPool::WorkerPool(int workers, std::size_t voices, RenderLanes kernel)
+WorkerPool::WorkerPool(int workers, std::size_t voices, RenderLanes kernel, Use use)
     : kernel_(kernel), blocks_(groupsFor(voices)) {
   // More threads than groups would never have anything to do.
   const auto count = std::clamp<std::size_t>(static_cast<std::size_t>(std::max(workers, 1)), 1, groupsFor(voices));
   for (std::size_t i = 0; i < count; ++i) groups_.push_back(std::make_unique<VoiceGroup>());
   for (std::size_t i = 1; i < count; ++i) {
-    threads_.push_back(std::make_unique<Worker>());
-    threads_.back()->thread = std::jthread([this, i] { run(i); });
+    Worker* worker = threads_.emplace_back(std::make_unique<Worker>()).get();
+    worker->thread = std::jthread([this, worker, i, use] { run(*worker, i, use); });
   }
 }
 
@@ -31,15 +32,16 @@ WorkerPool::~WorkerPool() {
     ++worker->wake;
     worker->wake.notify_one();
   }
+  threads_.clear();  // waits for them, while what they use is still there
 }
 
-void WorkerPool::run(std::size_t index) noexcept {
+void WorkerPool::run(Worker& worker, std::size_t index, Use use) noexcept {
   platform::setThreadRole(platform::ThreadRole::voiceWorker);
-  const platform::AudioPriority priority;
+  std::optional<platform::AudioPriority> priority;
+  if (use == Use::device) priority.emplace();
   const FlushDenormals flush;
-  std::atomic<uint32_t>& wake = threads_[index - 1]->wake;
   for (uint32_t seen = 0;; ++seen) {
-    wake.wait(seen);
+    worker.wake.wait(seen);
     if (ending_) return;
     renderShare(index);
   }

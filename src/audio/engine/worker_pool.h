@@ -14,8 +14,9 @@ namespace tervo::audio {
 
 class WorkerPool {
  public:
-  /// `workers` counts the audio thread too.
-  WorkerPool(int workers, std::size_t voices, RenderLanes kernel);
+  /// `workers` counts the audio thread too. For a device they get the priority of sound; a rendering must not have it.
+  enum class Use : uint8_t { device, rendering };
+  WorkerPool(int workers, std::size_t voices, RenderLanes kernel, Use use);
   ~WorkerPool();
 
   /// Audio thread. Renders all voices; `out` gets a block of sums for each group, in the order of the groups.
@@ -28,7 +29,7 @@ class WorkerPool {
     std::atomic<uint32_t> wake{0};
     std::jthread thread;
   };
-  void run(std::size_t index) noexcept;
+  void run(Worker& worker, std::size_t index, Use use) noexcept;
   void renderShare(std::size_t index) noexcept;
 
   RenderLanes kernel_;
