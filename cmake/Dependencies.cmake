@@ -29,15 +29,20 @@ if(WIN32)
 endif()
 find_package(ZLIB REQUIRED)
 
-# Debian has no soxr for mingw-w64.
-add_library(soxr::soxr UNKNOWN IMPORTED GLOBAL)
-if(CMAKE_CROSSCOMPILING)
-  set(soxr_hints HINTS ${TERVO_WINDOWS_DEPS} NO_CMAKE_FIND_ROOT_PATH)
-endif()
-find_path(SOXR_INCLUDE_DIR soxr.h PATH_SUFFIXES include ${soxr_hints} REQUIRED)
-find_library(SOXR_LIBRARY soxr PATH_SUFFIXES lib ${soxr_hints} REQUIRED)
-set_target_properties(soxr::soxr PROPERTIES IMPORTED_LOCATION ${SOXR_LIBRARY}
-                      INTERFACE_INCLUDE_DIRECTORIES ${SOXR_INCLUDE_DIR})
+# tervo_library(TARGET NAME HEADER): a library that Debian does not package for mingw-w64.
+function(tervo_library target name header)
+  add_library(${target} UNKNOWN IMPORTED GLOBAL)
+  if(CMAKE_CROSSCOMPILING)
+    set(hints HINTS ${TERVO_WINDOWS_DEPS} NO_CMAKE_FIND_ROOT_PATH)
+  endif()
+  find_path(TERVO_${name}_INCLUDE ${header} PATH_SUFFIXES include ${hints} REQUIRED)
+  find_library(TERVO_${name}_LIBRARY ${name} PATH_SUFFIXES lib ${hints} REQUIRED)
+  set_target_properties(${target} PROPERTIES IMPORTED_LOCATION ${TERVO_${name}_LIBRARY}
+                        INTERFACE_INCLUDE_DIRECTORIES ${TERVO_${name}_INCLUDE})
+endfunction()
+
+tervo_library(soxr::soxr soxr soxr.h)
+tervo_library(ebur128::ebur128 ebur128 ebur128.h)
 
 if(TERVO_TESTS)
   if(WIN32 OR TERVO_SANITIZE MATCHES thread)

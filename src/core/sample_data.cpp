@@ -129,6 +129,20 @@ bool readAll(const SampleData& data, std::vector<float>& out) {
 
 }  // namespace
 
+bool skipFrames(SampleStream& stream, int64_t count, int channels) {
+  constexpr int64_t blockFrames = 8192;
+  const auto width = static_cast<std::size_t>(channels);
+  std::vector<float> passed(static_cast<std::size_t>(std::min(count, blockFrames)) * width);
+  while (count > 0) {
+    const auto part = static_cast<std::size_t>(std::min(count, blockFrames));
+    const auto frames = stream.read(std::span(passed).first(part * width));
+    if (!frames) return false;
+    if (*frames == 0) return true;
+    count -= static_cast<int64_t>(*frames);
+  }
+  return true;
+}
+
 SampleRef makeResident(std::vector<float> interleaved, int channels) {
   auto owner = std::make_shared<const std::vector<float>>(std::move(interleaved));
   const std::span<const float> frames(*owner);

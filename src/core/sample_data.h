@@ -58,6 +58,9 @@ class SampleData {
   int64_t frames_;
 };
 
+/// Reads past so many frames, or to the end. False with LastErrorText when the source fails.
+bool skipFrames(SampleStream& stream, int64_t count, int channels);
+
 /// How everything refers to sample data. A copy costs a reference count; the frames never change.
 using SampleRef = std::shared_ptr<const SampleData>;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -16,6 +17,18 @@ int32_t finiteMagnitude(float x) {
   constexpr int32_t infinity = 0x7F800000;
   const int32_t magnitude = std::bit_cast<int32_t>(x) & 0x7FFFFFFF;
   return magnitude < infinity ? magnitude : 0;
+}
+
+/// `change(sample, value)` with the first and the last of the values in turns.
+template <typename Change>
+void alternately(std::span<float> frames, std::span<const float> values, Change change) {
+  const float even = values.front(), odd = values.back();
+  std::size_t i = 0;
+  for (; i + 2 <= frames.size(); i += 2) {
+    change(frames[i], even);
+    change(frames[i + 1], odd);
+  }
+  if (i < frames.size()) change(frames[i], even);
 }
 
 struct StereoFrame {
@@ -48,14 +61,21 @@ void multiply(std::span<float> samples, float factor) noexcept {
   for (float& sample : samples) sample *= factor;
 }
 
+void multiplyChannels(std::span<float> frames, std::span<const float> factors) noexcept {
+  alternately(frames, factors, [](float& sample, float factor) { sample *= factor; });
+}
+
 void addToChannels(std::span<float> frames, std::span<const float> values) noexcept {
-  const float even = values.front(), odd = values.back();
-  std::size_t i = 0;
-  for (; i + 2 <= frames.size(); i += 2) {
-    frames[i] += even;
-    frames[i + 1] += odd;
-  }
-  if (i < frames.size()) frames[i] += even;
+  alternately(frames, values, [](float& sample, float value) { sample += value; });
+}
+
+void addSums(std::span<const float> frames, std::span<double> sums) noexcept {
+  double even = 0, odd = 0;
+  const auto finite = [](float sample) { return std::isfinite(sample) ? static_cast<double>(sample) : 0.0; };
+  for (std::size_t i = 0; i < frames.size(); i += 2) even += finite(frames[i]);
+  for (std::size_t i = 1; i < frames.size(); i += 2) odd += finite(frames[i]);
+  sums.front() += even;
+  sums.back() += odd;
 }
 
 void reverseFrames(std::span<const float> in, std::span<float> out, int channels) noexcept {

@@ -11,6 +11,12 @@ float peakOf(std::span<const float> samples) noexcept;
 
 void multiply(std::span<float> samples, float factor) noexcept;
 
+/// Multiplies each of the channels (1 or 2) of interleaved frames by a factor.
+void multiplyChannels(std::span<float> frames, std::span<const float> factors) noexcept;
+
+/// Adds the sum of each of the channels (1 or 2) to `sums`; samples that are not finite do not count.
+void addSums(std::span<const float> frames, std::span<double> sums) noexcept;
+
 /// Adds a value to each of the channels (1 or 2) of interleaved frames.
 void addToChannels(std::span<float> frames, std::span<const float> values) noexcept;
 

@@ -2,7 +2,7 @@
 
 #include "base/last_error.h"
 #include "formats/number_text.h"
-#include "formats/resampled_samples.h"
+#include "core/resampled_samples.h"
 #include "formats/writer_rules.h"
 
 namespace tervo {

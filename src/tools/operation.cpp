@@ -7,6 +7,8 @@
 namespace tervo {
 namespace {
 
+constexpr ItemKind wave = ItemKind::waveform;
+
 // clang-format off
 constexpr Operation operations[] = {
     // name                 title                    kind            options            run                  text
@@ -17,14 +19,27 @@ constexpr Operation operations[] = {
     {u"remove-events",      u"Remove events",        ItemKind::song, removeOptions,     runRemoveEvents,     u"removes kinds of events from a song"},
     {u"compact",            u"Compact",              ItemKind::song, compactOptions,    runCompact,          u"makes a song shorter without changing what is heard"},
 
-    {u"gain",               u"Gain",                 ItemKind::waveform, gainOptions,      runGain,      u"makes a waveform louder or softer"},
-    {u"normalise",          u"Normalise",            ItemKind::waveform, normaliseOptions, runNormalise, u"gives the highest peak of a waveform a level"},
-    {u"reverse",            u"Reverse",              ItemKind::waveform, {},               runReverse,   u"turns a waveform round, with its loops and markers"},
+    {u"gain",               u"Gain",                 wave, gainOptions,        runGain,              u"makes a waveform louder or softer"},
+    {u"normalise",          u"Normalise",            wave, normaliseOptions,   runNormalise,         u"gives the highest peak of a waveform a level"},
+    {u"normalise-loudness", u"Normalise loudness",   wave, loudnessOptions,    runNormaliseLoudness, u"gives a waveform a loudness by EBU R 128"},
+    {u"remove-dc-offset",   u"Remove DC offset",     wave, {},                 runRemoveDcOffset,    u"makes the mean of each channel 0"},
+    {u"fade-in",            u"Fade in",              wave, fadeOptions,        runFadeIn,            u"lets a waveform begin with silence"},
+    {u"fade-out",           u"Fade out",             wave, fadeOptions,        runFadeOut,           u"lets a waveform end with silence"},
+    {u"reverse",            u"Reverse",              wave, {},                 runReverse,           u"turns a waveform round, with its loops and markers"},
+    {u"invert-phase",       u"Invert phase",         wave, invertOptions,      runInvertPhase,       u"turns samples upside down"},
+    {u"trim-silence",       u"Trim silence",         wave, trimSilenceOptions, runTrimSilence,       u"takes silence away at the ends of a waveform; loops stay"},
+    {u"crop",               u"Crop to section",      wave, sectionOptions,     runCrop,              u"keeps a section of a waveform"},
+    {u"cut",                u"Cut section",          wave, sectionOptions,     runCut,               u"takes a section out of a waveform"},
+    {u"resample",           u"Resample",             wave, resampleOptions,    runResample,          u"gives a waveform another sample rate"},
+    {u"change-channels",    u"Change channels",      wave, channelOptions,     runChangeChannels,    u"makes stereo of mono, mono of stereo, or swaps channels"},
+    {u"reduce-bits",        u"Reduce bits",          wave, reduceBitsOptions,  runReduceBits,        u"gives samples fewer bits, with dither"},
+    {u"convert-loops",      u"Convert loop types",   wave, {},                 runConvertLoops,      u"makes alternating and reverse loops forward ones that sound the same"},
+    {u"append-after-loop",  u"Append after loop",    wave, appendOptions,      runAppendAfterLoop,   u"lets what a loop goes on to play follow its end"},
 
-    {u"find-loop",          u"Auto loop finder",     ItemKind::waveform, findLoopOptions,      runFindLoop,      u"finds loop points automatically"},
-    {u"crossfade-loop",     u"Cross-fade loop",      ItemKind::waveform, crossfadeLoopOptions, runCrossfadeLoop, u"smooths the seam of the default loop"},
+    {u"find-loop",          u"Auto loop finder",     wave, findLoopOptions,      runFindLoop,      u"finds loop points automatically"},
+    {u"crossfade-loop",     u"Cross-fade loop",      wave, crossfadeLoopOptions, runCrossfadeLoop, u"smooths the seam of the default loop"},
     {u"snap-loops",         u"Move the loop points to the nearest zero-crossing",
-                                                     ItemKind::waveform, {},                   runSnapLoops,     u"moves loop points to the nearest zero crossings of one direction"},
+                                                     wave, {},                   runSnapLoops,     u"moves loop points to the nearest zero crossings of one direction"},
 };
 // clang-format on
 

@@ -27,6 +27,14 @@ std::vector<std::vector<float>> contentOf(const Collection& collection) {
   return all;
 }
 
+/// Options with which an operation does something.
+OptionTexts optionsFor(TextView operation) {
+  if (operation == u"gain") return {{u"by", u"-3"}};
+  if (operation == u"cut" || operation == u"crop") return {{u"end", u"3"}, {u"unit", u"percent"}};
+  if (operation == u"change-channels") return {{u"to", u"swapped"}};
+  return {};
+}
+
 TEST_F(WaveOperations, SeveralWaveformsAreOneStepOfUndo) {
   for (const float level : {0.25f, 0.5f, 1.0f}) wave(makeResident({level, -level / 2}, 1));
   DocumentHistory history(document.collection, host, u"", nullptr);
@@ -61,7 +69,7 @@ TEST_F(WaveOperations, CancellingAndFailingLeaveEverythingAsItWas) {
     if (operation.kind != ItemKind::waveform) continue;
     for (int polls = 0;; ++polls) {
       host.left = polls;
-      const Outcome outcome = run(operation.name, {}, &history);
+      const Outcome outcome = run(operation.name, optionsFor(operation.name), &history);
       if (outcome != Outcome::failed) break;
       ASSERT_EQ(LastErrorText(), u"Cancelled") << toUtf8(operation.name) << polls;
       ASSERT_EQ(contentOf(document.collection), before) << toUtf8(operation.name) << polls;
@@ -92,7 +100,8 @@ TEST_F(WaveOperations, EdgesAreSurvived) {
       for (const float level : {0.0f, 1.0f, infinity, noNumber}) wave(makeResident(std::vector(2 * count, level), 2));
     }
     host.left = std::numeric_limits<int>::max();
-    EXPECT_NE(run(operation.name), Outcome::failed) << toUtf8(operation.name) << toUtf8(LastErrorText());
+    EXPECT_NE(run(operation.name, optionsFor(operation.name)), Outcome::failed)
+        << toUtf8(operation.name) << toUtf8(LastErrorText());
     for (const auto& waveform : document.collection.waveforms()) {
       if (!waveform->samples) continue;
       const auto samples = static_cast<std::size_t>(waveform->frames() * waveform->channels());

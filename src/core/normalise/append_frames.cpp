@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/normalise/loop_frames.h"
 #include "core/normalise/sample_views.h"
 #include "core/normalise/steps.h"
 
 namespace tervo::fixup {
 namespace {
-
-constexpr int64_t framesWanted = 32;  // what interpolating players read behind a loop's end
 
 /// The frame that a loop plays `later` frames after it has played its last one for the first time, 1 being the next.
 int64_t loopedFrame(WholeLoop loop, LoopType type, int64_t later) {
@@ -42,24 +41,28 @@ const Marker* lastLoop(const Waveform& waveform) {
   return last;
 }
 
-void append(Pass& pass, Waveform& waveform, const Marker& loop) {
+void append(Waveform& waveform, const Marker& loop, int64_t wanted, ConversionReport& report) {
   const WholeLoop range = wholeLoop(loop, waveform);
-  const int64_t frames = waveform.frames(), wanted = endOf(loop) + framesWanted;
+  const int64_t frames = waveform.frames();
   std::vector<Piece> pieces = {{waveform.samples, 0, frames}};
   for (int64_t frame = frames; frame < wanted; ++frame)
     appendFrame(pieces, waveform.samples, loopedFrame(range, loop.loopType, frame - range.end + 1));
-  reportSamples(pass.report, waveform, u"frames", fromUtf8(fmt::format("{}", frames)),
-                fromUtf8(fmt::format("{}", wanted)));
+  reportSamples(report, waveform, u"frames", fromUtf8(fmt::format("{}", frames)), fromUtf8(fmt::format("{}", wanted)));
   waveform.samples = joined(std::move(pieces));
 }
 
 }  // namespace
 
+bool appendBehindLoops(Waveform& waveform, int64_t frames, ConversionReport& report) {
+  const Marker* loop = waveform.holdsData() ? lastLoop(waveform) : nullptr;
+  if (!loop || waveform.frames() >= endOf(*loop) + frames) return false;
+  append(waveform, *loop, endOf(*loop) + frames, report);
+  return true;
+}
+
 bool appendFrames(Pass& pass) {
-  for (const auto& waveform : pass.loaded.waveforms()) {
-    const Marker* loop = waveform->holdsData() ? lastLoop(*waveform) : nullptr;
-    if (loop && waveform->frames() < endOf(*loop) + framesWanted) append(pass, *waveform, *loop);
-  }
+  constexpr int64_t framesWanted = 32;  // what interpolating players read behind a loop's end
+  for (const auto& waveform : pass.loaded.waveforms()) appendBehindLoops(*waveform, framesWanted, pass.report);
   return true;
 }
 

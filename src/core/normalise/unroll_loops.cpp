@@ -3,19 +3,12 @@
 #include <map>
 
 #include "core/levels.h"
+#include "core/normalise/loop_frames.h"
 #include "core/normalise/sample_views.h"
 #include "core/normalise/steps.h"
 
 namespace tervo::fixup {
 namespace {
-
-/// A marker's index; -1 for the regions that play no loop.
-using LoopIndex = std::ptrdiff_t;
-constexpr LoopIndex noLoop = -1;
-
-bool needsUnrolling(const Marker& marker) {
-  return isActiveLoop(marker) && marker.loopType != LoopType::forward;
-}
 
 /// Frames that a loop becomes.
 struct Unrolled {
@@ -39,17 +32,17 @@ Unrolled unrolled(const SampleRef& samples, WholeLoop loop, LoopType type, uint8
 }
 
 /// How often a loop plays would count both directions of an alternating one where it counted one.
-void reportCount(Pass& pass, const Waveform& waveform, const Marker& loop) {
+void reportCount(ConversionReport& report, const Waveform& waveform, const Marker& loop) {
   if (loop.loopType != LoopType::alternating || loop.loopCount == loopForever || loop.loopCount == loopUntilRelease)
     return;
-  pass.report.approximated(waveform.name, u"loop count", u"passes in either direction", u"passes in both directions");
+  report.approximated(waveform.name, u"loop count", u"passes in either direction", u"passes in both directions");
 }
 
-void reportLoop(Pass& pass, const Waveform& waveform, const Marker& loop, WholeLoop whole) {
+void reportLoop(ConversionReport& report, const Waveform& waveform, const Marker& loop, WholeLoop whole) {
   const bool wasWhole = static_cast<double>(whole.start) == loop.start && static_cast<double>(whole.end) == loop.end;
-  reportSamples(pass.report, waveform, u"loop type", nameOf(loop.loopType), nameOf(LoopType::forward));
-  reportCount(pass, waveform, loop);
-  if (!wasWhole) pass.report.approximated(waveform.name, u"loop points", u"fractions of frames", u"whole frames");
+  reportSamples(report, waveform, u"loop type", nameOf(loop.loopType), nameOf(LoopType::forward));
+  reportCount(report, waveform, loop);
+  if (!wasWhole) report.approximated(waveform.name, u"loop points", u"fractions of frames", u"whole frames");
 }
 
 /// Whether those who play the waveform play the loop that comes first in it.
@@ -115,9 +108,18 @@ class Rearrangement {
   std::vector<int64_t> before_ = {0};  // frames put in behind so many loops
 };
 
-/// Makes all loops forward ones, for whoever plays the one loop. Loops behind it are played after it, if at all. Frames
-/// put in before it would be heard on the way to it, so loops there only change their type.
-void convert(Pass& pass, Waveform& waveform, LoopIndex played) {
+}  // namespace
+
+bool needsUnrolling(const Marker& marker) {
+  return isActiveLoop(marker) && marker.loopType != LoopType::forward;
+}
+
+LoopIndex mainLoopOf(const Waveform& waveform) {
+  const Marker* loop = mainLoop(waveform);
+  return loop && isActiveLoop(*loop) ? loop - waveform.markers.data() : noLoop;
+}
+
+void makeLoopsForward(Waveform& waveform, LoopIndex played, ConversionReport& report) {
   std::vector<std::size_t> loops;
   for (std::size_t i = 0; i < waveform.markers.size(); ++i) {
     if (needsUnrolling(waveform.markers[i])) loops.push_back(i);
@@ -137,19 +139,18 @@ void convert(Pass& pass, Waveform& waveform, LoopIndex played) {
     if (isPlayed || (loop.start >= first && loop.end <= limit)) {
       limit = loop.start;
       if (isPlayed) heard = Heard::yes;
-      reportLoop(pass, waveform, marker, loop);
+      reportLoop(report, waveform, marker, loop);
       rearrangement.unroll(index, loop);
       continue;
     }
-    pass.report.approximated(waveform.name, u"type of a loop that no region plays", nameOf(marker.loopType),
-                             nameOf(LoopType::forward));
+    report.approximated(waveform.name, u"type of a loop that is not the one played", nameOf(marker.loopType),
+                        nameOf(LoopType::forward));
     marker.loopType = LoopType::forward;
   }
   rearrangement.finish(heard);
 }
 
-/// The selector of a section with the loop's range.
-float sectionLike(Waveform& waveform, const Marker& loop) {
+std::size_t sectionLike(Waveform& waveform, const Marker& loop) {
   auto& markers = waveform.markers;
   auto section = std::find_if(markers.begin(), markers.end(), [&loop](const Marker& each) {
     return each.type == MarkerType::section && each.start == loop.start && each.end == loop.end;
@@ -157,8 +158,10 @@ float sectionLike(Waveform& waveform, const Marker& loop) {
   if (section == markers.end())
     section =
         markers.insert(section, {.type = MarkerType::section, .name = loop.name, .start = loop.start, .end = loop.end});
-  return static_cast<float>(section - markers.begin() + 1);
+  return static_cast<std::size_t>(section - markers.begin() + 1);
 }
+
+namespace {
 
 /// A loop may also be the section that regions play. Its range is about to change, so they get a section of their own.
 void keepSections(Waveform& waveform, const std::vector<Region*>& regions) {
@@ -166,13 +169,9 @@ void keepSections(Waveform& waveform, const std::vector<Region*>& regions) {
     const auto selector = static_cast<std::size_t>(effectiveValue(*region, ParameterId::playSection));
     if (selector == 0) continue;
     const Marker marker = waveform.markers[selector - 1];
-    if (needsUnrolling(marker)) region->trigger.set(ParameterId::playSection, sectionLike(waveform, marker));
+    if (needsUnrolling(marker))
+      region->trigger.set(ParameterId::playSection, static_cast<float>(sectionLike(waveform, marker)));
   }
-}
-
-LoopIndex mainLoopOf(const Waveform& waveform) {
-  const Marker* loop = mainLoop(waveform);
-  return loop && isActiveLoop(*loop) ? loop - waveform.markers.data() : noLoop;
 }
 
 /// Selectors have been repaired: they name loops that are there.
@@ -215,7 +214,7 @@ class Unroller {
  private:
   void convertFor(const std::vector<Region*>& regions, Waveform& waveform, LoopIndex played) {
     keepSections(waveform, regions);
-    convert(pass_, waveform, played);
+    makeLoopsForward(waveform, played, pass_.report);
   }
 
   Waveform& copyFor(const std::vector<Region*>& regions, const Waveform& waveform) {

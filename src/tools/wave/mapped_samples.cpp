@@ -10,7 +10,7 @@ constexpr std::size_t blockSamples = 16384;
 
 class MappedStream final : public SampleStream {
  public:
-  MappedStream(std::unique_ptr<SampleStream> source, std::shared_ptr<const FrameMap> map, int channels, int64_t first)
+  MappedStream(std::unique_ptr<SampleStream> source, FrameMap map, int channels, int64_t first)
       : source_(std::move(source)),
         map_(std::move(map)),
         channels_(static_cast<std::size_t>(channels)),
@@ -23,7 +23,7 @@ class MappedStream final : public SampleStream {
       const auto frames = source_->read(out.subspan(done * channels_, part));
       if (!frames) return std::nullopt;
       if (*frames == 0) break;
-      (*map_)(out.subspan(done * channels_, *frames * channels_), position_);
+      map_(out.subspan(done * channels_, *frames * channels_), position_);
       done += *frames;
       position_ += static_cast<int64_t>(*frames);
     }
@@ -32,34 +32,47 @@ class MappedStream final : public SampleStream {
 
  private:
   std::unique_ptr<SampleStream> source_;
-  std::shared_ptr<const FrameMap> map_;
+  FrameMap map_;
   std::size_t channels_;
   int64_t position_;
 };
 
+using MakeMap = std::function<FrameMap()>;
+
+enum class Order : uint8_t { any, fromTheFirst };
+
 class MappedSamples final : public SampleData {
  public:
-  MappedSamples(SampleRef source, FrameMap map)
+  MappedSamples(SampleRef source, MakeMap makeMap, Order order)
       : SampleData(source->channels(), source->frames()),
         source_(std::move(source)),
-        map_(std::make_shared<const FrameMap>(std::move(map))) {}
+        makeMap_(std::move(makeMap)),
+        order_(order) {}
 
   std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
     const int64_t first = std::clamp<int64_t>(firstFrame, 0, frames());
-    auto stream = source_->open(first);
-    if (!stream) return nullptr;
-    return std::make_unique<MappedStream>(std::move(stream), map_, channels(), first);
+    const int64_t from = order_ == Order::any ? first : 0;
+    auto source = source_->open(from);
+    if (!source) return nullptr;
+    auto stream = std::make_unique<MappedStream>(std::move(source), makeMap_(), channels(), from);
+    return skipFrames(*stream, first - from, channels()) ? std::move(stream) : nullptr;
   }
 
  private:
   SampleRef source_;
-  std::shared_ptr<const FrameMap> map_;
+  MakeMap makeMap_;
+  Order order_;
 };
 
 }  // namespace
 
 SampleRef mapped(SampleRef source, FrameMap map) {
-  return std::make_shared<MappedSamples>(std::move(source), std::move(map));
+  return std::make_shared<MappedSamples>(
+      std::move(source), [map = std::move(map)] { return map; }, Order::any);
+}
+
+SampleRef mappedInOrder(SampleRef source, std::function<FrameMap()> make) {
+  return std::make_shared<MappedSamples>(std::move(source), std::move(make), Order::fromTheFirst);
 }
 
 }  // namespace tervo

@@ -11,6 +11,10 @@ namespace tervo {
 /// on blocks.
 using FrameMap = std::function<void(std::span<float> frames, int64_t first)>;
 
+/// `map` is copied for every reading.
 SampleRef mapped(SampleRef source, FrameMap map);
+
+/// For a map that depends on the frames before: every reading makes one and gives it all frames from the first one on.
+SampleRef mappedInOrder(SampleRef source, std::function<FrameMap()> make);
 
 }  // namespace tervo

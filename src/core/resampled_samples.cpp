@@ -1,4 +1,4 @@
-#include "formats/resampled_samples.h"
+#include "core/resampled_samples.h"
 
 #include <algorithm>
 #include <cmath>
@@ -68,24 +68,11 @@ class ResampledSamples final : public SampleData {
     auto resampler = Resampler::create(fromHz_, toHz_, channels());
     if (!source || !resampler) return nullptr;
     auto stream = std::make_unique<ResampledStream>(std::move(source), std::move(resampler), channels(), frames());
-    return skip(*stream, firstFrame) ? std::move(stream) : nullptr;
+    // A frame out depends on many frames before it, so reading from the middle starts at the front.
+    return skipFrames(*stream, firstFrame, channels()) ? std::move(stream) : nullptr;
   }
 
  private:
-  // A frame out depends on many frames before it, so reading from the middle starts at the front.
-  bool skip(SampleStream& stream, int64_t count) const {
-    const auto width = static_cast<std::size_t>(channels());
-    std::vector<float> passed(count > 0 ? blockFrames * width : 0);
-    while (count > 0) {
-      const auto part = static_cast<std::size_t>(std::min<int64_t>(count, blockFrames));
-      const auto frames = stream.read(std::span(passed).first(part * width));
-      if (!frames) return false;
-      if (*frames == 0) return true;
-      count -= static_cast<int64_t>(*frames);
-    }
-    return true;
-  }
-
   SampleRef source_;
   double fromHz_;
   double toHz_;

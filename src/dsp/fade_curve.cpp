@@ -1,0 +1,93 @@
+#include "dsp/fade_curve.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace tervo::dsp {
+namespace {
+
+// One more than a power of two near 60 dB makes both ends exact.
+constexpr double range = 1025;
+
+double angleOf(FadeShape shape) {
+  return shape == FadeShape::sCurve ? std::numbers::pi : std::numbers::pi / 2;
+}
+
+void multiplyMono(float* frames, const float* gains, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) frames[i] *= gains[i];
+}
+
+void multiplyStereo(float* frames, const float* gains, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    frames[2 * i] *= gains[i];
+    frames[2 * i + 1] *= gains[i];
+  }
+}
+
+}  // namespace
+
+FadeCurve::FadeCurve(FadeShape shape, FadeDirection direction, int64_t length)
+    : shape_(shape), direction_(direction), length_(length), step_(1 / static_cast<double>(length)) {
+  for (std::size_t j = 0; j < stretch; ++j) {
+    const double far = static_cast<double>(j) * step_;
+    turn_[j] = 0;
+    switch (shape) {
+      case FadeShape::linear:
+        rise_[j] = far;
+        break;
+      case FadeShape::exponential:
+        rise_[j] = std::pow(range, far);
+        break;
+      case FadeShape::logarithmic:
+        rise_[j] = std::pow(range, -far);
+        break;
+      default:
+        rise_[j] = std::cos(angleOf(shape) * far);
+        turn_[j] = std::sin(angleOf(shape) * far);
+    }
+  }
+}
+
+FadeCurve::Point FadeCurve::pointAt(double phase) const noexcept {
+  const double angle = angleOf(shape_) * phase;
+  switch (shape_) {
+    case FadeShape::linear:
+      return {phase, 1, 0};
+    case FadeShape::equalPower:
+      return {0, std::sin(angle), std::cos(angle)};
+    case FadeShape::sCurve:
+      return {0.5, -0.5 * std::cos(angle), 0.5 * std::sin(angle)};
+    case FadeShape::exponential:
+      return {-1 / (range - 1), std::pow(range, phase) / (range - 1), 0};
+    case FadeShape::logarithmic:
+      return {range / (range - 1), -std::pow(range, 1 - phase) / (range - 1), 0};
+  }
+  return {};
+}
+
+/// The gains of a stretch, in the order in which the frames of the fade come.
+void FadeCurve::fillGains(int64_t firstFrame, std::array<float, stretch>& gains) const noexcept {
+  const Point point = pointAt(static_cast<double>(firstFrame) * step_);
+  for (std::size_t j = 0; j < stretch; ++j)
+    gains[j] = static_cast<float>(point.offset + point.a * rise_[j] + point.b * turn_[j]);
+  if (direction_ == FadeDirection::out) std::reverse(gains.begin(), gains.end());
+}
+
+void FadeCurve::apply(std::span<float> frames, int channels, int64_t first) const noexcept {
+  const auto width = static_cast<std::size_t>(channels);
+  constexpr auto whole = static_cast<int64_t>(stretch);
+  std::array<float, stretch> gains;
+  while (frames.size() >= width) {
+    const int64_t place = direction_ == FadeDirection::in ? first : length_ - 1 - first;
+    const auto within = static_cast<std::size_t>(place % whole);
+    const std::size_t skipped = direction_ == FadeDirection::in ? within : stretch - 1 - within;
+    const std::size_t count = std::min(stretch - skipped, frames.size() / width);
+    fillGains(place / whole * whole, gains);
+    (channels == 1 ? multiplyMono : multiplyStereo)(frames.data(), gains.data() + skipped, count);
+    frames = frames.subspan(count * width);
+    first += static_cast<int64_t>(count);
+  }
+}
+
+}  // namespace tervo::dsp

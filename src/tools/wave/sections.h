@@ -1,0 +1,29 @@
+#pragma once
+// Stretches of a waveform, as options name them, and a waveform of which only some remain.
+
+#include <optional>
+#include <vector>
+
+#include "core/waveform.h"
+#include "tools/operation.h"
+
+namespace tervo {
+
+/// Frames [start, end).
+struct Stretch {
+  int64_t start = 0;
+  int64_t end = 0;
+
+  int64_t frames() const { return end - start; }
+};
+
+enum class LengthUnit : uint8_t { seconds, frames, percent };
+/// The frames of a waveform that a length of the option "unit" comes to, rounded.
+int64_t framesOf(double length, const OptionValues& values, const Waveform& waveform);
+
+/// Keeps stretches that follow one another and do not overlap, at least one frame in all. Markers go with their frames.
+/// Those of which nothing remains go, and regions forget them; a position that regions play from moves to the next
+/// frame that remains. What is lost goes into the report.
+void keepOnly(Waveform& waveform, std::vector<Stretch> kept, const OperationContext& context);
+
+}  // namespace tervo
