@@ -26,7 +26,8 @@ const std::vector<float>& noise() {
   static const std::vector<float> frames = [] {
     std::vector<float> made(samples);
     uint32_t state = 1;
-    for (float& each : made) each = static_cast<float>(static_cast<int32_t>(state = state * 1664525 + 1013904223)) * 0x1p-32f;
+    for (float& each : made)
+      each = static_cast<float>(static_cast<int32_t>(state = state * 1664525 + 1013904223)) * 0x1p-32f;
     return made;
   }();
   return frames;
@@ -83,6 +84,15 @@ const bool added = [] {
   add("softer", u"gain", {{u"by", u"-6"}}, 2);
   add("louder", u"gain", {{u"by", u"6"}}, 2);
   add("normalise", u"normalise", {}, 2);
+  add("fade in/mono", u"fade-in", {{u"length", u"100"}, {u"unit", u"percent"}, {u"curve", u"s-curve"}}, 1);
+  add("fade out/stereo", u"fade-out", {{u"length", u"100"}, {u"unit", u"percent"}, {u"curve", u"exponential"}}, 2);
+  add("to stereo", u"change-channels", {{u"to", u"stereo"}}, 1);
+  add("to mono", u"change-channels", {{u"to", u"mono"}}, 2);
+  add("left channel", u"change-channels", {{u"to", u"left"}}, 2);
+  add("swap channels", u"change-channels", {{u"to", u"swapped"}}, 2);
+  add("invert phase", u"invert-phase", {}, 2);
+  add("DC offset", u"remove-dc-offset", {}, 2);
+  add("dither", u"reduce-bits", {}, 2);
   add("reverse/mono", u"reverse", {}, 1);
   add("reverse/stereo", u"reverse", {}, 2);
   return true;

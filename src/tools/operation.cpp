@@ -33,6 +33,8 @@ constexpr Operation operations[] = {
     {u"resample",           u"Resample",             wave, resampleOptions,    runResample,          u"gives a waveform another sample rate"},
     {u"change-channels",    u"Change channels",      wave, channelOptions,     runChangeChannels,    u"makes stereo of mono, mono of stereo, or swaps channels"},
     {u"reduce-bits",        u"Reduce bits",          wave, reduceBitsOptions,  runReduceBits,        u"gives samples fewer bits, with dither"},
+    {u"detect-root-key",    u"Detect root key",      wave, rootKeyOptions,     runDetectRootKey,     u"sets root key and tuning by the pitch that a waveform has"},
+    {u"tune-to-root",       u"Tune to root key",     wave, tuneOptions,        runTuneToRoot,        u"puts a waveform in tune with its root key"},
     {u"convert-loops",      u"Convert loop types",   wave, {},                 runConvertLoops,      u"makes alternating and reverse loops forward ones that sound the same"},
     {u"append-after-loop",  u"Append after loop",    wave, appendOptions,      runAppendAfterLoop,   u"lets what a loop goes on to play follow its end"},
 

@@ -67,7 +67,7 @@ TEST_F(WaveOperations, CancellingAndFailingLeaveEverythingAsItWas) {
   const auto before = contentOf(document.collection);
   for (const Operation& operation : Operations()) {
     if (operation.kind != ItemKind::waveform) continue;
-    for (int polls = 0;; ++polls) {
+    for (int polls = 0;; polls += 1 + polls / 3) {
       host.left = polls;
       const Outcome outcome = run(operation.name, optionsFor(operation.name), &history);
       if (outcome != Outcome::failed) break;

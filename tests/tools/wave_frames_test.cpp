@@ -158,13 +158,47 @@ TEST_F(WaveOperations, ChannelsAreWhatTheyAreCalled) {
 TEST_F(WaveOperations, ResamplingKeepsPitchAndPlaces) {
   Waveform& sound = wave(sine(1000, 0.5, 44100), {loopMarker(441, 882.5, LoopType::forward)});
   sound.sampleRate = 44100;
-  ASSERT_EQ(run(u"resample", {{u"rate", u"48000"}}), Outcome::changed);
+  ASSERT_EQ(run(u"resample", {{u"to", u"48000"}}), Outcome::changed);
   EXPECT_EQ(sound.sampleRate, 48000);
   EXPECT_DOUBLE_EQ(sound.markers[0].start, 480);
   EXPECT_DOUBLE_EQ(sound.markers[0].end, 882.5 * 48000 / 44100);
   const auto frames = framesOf(sound.samples), wanted = framesOf(sine(1000, 0.5, 48000, 48000));
   ASSERT_EQ(frames.size(), wanted.size());
   for (std::size_t i = 500; i < 47500; ++i) ASSERT_NEAR(frames[i], wanted[i], 1e-5);
+}
+
+TEST_F(WaveOperations, WaveformsAreTunedByWhatIsHeard) {
+  const double hertz = 440 * std::exp2(-11.7 / 12);  // key 57.3
+  const auto sound = [&](const SampleRef& samples) -> Waveform& {
+    document.collection.clear();
+    Waveform& made = wave(samples, {loopMarker(10000, 20000, LoopType::forward)});
+    made.sampleRate = 44100;
+    return made;
+  };
+  const SampleRef tone = sine(hertz, 0.5, 44100);
+  Waveform& detected = sound(tone);
+  ASSERT_EQ(run(u"detect-root-key"), Outcome::changed);
+  EXPECT_EQ(detected.rootKey, 57);
+  EXPECT_NEAR(detected.fineTune, -30, 1);
+  EXPECT_EQ(run(u"detect-root-key"), Outcome::nothingToDo);
+  Waveform& farOff = sound(tone);
+  EXPECT_EQ(run(u"tune-to-root"), Outcome::nothingToDo);
+  farOff.rootKey = 58;
+  ASSERT_EQ(run(u"tune-to-root"), Outcome::changed);
+  EXPECT_NEAR(farOff.fineTune, 70, 1);
+  Waveform& low = sound(tone);  // root key 60, 2.7 semitones above
+  ASSERT_EQ(run(u"tune-to-root", {{u"by", u"resampling"}}), Outcome::changed);
+  EXPECT_NEAR(static_cast<double>(low.frames()), 44100 * std::exp2(-2.7 / 12), 20);
+  EXPECT_NEAR(low.markers[0].end, 20000 * std::exp2(-2.7 / 12), 10);
+  EXPECT_EQ(run(u"detect-root-key"), Outcome::nothingToDo);  // within a tenth of a cent
+  // Opposite phases: their mean is silent.
+  std::vector<float> opposite;
+  for (const float each : framesOf(tone)) opposite.insert(opposite.end(), {each, -each});
+  Waveform& stereo = sound(makeResident(std::move(opposite), 2));
+  run(u"detect-root-key");
+  EXPECT_EQ(stereo.rootKey, 57);
+  sound(makeResident(std::vector(5000, 0.0f), 1));
+  EXPECT_EQ(run(u"detect-root-key"), Outcome::nothingToDo);
 }
 
 TEST_F(WaveOperations, ConvertedLoopsSoundTheSame) {

@@ -9,7 +9,7 @@ namespace tervo {
 
 Outcome runResample(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
-  const double before = waveform.sampleRate, rate = values.number(u"rate");
+  const double before = waveform.sampleRate, rate = values.number(u"to");
   if (rate == before) return Outcome::nothingToDo;
   auto samples = resampled(waveform.samples, before, rate);
   if (!samples) return Outcome::failed;

@@ -14,6 +14,7 @@ inline constexpr TextView curveChoices[] = {u"linear", u"equal-power", u"s-curve
 inline constexpr TextView sideChoices[] = {u"both", u"start", u"end"};
 inline constexpr TextView channelChoices[] = {u"stereo", u"mono", u"left", u"right", u"difference", u"swapped"};
 inline constexpr TextView phaseChoices[] = {u"all", u"left", u"right"};
+inline constexpr TextView tuneChoices[] = {u"fine-tune", u"resampling"};
 inline constexpr TextView ditherChoices[] = {u"none", u"rectangular", u"triangular", u"shaped"};
 
 // clang-format off
@@ -45,7 +46,7 @@ inline constexpr OptionInfo sectionOptions[] = {
     {u"marker",     u"Marker",          integer, 0,     65535,  0,    {},                u"the section is the marker or loop of this number, from 1; 0: none"},
 };
 inline constexpr OptionInfo resampleOptions[] = {
-    {u"rate",       u"Sample rate",     number,  1,     768000, 44100, {},               u"the new rate, in Hz"},
+    {u"to",         u"Sample rate",     number,  1,     768000, 44100, {},               u"the new rate, in Hz"},
 };
 inline constexpr OptionInfo channelOptions[] = {
     {u"to",         u"Channels",        choice,  0,     0,      0,    channelChoices,    u"mono is the mean of both, difference half of left minus right"},
@@ -56,6 +57,12 @@ inline constexpr OptionInfo invertOptions[] = {
 inline constexpr OptionInfo reduceBitsOptions[] = {
     {u"bits",       u"Bits",            integer, 1,     24,     16,   {},                u"bits per sample"},
     {u"dither",     u"Dither",          choice,  0,     0,      2,    ditherChoices,     u"noise that takes the place of distortion"},
+};
+inline constexpr OptionInfo rootKeyOptions[] = {
+    {u"fine-tune",  u"Fine tune",       flag,    0,     1,      1,    {},                u"also what the pitch is beside the key"},
+};
+inline constexpr OptionInfo tuneOptions[] = {
+    {u"by",         u"Tune by",         choice,  0,     0,      0,    tuneChoices,       u"the tuning, up to a semitone, or other frames, up to four octaves"},
 };
 inline constexpr OptionInfo appendOptions[] = {
     {u"frames",     u"Frames",          integer, 1,     65536,  32,   {},                u"how many are to follow the loop that ends last"},
@@ -76,6 +83,8 @@ Outcome runCut(Item& copy, const OptionValues& values, const OperationContext& c
 Outcome runResample(Item& copy, const OptionValues& values, const OperationContext& context);
 Outcome runChangeChannels(Item& copy, const OptionValues& values, const OperationContext& context);
 Outcome runReduceBits(Item& copy, const OptionValues& values, const OperationContext& context);
+Outcome runDetectRootKey(Item& copy, const OptionValues& values, const OperationContext& context);
+Outcome runTuneToRoot(Item& copy, const OptionValues& values, const OperationContext& context);
 Outcome runConvertLoops(Item& copy, const OptionValues& values, const OperationContext& context);
 Outcome runAppendAfterLoop(Item& copy, const OptionValues& values, const OperationContext& context);
 
