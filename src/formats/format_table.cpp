@@ -6,6 +6,7 @@
 #include "formats/detect_shared.h"
 #include "formats/instrument/sf2_reader.h"
 #include "formats/instrument/sf2_writer.h"
+#include "formats/instrument/sfark.h"
 #include "formats/midi/midi_file.h"
 #include "formats/wave/aiff_reader.h"
 #include "formats/wave/aiff_writer.h"

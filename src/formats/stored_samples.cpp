@@ -1,6 +1,7 @@
 #include "formats/stored_samples.h"
 
 #include "base/last_error.h"
+#include "formats/codec/compressed_stream.h"
 #include "formats/codec/g722.h"
 #include "formats/codec/g726.h"
 #include "formats/codec/gsm0610.h"
@@ -47,6 +48,11 @@ SampleRef openNamed(StoredSamples stored, int channels, int64_t frames) {
 
 SampleRef openStoredSamples(StoredSamples stored, int channels, int64_t frames) {
   if (stored.genericPcm) return importPcm(std::move(stored), channels, frames);
+  if (formatOf(stored.format) == SampleFormat::compressed && stored.waveFormat.empty()) {
+    const auto facts = factsOfStream(stored);
+    const bool isAsDescribed = facts && facts->channels == channels && facts->frames == frames;
+    return isAsDescribed ? openCompressed(std::move(stored), *facts) : nullptr;
+  }
   if (stored.waveFormat.empty()) return openNamed(std::move(stored), channels, frames);
   const auto format = readWaveFormat(std::move(stored.waveFormat));
   if (!format) return nullptr;

@@ -5,8 +5,8 @@
 
 namespace tervo {
 
-/// Reopens what SampleData::stored() described: plain samples, any coding that a "fmt " chunk describes, and the named
-/// codings of headerless files. Null with LastErrorText.
+/// Reopens what SampleData::stored() described: plain samples, any coding that a "fmt " chunk describes, streams of
+/// codec libraries, and the named codings of headerless files. Null with LastErrorText.
 SampleRef openStoredSamples(StoredSamples stored, int channels, int64_t frames);
 
 }  // namespace tervo

@@ -5,6 +5,8 @@
 
 #include "base/byte_reader.h"
 #include "base/last_error.h"
+#include "formats/instrument/sf1_bank.h"
+#include "formats/instrument/sf2_streams.h"
 #include "formats/wave/info_tags.h"
 
 namespace tervo::sf2 {
@@ -18,7 +20,8 @@ constexpr std::size_t mostRecordBytes = 16u << 20;
 
 class BankLoader {
  public:
-  BankLoader(Bank& bank, Tags& tags, LossTally& losses) : bank_(bank), tags_(tags), losses_(losses) {}
+  BankLoader(Bank& bank, Tags& tags, LossTally& losses, BankFormat format)
+      : bank_(bank), tags_(tags), losses_(losses), format_(format) {}
 
   bool load(uint32_t formSize) {
     ChunkWalker walker(*bank_.source, formHeaderBytes, bank_.source->size());
@@ -27,6 +30,13 @@ class BankLoader {
     finishPresets();
     finishInstruments();
     finishSamples();
+    if (format_ == BankFormat::soundFont1) {
+      if (bank_.majorVersion != 1) return failForVersion();
+      finishSf1(bank_);
+      return true;
+    }
+    bank_.mayBeCompressed = bank_.mayBeCompressed || bank_.majorVersion == 3;
+    findPackedSamples(bank_, losses_);
     return true;
   }
 
@@ -54,6 +64,13 @@ class BankLoader {
     return walk(inner, depth + 1);
   }
 
+  bool isExpected(int version) const {
+    return format_ == BankFormat::soundFont1 ? version == 1 : version == 2 || version == 3;
+  }
+  bool failForVersion() const {
+    return fail(format_ == BankFormat::soundFont1 ? u"Not a SoundFont v1.x file" : u"Not a Sound Font v2.x file");
+  }
+
   bool onInfo(const Chunk& list) {
     std::vector<KeptInfo> others;
     readInfoTags(*bank_.source, list, tags_, &others);
@@ -61,7 +78,7 @@ class BankLoader {
       ByteReader body(info.body);
       if (info.id == FourCC("ifil") && info.body.size() >= 4) {
         bank_.majorVersion = body.little<uint16_t>();
-        if (bank_.majorVersion != 2 && bank_.majorVersion != 3) return fail(u"Not a Sound Font v2.x file");
+        if (!isExpected(bank_.majorVersion)) return failForVersion();
       } else if (info.id == FourCC("ICRD") || info.id == FourCC("irom")) {
         losses_.dropped(info.id == FourCC("ICRD") ? u"creation date" : u"name of the sound ROM",
                         u"the document has no place for it");
@@ -70,13 +87,23 @@ class BankLoader {
     return true;
   }
 
+  std::vector<std::byte> bodyOf(const Chunk& chunk) const {
+    return bank_.source->readUpTo(chunk.body, chunk.bytes, mostRecordBytes);
+  }
+
   template <typename Record>
   void loadRecords(const Chunk& chunk, std::vector<Record>& records) {
-    const auto bytes = bank_.source->readUpTo(chunk.body, chunk.bytes, mostRecordBytes);
+    const auto bytes = bodyOf(chunk);
     records.resize(bytes.size() / sizeof(Record));
     if (!records.empty()) std::memcpy(records.data(), bytes.data(), records.size() * sizeof(Record));
     const bool isWhole = bytes.size() == records.size() * sizeof(Record) && bytes.size() == chunk.size;
     if (!isWhole) losses_.dropped(u"end of a table", u"it does not consist of whole records");
+  }
+
+  void onSamples(const Chunk& chunk) {
+    bank_.samplesAt = chunk.body;
+    bank_.sampleBytes = chunk.bytes;
+    bank_.words = chunk.bytes / 2;
   }
 
   void onLowBytes(const Chunk& chunk) {
@@ -112,6 +139,10 @@ class BankLoader {
   // A sample does not depend on the record behind it, so only a last record without content is taken for the end.
   void finishSamples() {
     auto& samples = bank_.samples;
+    if (format_ == BankFormat::soundFont1)
+      samples = sf1Samples(bodyOf(sampleRecords_), bodyOf(sampleNames_));
+    else
+      loadRecords(sampleRecords_, samples);
     const auto end = std::find_if(samples.begin(), samples.end(),
                                   [](const SampleRecord& sample) { return nameIn(sample.name) == "EOS"; });
     if (end == samples.end()) {
@@ -126,6 +157,8 @@ class BankLoader {
   Bank& bank_;
   Tags& tags_;
   LossTally& losses_;
+  BankFormat format_;
+  Chunk sampleRecords_, sampleNames_;
 };
 
 void BankLoader::loadChunk(const Chunk& chunk) {
@@ -136,7 +169,7 @@ void BankLoader::loadChunk(const Chunk& chunk) {
   };
   // clang-format off
   static constexpr Handler handlers[] = {
-      {"smpl", [](BankLoader& it, const Chunk& c) { it.bank_.wordsAt = c.body; it.bank_.words = c.bytes / 2; }},
+      {"smpl", [](BankLoader& it, const Chunk& c) { it.onSamples(c); }},
       {"sm24", [](BankLoader& it, const Chunk& c) { it.onLowBytes(c); }},
       {"phdr", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.presets); }},
       {"pbag", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.presetZones.bags); }},
@@ -146,7 +179,8 @@ void BankLoader::loadChunk(const Chunk& chunk) {
       {"ibag", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.instrumentZones.bags); }},
       {"imod", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.instrumentZones.modulators); }},
       {"igen", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.instrumentZones.generators); }},
-      {"shdr", [](BankLoader& it, const Chunk& c) { it.loadRecords(c, it.bank_.samples); }},
+      {"shdr", [](BankLoader& it, const Chunk& c) { it.sampleRecords_ = c; }},
+      {"snam", [](BankLoader& it, const Chunk& c) { it.sampleNames_ = c; }},
   };
   // clang-format on
   for (const Handler& handler : handlers)
@@ -155,7 +189,8 @@ void BankLoader::loadChunk(const Chunk& chunk) {
 
 }  // namespace
 
-std::unique_ptr<Bank> loadBank(std::shared_ptr<const ByteSource> source, Tags& tags, LossTally& losses) {
+std::unique_ptr<Bank> loadBank(std::shared_ptr<const ByteSource> source, Tags& tags, LossTally& losses,
+                               BankFormat format) {
   std::array<std::byte, formHeaderBytes> head{};
   source->readAt(0, head);
   ByteReader reader(head);
@@ -166,7 +201,8 @@ std::unique_ptr<Bank> loadBank(std::shared_ptr<const ByteSource> source, Tags& t
     return fail(u"Not a SoundFont2 file");
   auto bank = std::make_unique<Bank>();
   bank->source = std::move(source);
-  return BankLoader(*bank, tags, losses).load(formSize) ? std::move(bank) : nullptr;
+  bank->mayBeCompressed = type == FourCC("sfpk");
+  return BankLoader(*bank, tags, losses, format).load(formSize) ? std::move(bank) : nullptr;
 }
 
 }  // namespace tervo::sf2

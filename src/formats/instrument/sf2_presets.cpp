@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "core/parameter_table.h"
+#include "formats/instrument/sf1_zone.h"
 #include "formats/instrument/sf2_articulation.h"
 #include "formats/instrument/sf2_layer_maker.h"
 #include "formats/instrument/sf2_region.h"
@@ -52,11 +53,29 @@ void noteLosses(const std::vector<ClippedRow>& clipped, LossTally& losses) {
     losses.approximated(rowOf(row.row).name, numberText(row.from), numberText(row.to));
 }
 
+/// How the zones of a bank's format are read and put together.
+struct ZoneRules {
+  const ZoneValues& instrument;  ///< what a zone has where it says nothing
+  const ZoneValues& preset;
+  ZoneValues (*combine)(const ZoneValues& instrument, const ZoneValues& preset, const SampleRecord& sample,
+                        LossTally& losses);
+};
+
+ZoneRules rulesFor(const Bank& bank) {
+  const auto add = [](const ZoneValues& instrument, const ZoneValues& preset, const SampleRecord&, LossTally& losses) {
+    return summed(instrument, preset, losses);
+  };
+  const auto fillIn = [](const ZoneValues& instrument, const ZoneValues& preset, const SampleRecord& sample,
+                         LossTally&) { return sf1Combined(instrument, preset, sample); };
+  if (bank.majorVersion == 1) return {unsaidZone(), unsaidZone(), fillIn};
+  return {instrumentDefaults(), presetDefaults(), add};
+}
+
 /// Rows that a preset's global zone says: those in which it differs from a zone that says nothing.
-ArticulationSet globalRows(const ZoneValues& global) {
+ArticulationSet globalRows(const ZoneRules& rules, const ZoneValues& global) {
   LossTally whatItsZonesReport;
-  const ArticulationSet rows = articulationOf(summed(instrumentDefaults(), global, whatItsZonesReport));
-  const ArticulationSet usual = articulationOf(instrumentDefaults());
+  const ArticulationSet rows = articulationOf(rules.combine(rules.instrument, global, {}, whatItsZonesReport));
+  const ArticulationSet usual = articulationOf(rules.combine(rules.instrument, rules.preset, {}, whatItsZonesReport));
   ArticulationSet said;
   for (const auto& [row, value] : rows.entries())
     if (usual.get(row) != value) said.set(row, value);
@@ -71,6 +90,7 @@ class PresetReader {
         bank_(bank),
         waveforms_(waveforms),
         file_(file),
+        rules_(rulesFor(bank)),
         presetZones_(bank.presetZones, losses),
         instrumentZones_(bank.instrumentZones, losses),
         presetBags_(bagSpans(bank.presets, bank.presetBagsEnd, losses)),
@@ -88,7 +108,7 @@ class PresetReader {
   /// The preset's zones that name an instrument; in front of them its global zone, which names none.
   std::vector<ZoneValues> presetZonesOf(std::size_t preset) {
     LossTally losses;
-    std::vector<ZoneValues> zones{presetDefaults()};
+    std::vector<ZoneValues> zones{rules_.preset};
     for (std::size_t bag = presetBags_[preset].first; bag < presetBags_[preset].end; ++bag) {
       ZoneValues values = zones.front();
       presetZones_.apply(bag, values, losses);
@@ -111,7 +131,7 @@ class PresetReader {
     if (known) return *known;
     known.emplace();
     LossTally losses;
-    ZoneValues global = instrumentDefaults();
+    ZoneValues global = rules_.instrument;
     for (std::size_t bag = instrumentBags_[instrument].first; bag < instrumentBags_[instrument].end; ++bag) {
       ZoneValues values = global;
       instrumentZones_.apply(bag, values, losses);
@@ -160,7 +180,7 @@ class PresetReader {
     instrument.program = preset.program & 0x7F;
     instrument.bankMsb = preset.bank & 0x7F;
     instrument.drum = preset.bank == drumBank;
-    instrument.articulation = globalRows(zones.front());
+    instrument.articulation = globalRows(rules_, zones.front());
     LossTally losses;
     for (std::size_t i = 1; i < zones.size(); ++i) readPresetZone(instrument, zones[i], losses);
     const bool isOther = preset.program > 127 || preset.bank > drumBank;
@@ -173,7 +193,7 @@ class PresetReader {
       const bool isOwn = i == static_cast<std::size_t>(Gen::instrument) ||
                          i == static_cast<std::size_t>(Gen::keyRange) ||
                          i == static_cast<std::size_t>(Gen::velocityRange);
-      if (!isSummed(i) && !isOwn && preset.generators[i] != presetDefaults().generators[i])
+      if (!isSummed(i) && !isOwn && preset.generators[i] != rules_.preset.generators[i] && bank_.majorVersion != 1)
         losses.dropped(u"generator of a preset", u"only zones of instruments can have it");
     }
     LayerMaker layers(instrument);
@@ -193,14 +213,15 @@ class PresetReader {
     const auto sample = static_cast<uint16_t>(zone[Gen::sampleId]);
     Region& region = layers.add(*keys, *velocities, sample, bank_.samples[sample]);
     region.waveform = waveform->id();
+    const ZoneValues values = rules_.combine(zone, preset, bank_.samples[sample], losses);
     std::vector<ClippedRow> clipped;
-    region.articulation = articulationOf(summed(zone, preset, losses), &clipped);
+    region.articulation = articulationOf(values, &clipped);
     noteLosses(clipped, losses);
-    setPlayback(region, *waveform, zone, losses);
-    if (const auto group = static_cast<uint16_t>(zone[Gen::exclusiveClass]); group != 0)
+    setPlayback(region, *waveform, values, losses);
+    if (const auto group = static_cast<uint16_t>(values[Gen::exclusiveClass]); group != 0)
       region.trigger.set(ParameterId::keyExclusionGroup, group);
     for (const Gen fixed : {Gen::keyNumber, Gen::velocity})
-      if (zone[fixed] >= 0)
+      if (values[fixed] >= 0)
         losses.dropped(fixed == Gen::velocity ? u"fixed velocity" : u"fixed key number",
                        u"the document has no place for it");
   }
@@ -209,6 +230,7 @@ class PresetReader {
   const Bank& bank_;
   const std::vector<Waveform*>& waveforms_;
   const SourceFile& file_;
+  ZoneRules rules_;
   ZoneReader presetZones_, instrumentZones_;
   std::vector<BagSpan> presetBags_, instrumentBags_;
   std::vector<std::optional<std::vector<ZoneValues>>> zonesOf_;

@@ -37,9 +37,19 @@ int detectSf2(std::span<const std::byte> head, uint32_t variant, uint64_t) {
   return isCompressed == (variant == compressedBank) ? 6 : 5;
 }
 
-bool readSf2(Collection& collection, const SourceFile& file, uint32_t) {
+int detectSf1(std::span<const std::byte> head, uint32_t, uint64_t) {
+  ByteReader reader(head);
+  const bool isRiff = reader.fourCC() == FourCC("RIFF");
+  reader.skip(4);
+  const bool isBank = reader.fourCC() == FourCC("sfbk");
+  return reader.ok() && isRiff && isBank && versionIn(head) == 1 ? 6 : 0;
+}
+
+namespace {
+
+bool readBank(Collection& collection, const SourceFile& file, sf2::BankFormat format) {
   LossTally losses;
-  const auto bank = sf2::loadBank(file.bytes, collection.tags, losses);
+  const auto bank = sf2::loadBank(file.bytes, collection.tags, losses, format);
   if (!bank) return false;
   const auto waveforms = sf2::addWaveforms(collection, *bank, file, losses);
   if (!waveforms) return false;
@@ -47,6 +57,15 @@ bool readSf2(Collection& collection, const SourceFile& file, uint32_t) {
   if (bank->presets.empty() && bank->samples.empty()) losses.dropped(u"content", u"the bank holds nothing");
   losses.reportTo(file.report, platform::fileNameOf(file.path));
   return true;
+}
+
+}  // namespace
+
+bool readSf1(Collection& collection, const SourceFile& file, uint32_t) {
+  return readBank(collection, file, sf2::BankFormat::soundFont1);
+}
+bool readSf2(Collection& collection, const SourceFile& file, uint32_t) {
+  return readBank(collection, file, sf2::BankFormat::soundFont2);
 }
 
 }  // namespace tervo

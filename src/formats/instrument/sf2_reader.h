@@ -13,6 +13,9 @@ namespace tervo {
 inline constexpr uint32_t compressedBank = 3;
 
 int detectSf2(std::span<const std::byte> head, uint32_t variant, uint64_t fileSize);
+int detectSf1(std::span<const std::byte> head, uint32_t variant, uint64_t fileSize);
+/// SoundFont 1 banks, whose zones have other units.
+bool readSf1(Collection& collection, const SourceFile& file, uint32_t variant);
 bool readSf2(Collection& collection, const SourceFile& file, uint32_t variant);
 
 }  // namespace tervo

@@ -40,7 +40,30 @@ void reportLosses(const Waveform& waveform, ConversionReport& report) {
   if (hasTexts || waveform.tags.image) report.dropped(waveform.name, u"tags", u"the file has no place for them");
 }
 
+/// The bit rate that is asked for by a coding's name; 0 where none is.
+double askedBitRate(const Waveform& waveform, const SaveOptions& options) {
+  if (options.kbitPerSecond > 0) return options.kbitPerSecond;
+  return bitRateOf(options.coding.value_or(SampleCoding{waveform.preferredFormat}));
+}
+
+/// Lossless where PCM is asked for by name, a bit rate where one is; else what the source holds, or Ogg Vorbis.
+StreamChoice streamChoiceFor(const Waveform& waveform, const TargetFile& file) {
+  const auto asked = requestedFormat(waveform, file.options);
+  if (!asked) return {};
+  if (*asked == SampleFormat::compressed)
+    return {.mayCopy = false, .kbitPerSecond = askedBitRate(waveform, file.options)};
+  const bool is24Bit = chooseSampleFormat(file.row, waveform, file.options) == SampleFormat::pcm24;
+  return {.mayCopy = false, .losslessBits = is24Bit ? 24 : 16};
+}
+
 }  // namespace
+
+void SamplePlan::setStream(std::size_t sample, uint32_t start, uint32_t end) {
+  SampleRecord& record = samples_[sample].record;
+  record.start = start;
+  record.end = end;
+  record.type = static_cast<uint16_t>(record.type | compressedSample);
+}
 
 RecordName recordName(TextView name, std::string_view ending, ConversionReport& report) {
   RecordName record{};
@@ -66,12 +89,13 @@ const Waveform* SamplePlan::prepare(const Waveform& waveform, TargetFile& file) 
 }
 
 void SamplePlan::addChannel(const Waveform& waveform, SampleRef frames, uint16_t type, std::string_view ending,
-                            ConversionReport& report) {
-  PlannedSample sample{std::move(frames), {}};
+                            TargetFile& file) {
+  PlannedSample sample{std::move(frames), {}, streamChoiceFor(waveform, file), &waveform};
   const auto count = static_cast<uint32_t>(sample.frames ? sample.frames->frames() : 0);
-  const auto start = static_cast<uint32_t>(words_);
+  // Of streams the loop is counted from their first frame; where they stand is known when they have been written.
+  const auto start = static_cast<uint32_t>(storage_ == SampleStorage::words ? words_ : 0);
   const FrameLoop loop = recordLoop(waveform);
-  sample.record.name = recordName(waveform.name, ending, report);
+  sample.record.name = recordName(waveform.name, ending, file.report);
   sample.record.start = start;
   sample.record.end = start + count;
   sample.record.loopStart = start + loop.start;
@@ -79,7 +103,7 @@ void SamplePlan::addChannel(const Waveform& waveform, SampleRef frames, uint16_t
   sample.record.sampleRate =
       static_cast<uint32_t>(std::clamp(std::round(waveform.sampleRate), 1.0, static_cast<double>(mostRate)));
   sample.record.rootKey = waveform.rootKey;
-  sample.record.pitchCorrection = static_cast<int8_t>(pitchCorrection(waveform, report));
+  sample.record.pitchCorrection = static_cast<int8_t>(pitchCorrection(waveform, file.report));
   sample.record.type = type;
   words_ += uint64_t{count} + wordsBetweenSamples;
   samples_.push_back(std::move(sample));
@@ -89,21 +113,27 @@ bool SamplePlan::addWaveform(const Waveform& waveform, TargetFile& file) {
   const Waveform* written = prepare(waveform, file);
   if (!written) return false;
   const auto channels = static_cast<uint64_t>(std::max(written->channels(), 1));
-  if (words_ + channels * (static_cast<uint64_t>(written->frames()) + wordsBetweenSamples) > mostWords)
+  if (storage_ == SampleStorage::words &&
+      words_ + channels * (static_cast<uint64_t>(written->frames()) + wordsBetweenSamples) > mostWords)
     return fail(u"Save failed - Too much data!\n\nThe samples of a SoundFont bank can take 4 GiB at most.");
   places_[waveform.id()] = {samples_.size(), channels, written};
   reportLosses(*written, file.report);
-  if (written->holdsData()) is24Bit_ = is24Bit_ || chooseSampleFormat(file, *written) == SampleFormat::pcm24;
+  if (written->holdsData() && storage_ == SampleStorage::words)
+    is24Bit_ = is24Bit_ || chooseSampleFormat(file, *written) == SampleFormat::pcm24;
   if (channels == 1) {
-    addChannel(*written, written->holdsData() ? written->samples : nullptr, monoSample, {}, file.report);
+    addChannel(*written, written->holdsData() ? written->samples : nullptr, monoSample, {}, file);
     return true;
   }
   const auto left = static_cast<uint16_t>(samples_.size()), right = static_cast<uint16_t>(left + 1);
-  addChannel(*written, fixup::channelOf(written->samples, 0), leftSample, "-L", file.report);
-  addChannel(*written, fixup::channelOf(written->samples, 1), rightSample, "-R", file.report);
+  addChannel(*written, fixup::channelOf(written->samples, 0), leftSample, "-L", file);
+  addChannel(*written, fixup::channelOf(written->samples, 1), rightSample, "-R", file);
   samples_[samples_.size() - 2].record.link = right;
   samples_.back().record.link = left;
   return true;
+}
+
+int64_t SamplePlan::framesOf(std::size_t sample) const {
+  return samples_[sample].frames ? samples_[sample].frames->frames() : 0;
 }
 
 // Two one-channel waveforms that are named as the channels of one sound are linked.
@@ -122,7 +152,7 @@ void SamplePlan::linkNamesakes(const std::vector<const Waveform*>& waveforms) {
     const auto found = leftChannels.find(key);
     if (found == leftChannels.end()) return;
     SampleRecord &left = samples_[found->second].record, &right = samples_[sample].record;
-    const bool isPair = left.end - left.start == right.end - right.start && left.sampleRate == right.sampleRate;
+    const bool isPair = framesOf(found->second) == framesOf(sample) && left.sampleRate == right.sampleRate;
     if (!isPair) return;
     left.type = leftSample;
     left.link = static_cast<uint16_t>(sample);

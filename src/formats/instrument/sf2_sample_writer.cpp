@@ -4,6 +4,8 @@
 #include <cmath>
 
 #include "base/last_error.h"
+#include "base/ordered_work.h"
+#include "formats/codec/compressed_stream.h"
 #include "formats/instrument/sf2_samples.h"
 #include "formats/wave/sample_encoder.h"
 
@@ -15,11 +17,11 @@ constexpr std::size_t blockFrames = 32768;
 /// A part of the whole for work that counts its own progress from 0 to 1.
 class PartOfProgress final : public Host {
  public:
-  PartOfProgress(Host& host, double begin, double share) : host_(host), begin_(begin), share_(share) {}
+  PartOfProgress(Host& host, double begin, double share) : file_(file), begin_(begin), share_(share) {}
   bool progress(double fraction) override { return host_.progress(begin_ + fraction * share_); }
 
  private:
-  Host& host_;
+  TargetFile& file_;
   double begin_, share_;
 };
 
@@ -33,7 +35,8 @@ enum class Part { words, lowBytes };
 
 class SampleDataWriter {
  public:
-  SampleDataWriter(ByteWriter& writer, const SamplePlan& plan, Host& host) : writer_(writer), plan_(plan), host_(host) {
+  SampleDataWriter(ByteWriter& writer, const SamplePlan& plan, TargetFile& file)
+      : writer_(writer), plan_(plan), file_(file) {
     for (const auto& sample : plan.samples()) total_ += static_cast<double>(framesOf(sample));
     if (plan.is24Bit()) total_ *= 1.5;
   }
@@ -49,16 +52,44 @@ class SampleDataWriter {
 
   bool writePart(FourCC id, Part part) {
     const ChunkScope chunk(writer_, id);
-    for (const auto& sample : plan_.samples()) {
+    // Decoding takes far longer than writing.
+    const auto decode = [this](std::size_t i) { return decodedAhead(plan_.samples()[i].frames); };
+    const auto write = [&](std::size_t i, SampleRef decoded) {
+      const PlannedSample& sample = plan_.samples()[i];
       const double share =
           static_cast<double>(framesOf(sample)) * (part == Part::words ? 1 : 0.5) / std::max(total_, 1.0);
-      PartOfProgress progress(host_, done_, share);
-      if (sample.frames && !writeSample(*sample.frames, part, progress)) return false;
+      PartOfProgress progress(file_.host, done_, share);
+      const SampleData* data = decoded ? decoded.get() : sample.frames.get();
+      const bool isWritten = !data || (isDamaged(*data) ? replace(sample, part) : writeSample(*data, part, progress));
+      if (!isWritten) return false;
       writer_.zeros((part == Part::words ? 2 : 1) * wordsBetweenSamples);
       done_ += share;
-    }
+      return writer_.ok();
+    };
+    if (!makeInOrder(plan_.samples().size(), decode, write)) return false;
     // The size of "sm24" itself is even: readers compare it with that of "smpl" (SoundFont 2.04, section 6.2).
     if (writer_.position() % 2 == 1) writer_.u8(0);
+    return writer_.ok();
+  }
+
+  /// The frames of a stream, in memory; null for other samples, long ones, and where decoding fails, which writing
+  /// will find too.
+  static SampleRef decodedAhead(const SampleRef& frames) {
+    constexpr int64_t most = 16 << 20;
+    if (!frames || !isStream(*frames) || frames->frames() > most) return nullptr;
+    const SilentFailures silent;
+    return makeResident(frames);
+  }
+
+  /// A stream that cannot be decoded at all.
+  static bool isDamaged(const SampleData& data) {
+    return isStream(data) && !data.open() && LastErrorText() == damagedStream;
+  }
+  static bool isStream(const SampleData& data) { return data.stored() && !data.stored()->coding.empty(); }
+
+  bool replace(const PlannedSample& sample, Part part) {
+    if (part == Part::words) file_.report.dropped(sample.waveform->name, u"frames", damagedStream);
+    writer_.zeros(static_cast<std::size_t>(framesOf(sample)) * (part == Part::words ? 2 : 1));
     return writer_.ok();
   }
 
@@ -119,14 +150,14 @@ class SampleDataWriter {
 
   ByteWriter& writer_;
   const SamplePlan& plan_;
-  Host& host_;
+  TargetFile& file_;
   double total_ = 0, done_ = 0;
 };
 
 }  // namespace
 
-bool writeSampleData(ByteWriter& writer, const SamplePlan& plan, Host& host) {
-  return SampleDataWriter(writer, plan, host).write();
+bool writeSampleData(ByteWriter& writer, const SamplePlan& plan, TargetFile& file) {
+  return SampleDataWriter(writer, plan, file).write();
 }
 
 }  // namespace tervo::sf2

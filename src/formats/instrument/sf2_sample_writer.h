@@ -6,7 +6,8 @@
 
 namespace tervo::sf2 {
 
-/// The list "sdta". Samples that stand in a file in the form wanted are copied as they are. False with LastErrorText.
-bool writeSampleData(ByteWriter& writer, const SamplePlan& plan, Host& host);
+/// The list "sdta". Samples that stand in a file in the form wanted are copied as they are; for streams that are
+/// damaged there is silence, reported. False with LastErrorText.
+bool writeSampleData(ByteWriter& writer, const SamplePlan& plan, TargetFile& file);
 
 }  // namespace tervo::sf2

@@ -4,7 +4,9 @@
 #include <new>
 
 #include "base/last_error.h"
+#include "core/normalise/sample_views.h"
 #include "formats/instrument/sf2_rom.h"
+#include "formats/instrument/sf2_streams.h"
 #include "formats/wave/pcm_import.h"
 
 namespace tervo::sf2 {
@@ -58,7 +60,8 @@ WordRange wordsOf(const Bank& bank, const SampleRecord& record, LossTally& losse
 
 SampleRef openFrames(const Bank& bank, WordRange range) {
   const auto frames = static_cast<int64_t>(range.end - range.start);
-  const uint64_t wordsAt = bank.wordsAt + 2 * range.start;
+  if (bank.packed) return fixup::joined({{bank.packed, static_cast<int64_t>(range.start), frames}});
+  const uint64_t wordsAt = bank.samplesAt + 2 * range.start;
   if (bank.lowBytes >= range.end)
     return std::make_shared<SplitSamples>(bank.source, wordsAt, bank.lowBytesAt + range.start, frames);
   StoredSamples stored;
@@ -68,8 +71,9 @@ SampleRef openFrames(const Bank& bank, WordRange range) {
   return importPcm(std::move(stored), 1, frames);
 }
 
-void addLoop(Waveform& waveform, const SampleRecord& record, LossTally& losses) {
-  const int64_t base = uint32_t{record.start}, frames = waveform.frames();
+/// `base` is the number of the first frame in the numbers of the record.
+void addLoop(Waveform& waveform, const SampleRecord& record, int64_t base, LossTally& losses) {
+  const int64_t frames = waveform.frames();
   const int64_t start = uint32_t{record.loopStart} - base, end = uint32_t{record.loopEnd} - base;
   if (start == end) return;
   const int64_t first = std::clamp<int64_t>(start, 0, frames), last = std::clamp<int64_t>(end, 0, frames);
@@ -98,18 +102,22 @@ std::unique_ptr<SampleStream> SplitSamples::open(int64_t firstFrame) const try {
 }
 
 std::unique_ptr<Waveform> makeWaveform(const Bank& bank, const SampleRecord& record, LossTally& losses) {
-  if (record.type & compressedSample) return fail(u"The samples of this bank are compressed");
   auto waveform = std::make_unique<Waveform>();
   const std::string_view name = nameIn(record.name);
   waveform->name = fromFileText(name);
   waveform->sampleRate = std::max<uint32_t>(record.sampleRate, 1);
   waveform->rootKey = record.rootKey <= lastKey ? record.rootKey : middleC;
   waveform->fineTune = static_cast<float>(std::clamp<int>(record.pitchCorrection, -100, 100));
+  if (isStream(bank, record)) {
+    openStreamOf(bank, record, *waveform, losses);
+    if (waveform->samples) addLoop(*waveform, record, 0, losses);
+    return waveform;
+  }
   const WordRange range = wordsOf(bank, record, losses);
   if (range.start < range.end && !(waveform->samples = openFrames(bank, range))) return nullptr;
   waveform->setStoredFormat(bank.lowBytes >= range.end && bank.lowBytes > 0 ? SampleFormat::pcm24 : SampleFormat::pcm16,
                             0);
-  if (waveform->samples) addLoop(*waveform, record, losses);
+  if (waveform->samples) addLoop(*waveform, record, uint32_t{record.start}, losses);
   return waveform;
 }
 
@@ -126,6 +134,7 @@ std::optional<std::vector<Waveform*>> addWaveforms(Collection& collection, const
     if (waveform) ofSample.reportTo(file.report, waveform->name);
     waveforms.push_back(waveform ? &collection.add(std::move(waveform)) : nullptr);
   }
+  noteMissingDecoders(waveforms, losses);
   return waveforms;
 }
 

@@ -8,7 +8,9 @@
 #include "base/last_error.h"
 #include "core/collection.h"
 #include "formats/instrument/sf2_articulation.h"
+#include "formats/instrument/sf2_reader.h"
 #include "formats/instrument/sf2_sample_writer.h"
+#include "formats/instrument/sf2_stream_writer.h"
 #include "formats/instrument/sf2_tables.h"
 #include "formats/wave/info_tags.h"
 
@@ -87,13 +89,21 @@ constexpr BankText bankTexts[] = {
     {"ICOP", Tag::copyright, 256}, {"ICMT", Tag::comments, 65536},
 };
 
-void writeInfo(ByteWriter& writer, const Content& content, bool is24Bit, ConversionReport& report) {
+struct Version {
+  uint16_t major, minor;
+};
+Version versionFor(const sf2::SamplePlan& plan) {
+  if (plan.storage() == sf2::SampleStorage::streams) return {3, 0};
+  return {2, static_cast<uint16_t>(plan.is24Bit() ? 4 : 1)};
+}
+
+void writeInfo(ByteWriter& writer, const Content& content, Version version, ConversionReport& report) {
   const ChunkScope list(writer, "LIST");
   writer.chars("INFO");
   {
-    const ChunkScope version(writer, "ifil");
-    writer.little<uint16_t>(2);
-    writer.little<uint16_t>(is24Bit ? 4 : 1);
+    const ChunkScope chunk(writer, "ifil");
+    writer.little(version.major);
+    writer.little(version.minor);
   }
   writeInfoText(writer, "isng", soundEngine, InfoSize::even);
   for (const BankText& field : bankTexts) {
@@ -166,10 +176,11 @@ void warnOf(const std::vector<const Instrument*>& incomplete, TargetFile& file) 
 
 }  // namespace
 
-bool writeSf2(const Item& item, TargetFile& file, uint32_t) {
+bool writeSf2(const Item& item, TargetFile& file, uint32_t variant) {
   const auto content = contentOf(item, file.report);
   if (!content) return false;
-  sf2::SamplePlan plan;
+  const bool isCompressed = variant == compressedBank;
+  sf2::SamplePlan plan(isCompressed ? sf2::SampleStorage::streams : sf2::SampleStorage::words);
   if (!plan.add(content->waveforms, file)) return false;
   std::vector<sf2::PresetPlan> presets;
   for (const Instrument* instrument : content->instruments)
@@ -182,8 +193,10 @@ bool writeSf2(const Item& item, TargetFile& file, uint32_t) {
   {
     const ChunkScope form(writer, "RIFF");
     writer.chars("sfbk");
-    writeInfo(writer, *content, plan.is24Bit(), file.report);
-    if (!sf2::writeSampleData(writer, plan, file.host)) return false;
+    writeInfo(writer, *content, versionFor(plan), file.report);
+    const bool written =
+        isCompressed ? sf2::writeStreams(writer, plan, file) : sf2::writeSampleData(writer, plan, file);
+    if (!written) return false;
     writeTables(writer, tables, plan);
   }
   return writer.ok();

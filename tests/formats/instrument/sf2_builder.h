@@ -59,7 +59,7 @@ struct Sample {
 
 class BankBuilder {
  public:
-  ChunkBody phdr, pbag, pmod, pgen, inst, ibag, imod, igen, shdr, smpl, sm24;
+  ChunkBody phdr, pbag, pmod, pgen, inst, ibag, imod, igen, shdr, smpl, sm24, snam;
   bool ends = true;  ///< the records that end the tables
   uint16_t version = 2;
   std::string form = "sfbk";
@@ -80,6 +80,11 @@ class BankBuilder {
     return *this;
   }
   BankBuilder& sample(const Sample& sample) {
+    if (version == 1) {
+      snam.text(sample.name);
+      shdr.add(sample.start, sample.end, sample.loopStart, sample.loopEnd);
+      return *this;
+    }
     shdr.text(sample.name).add(sample.start, sample.end, sample.loopStart, sample.loopEnd, uint32_t{22050});
     shdr.add(sample.key, sample.cents, sample.link, sample.type);
     return *this;
@@ -110,7 +115,10 @@ class BankBuilder {
     ibag.add(igen.count(4), imod.count(10));
     imod.text("", 10);
     igen.text("", 4);
-    shdr.text("EOS").text("", 26);
+    if (version == 1)
+      sample({"EOS", 0, 0, 0, 0});
+    else
+      shdr.text("EOS").text("", 26);
   }
   void chunk(ByteWriter& writer, std::string_view id, const std::vector<std::byte>& body) const {
     writer.chars(id);
@@ -136,7 +144,7 @@ class BankBuilder {
     ChunkBody ifil;
     ifil.add(version, uint16_t{1});
     list(writer, "INFO", {{"ifil", &ifil}, {"INAM", &info}});
-    list(writer, "sdta", {{"smpl", &smpl}, {"sm24", &sm24}});
+    list(writer, "sdta", {{"snam", &snam}, {"smpl", &smpl}, {"sm24", &sm24}});
     list(writer, "pdta",
          {{"phdr", &phdr},
           {"pbag", &pbag},
@@ -172,10 +180,13 @@ struct ReadBank {
     read(std::move(bytes), host);
   }
   ReadBank(std::vector<std::byte> bytes, Host& host) { read(std::move(bytes), host); }
-  void read(std::vector<std::byte> bytes, Host& host) {
+  ReadBank(std::vector<std::byte> bytes, ReadFn reader) {
+    Host host;
+    read(std::move(bytes), host, reader);
+  }
+  void read(std::vector<std::byte> bytes, Host& host, ReadFn reader = readSf2) {
     const Settings settings;
-    ok =
-        readSf2(collection, {std::make_shared<MemorySource>(std::move(bytes)), u"bank.sf2", host, report, settings}, 0);
+    ok = reader(collection, {std::make_shared<MemorySource>(std::move(bytes)), u"bank.sf2", host, report, settings}, 0);
     if (!ok) error = LastErrorText();
   }
   const Instrument& instrument(std::size_t i = 0) const { return *collection.instruments()[i]; }

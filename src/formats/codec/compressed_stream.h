@@ -1,0 +1,49 @@
+#pragma once
+// Complete streams of codecs that libraries decode, such as the samples of compressed SoundFont banks. What a stream
+// holds is read from its own headers, without the library, so that opening a file needs none; frames are decoded while
+// they are read.
+
+#include <functional>
+#include <optional>
+
+#include "core/sample_data.h"
+
+namespace tervo {
+
+/// The failure of a stream that makes no sense.
+inline constexpr TextView damagedStream = u"Unknown or damaged compressed stream";
+
+/// What a stream says about itself.
+struct StreamFacts {
+  TextView coding;  ///< "Ogg Vorbis", "FLAC"
+  int channels = 0;
+  double sampleRate = 0;  ///< Hz
+  int bits = 0;           ///< of the samples; 0 where the coding loses some
+  int64_t frames = 0;
+  bool isCutOff = false;  ///< the end is missing
+};
+
+/// Decodes a stream from a frame on. Frames that turn out to be missing end it. Null, or nothing from read(), with
+/// LastErrorText when the library is not there, the stream makes no sense or the source fails.
+using OpenDecoder = std::unique_ptr<SampleStream> (*)(const StoredSamples& stored, int channels, int64_t firstFrame);
+
+struct CompressedCoding {
+  TextView name;
+  /// Nothing when the bytes are not such a stream.
+  std::optional<StreamFacts> (*facts)(const StoredSamples& stored);
+  OpenDecoder open;
+  bool (*canDecode)();
+};
+
+/// What the stream that `stored` locates says; nothing with LastErrorText when it is none that is known, or damaged.
+std::optional<StreamFacts> factsOfStream(const StoredSamples& stored);
+
+/// Whether the library for a coding is there; false with LastErrorText.
+bool canDecode(TextView coding);
+
+/// Samples that stay compressed in their source and are decoded while they are read; frames that turn out to be missing
+/// are silent. `stored.source`, offset and bytes locate the stream; the rest is filled in. Null with LastErrorText for
+/// a coding that is not known.
+SampleRef openCompressed(StoredSamples stored, const StreamFacts& facts);
+
+}  // namespace tervo

@@ -1,0 +1,177 @@
+// Banks whose samples are compressed: a stream for each, or all of them as one.
+
+#include <gtest/gtest.h>
+
+#include "base/byte_reader.h"
+#include "formats/codec/compressed_stream.h"
+#include "formats/codec/flac.h"
+#include "formats/codec/ogg_vorbis.h"
+#include "tests/formats/instrument/sf2_builder.h"
+
+namespace tervo::test {
+namespace {
+
+using Bytes = std::vector<std::byte>;
+
+bool says(const ConversionReport& report, TextView what) {
+  for (const ReportEntry& entry : report.entries())
+    if (entry.what.find(what) != Text::npos) return true;
+  return false;
+}
+
+SampleRef ramp(std::size_t frames) {
+  std::vector<float> samples(frames);
+  for (std::size_t i = 0; i < frames; ++i)
+    samples[i] = static_cast<float>(static_cast<int>(i * 37 % 2000) - 1000) / 32768;
+  return makeResident(std::move(samples), 1);
+}
+
+/// The head of a FLAC stream (RFC 9639, section 8) that says so many frames, and no frame.
+Bytes flacHead(uint64_t frames, int channels = 1) {
+  MemorySink sink;
+  ByteWriter writer(sink);
+  writer.chars("fLaC");
+  writer.big(uint32_t{0x80000022});
+  writer.zeros(10);
+  writer.big(uint64_t{22050} << 44 | static_cast<uint64_t>(channels - 1) << 41 | uint64_t{15} << 36 | frames);
+  writer.zeros(16);
+  return sink.take();
+}
+
+/// A bank of these streams, one sample each.
+BankBuilder bankOf(const std::vector<Bytes>& streams, uint16_t type = 17) {
+  BankBuilder bank = smallBank();
+  bank.version = 3;
+  bank.shdr = {};
+  bank.smpl = {};
+  uint32_t at = 0;
+  for (const Bytes& stream : streams) {
+    const auto end = at + static_cast<uint32_t>(stream.size());
+    bank.sample({.start = at, .end = end, .loopStart = 3, .loopEnd = 60, .type = type});
+    for (const std::byte byte : stream) bank.smpl.add(std::to_integer<uint8_t>(byte));
+    at = end;
+  }
+  return bank;
+}
+
+const Waveform& waveformOf(const ReadBank& bank, std::size_t i = 0) {
+  return *bank.collection.waveforms()[i];
+}
+
+std::vector<float> framesOf(const Waveform& waveform) {
+  const SampleRef resident = makeResident(waveform.samples);
+  return resident ? std::vector(resident->resident().begin(), resident->resident().end()) : std::vector<float>{};
+}
+
+WrittenBank writeCompressed(const Item& item, SaveOptions options = {}) {
+  WrittenBank written;
+  MemorySink sink;
+  Host host;
+  const Settings settings;
+  TargetFile file{sink, u"bank.sf3", host, written.report, settings, FormatTable()[394], options};
+  written.ok = writeSf2(item, file, compressedBank);
+  written.bytes = sink.take();
+  return written;
+}
+
+/// The body of a chunk that stands anywhere; its name must not occur before.
+Bytes chunkBody(const Bytes& bytes, std::string_view id) {
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  ByteReader reader(std::span<const std::byte>(bytes).subspan(text.find(id) + 4));
+  const auto body = reader.take(reader.little<uint32_t>());
+  return {body.begin(), body.end()};
+}
+
+TEST(Sf3, KnowsLengthAndLoopWithoutDecoding) {
+  const ReadBank bank(bankOf({flacHead(64), flacHead(0x40)}).build());
+  ASSERT_TRUE(bank.ok);
+  const Waveform& waveform = waveformOf(bank, 1);
+  EXPECT_EQ(waveform.frames(), 64);
+  EXPECT_EQ(formatOf(waveform.storedFormat), SampleFormat::pcm16);
+  ASSERT_TRUE(mainLoop(waveform));
+  EXPECT_EQ(mainLoop(waveform)->start, 3);
+  EXPECT_EQ(mainLoop(waveform)->end, 60);
+}
+
+TEST(Sf3, CopiesStreamsThatNobodyEdited) {
+  const std::vector<Bytes> streams = {flacHead(64), flacHead(71)};
+  const ReadBank bank(bankOf(streams).build());
+  const WrittenBank written = writeCompressed(bank.collection);
+  ASSERT_TRUE(written.ok);
+  Bytes expected = streams[0];
+  expected.insert(expected.end(), streams[1].begin(), streams[1].end());
+  EXPECT_EQ(chunkBody(written.bytes, "smpl"), expected);
+  const ReadBank again(written.bytes);
+  EXPECT_EQ(mainLoop(waveformOf(again, 1))->end, 60);
+  EXPECT_FALSE(says(written.report, u"coding"));
+}
+
+TEST(Sf3, ReadsWhatIsSoundOfBrokenStreams) {
+  struct Case {
+    Bytes stream;
+    TextView said;
+  };
+  for (const Case& c :
+       {Case{flacHead(uint64_t{1} << 35), u"frames of a sample"}, Case{Bytes(80), u"frames of a sample"},
+        Case{flacHead(64, 4), u"frames of a sample"}, Case{flacHead(64, 2), u"stereo of a sample"}}) {
+    const ReadBank bank(bankOf({c.stream, flacHead(64)}).build());
+    ASSERT_TRUE(bank.ok);
+    EXPECT_TRUE(says(bank.report, c.said)) << toUtf8(c.said);
+    EXPECT_EQ(waveformOf(bank, 1).frames(), 64);
+  }
+  BankBuilder beyond = bankOf({flacHead(64)});
+  beyond.sample({.start = 20, .end = 90000, .type = 17}).sample({.start = 40, .end = 10, .type = 17});
+  const ReadBank bank(beyond.build());
+  ASSERT_TRUE(bank.ok);
+  EXPECT_EQ(waveformOf(bank, 1).frames(), 0);
+  EXPECT_EQ(waveformOf(bank, 2).frames(), 0);
+}
+
+TEST(Sf3, UnmarkedStreamsAreFoundByVersion) {
+  EXPECT_EQ(waveformOf(ReadBank(bankOf({flacHead(64), flacHead(65)}, 1).build()), 1).frames(), 65);
+  BankBuilder words = bankOf({flacHead(64), flacHead(65)}, 1);
+  words.version = 2;
+  EXPECT_EQ(waveformOf(ReadBank(words.build())).frames(), 42);
+}
+
+TEST(Sf3, LosslessSaveKeepsTheWords) {
+  if (!canDecode(flacName)) GTEST_SKIP();
+  const ReadBank bank(smallBank().build());
+  const WrittenBank written = writeCompressed(bank.collection, {.coding = SampleCoding::pcm16});
+  ASSERT_TRUE(written.ok);
+  const ReadBank again(written.bytes);
+  EXPECT_EQ(framesOf(waveformOf(again)), framesOf(waveformOf(bank)));
+  EXPECT_EQ(mainLoop(waveformOf(again))->start, mainLoop(waveformOf(bank))->start);
+  const WrittenBank plain = writeBank(again.collection);
+  EXPECT_EQ(framesOf(waveformOf(ReadBank(plain.bytes))), framesOf(waveformOf(bank)));
+}
+
+TEST(Sf3, VorbisIsUsualAndReported) {
+  if (!canDecode(oggVorbisName)) GTEST_SKIP();
+  const ReadBank bank(smallBank().build());
+  const WrittenBank written = writeCompressed(bank.collection);
+  ASSERT_TRUE(written.ok);
+  EXPECT_TRUE(says(written.report, u"coding"));
+  const ReadBank again(written.bytes);
+  EXPECT_EQ(waveformOf(again).frames(), 64);
+  EXPECT_EQ(formatOf(waveformOf(again).storedFormat), SampleFormat::compressed);
+}
+
+TEST(Sf2Pack, PlaysStretchesOfOneStream) {
+  if (!canDecode(flacName)) GTEST_SKIP();
+  const SampleRef sound = ramp(9000);
+  BankBuilder builder = bankOf({*encodeFlac(*sound, 44100, 16)});
+  builder.form = "sfpk";
+  builder.version = 2;
+  builder.shdr = {};
+  builder.sample({.start = 0, .end = 100}).sample({.start = 5000, .end = 9000, .loopStart = 5010, .loopEnd = 8000});
+  const ReadBank bank(builder.build());
+  ASSERT_TRUE(bank.ok);
+  const auto expected = sound->resident().subspan(5000, 4000);
+  EXPECT_EQ(framesOf(waveformOf(bank, 1)), std::vector(expected.begin(), expected.end()));
+  EXPECT_EQ(mainLoop(waveformOf(bank, 1))->start, 10);
+  EXPECT_EQ(waveformOf(bank, 0).frames(), 100);
+}
+
+}  // namespace
+}  // namespace tervo::test
