@@ -44,6 +44,17 @@ endfunction()
 tervo_library(soxr::soxr soxr soxr.h)
 tervo_library(ebur128::ebur128 ebur128 ebur128.h)
 
+if(NOT WIN32)
+  foreach(name RtAudio RtMidi)
+    string(TOLOWER ${name} library)
+    find_path(TERVO_${name}_INCLUDE ${name}.h PATH_SUFFIXES ${library} REQUIRED)
+    find_library(TERVO_${name}_LIBRARY ${library} REQUIRED)
+    add_library(${library} UNKNOWN IMPORTED GLOBAL)
+    set_target_properties(${library} PROPERTIES IMPORTED_LOCATION ${TERVO_${name}_LIBRARY}
+                          INTERFACE_INCLUDE_DIRECTORIES ${TERVO_${name}_INCLUDE})
+  endforeach()
+endif()
+
 if(TERVO_TESTS)
   if(WIN32 OR TERVO_SANITIZE MATCHES thread)
     # Debian ships GoogleTest's sources too; they are built with the flags of this build.

@@ -26,8 +26,8 @@ inline void assertThreadRole(ThreadRole role) noexcept {
 #endif
 
 /// Gives the thread that makes it the priority of sound for as long as it lives, where the user may have it: the
-/// multimedia class "Pro Audio" on Windows, first-in-first-out scheduling on Linux. For the roles audio and
-/// voiceWorker.
+/// multimedia class "Pro Audio" on Windows, or else time-critical priority; first-in-first-out scheduling on Linux, or
+/// else a lower nice value. For the roles audio and voiceWorker.
 class AudioPriority {
  public:
   AudioPriority();
@@ -41,5 +41,9 @@ class AudioPriority {
   struct Before;
   std::unique_ptr<Before> before_;
 };
+
+/// False: from now on audio threads do not register with the multimedia class of Windows. The environment variable
+/// TERVO_MULTIMEDIA_CLASS=0 does the same from the start.
+void useMultimediaClass(bool use) noexcept;
 
 }  // namespace tervo::platform
