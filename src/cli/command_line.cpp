@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <functional>
 #include <map>
 #include <sstream>
@@ -26,7 +27,7 @@ constexpr const char* versionText = "tervo 12.9.0 (Tervo Studio)";
 struct Collected {
   std::vector<std::string> files, items, answers, sets, banks;
   std::map<const OptionInfo*, std::string> operationOptions;
-  std::string target, format, coding, report, key, value, rawFormat, rawOrder;
+  std::string target, format, coding, report, key, value, rawFormat, rawOrder, device, notes, midiIn, midiOut;
   double rate = 0;
   int channels = 0;
   std::optional<double> rawRate;
@@ -172,6 +173,50 @@ void addRenderOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_option("--threads", line.rendering.threads, "songs: threads that render, else one a processor")
       ->type_name("N")
       ->check(unmentioned(CLI::Range(1, 256)));
+}
+
+/// Chords one after another, the keys of a chord joined: "60,64,60+64+67". Nothing when it is none of that.
+std::optional<std::vector<std::vector<uint8_t>>> chordsIn(const std::string& text) {
+  std::vector<std::vector<uint8_t>> chords(1);
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  for (;;) {
+    uint8_t key = 0;
+    const auto parsed = std::from_chars(at, end, key);
+    if (parsed.ec != std::errc() || key > 127) return std::nullopt;
+    chords.back().push_back(key);
+    at = parsed.ptr;
+    if (at == end) return chords;
+    if (*at == ',') chords.emplace_back();
+    if (*at != ',' && *at != '+') return std::nullopt;
+    ++at;
+  }
+}
+
+std::string checkNotes(const std::string& text) {
+  if (chordsIn(text)) return {};
+  return fmt::format("\"{}\" are no keys; 60,64,60+64+67 are", text);
+}
+
+void addPlayOptions(CLI::App& app, CommandLine& line, Collected& got) {
+  app.add_option("--device", got.device,
+                 "where to play: a name that \"tervo devices\" shows, \"null\" or \"file:PATH\"")
+      ->type_name("NAME");
+  app.add_option("--item", got.items, "play one item, counted from 0: waveform:0, instrument:3, song:0")
+      ->type_name("KIND:N")
+      ->expected(1)
+      ->check(checkItem);
+  app.add_option("--seconds", line.playing.seconds, "no longer than that")
+      ->type_name("S")
+      ->check(unmentioned(CLI::Range(0.001, 86400.0)));
+  app.add_option("--notes", got.notes, "instruments: keys one after another, chords joined by +")
+      ->type_name("KEYS")
+      ->check(unmentioned(CLI::Validator(checkNotes, "")));
+  app.add_option("--velocity", line.playing.velocity, "instruments: how hard the keys are pressed, 1 to 127")
+      ->type_name("N")
+      ->check(unmentioned(CLI::Range(1, 127)));
+  app.add_option("--midi-in", got.midiIn, "instruments: played from this MIDI port")->type_name("PORT");
+  app.add_option("--midi-out", got.midiOut, "songs: sent to this MIDI port")->type_name("PORT");
 }
 
 void addOperationOptions(CLI::App& app, const Operation& operation, Collected& got) {
@@ -336,6 +381,10 @@ void complete(CommandLine& line, const Collected& got) {
   if (!line.save.coding) line.save.format = writtenFormatNamed(got.coding);
   if (got.rate > 0) line.save.sampleRate = got.rate;
   if (got.channels > 0) line.save.channels = got.channels;
+  if (!got.device.empty()) line.playing.device = fromPathBytes(got.device);
+  if (!got.midiIn.empty()) line.playing.midiIn = fromPathBytes(got.midiIn);
+  if (!got.midiOut.empty()) line.playing.midiOut = fromPathBytes(got.midiOut);
+  if (!got.notes.empty()) line.playing.chords = chordsIn(got.notes).value_or(line.playing.chords);
   for (const std::string& bank : got.banks) line.rendering.banks.push_back(named(bank));
   if (got.normalise || got.noNormalise) line.rendering.normalise = got.normalise;
   for (const auto& [option, value] : got.operationOptions) {
@@ -378,6 +427,12 @@ Parsed parseCommandLine(const std::vector<Text>& arguments) {
   addReadOptions(*render, line, got);
   addWriteOptions(*render, line, got);
   addRenderOptions(*render, line, got);
+  CLI::App* play = command("play", "play a waveform, an instrument or a song", Command::play);
+  addFiles(*play, got, "what to play, and files to merge with it");
+  addPlayOptions(*play, line, got);
+  addReadOptions(*play, line, got);
+  addRenderOptions(*play, line, got);
+  command("devices", "audio outputs and MIDI ports", Command::devices);
   addProcessCommands(app, line, got);
   command("formats", "the format table", Command::formats);
   addSettingsCommands(app, line, got);

@@ -16,6 +16,8 @@ enum class Command {
   info,
   convert,
   render,
+  play,
+  devices,
   process,
   processList,
   formats,
@@ -47,6 +49,16 @@ struct RenderRequest {
   int threads = 0;  ///< 0: as many as there are processors
 };
 
+/// What is played where.
+struct PlayRequest {
+  std::optional<Text> device;
+  std::optional<double> seconds;                      ///< no longer than that
+  std::vector<std::vector<uint8_t>> chords = {{60}};  ///< keys of an instrument, one chord after another
+  int velocity = 100;
+  std::optional<Text> midiIn;   ///< the port whose keyboard plays the instrument
+  std::optional<Text> midiOut;  ///< the port that a song is sent to
+};
+
 struct CommandLine {
   Command command = Command::formats;
   std::vector<NamedFile> files;
@@ -66,6 +78,7 @@ struct CommandLine {
   SaveOptions save;
   RawRequest raw;
   RenderRequest rendering;
+  PlayRequest playing;
   const Operation* operation = nullptr;
   std::vector<std::pair<TextView, Text>> operationOptions;  ///< name and value, as far as they were given
   Text settingKey;

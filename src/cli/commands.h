@@ -11,6 +11,8 @@ inline constexpr int exitDone = 0, exitFailed = 1, exitWrongUsage = 2, exitCance
 int runDetect(const CommandLine& line, Console& console);
 int runInfo(const CommandLine& line, Console& console, const Settings& settings);
 int runConvert(const CommandLine& line, Console& console, const Settings& settings);
+int runPlay(const CommandLine& line, Console& console, const Settings& settings);
+int runDevices(const CommandLine& line, Console& console);
 int runRender(CommandLine line, Console& console, const Settings& settings);
 int runProcess(const CommandLine& line, Console& console, const Settings& settings);
 int runProcessList(const CommandLine& line, Console& console);

@@ -30,6 +30,10 @@ int runCommand(const CommandLine& line, Console& console) {
       return runConvert(line, console, *settings);
     case Command::render:
       return runRender(line, console, *settings);
+    case Command::play:
+      return runPlay(line, console, *settings);
+    case Command::devices:
+      return runDevices(line, console);
     case Command::process:
       return runProcess(line, console, *settings);
     case Command::processList:

@@ -77,6 +77,18 @@ std::vector<const Item*> noneSelected() {
   return {};
 }
 
+/// The items that "--item" names; none where one of them is not there.
+std::vector<const Item*> namedItems(const CommandLine& line, const Collection& collection, Text& hint) {
+  std::vector<const Item*> items;
+  for (const Text& text : line.items) {
+    const auto name = itemNamed(text);
+    const Item* item = name ? itemAt(collection, *name) : nullptr;
+    if (!item) return hint = u"there is no " + text + u"; " + countsOf(collection), noneSelected();
+    if (std::find(items.begin(), items.end(), item) == items.end()) items.push_back(item);
+  }
+  return items;
+}
+
 }  // namespace
 
 FormatIndex chosenRow(const CommandLine& line, Text& hint) {
@@ -111,21 +123,28 @@ std::optional<ItemName> itemNamed(TextView text) {
 
 std::vector<const Item*> chosenItems(const CommandLine& line, const Collection& collection, FormatIndex row,
                                      Text& hint) {
-  std::vector<const Item*> items;
-  for (const Text& text : line.items) {
-    const auto name = itemNamed(text);
-    const Item* item = name ? itemAt(collection, *name) : nullptr;
-    if (!item) return hint = u"there is no " + text + u"; " + countsOf(collection), noneSelected();
-    if (std::find(items.begin(), items.end(), item) == items.end()) items.push_back(item);
-  }
-  if (!items.empty()) return items;
+  if (!line.items.empty()) return namedItems(line, collection, hint);
   const FormatDescriptor& descriptor = *rowAt(row);
   if (descriptor.kindMask & kindBit(ItemKind::collection)) return {&collection};
-  items = itemsFor(descriptor, collection);
+  const auto items = itemsFor(descriptor, collection);
   if (items.empty()) return {&collection};  // for saving to say what is wrong with it
   if (items.size() == 1) return items;
   hint = countsOf(collection) + u"; choose one with --item KIND:N";
   return noneSelected();
+}
+
+const Item* chosenToPlay(const CommandLine& line, const Collection& collection, Text& hint) {
+  if (!line.items.empty()) {
+    const auto items = namedItems(line, collection, hint);
+    return items.empty() ? nullptr : items.front();
+  }
+  // Instruments come with waveforms, which nobody means who does not name them.
+  if (collection.songs().size() == 1) return collection.songs()[0].get();
+  if (collection.songs().empty() && collection.instruments().size() == 1) return collection.instruments()[0].get();
+  if (collection.songs().empty() && collection.instruments().empty() && collection.waveforms().size() == 1)
+    return collection.waveforms()[0].get();
+  hint = countsOf(collection) + u"; choose one with --item KIND:N";
+  return fail(u"No item selected");
 }
 
 }  // namespace tervo::cli

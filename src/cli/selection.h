@@ -15,6 +15,9 @@ FormatIndex chosenRow(const CommandLine& line, Text& hint);
 std::vector<const Item*> chosenItems(const CommandLine& line, const Collection& collection, FormatIndex row,
                                      Text& hint);
 
+/// The item to play: that of "--item", else the only song, instrument or waveform. Null with LastErrorText and a hint.
+const Item* chosenToPlay(const CommandLine& line, const Collection& collection, Text& hint);
+
 /// "--item" taken apart. Nothing when the text is not of that form.
 struct ItemName {
   ItemKind kind;

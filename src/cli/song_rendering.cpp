@@ -3,16 +3,16 @@
 #include <algorithm>
 #include <cmath>
 
-#include "audio/render/song_renderer.h"
+#include "audio/render/instrument_supply.h"
 #include "base/last_error.h"
 #include "formats/open_flow.h"
 #include "platform/path.h"
 
 namespace tervo::cli {
-namespace {
 
-audio::RenderOptions optionsOf(const CommandLine& line, const Settings& settings) {
-  audio::RenderOptions options = audio::renderOptionsOf(settings);
+audio::RenderOptions renderOptions(const Run& run) {
+  const CommandLine& line = run.line;
+  audio::RenderOptions options = audio::renderOptionsOf(run.settings);
   const RenderRequest& request = line.rendering;
   // At the rate that is asked for, so that nothing has to be resampled.
   if (line.save.sampleRate)
@@ -24,8 +24,6 @@ audio::RenderOptions optionsOf(const CommandLine& line, const Settings& settings
   options.workers = request.threads;
   return options;
 }
-
-}  // namespace
 
 bool SongRendering::openBanks() {
   bank_.emplace();
@@ -54,11 +52,19 @@ const Collection* SongRendering::bank() {
   return &*bank_;
 }
 
+/// A bank that the user names has to be there; the default one may be missing.
+bool SongRendering::hasNamedBanks() {
+  return run_.line.rendering.banks.empty() || bank() || fail(u"Failed to render synth to wave");
+}
+
 std::unique_ptr<Waveform> SongRendering::render(const Song& song) {
-  // A bank that the user names has to be there; the default one may be missing.
-  if (!run_.line.rendering.banks.empty() && !bank()) return fail(u"Failed to render synth to wave");
-  return audio::renderSong(song,
-                           {document_, [this] { return bank(); }, run_.host, optionsOf(run_.line, run_.settings)});
+  if (!hasNamedBanks()) return nullptr;
+  return audio::renderSong(song, {document_, [this] { return bank(); }, run_.host, renderOptions(run_)});
+}
+
+bool SongRendering::supply(audio::Engine& engine, const audio::SongEvents& events) {
+  return hasNamedBanks() && audio::supplyInstruments(
+                                engine, events.instruments, document_, [this] { return bank(); }, run_.host);
 }
 
 }  // namespace tervo::cli

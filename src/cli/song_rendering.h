@@ -5,9 +5,14 @@
 #include <memory>
 #include <optional>
 
+#include "audio/render/song_events.h"
+#include "audio/render/song_renderer.h"
 #include "cli/opening.h"
 
 namespace tervo::cli {
+
+/// What settings and command line say.
+audio::RenderOptions renderOptions(const Run& run);
 
 class SongRendering {
  public:
@@ -15,10 +20,13 @@ class SongRendering {
 
   /// For Host::renderSong.
   std::unique_ptr<Waveform> render(const Song& song);
+  /// Loads what the events need. False with LastErrorText.
+  bool supply(audio::Engine& engine, const audio::SongEvents& events);
 
  private:
   const Collection* bank();
   bool openBanks();
+  bool hasNamedBanks();
 
   Run& run_;
   const Collection& document_;

@@ -33,10 +33,10 @@ enum class AudioPace : uint8_t { asItSounds, asFastAsItGoes };
 
 /// What to open. A device that cannot do what is asked for takes what comes next to it, and says so in its format.
 struct AudioRequest {
-  Text device;                       ///< a name of audioDevices(), "null" or "file:PATH"; empty: the default one
-  uint32_t sampleRate = 0;           ///< Hz; 0: the rate at which the device mixes
-  int channels = 2;                  ///< 0: as many as the device mixes
-  std::optional<AudioCoding> coding; ///< nothing: what suits the device
+  Text device;                        ///< a name of audioDevices(), "null" or "file:PATH"; empty: the default one
+  uint32_t sampleRate = 0;            ///< Hz; 0: the rate at which the device mixes
+  int channels = 2;                   ///< 0: as many as the device mixes
+  std::optional<AudioCoding> coding;  ///< nothing: what suits the device
   AudioShare share = AudioShare::shared;
   double bufferSeconds = 0.01;
   AudioPace pace = AudioPace::asItSounds;  ///< of a file: the other devices cannot choose
@@ -76,6 +76,8 @@ class AudioDevice {
   virtual bool finish() = 0;
   /// The device has gone (unplugged, its server ended); the client is not asked any more.
   virtual bool isLost() const = 0;
+  /// Asks for frames at the speed at which they sound, and not for more.
+  virtual bool keepsTime() const { return true; }
   /// Nothing when the device does not say.
   virtual std::optional<VolumeRange> volumeRange() const { return std::nullopt; }
 

@@ -29,13 +29,14 @@ class FileDevice final : public PulledDevice {
     const auto frameBytes = static_cast<uint16_t>(format_.bytesPerFrame());
     riff_.emplace(writer_, "RIFF");
     writer_.chars("WAVEfmt ");
-    writer_.little<uint32_t>(16);
+    writer_.little<uint32_t>(18);
     writer_.little<uint16_t>(format_.coding == AudioCoding::float32 ? ieeeFloat : pcm);
     writer_.little(static_cast<uint16_t>(format_.channels));
     writer_.little(format_.sampleRate);
     writer_.little(format_.sampleRate * frameBytes);
     writer_.little(frameBytes);
     writer_.little(static_cast<uint16_t>(8 * format_.bytesPerSample));
+    writer_.little<uint16_t>(0);  // no extension follows
     data_.emplace(writer_, "data");
   }
 

@@ -47,7 +47,7 @@ bool PulledDevice::finish() {
 
 void PulledDevice::run() {
   using Clock = std::chrono::steady_clock;
-  const bool isPaced = pace_ == AudioPace::asItSounds;
+  const bool isPaced = keepsTime();
   // A thread that never sleeps must not come before all others.
   std::optional<AudioThreadScope> scope;
   if (isPaced) scope.emplace();

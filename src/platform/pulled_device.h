@@ -13,6 +13,7 @@ class PulledDevice : public AudioDevice {
   bool start(std::shared_ptr<AudioClient> client) override;
   bool finish() override;
   bool isLost() const override { return lost_; }
+  bool keepsTime() const override { return pace_ == AudioPace::asItSounds; }
 
  protected:
   PulledDevice(const AudioRequest& request, AudioCoding coding);

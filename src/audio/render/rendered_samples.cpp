@@ -59,15 +59,13 @@ bool RenderSink::flush() {
 
 bool RenderSink::append(std::span<const float> stereo) {
   constexpr std::size_t bufferSamples = 1 << 15;
-  lastPeak_ = 0;
   for (std::size_t i = 0; i < stereo.size(); ++i) {
     const float size = std::fabs(stereo[i]);
-    lastPeak_ = std::max(lastPeak_, size);
+    peak_ = std::max(peak_, size);
     if (size < silenceLevel) continue;
     lastHeard_ = frames_ + static_cast<int64_t>(i / channelCount);
     if (firstHeard_ < 0) firstHeard_ = lastHeard_;
   }
-  peak_ = std::max(peak_, lastPeak_);
   frames_ += static_cast<int64_t>(stereo.size() / channelCount);
   buffer_.insert(buffer_.end(), stereo.begin(), stereo.end());
   return buffer_.size() < bufferSamples || flush();

@@ -20,8 +20,6 @@ class RenderSink {
   bool append(std::span<const float> stereo);
   float peak() const { return peak_; }
   int64_t frames() const { return frames_; }
-  /// The largest sample among the frames appended last.
-  float lastPeak() const { return lastPeak_; }
 
   struct Finish {
     bool normalised = false;   ///< the largest sample becomes full scale
@@ -37,7 +35,7 @@ class RenderSink {
   std::vector<float> buffer_;
   int64_t frames_ = 0;
   int64_t firstHeard_ = -1, lastHeard_ = -1;  ///< frames above silence
-  float peak_ = 0, lastPeak_ = 0;
+  float peak_ = 0;
 };
 
 }  // namespace tervo::audio

@@ -26,7 +26,6 @@ class Flattener {
     ++events_.notes;
     events_.instruments[channel.instrumentNumber()].add(event.key(), event.value());
   }
-  double end() const { return events_.seconds; }
   SongEvents take() {
     for (auto& [number, notes] : events_.instruments)
       if (isSoft_) notes.addAll();
@@ -47,27 +46,33 @@ class Flattener {
   }();
 };
 
-void flattenInARow(const Song& song, Flattener& flattener) {
+void visitInARow(const Song& song, const std::function<void(const MidiEvent&, double)>& visit) {
+  double start = 0;
   for (std::size_t track = 0; track < song.tracks().size(); ++track) {
     const TempoMap tempo(song, track);
-    const double start = flattener.end();
+    double end = start;
     MidiEvents events(song.tracks()[track]->data);
-    while (const MidiEvent* event = events.next()) flattener.add(*event, start + tempo.secondsAt(event->tick));
+    while (const MidiEvent* event = events.next()) {
+      end = start + tempo.secondsAt(event->tick);
+      visit(*event, end);
+    }
+    start = end;
   }
 }
 
 }  // namespace
 
-SongEvents flatten(const Song& song) {
-  Flattener flattener;
-  if (song.format == 2) {
-    flattenInARow(song, flattener);
-    return flattener.take();
-  }
+void forEachInTime(const Song& song, const std::function<void(const MidiEvent&, double)>& visit) {
+  if (song.format == 2) return visitInARow(song, visit);
   const TempoMap tempo(song);
   MergedEvents merged(song);
   for (auto place = merged.next(); place.event; place = merged.next())
-    flattener.add(*place.event, tempo.secondsAt(place.event->tick));
+    visit(*place.event, tempo.secondsAt(place.event->tick));
+}
+
+SongEvents flatten(const Song& song) {
+  Flattener flattener;
+  forEachInTime(song, [&](const MidiEvent& event, double seconds) { flattener.add(event, seconds); });
   return flattener.take();
 }
 

@@ -2,11 +2,13 @@
 // A song as the engine plays it: channel messages at their times.
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <vector>
 
 #include "audio/engine/event_ring.h"
 #include "audio/engine/zone.h"
+#include "core/midi_events.h"
 #include "core/song.h"
 
 namespace tervo::audio {
@@ -23,7 +25,9 @@ struct SongEvents {
   std::map<uint32_t, PlayedNotes> instruments;  ///< the numbers that its notes ask for, with the notes
 };
 
-/// Tracks of format 2 follow one another.
+/// Visits the events of a song in the order of playing, with their times. Tracks of format 2 follow one another.
+void forEachInTime(const Song& song, const std::function<void(const MidiEvent&, double seconds)>& visit);
+
 SongEvents flatten(const Song& song);
 
 }  // namespace tervo::audio

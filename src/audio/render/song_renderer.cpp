@@ -5,9 +5,9 @@
 
 #include "audio/render/rendered_samples.h"
 #include "audio/render/song_events.h"
+#include "audio/render/song_performance.h"
 #include "base/last_error.h"
 #include "base/memory_guard.h"
-#include "core/midi_events.h"
 
 namespace tervo::audio {
 namespace {
@@ -27,62 +27,20 @@ std::unique_ptr<Engine> makeEngine(const RenderJob& job) {
   return Engine::create(setup);
 }
 
-class Renderer {
- public:
-  Renderer(Engine& engine, const SongEvents& events, const RenderJob& job)
-      : engine_(engine), events_(events), job_(job), secondsPerBlock_(1.0 * blockFrames / job.options.sampleRate) {}
-
-  SampleRef render() {
-    const double expected = std::max(events_.seconds, secondsPerBlock_);
-    for (int64_t block = 0; now_ <= events_.seconds || next_ < events_.messages.size(); ++block) {
-      constexpr int64_t blocksPerProgress = 256;
-      if (block % blocksPerProgress == 0 && !job_.host.progress(std::min(now_ / expected, 1.0)))
-        return fail(u"Done: Rendered aborted!");
-      dispatch();
-      if (!renderBlock()) return nullptr;
-    }
-    if (!renderTail()) return nullptr;
-    return sink_.finish({job_.options.normalised, job_.options.cutsSilence});
+/// Null with LastErrorText.
+SampleRef renderEvents(Engine& engine, const SongEvents& events, const RenderJob& job) {
+  SongPerformance performance(engine, events, job.options.tailSeconds);
+  RenderSink sink;
+  float stereo[2 * blockFrames];
+  const double expected = std::max(events.seconds, 1.0 * blockFrames / job.options.sampleRate);
+  for (int64_t block = 0; performance.renderBlock(stereo); ++block) {
+    constexpr int64_t blocksPerProgress = 256;
+    if (block % blocksPerProgress == 0 && !job.host.progress(std::min(performance.seconds() / expected, 1.0)))
+      return fail(u"Done: Rendered aborted!");
+    if (!sink.append(stereo)) return nullptr;
   }
-
- private:
-  void dispatch() {
-    while (next_ < events_.messages.size() && events_.messages[next_].seconds <= now_)
-      engine_.execute(events_.messages[next_++].message);
-  }
-
-  bool renderBlock() {
-    float block[2 * blockFrames];
-    engine_.render(block);
-    now_ += secondsPerBlock_;
-    return sink_.append(block);
-  }
-
-  bool renderTail() {
-    // What the song leaves sounding ends with it.
-    for (uint8_t channel = 0; channel < midiChannels; ++channel) {
-      const auto status = static_cast<uint8_t>(MidiStatus::controller | channel);
-      engine_.execute({status, Controller::sustain, 0});
-      engine_.execute({status, Controller::sostenuto, 0});
-      engine_.execute({status, Controller::allNotesOff, 0});
-    }
-    const double end = now_ + job_.options.tailSeconds.value_or(longestTail);
-    for (double silent = 0; now_ < end;) {
-      if (!job_.options.tailSeconds && (silent >= tailWindow || engine_.isSilent())) break;
-      if (!renderBlock()) return false;
-      silent = sink_.lastPeak() < tailSilence ? silent + secondsPerBlock_ : 0.0;
-    }
-    return true;
-  }
-
-  Engine& engine_;
-  const SongEvents& events_;
-  const RenderJob& job_;
-  RenderSink sink_;
-  double secondsPerBlock_;
-  double now_ = 0;
-  std::size_t next_ = 0;
-};
+  return sink.finish({job.options.normalised, job.options.cutsSilence});
+}
 
 Text quoted(TextView before, TextView name, TextView after) {
   return Text(before).append(name).append(after);
@@ -108,7 +66,7 @@ std::unique_ptr<Waveform> renderSong(const Song& song, const RenderJob& job) {
     if (!engine || !supplyInstruments(*engine, events.instruments, job.document, job.defaults, job.host))
       return nullptr;
     job.host.showStatus(quoted(u"Rendering ", song.name, u" to waveform..."));
-    auto samples = Renderer(*engine, events, job).render();
+    auto samples = renderEvents(*engine, events, job);
     if (!samples) return nullptr;
     auto waveform = std::make_unique<Waveform>();
     waveform->name = song.name;

@@ -1,0 +1,38 @@
+#pragma once
+// A song on its way through the engine, block by block: what rendering and playing have in common. Its operations but
+// the constructor belong to the thread that renders.
+
+#include <optional>
+#include <span>
+
+#include "audio/engine/engine.h"
+#include "audio/render/song_events.h"
+
+namespace tervo::audio {
+
+class SongPerformance {
+ public:
+  /// Engine and events stay the caller's. The tail is how long it goes on behind the last event; without a time until
+  /// releases and reverb are below -90 dB, at most 10 s.
+  SongPerformance(Engine& engine, const SongEvents& events, std::optional<double> tailSeconds);
+
+  /// Renders the next block. False, with nothing rendered, once it is over.
+  bool renderBlock(std::span<float, 2 * blockFrames> stereo) noexcept;
+  double seconds() const { return now_; }
+
+ private:
+  bool isPlaying() const { return now_ <= events_.seconds || next_ < events_.messages.size(); }
+  bool isTailOver() const;
+  void endNotes() noexcept;
+
+  Engine& engine_;
+  const SongEvents& events_;
+  std::optional<double> tailSeconds_;
+  double secondsPerBlock_;
+  double now_ = 0;
+  std::size_t next_ = 0;
+  double tailEnd_ = 0;  ///< 0 while the song plays
+  double silent_ = 0;   ///< seconds of silence so far, in the tail
+};
+
+}  // namespace tervo::audio
