@@ -1,6 +1,7 @@
 #include "core/articulation_set.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace tervo {
 namespace {
@@ -12,6 +13,11 @@ auto placeOf(Entries& entries, ParameterId row) {
 }
 
 }  // namespace
+
+ParameterSet::ParameterSet(std::vector<Entry> entries) : entries_(std::move(entries)) {
+  assert(std::adjacent_find(entries_.begin(), entries_.end(),
+                            [](const Entry& a, const Entry& b) { return a.first >= b.first; }) == entries_.end());
+}
 
 std::optional<float> ParameterSet::get(ParameterId row) const {
   const auto place = placeOf(entries_, row);

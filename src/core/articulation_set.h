@@ -15,6 +15,10 @@ class ParameterSet {
  public:
   using Entry = std::pair<ParameterId, float>;
 
+  ParameterSet() = default;
+  /// By ascending row, each row once.
+  explicit ParameterSet(std::vector<Entry> entries);
+
   std::optional<float> get(ParameterId row) const;
   void set(ParameterId row, float value);
   void erase(ParameterId row);

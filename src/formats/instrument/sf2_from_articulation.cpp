@@ -36,7 +36,9 @@ using UnipolarPairs = std::bitset<32>;
 
 class ValueMaker {
  public:
-  ValueMaker(const ArticulationSet& rows, UnipolarPairs unipolar) : rows_(rows), unipolar_(unipolar) {}
+  ValueMaker(const ArticulationSet& rows, UnipolarPairs unipolar) : rows_(rows), unipolar_(unipolar) {
+    flat_.set(rows);
+  }
 
   ZoneValues make() {
     for (const LinearRow& linear : linearRows()) {
@@ -56,7 +58,7 @@ class ValueMaker {
   }
 
  private:
-  double get(P row) const { return valueOf(rows_, row); }
+  double get(P row) const { return flat_.get(row); }
   /// Whether this bipolar slot leaves its work to the unipolar one.
   bool isUnipolar(std::size_t bipolar) const {
     const auto pairs = slotPairs();
@@ -171,6 +173,7 @@ class ValueMaker {
   }
 
   const ArticulationSet& rows_;
+  RowValues flat_ = RowValues::defaults();
   UnipolarPairs unipolar_;
   ZoneValues values_ = instrumentDefaults();
   bool isOn_ = false;

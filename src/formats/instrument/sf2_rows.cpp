@@ -126,6 +126,23 @@ constexpr bool isBetween(P row, P first, P last) {
 
 }  // namespace
 
+ArticulationSet RowValues::toSet() const {
+  std::vector<ArticulationSet::Entry> entries;
+  entries.reserve(isSet_.count());
+  for (std::size_t i = 0; i < count; ++i)
+    if (isSet_[i]) entries.emplace_back(static_cast<P>(i), values_[i]);
+  return ArticulationSet(std::move(entries));
+}
+
+const RowValues& RowValues::defaults() {
+  static const RowValues values = [] {
+    RowValues all;
+    for (std::size_t i = 0; i < count; ++i) all.values_[i] = rowOf(static_cast<P>(i)).defaultValue;
+    return all;
+  }();
+  return values;
+}
+
 std::span<const LinearRow> linearRows() {
   return linear;
 }

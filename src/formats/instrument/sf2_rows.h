@@ -1,6 +1,8 @@
 #pragma once
 // What both directions of the conversion between zone values and articulation rows share.
 
+#include <array>
+#include <bitset>
 #include <span>
 
 #include "core/articulation_set.h"
@@ -63,6 +65,31 @@ inline constexpr double keyBipolarSteps = 6400, keySteps = 12800;
 inline constexpr double keyGeneratorSteps = -100;
 /// A unipolar key modulator is centred elsewhere: the time at the centre is the base times factor to this power.
 inline constexpr double keyBasePower = 0.46875;
+
+/// The articulation rows of one zone, each in its place: banks have tens of thousands of zones with all of them.
+class RowValues {
+ public:
+  double get(ParameterId row) const { return values_[place(row)]; }
+  void set(ParameterId row, float value) {
+    values_[place(row)] = value;
+    isSet_.set(place(row));
+  }
+  void set(const ArticulationSet& rows) {
+    for (const auto& [row, value] : rows.entries())
+      if (isArticulation(row)) set(row, value);
+  }
+  /// The rows that were set.
+  ArticulationSet toSet() const;
+  /// Every row at its default, none of them set.
+  static const RowValues& defaults();
+
+ private:
+  static std::size_t place(ParameterId row) { return static_cast<std::size_t>(indexOf(row)); }
+
+  static constexpr std::size_t count = indexOf(ParameterId::separator188) + 1;
+  std::array<float, count> values_{};
+  std::bitset<count> isSet_;
+};
 
 inline double valueOf(const ArticulationSet& rows, ParameterId row) {
   return rows.get(row).value_or(rowOf(row).defaultValue);

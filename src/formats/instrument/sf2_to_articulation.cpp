@@ -12,11 +12,27 @@ namespace {
 
 using P = ParameterId;
 
+constexpr Modulator modLfos[] = {Modulator::volume, Modulator::filter, Modulator::extra};
+constexpr Modulator modEnvelopes[] = {Modulator::pitch, Modulator::filter};
+
+/// What is the same in every zone: the shapes of LFOs, the levels of envelopes.
+const RowValues& usualRows() {
+  static const RowValues values = [] {
+    ArticulationSet rows;
+    setEnvelope(rows, Modulator::volume, {});
+    for (const Modulator envelope : modEnvelopes) setEnvelope(rows, envelope, {});
+    rows.set(inLfo(Modulator::pitch, P::pLfoShape), triangleLfo);
+    for (const Modulator lfo : modLfos) rows.set(inLfo(lfo, P::pLfoShape), triangleLfo);
+    RowValues usual;
+    usual.set(rows);
+    return usual;
+  }();
+  return values;
+}
+
 class RowMaker {
  public:
-  /// `rows` has the rows that there will be: setting them does not move others then.
-  RowMaker(const ArticulationSet& rows, const ZoneValues& values, std::vector<ClippedRow>* clipped)
-      : values_(values), clipped_(clipped), rows_(rows) {}
+  RowMaker(const ZoneValues& values, std::vector<ClippedRow>* clipped) : values_(values), clipped_(clipped) {}
 
   ArticulationSet make() {
     for (const LinearRow& linear : linearRows()) set(linear.row, amountOf(linear) * linear.factor);
@@ -25,7 +41,7 @@ class RowMaker {
     makeFilter();
     makeLfos();
     makeEnvelopes();
-    return std::move(rows_);
+    return rows_.toSet();
   }
 
  private:
@@ -92,14 +108,12 @@ class RowMaker {
   }
 
   void makeLfo(Modulator lfo, Gen rate, Gen delay) {
-    rows_.set(inLfo(lfo, P::pLfoShape), triangleLfo);
     set(inLfo(lfo, P::pLfoFrequency), hertzOf(generator(rate)));
     set(inLfo(lfo, P::pLfoDelay), secondsOf(generator(delay)));
   }
   void makeLfos() {
     makeLfo(Modulator::pitch, Gen::vibLfoRate, Gen::vibLfoDelay);
-    for (const Modulator lfo : {Modulator::volume, Modulator::filter, Modulator::extra})
-      makeLfo(lfo, Gen::modLfoRate, Gen::modLfoDelay);
+    for (const Modulator lfo : modLfos) makeLfo(lfo, Gen::modLfoRate, Gen::modLfoDelay);
   }
 
   double velocityFactor(const EnvelopeLayout& envelope, const StageLayout& stage) const {
@@ -108,46 +122,42 @@ class RowMaker {
     return factorOf(slotAt(envelope.velocity + stage.velocitySlot), velocitySteps);
   }
 
-  EnvelopeStage makeStage(Modulator target, const EnvelopeLayout& envelope, const StageLayout& stage) {
-    const auto limit = [&](P row, double value) { return limited(inEnvelope(target, row), value); };
+  void makeStage(Modulator target, const EnvelopeLayout& envelope, const StageLayout& stage) {
+    const auto setIn = [&](P row, double value) { return set(inEnvelope(target, row), value); };
     double seconds = secondsOf(generator(envelope.*stage.time));
     double keyFactor = 1;
     if (stage.keyGenerator) {
-      keyFactor = limit(stage.keyRow, factorOf(generator(envelope.*stage.keyGenerator), keyGeneratorSteps));
+      keyFactor = setIn(stage.keyRow, factorOf(generator(envelope.*stage.keyGenerator), keyGeneratorSteps));
     } else {
       const auto place = static_cast<std::size_t>(stage.keySlot);
       const int bipolar = slotAt(envelope.keyBipolar + place), unipolar = slotAt(envelope.key + place);
-      keyFactor = limit(stage.keyRow, bipolar != 0 ? factorOf(bipolar, keyBipolarSteps) : factorOf(unipolar, keySteps));
+      keyFactor = setIn(stage.keyRow, bipolar != 0 ? factorOf(bipolar, keyBipolarSteps) : factorOf(unipolar, keySteps));
       if (bipolar == 0) seconds *= std::pow(keyFactor, keyBasePower);
     }
-    return {static_cast<float>(limit(stage.timeRow, seconds)),
-            static_cast<float>(limit(stage.velocityRow, velocityFactor(envelope, stage))),
-            static_cast<float>(keyFactor)};
+    setIn(stage.timeRow, seconds);
+    setIn(stage.velocityRow, velocityFactor(envelope, stage));
   }
 
   void makeEnvelope(Modulator target, const EnvelopeLayout& envelope, double sustain) {
-    SixStageEnvelope stages;
-    for (const StageLayout& stage : stageLayouts()) stages.*stage.stage = makeStage(target, envelope, stage);
-    stages.sustain = static_cast<float>(std::clamp(sustain, 0.0, 1.0));
-    setEnvelope(rows_, target, stages);
+    for (const StageLayout& stage : stageLayouts()) makeStage(target, envelope, stage);
+    set(inEnvelope(target, P::vEnvSustain), std::clamp(sustain, 0.0, 1.0));
   }
   void makeEnvelopes() {
     makeEnvelope(Modulator::volume, volumeLayout, 1 - generator(Gen::volEnvSustain) / 960.0);
-    for (const Modulator target : {Modulator::pitch, Modulator::filter})
+    for (const Modulator target : modEnvelopes)
       makeEnvelope(target, modLayout, 1 - generator(Gen::modEnvSustain) * 0.001);
   }
 
   const ZoneValues& values_;
   std::vector<ClippedRow>* clipped_;
-  ArticulationSet rows_;
+  RowValues rows_ = usualRows();
   double volume_ = 0;
 };
 
 }  // namespace
 
 ArticulationSet articulationOf(const ZoneValues& values, std::vector<ClippedRow>* clipped) {
-  static const ArticulationSet all = RowMaker({}, instrumentDefaults(), nullptr).make();
-  return RowMaker(all, values, clipped).make();
+  return RowMaker(values, clipped).make();
 }
 
 }  // namespace tervo::sf2
