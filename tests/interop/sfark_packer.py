@@ -84,11 +84,14 @@ class Predictor:
         for sample in window:
             value, new = sample, [sample]
             for i in range(self.order):
+                # 32-bit programs wrap here, 64-bit ones do not: a window in which that happens is left as it is.
+                if max(abs(value), abs(state[i])) * abs(coefficients[i]) >= 1 << 31:
+                    return None
                 new.append(state[i] + scaled(coefficients[i] * value))
                 value += scaled(coefficients[i] * state[i])
             state = new
             out.append(value)
-        if any(abs(each) > 32767 for each in out) or any(abs(each) > 60000 for each in state):
+        if any(abs(each) > 32767 for each in out):
             return None
         self.state = state
         return out

@@ -10,7 +10,7 @@ namespace {
 constexpr int scaleBits = 14;
 constexpr std::size_t atOnce = 16;  // products that are added before a sum is rounded to a float
 
-/// As the coder's machine did it: in 32 bits, which may wrap, and rounded towards zero.
+/// As the machines did it that archives were made on: in 32 bits, which may wrap, and rounded towards zero.
 int32_t scaledProduct(int32_t coefficient, int32_t value) {
   const auto product = static_cast<int32_t>(static_cast<uint32_t>(coefficient) * static_cast<uint32_t>(value));
   return product / (1 << scaleBits);

@@ -17,11 +17,11 @@ constexpr std::size_t blockFrames = 32768;
 /// A part of the whole for work that counts its own progress from 0 to 1.
 class PartOfProgress final : public Host {
  public:
-  PartOfProgress(Host& host, double begin, double share) : file_(file), begin_(begin), share_(share) {}
+  PartOfProgress(Host& host, double begin, double share) : host_(host), begin_(begin), share_(share) {}
   bool progress(double fraction) override { return host_.progress(begin_ + fraction * share_); }
 
  private:
-  TargetFile& file_;
+  Host& host_;
   double begin_, share_;
 };
 

@@ -72,7 +72,7 @@ struct Records {
     std::vector<int> values;
     for (std::size_t i = 0; i < count; ++i) {
       std::byte pair[2];
-      bank->source->readExactly(bank->wordsAt + 2 * (first + i), pair);
+      bank->source->readExactly(bank->samplesAt + 2 * (first + i), pair);
       values.push_back(static_cast<int16_t>(std::to_integer<int>(pair[0]) | std::to_integer<int>(pair[1]) << 8));
     }
     return values;
@@ -243,7 +243,7 @@ TEST(Sf2Writer, copiesStoredSamplesBitForBit) {
     const auto& sm24 = builder.sm24.bytes();
     std::vector<std::byte> words(126), low(63);
     const uint64_t start = records.bank->samples[1].start;
-    ASSERT_TRUE(records.bank->source->readExactly(records.bank->wordsAt + 2 * start, words));
+    ASSERT_TRUE(records.bank->source->readExactly(records.bank->samplesAt + 2 * start, words));
     EXPECT_TRUE(std::equal(words.begin(), words.end(), smpl.begin() + 200));
     EXPECT_EQ(records.bank->lowBytes > 0, isWide);
     if (!isWide) continue;

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "formats/codec/sfark_decoder.h"
 #include "tests/formats/instrument/sf2_builder.h"
 
