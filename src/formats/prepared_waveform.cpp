@@ -1,8 +1,8 @@
 #include "formats/prepared_waveform.h"
 
 #include "base/last_error.h"
-#include "formats/number_text.h"
 #include "core/resampled_samples.h"
+#include "formats/number_text.h"
 #include "formats/writer_rules.h"
 
 namespace tervo {

@@ -66,10 +66,22 @@ class SampleDataWriter {
       done_ += share;
       return writer_.ok();
     };
-    if (!makeInOrder(plan_.samples().size(), decode, write)) return false;
+    if (!(hasStreams() ? makeInOrder(plan_.samples().size(), decode, write) : writeEach(write))) return false;
     // The size of "sm24" itself is even: readers compare it with that of "smpl" (SoundFont 2.04, section 6.2).
     if (writer_.position() % 2 == 1) writer_.u8(0);
     return writer_.ok();
+  }
+
+  bool hasStreams() const {
+    const auto& samples = plan_.samples();
+    return std::any_of(samples.begin(), samples.end(),
+                       [](const PlannedSample& sample) { return sample.frames && isStream(*sample.frames); });
+  }
+  template <typename Write>
+  bool writeEach(const Write& write) const {
+    for (std::size_t i = 0; i < plan_.samples().size(); ++i)
+      if (!write(i, nullptr)) return false;
+    return true;
   }
 
   /// The frames of a stream, in memory; null for other samples, long ones, and where decoding fails, which writing

@@ -199,7 +199,6 @@ const BrokenCase brokenCases[] = {
     {"loop outside", [](BankBuilder& bank) { bank.sample({.loopStart = 70, .loopEnd = 900}); }, 1, 2},
     {"loop of zero length", [](BankBuilder& bank) { bank.sample({.loopStart = 9, .loopEnd = 9}); }, 1, 2},
     {"link to nowhere", [](BankBuilder& bank) { bank.sample({.link = 77, .type = 4}); }, 1, 2},
-    {"a compressed sample", [](BankBuilder& bank) { bank.sample({.type = 0x11}); }, -1, 0},
 };
 
 TEST(Sf2Reader, readsWhatIsSoundOfBrokenBanks) {
