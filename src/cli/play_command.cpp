@@ -23,7 +23,7 @@ namespace {
 class Playing {
  public:
   Playing(Run& run, const Collection& collection)
-      : run_(run), collection_(collection), bank_(run, collection), output_(request()) {}
+      : run_(run), bank_(run, collection), output_(request()) {}
 
   bool play(const Item& item) {
     if (const auto* waveform = dynamic_cast<const Waveform*>(&item)) return playWave(*waveform);
@@ -131,7 +131,6 @@ class Playing {
   }
 
   Run& run_;
-  const Collection& collection_;
   SongRendering bank_;
   audio::AudioOutput output_;
 };

@@ -12,9 +12,6 @@
 namespace tervo::audio {
 namespace {
 
-constexpr float tailSilence = 3.1622777e-5f;  // -90 dB
-constexpr double longestTail = 10;            // seconds
-constexpr double tailWindow = 0.1;  // seconds of silence that end a tail: longer than any delay between echoes
 
 std::unique_ptr<Engine> makeEngine(const RenderJob& job) {
   Engine::Setup setup;
