@@ -52,7 +52,10 @@ void highPassZeroPhase(std::span<float> interleaved, std::size_t channels, std::
   // Six periods of the cutoff: until the filter has forgotten what was before.
   const auto margin = static_cast<std::size_t>(std::min(6 * sampleRate / cutoff, static_cast<double>(frames - 1)));
   std::vector<double> x(frames + 2 * margin);
-  const auto at = [&](std::size_t frame) { return double{interleaved[frame * channels + channel]}; };
+  const auto at = [&](std::size_t frame) {
+    const float sample = interleaved[frame * channels + channel];
+    return std::isfinite(sample) ? double{sample} : 0;
+  };
   for (std::size_t i = 0; i < margin; ++i) {
     x[i] = 2 * at(0) - at(margin - i);
     x[margin + frames + i] = 2 * at(frames - 1) - at(frames - 2 - i);

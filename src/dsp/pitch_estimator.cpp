@@ -143,9 +143,11 @@ std::vector<Window> windowsOf(std::span<const float> mono, std::size_t frames, s
   double loudest = 0;
   for (std::size_t first = 0; first <= last; first += step) {
     all.push_back({first, rms(mono.subspan(first, frames))});
-    loudest = std::max(loudest, all.back().loudness);
+    if (std::isfinite(all.back().loudness)) loudest = std::max(loudest, all.back().loudness);
   }
-  std::erase_if(all, [&](const Window& window) { return !(window.loudness > quietest * loudest); });
+  std::erase_if(all, [&](const Window& window) {
+    return !std::isfinite(window.loudness) || !(window.loudness > quietest * loudest);
+  });
   if (all.size() <= most) return all;
   std::vector<Window> some;
   for (std::size_t i = 0; i < most; ++i) some.push_back(all[(2 * i + 1) * all.size() / (2 * most)]);

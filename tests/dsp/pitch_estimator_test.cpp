@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "tests/dsp/tones.h"
 
 namespace tervo {
@@ -70,6 +72,15 @@ TEST(PitchEstimator, refinesToAFractionOfACent) {
     const Pitch elsewhere{hertz * 1.1, hertz * 0.01};
     EXPECT_GE(refinePitch(sound, 44100, elsewhere), elsewhere.hertz - elsewhere.tolerance);
   }
+}
+
+TEST(PitchEstimator, passesOverSamplesThatAreNoNumbers) {
+  auto sound = tones::tone(tones::models[1], 220, 0.6);
+  sound[3000] = std::numeric_limits<float>::infinity();
+  sound[9000] = std::numeric_limits<float>::quiet_NaN();
+  const auto pitch = estimatePitch(sound, 44100);
+  ASSERT_TRUE(pitch);
+  EXPECT_NEAR(cents(pitch->hertz, 220), 0, 10);
 }
 
 TEST(PitchEstimator, takesAnySamplingRate) {
