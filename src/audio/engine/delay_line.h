@@ -3,7 +3,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <span>
 #include <vector>
+
+#include "audio/engine/block.h"
 
 namespace tervo::audio {
 
@@ -22,6 +25,18 @@ class DelayLine {
   void write(float sample) noexcept {
     samples_[write_] = sample;
     write_ = (write_ + 1) & mask_;
+  }
+  /// A block in a row; `delay` is not below its length, so nothing of it is written while it is read.
+  void readBlock(std::size_t delay, std::span<float, blockFrames> out) const noexcept {
+    const std::size_t first = (write_ - delay) & mask_;
+    const std::size_t untilEnd = std::min<std::size_t>(samples_.size() - first, out.size());
+    std::copy_n(samples_.data() + first, untilEnd, out.data());
+    std::copy_n(samples_.data(), out.size() - untilEnd, out.data() + untilEnd);
+  }
+  /// For lines that are only written block by block: their length is a multiple of a block.
+  void writeBlock(std::span<const float, blockFrames> in) noexcept {
+    std::copy(in.begin(), in.end(), samples_.data() + write_);
+    write_ = (write_ + blockFrames) & mask_;
   }
   void clear() noexcept { std::fill(samples_.begin(), samples_.end(), 0.0f); }
 

@@ -28,21 +28,16 @@ Reverb::Reverb(const ReverbSettings& settings, float sampleRate)
       level_(settings.level),
       tail_(EffectTail::delaysUntilSilent(feedback_) *
             static_cast<float>(scaledLength(combLengths[combs - 1], channels - 1, sampleRate))) {
-  std::size_t longest = 0;
   for (std::size_t i = 0; i < lines; ++i) {
     delays_[i] = scaledLength(combLengths[i % combs], i / combs, sampleRate);
-    longest = std::max(longest, delays_[i]);
+    combs_.emplace_back(delays_[i]);
   }
-  std::size_t length = 4;
-  while (length <= longest) length *= 2;
-  mask_ = length - 1;
-  for (auto& comb : combs_) comb.resize(length);
   for (std::size_t c = 0; c < channels; ++c)
     for (const int frames : allPassLengths) allPasses_[c].emplace_back(scaledLength(frames, c, sampleRate));
 }
 
 void Reverb::clear() noexcept {
-  for (auto& comb : combs_) std::fill(comb.begin(), comb.end(), 0.0f);
+  for (DelayLine& comb : combs_) comb.clear();
   for (auto& channel : allPasses_)
     for (AllPass& allPass : channel) allPass.line.clear();
   damped_ = {};
@@ -53,8 +48,9 @@ void Reverb::combBlock(std::span<const float, blockFrames> in, float (&wet)[chan
   // because the damping of each goes from frame to frame.
   alignas(32) float taps[blockFrames][lines];
   for (std::size_t i = 0; i < lines; ++i) {
-    const float* comb = combs_[i].data();
-    for (std::size_t n = 0; n < blockFrames; ++n) taps[n][i] = comb[(write_ + n - delays_[i]) & mask_];
+    float line[blockFrames];
+    combs_[i].readBlock(delays_[i], line);
+    for (std::size_t n = 0; n < blockFrames; ++n) taps[n][i] = line[n];
   }
   const float keep = damping_, pass = 1 - damping_;
   for (std::size_t n = 0; n < blockFrames; ++n) {
@@ -70,10 +66,10 @@ void Reverb::combBlock(std::span<const float, blockFrames> in, float (&wet)[chan
     }
   }
   for (std::size_t i = 0; i < lines; ++i) {
-    float* comb = combs_[i].data();
-    for (std::size_t n = 0; n < blockFrames; ++n) comb[(write_ + n) & mask_] = taps[n][i];
+    float line[blockFrames];
+    for (std::size_t n = 0; n < blockFrames; ++n) line[n] = taps[n][i];
+    combs_[i].writeBlock(line);
   }
-  write_ = (write_ + blockFrames) & mask_;
 }
 
 void Reverb::process(std::span<const float, blockFrames> in, std::span<float, blockFrames> left,
@@ -89,11 +85,13 @@ void Reverb::process(std::span<const float, blockFrames> in, std::span<float, bl
   combBlock(in, wet);
   for (std::size_t c = 0; c < channels; ++c) {
     for (AllPass& allPass : allPasses_[c]) {
-      for (float& sample : wet[c]) {
-        const float delayed = allPass.line.behind(allPass.delay);
-        allPass.line.write(sample + delayed * allPassGain);
-        sample = delayed - sample;
+      float delayed[blockFrames], kept[blockFrames];
+      allPass.line.readBlock(allPass.delay, delayed);
+      for (std::size_t n = 0; n < blockFrames; ++n) {
+        kept[n] = wet[c][n] + delayed[n] * allPassGain;
+        wet[c][n] = delayed[n] - wet[c][n];
       }
+      allPass.line.writeBlock(kept);
     }
   }
   for (std::size_t n = 0; n < blockFrames; ++n) left[n] += level_ * wet[0][n];

@@ -37,9 +37,7 @@ class Reverb {
 
   float feedback_, damping_, level_;
   std::array<std::size_t, lines> delays_{};
-  std::size_t mask_ = 0;
-  std::size_t write_ = 0;
-  std::array<std::vector<float>, lines> combs_;  ///< all of one length, so that one position serves them all
+  std::vector<DelayLine> combs_;
   std::array<float, lines> damped_{};
   std::array<std::vector<AllPass>, channels> allPasses_;
   EffectTail tail_;
