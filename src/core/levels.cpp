@@ -53,18 +53,15 @@ float effectiveValue(const Region& region, ParameterId row) {
 }
 
 ArticulationSet effectiveArticulation(const Region& region) {
-  ArticulationSet merged;
-  const auto overlay = [&merged](const ArticulationSet& level) {
-    if (merged.empty()) {
-      merged = level;
-      return;
-    }
-    for (const auto& [row, value] : level.entries()) merged.set(row, value);
+  ArticulationSet merged = region.articulation;
+  // Mostly the lower level sets all that an upper one does.
+  const auto inherit = [&merged](const ArticulationSet& level) {
+    for (const auto& [row, value] : level.entries())
+      if (!merged.get(row)) merged.set(row, value);
   };
   const Layer* layer = layerOf(region);
-  if (const Instrument* instrument = instrumentOf(layer)) overlay(instrument->articulation);
-  if (layer) overlay(layer->articulation);
-  overlay(region.articulation);
+  if (layer) inherit(layer->articulation);
+  if (const Instrument* instrument = instrumentOf(layer)) inherit(instrument->articulation);
   return merged;
 }
 

@@ -22,10 +22,6 @@ ArticulationSet articulationOf(const ZoneValues& values, std::vector<ClippedRow>
 /// instrumentDefaults().
 ZoneValues zoneValuesOf(const ArticulationSet& rows);
 
-/// Which of the document's envelopes and LFOs stand for the two of a bank that have several uses: the one that is used.
-Modulator modEnvelopeOf(const ArticulationSet& rows);
-Modulator modLfoOf(const ArticulationSet& rows);
-
 /// Whether a row can be heard at all: the rate of an LFO that moves nothing, for one, cannot.
 bool isHeard(const ArticulationSet& rows, ParameterId row);
 

@@ -36,9 +36,7 @@ using UnipolarPairs = std::bitset<32>;
 
 class ValueMaker {
  public:
-  ValueMaker(const ArticulationSet& rows, UnipolarPairs unipolar) : rows_(rows), unipolar_(unipolar) {
-    flat_.set(rows);
-  }
+  ValueMaker(const RowValues& rows, UnipolarPairs unipolar) : rows_(rows), unipolar_(unipolar) {}
 
   ZoneValues make() {
     for (const LinearRow& linear : linearRows()) {
@@ -58,7 +56,7 @@ class ValueMaker {
   }
 
  private:
-  double get(P row) const { return flat_.get(row); }
+  double get(P row) const { return rows_.get(row); }
   /// Whether this bipolar slot leaves its work to the unipolar one.
   bool isUnipolar(std::size_t bipolar) const {
     const auto pairs = slotPairs();
@@ -163,31 +161,33 @@ class ValueMaker {
   }
 
   void makeEnvelope(Modulator source, const EnvelopeLayout& envelope, double sustainSteps) {
-    const SixStageEnvelope stages = envelopeOf(rows_, source);
-    for (const StageLayout& layout : stageLayouts()) makeStage(stages.*layout.stage, envelope, layout);
-    values_[envelope.sustain] = rounded((1 - double{stages.sustain}) * sustainSteps);
+    const auto getIn = [&](P row) { return static_cast<float>(get(inEnvelope(source, row))); };
+    for (const StageLayout& layout : stageLayouts())
+      makeStage({getIn(layout.timeRow), getIn(layout.velocityRow), getIn(layout.keyRow)}, envelope, layout);
+    values_[envelope.sustain] = rounded((1 - double{getIn(P::vEnvSustain)}) * sustainSteps);
   }
   void makeEnvelopes() {
     makeEnvelope(Modulator::volume, volumeLayout, 960);
     makeEnvelope(modEnvelopeOf(rows_), modLayout, 1000);
   }
 
-  const ArticulationSet& rows_;
-  RowValues flat_ = RowValues::defaults();
+  const RowValues& rows_;
   UnipolarPairs unipolar_;
   ZoneValues values_ = instrumentDefaults();
   bool isOn_ = false;
 };
 
-bool readsBack(const ZoneValues& values, const ArticulationSet& rows, const SlotPair& pair) {
+bool readsBack(const ZoneValues& values, const RowValues& rows, const SlotPair& pair) {
   const ArticulationSet again = articulationOf(values);
-  return again.get(pair.row) == static_cast<float>(valueOf(rows, pair.row)) &&
-         again.get(pair.base) == static_cast<float>(valueOf(rows, pair.base));
+  return again.get(pair.row) == static_cast<float>(rows.get(pair.row)) &&
+         again.get(pair.base) == static_cast<float>(rows.get(pair.base));
 }
 
 }  // namespace
 
-ZoneValues zoneValuesOf(const ArticulationSet& rows) {
+ZoneValues zoneValuesOf(const ArticulationSet& articulation) {
+  RowValues rows = RowValues::defaults();
+  rows.set(articulation);
   UnipolarPairs unipolar;
   ZoneValues values = ValueMaker(rows, unipolar).make();
   const auto pairs = slotPairs();

@@ -86,9 +86,11 @@ class PresetPlanner {
     PresetPlan plan{&instrument, {}, presetValues(rows.overridden), {}};
     for (const auto& layer : instrument.layers()) {
       plan.layers.push_back(zonesOf(*layer, rows.inherited));
+      if (rows.overridden.empty()) continue;
       dropWhatDoesNotFit(plan.global, plan.layers.back().inherited);
       for (const ZoneValues& zone : plan.layers.back().zones) dropWhatDoesNotFit(plan.global, zone);
     }
+    if (plan.global == presetDefaults()) return plan;
     for (LayerZones& layer : plan.layers) {
       subtract(layer.inherited, plan.global);
       for (ZoneValues& zone : layer.zones) subtract(zone, plan.global);

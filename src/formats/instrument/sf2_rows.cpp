@@ -53,14 +53,14 @@ constexpr LinearRow linear[] = {
 };
 
 #define STAGE(name, velocitySlot, keySlot, keyGenerator, row) \
-  {&SixStageEnvelope::name, &EnvelopeLayout::name, velocitySlot, keySlot, keyGenerator, P::vEnv##row, \
+  {&EnvelopeLayout::name, velocitySlot, keySlot, keyGenerator, P::vEnv##row, \
    P::vEnvVelocityTo##row, P::vEnvKeyTo##row}
 constexpr StageLayout stages[] = {
     STAGE(delay,  0,  0, nullptr,                      Attack1Time),
     STAGE(attack, 1,  1, nullptr,                      Attack2Time),
     STAGE(hold,   2, -1, &EnvelopeLayout::keyToHold,   Decay1Time),
     STAGE(decay,  3, -1, &EnvelopeLayout::keyToDecay,  Decay2Time),
-    {&SixStageEnvelope::release, &EnvelopeLayout::release, 4, 2, nullptr, P::vEnvRelease1Rate,
+    {&EnvelopeLayout::release, 4, 2, nullptr, P::vEnvRelease1Rate,
      P::vEnvVelocityToReleaseTime, P::vEnvKeyToReleaseTime},
 };
 #undef STAGE
@@ -90,13 +90,13 @@ constexpr SlotPair pairs[] = {
 };
 // clang-format on
 
-bool anyOf(const ArticulationSet& rows, std::initializer_list<P> depths) {
+bool anyOf(const RowValues& rows, std::initializer_list<P> depths) {
   for (const P row : depths)
-    if (valueOf(rows, row) != 0) return true;
+    if (rows.get(row) != 0) return true;
   return false;
 }
 
-bool moves(const ArticulationSet& rows, Modulator lfo) {
+bool moves(const RowValues& rows, Modulator lfo) {
   switch (lfo) {
     case Modulator::pitch:
       return anyOf(rows,
@@ -113,7 +113,7 @@ bool moves(const ArticulationSet& rows, Modulator lfo) {
   }
 }
 
-bool shapes(const ArticulationSet& rows, Modulator envelope) {
+bool shapes(const RowValues& rows, Modulator envelope) {
   if (envelope == Modulator::volume) return true;
   if (envelope == Modulator::pitch) return anyOf(rows, {P::pEnvToPitch, P::velocityToPEnvToPitch});
   if (envelope == Modulator::filter) return anyOf(rows, {P::fEnvToCutoff, P::velocityToFEnvToCutoff});
@@ -153,24 +153,26 @@ std::span<const SlotPair> slotPairs() {
   return pairs;
 }
 
-Modulator modEnvelopeOf(const ArticulationSet& rows) {
+Modulator modEnvelopeOf(const RowValues& rows) {
   return !shapes(rows, Modulator::pitch) && shapes(rows, Modulator::filter) ? Modulator::filter : Modulator::pitch;
 }
 
-Modulator modLfoOf(const ArticulationSet& rows) {
+Modulator modLfoOf(const RowValues& rows) {
   for (const Modulator lfo : {Modulator::extra, Modulator::volume, Modulator::filter})
     if (moves(rows, lfo)) return lfo;
   return Modulator::extra;
 }
 
-bool isHeard(const ArticulationSet& rows, ParameterId row) {
+bool isHeard(const ArticulationSet& articulation, ParameterId row) {
+  RowValues rows = RowValues::defaults();
+  rows.set(articulation);
   for (const Modulator each : {Modulator::volume, Modulator::pitch, Modulator::filter, Modulator::extra}) {
     if (isBetween(row, inLfo(each, P::pLfoShape), inLfo(each, P::pLfoRamp))) return moves(rows, each);
     if (isBetween(row, inEnvelope(each, P::vEnvInitialLevel), inEnvelope(each, P::vEnvReleaseMode)))
       return shapes(rows, each);
   }
   const bool isOfFilter = isBetween(row, P::filterCutoff, P::aftertouchToResonance);
-  return !isOfFilter || valueOf(rows, P::filterType) != 0;
+  return !isOfFilter || rows.get(P::filterType) != 0;
 }
 
 }  // namespace tervo::sf2

@@ -50,7 +50,6 @@ inline constexpr EnvelopeLayout modLayout = {Gen::modEnvDelay,     Gen::modEnvAt
 /// A stage of an envelope: its generator, its places among the velocity and key slots (none: a generator says the
 /// key's part), and its rows in the V-ENV.
 struct StageLayout {
-  EnvelopeStage SixStageEnvelope::*stage;
   Gen EnvelopeLayout::*time;
   std::size_t velocitySlot;
   int keySlot;
@@ -90,6 +89,10 @@ class RowValues {
   std::array<float, count> values_{};
   std::bitset<count> isSet_;
 };
+
+/// Which of the document's envelopes and LFOs stand for the two of a bank that have several uses: the one that is used.
+Modulator modEnvelopeOf(const RowValues& rows);
+Modulator modLfoOf(const RowValues& rows);
 
 inline double valueOf(const ArticulationSet& rows, ParameterId row) {
   return rows.get(row).value_or(rowOf(row).defaultValue);

@@ -53,7 +53,8 @@ class RowMaker {
 
   /// The value as the row can hold it.
   double limited(P row, double value) {
-    const double held = inRange(row, value).value_or(0);
+    const ParameterRow& limits = rowOf(row);
+    const double held = std::clamp(value, double{limits.minimum}, double{limits.maximum});
     if (held != value && clipped_) clipped_->push_back({row, value, held});
     return held;
   }

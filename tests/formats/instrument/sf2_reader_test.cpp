@@ -274,6 +274,18 @@ TEST(Sf2Reader, takesRomSamplesFromTheBankThatHasThem) {
   EXPECT_EQ(used.collection.waveforms().size(), 1u);  // the other bank has no second one
   EXPECT_EQ(used.instrument(0).regionCount(), 1u);
 
+  RomHost mistaken(folder.text(u"absent.sf2"));
+  const ReadBank without(builder.build(), mistaken);
+  EXPECT_TRUE(without.collection.waveforms().empty());
+  EXPECT_EQ(without.report.entries().front().to, u"Invalid 1mgm.sf2 - skipping ROM");
+
+  folder.put(u"1mgm.sf2", {reinterpret_cast<const char*>(romBank.data()), romBank.size()});
+  std::filesystem::current_path(folder / u"");
+  RomHost unasked({});
+  EXPECT_EQ(ReadBank(builder.build(), unasked).collection.waveforms().size(), 1u);
+  EXPECT_TRUE(unasked.asked.empty());
+  std::filesystem::current_path(std::filesystem::temp_directory_path());
+
   host.uses = false;
   EXPECT_TRUE(ReadBank(builder.build(), host).collection.waveforms().empty());
   setRomAnswer(RomAnswer::skip);
