@@ -1,5 +1,6 @@
 // SoundFont banks of any content: read, every sample streamed to its end, written, and read again. What was written
-// must read as the same bank, which is written as the same bytes.
+// must read as a bank with the same instruments, regions and frames. How regions stand in layers may differ: the halves
+// of a pair that are not named as such lose their link.
 
 #include <cstdlib>
 #include <vector>
@@ -67,9 +68,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   readAllSamples(first.collection);
   // Many samples may be made of the same words.
   if (regionsOf(first.collection) > 2000 || framesOf(first.collection) > 1 << 20) return 0;
-  std::vector<std::byte> written, writtenAgain;
+  std::vector<std::byte> written;
   if (!first.write(written)) return 0;
-  if (!again.read(written) || !again.write(writtenAgain) || written != writtenAgain) std::abort();
+  if (!again.read(std::move(written))) std::abort();
   if (again.collection.instruments().size() != first.collection.instruments().size()) std::abort();
+  if (regionsOf(again.collection) != regionsOf(first.collection)) std::abort();
+  if (framesOf(again.collection) != framesOf(first.collection)) std::abort();
   return 0;
 }
