@@ -22,8 +22,7 @@ namespace {
 
 class Playing {
  public:
-  Playing(Run& run, const Collection& collection)
-      : run_(run), bank_(run, collection), output_(request()) {}
+  Playing(Run& run, const Collection& collection) : run_(run), bank_(run, collection), output_(request()) {}
 
   bool play(const Item& item) {
     if (const auto* waveform = dynamic_cast<const Waveform*>(&item)) return playWave(*waveform);

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 #include "base/last_error.h"
 #include "tests/core/normalise_support.h"
@@ -61,7 +62,8 @@ class WaveOperations : public testing::Test {
 inline SampleRef sine(double hertz, double level, int64_t frames, double rate = 44100) {
   std::vector<float> samples;
   for (int64_t i = 0; i < frames; ++i)
-    samples.push_back(static_cast<float>(level * std::sin(2 * M_PI * hertz * static_cast<double>(i) / rate)));
+    samples.push_back(
+        static_cast<float>(level * std::sin(2 * std::numbers::pi * hertz * static_cast<double>(i) / rate)));
   return makeResident(std::move(samples), 1);
 }
 

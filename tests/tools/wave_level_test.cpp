@@ -1,5 +1,6 @@
 // Operations that change how loud a waveform is.
 
+#include <numbers>
 #include <random>
 
 #include "tests/tools/wave_fixture.h"
@@ -56,8 +57,8 @@ TEST_F(WaveOperations, DcOffsetGoesAndTheRestStays) {
 
 double fadeGain(TextView curve, double x) {
   if (curve == u"linear") return x;
-  if (curve == u"equal-power") return std::sin(M_PI / 2 * x);
-  if (curve == u"s-curve") return (1 - std::cos(M_PI * x)) / 2;
+  if (curve == u"equal-power") return std::sin(std::numbers::pi / 2 * x);
+  if (curve == u"s-curve") return (1 - std::cos(std::numbers::pi * x)) / 2;
   if (curve == u"exponential") return (std::pow(1025, x) - 1) / 1024;
   return 1 - (std::pow(1025, 1 - x) - 1) / 1024;
 }
@@ -124,7 +125,7 @@ TEST_F(WaveOperations, DitherKeepsWhatIsSofterThanAStep) {
   const auto toneAt = [](const std::vector<float>& frames, double hertz) {
     double cosine = 0, sum = 0;
     for (std::size_t i = 0; i < frames.size(); ++i) {
-      const double angle = 2 * M_PI * hertz * static_cast<double>(i) / 44100;
+      const double angle = 2 * std::numbers::pi * hertz * static_cast<double>(i) / 44100;
       sum += static_cast<double>(frames[i]) * std::sin(angle);
       cosine += static_cast<double>(frames[i]) * std::cos(angle);
     }

@@ -12,7 +12,6 @@
 namespace tervo::audio {
 namespace {
 
-
 std::unique_ptr<Engine> makeEngine(const RenderJob& job) {
   Engine::Setup setup;
   setup.instrumentCapacity = std::max<std::size_t>(16 * job.document.instruments().size(), 256);

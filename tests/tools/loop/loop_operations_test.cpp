@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <numbers>
 
 #include "tests/dsp/tones.h"
 #include "tests/tools/wave_fixture.h"
@@ -85,7 +86,7 @@ TEST_F(LoopOperations, CrossfadeAsFarAsTheLoopAllows) {
 TEST_F(LoopOperations, SnapLoopsToCrossingsOfOneDirection) {
   std::vector<float> samples(400);
   for (std::size_t i = 0; i < samples.size(); ++i)
-    samples[i] = static_cast<float>(std::sin((static_cast<double>(i) + 0.5) * M_PI / 50));
+    samples[i] = static_cast<float>(std::sin((static_cast<double>(i) + 0.5) * std::numbers::pi / 50));
   Waveform& waveform = wave(makeResident(std::move(samples), 1), {loop(103, 238), loop(99, 199)});
   EXPECT_EQ(run(u"snap-loops"), Outcome::changed);
   EXPECT_EQ(waveform.markers[0].start, 99);  // rising between 99 and 100

@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <iostream>
+#include <numbers>
 
 #include "tests/dsp/tones.h"
 #include "tools/loop/loop_crossfade.h"
@@ -70,8 +71,8 @@ double spectralStep(const Sound& x, std::size_t at) {
     for (const std::size_t side : {0u, 1u}) {
       double real = 0, imaginary = 0;
       for (std::size_t i = 0; i < size; ++i) {
-        const double angle = 2 * M_PI * bin * static_cast<double>(i) / size;
-        const double taper = 0.5 - 0.5 * std::cos(2 * M_PI * (static_cast<double>(i) + 0.5) / size);
+        const double angle = 2 * std::numbers::pi * bin * static_cast<double>(i) / size;
+        const double taper = 0.5 - 0.5 * std::cos(2 * std::numbers::pi * (static_cast<double>(i) + 0.5) / size);
         const double sample = taper * double{x[at - size + side * size + i]};
         real += sample * std::cos(angle);
         imaginary += sample * std::sin(angle);
