@@ -124,6 +124,7 @@ class BankLoader {
       --end;
     }
     const std::size_t last = bags > 0 ? bags - 1 : 0;
+    if (end != records.end() && end->firstBag > last) losses_.dropped(u"zones", u"they are not in the file");
     bagsEnd = end == records.end() ? last : std::min<std::size_t>(end->firstBag, last);
     records.erase(end, records.end());
   }

@@ -102,6 +102,10 @@ class PresetReader {
     for (std::size_t i = 0; i < bank_.presets.size(); ++i) zones.push_back(presetZonesOf(i));
     chooseLoopCounts(zones);
     for (std::size_t i = 0; i < bank_.presets.size(); ++i) readPreset(bank_.presets[i], zones[i]);
+    for (std::size_t i = 0; i < bank_.instruments.size(); ++i) {
+      if (zonesOf_[i]) continue;
+      file_.report.dropped(fromFileText(nameIn(bank_.instruments[i].name)), u"instrument", u"no preset plays it");
+    }
   }
 
  private:

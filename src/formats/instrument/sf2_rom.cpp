@@ -19,14 +19,20 @@ bool wantsRom(Host& host) {
                    buttons, 1}) == 0;
 }
 
+bool isPlain(const ByteSource& bank) {
+  FourCC form;
+  bank.readAt(8, std::as_writable_bytes(std::span(form.chars)));
+  return form == FourCC("sfbk");
+}
+
 std::unique_ptr<sf2::Bank> openRomBank(TextView path) {
   const auto source = platform::InputFile::open(path);
   if (!source) return nullptr;
   Tags ignoredTags;
   LossTally ignoredLosses;
   auto bank = sf2::loadBank(source, ignoredTags, ignoredLosses);
-  // A bank that only refers to the ROM itself is of no use.
-  if (bank && bank->words == 0) bank.reset();
+  // A bank that only refers to the ROM itself is of no use, nor is a compressed one.
+  if (bank && (bank->words == 0 || !isPlain(*source))) bank.reset();
   return bank;
 }
 
@@ -45,7 +51,8 @@ void RomSamples::find(LossTally& losses) {
   bank_ = openRomBank(platform::join(platform::currentFolder(), romFile));
   if (bank_) return;
   const auto chosen = file_.host.locateFile({u"Please locate 1mgm.sf2", u"*.sf2"});
-  if (chosen) bank_ = openRomBank(*chosen);
+  if (!chosen) return losses.dropped(u"ROM samples", u"1mgm.sf2 is not there");
+  bank_ = openRomBank(*chosen);
   if (bank_) return;
   file_.host.showStatus(u"Invalid 1mgm.sf2 - skipping ROM");
   losses.dropped(u"ROM samples", u"Invalid 1mgm.sf2 - skipping ROM");

@@ -35,9 +35,6 @@ void reportLosses(const Waveform& waveform, ConversionReport& report) {
   if (waveform.sampleRate != std::round(waveform.sampleRate))
     report.approximated(waveform.name, u"sample rate", numberText(waveform.sampleRate),
                         numberText(std::round(waveform.sampleRate)));
-  const auto& texts = waveform.tags.texts;
-  const bool hasTexts = std::any_of(texts.begin(), texts.end() - 1, [](const Text& text) { return !text.empty(); });
-  if (hasTexts || waveform.tags.image) report.dropped(waveform.name, u"tags", u"the file has no place for them");
 }
 
 /// The bit rate that is asked for by a coding's name; 0 where none is.

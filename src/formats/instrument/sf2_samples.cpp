@@ -4,9 +4,12 @@
 #include <new>
 
 #include "base/last_error.h"
+#include "core/normalise/channel_names.h"
 #include "core/normalise/sample_views.h"
+#include "core/parameter_table.h"
 #include "formats/instrument/sf2_rom.h"
 #include "formats/instrument/sf2_streams.h"
+#include "formats/number_text.h"
 #include "formats/wave/pcm_import.h"
 
 namespace tervo::sf2 {
@@ -71,6 +74,26 @@ SampleRef openFrames(const Bank& bank, WordRange range) {
   return importPcm(std::move(stored), 1, frames);
 }
 
+/// A number of a record as the document's row can hold it.
+double heldNumber(ParameterId row, double number, LossTally& losses) {
+  const double held = inRange(row, number).value_or(0);
+  if (held != number) losses.approximated(rowOf(row).name, numberText(number), numberText(held));
+  return held;
+}
+
+/// In the document only names say that two waveforms are the channels of one sound.
+void noteLink(const Bank& bank, std::size_t index, LossTally& losses) {
+  const SampleRecord& left = bank.samples[index];
+  if (!(left.type & leftSample) || left.link >= bank.samples.size()) return;
+  const SampleRecord& right = bank.samples[left.link];
+  if (!(right.type & rightSample) || right.link != index) return;
+  const auto leftName = fixup::channelNameOf(fromFileText(nameIn(left.name)));
+  const auto rightName = fixup::channelNameOf(fromFileText(nameIn(right.name)));
+  const bool isNamedSo = leftName && rightName && leftName->side != rightName->side &&
+                         fixup::pairKey(*leftName) == fixup::pairKey(*rightName);
+  if (!isNamedSo) losses.dropped(u"link of two channels", u"their names do not say that they are a pair");
+}
+
 /// `base` is the number of the first frame in the numbers of the record.
 void addLoop(Waveform& waveform, const SampleRecord& record, int64_t base, LossTally& losses) {
   const int64_t frames = waveform.frames();
@@ -105,9 +128,9 @@ std::unique_ptr<Waveform> makeWaveform(const Bank& bank, const SampleRecord& rec
   auto waveform = std::make_unique<Waveform>();
   const std::string_view name = nameIn(record.name);
   waveform->name = fromFileText(name);
-  waveform->sampleRate = std::max<uint32_t>(record.sampleRate, 1);
+  waveform->sampleRate = heldNumber(ParameterId::sampleRate, record.sampleRate, losses);
   waveform->rootKey = record.rootKey <= lastKey ? record.rootKey : middleC;
-  waveform->fineTune = static_cast<float>(std::clamp<int>(record.pitchCorrection, -100, 100));
+  waveform->fineTune = static_cast<float>(heldNumber(ParameterId::fineTune, record.pitchCorrection, losses));
   if (isStream(bank, record)) {
     openStreamOf(bank, record, *waveform, losses);
     if (waveform->samples) addLoop(*waveform, record, 0, losses);
@@ -131,6 +154,7 @@ std::optional<std::vector<Waveform*>> addWaveforms(Collection& collection, const
     LossTally ofSample;
     auto waveform = isRom ? rom.load(i, losses) : makeWaveform(bank, record, ofSample);
     if (!waveform && !isRom) return std::nullopt;
+    noteLink(bank, i, ofSample);
     if (waveform) ofSample.reportTo(file.report, waveform->name);
     waveforms.push_back(waveform ? &collection.add(std::move(waveform)) : nullptr);
   }

@@ -12,6 +12,7 @@
 #include "formats/instrument/sf2_sample_writer.h"
 #include "formats/instrument/sf2_stream_writer.h"
 #include "formats/instrument/sf2_tables.h"
+#include "formats/number_text.h"
 #include "formats/wave/info_tags.h"
 
 namespace tervo {
@@ -61,6 +62,12 @@ void addCollection(Content& content, const Collection& collection, ConversionRep
   for (const auto& song : collection.songs()) report.dropped(song->name, u"song", u"the file has no place for it");
 }
 
+void noteTags(const Waveform& waveform, ConversionReport& report) {
+  const auto& texts = waveform.tags.texts;
+  const bool hasTexts = std::any_of(texts.begin(), texts.end() - 1, [](const Text& text) { return !text.empty(); });
+  if (hasTexts || waveform.tags.image) report.dropped(waveform.name, u"tags", u"the file has no place for them");
+}
+
 std::optional<Content> contentOf(const Item& item, ConversionReport& report) {
   Content content;
   switch (item.kind()) {
@@ -97,6 +104,10 @@ Version versionFor(const sf2::SamplePlan& plan) {
   return {2, static_cast<uint16_t>(plan.is24Bit() ? 4 : 1)};
 }
 
+Text bytesText(std::size_t count) {
+  return numberText(static_cast<double>(count)) + u" bytes";
+}
+
 void writeInfo(ByteWriter& writer, const Content& content, Version version, ConversionReport& report) {
   const ChunkScope list(writer, "LIST");
   writer.chars("INFO");
@@ -113,7 +124,8 @@ void writeInfo(ByteWriter& writer, const Content& content, Version version, Conv
     if (text.empty()) continue;
     const std::string bytes = toFileText(text);
     const std::string_view held = cutFileText(bytes, field.limit - 1);
-    if (held.size() < bytes.size()) report.approximated(content.name, nameOf(field.tag), text, fromFileText(held));
+    if (held.size() < bytes.size())
+      report.approximated(content.name, nameOf(field.tag), bytesText(bytes.size()), bytesText(held.size()));
     writeInfoText(writer, field.id, held, InfoSize::even);
   }
   writeInfoText(writer, infoSoftware, bankSoftware, InfoSize::even);
@@ -179,6 +191,9 @@ void warnOf(const std::vector<const Instrument*>& incomplete, TargetFile& file) 
 bool writeSf2(const Item& item, TargetFile& file, uint32_t variant) {
   const auto content = contentOf(item, file.report);
   if (!content) return false;
+  // Those of a waveform that is saved alone are the bank's.
+  if (!content->made)
+    for (const Waveform* waveform : content->waveforms) noteTags(*waveform, file.report);
   const bool isCompressed = variant == compressedBank;
   sf2::SamplePlan plan(isCompressed ? sf2::SampleStorage::streams : sf2::SampleStorage::words);
   if (!plan.add(content->waveforms, file)) return false;

@@ -222,6 +222,38 @@ TEST(Sf2Reader, readsWhatIsSoundOfBrokenBanks) {
   }
 }
 
+TEST(Sf2Reader, reportsWhatOtherwiseWouldBeMissedUnseen) {
+  const struct {
+    TextView what;
+    std::function<void(BankBuilder&)> lie;
+  } cases[] = {
+      {u"instrument", [](BankBuilder& bank) { bank.instrument("Unplayed", {playing(0)}); }},
+      {u"zones", [](BankBuilder& bank) { bank.phdr.text("EOP").add(uint32_t{0}, uint16_t{9}).text("", 12); }},
+      {u"link of two channels",
+       [](BankBuilder& bank) {
+         bank.sample({.name = "Near", .link = 2, .type = 4}).sample({.name = "Far", .link = 1, .type = 2});
+       }},
+      {u"Waveform sample rate", [](BankBuilder& bank) { bank.shdr.text("Rate 0").text("", 20).text("\1", 6); }},
+  };
+  for (const auto& [what, lie] : cases) {
+    BankBuilder bank = smallBank();
+    EXPECT_FALSE(says(ReadBank(bank.build()), what));
+    lie(bank);
+    EXPECT_TRUE(says(ReadBank(bank.build()), what)) << toUtf8(what);
+  }
+  BankBuilder bank = smallBank();
+  bank.sample({.name = "Near L", .link = 2, .type = 4}).sample({.name = "Near R", .link = 1, .type = 2});
+  EXPECT_FALSE(says(ReadBank(bank.build()), u"link"));
+}
+
+TEST(Sf2Reader, detectsOtherVersionsToRefuseThem) {
+  BankBuilder builder = smallBank();
+  builder.version = 4;
+  const auto bytes = builder.build();
+  EXPECT_EQ(detectSf2(bytes, 0, bytes.size()), 1);
+  EXPECT_EQ(ReadBank(bytes).error, u"Not a Sound Font v2.x file");
+}
+
 TEST(Sf2Reader, cutAnywhereABankIsReadOrRefused) {
   const auto whole = smallBank({{{54, 1}}}).build();
   for (std::size_t size = 0; size < whole.size(); size += 3) {
@@ -290,12 +322,18 @@ TEST(Sf2Reader, takesRomSamplesFromTheBankThatHasThem) {
   EXPECT_TRUE(unasked.asked.empty());
   std::filesystem::current_path(std::filesystem::temp_directory_path());
 
+  BankBuilder packed = smallBank();
+  packed.form = "sfpk";
+  const auto packedBank = packed.build();
+  folder.put(u"rom.sf2", {reinterpret_cast<const char*>(packedBank.data()), packedBank.size()});
+  EXPECT_TRUE(ReadBank(builder.build(), host).collection.waveforms().empty());
+
   host.uses = false;
   EXPECT_TRUE(ReadBank(builder.build(), host).collection.waveforms().empty());
   setRomAnswer(RomAnswer::skip);
   EXPECT_TRUE(ReadBank(builder.build(), host).collection.waveforms().empty());
   setRomAnswer(RomAnswer::ask);
-  EXPECT_EQ(host.questions, 2);
+  EXPECT_EQ(host.questions, 3);
 }
 
 }  // namespace
