@@ -125,8 +125,11 @@ std::vector<const Item*> chosenItems(const CommandLine& line, const Collection& 
                                      Text& hint) {
   if (!line.items.empty()) return namedItems(line, collection, hint);
   const FormatDescriptor& descriptor = *rowAt(row);
-  if (descriptor.kindMask & kindBit(ItemKind::collection)) return {&collection};
   const auto items = itemsFor(descriptor, collection);
+  // Nothing but one sound becomes an instrument that plays it, where the row has instruments.
+  const bool isOneSound = items.size() == 1 && items[0]->kind() == ItemKind::waveform;
+  if (isOneSound && (descriptor.kindMask & kindBit(ItemKind::instrument))) return items;
+  if (descriptor.kindMask & kindBit(ItemKind::collection)) return {&collection};
   if (items.empty()) return {&collection};  // for saving to say what is wrong with it
   if (items.size() == 1) return items;
   hint = countsOf(collection) + u"; choose one with --item KIND:N";
