@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <random>
-#include <vector>
 
 #include "base/last_error.h"
 #include "platform/system_error.h"
@@ -14,11 +14,11 @@ constexpr std::size_t bufferSize = std::size_t{256} << 10;
 
 class BufferedFile final : public OutputFile {
  public:
-  explicit BufferedFile(std::unique_ptr<UnbufferedFile> file) : file_(std::move(file)) { buffer_.reserve(bufferSize); }
+  explicit BufferedFile(std::unique_ptr<UnbufferedFile> file) : file_(std::move(file)) {}
 
   bool write(std::span<const std::byte> bytes) override;
   bool patch(uint64_t offset, std::span<const std::byte> bytes) override;
-  uint64_t position() const override { return flushed_ + buffer_.size(); }
+  uint64_t position() const override { return flushed_ + used_; }
   bool writeFrom(const ByteSource& source, uint64_t offset, uint64_t length) override;
   bool commit() override;
 
@@ -28,7 +28,9 @@ class BufferedFile final : public OutputFile {
   bool keep(bool succeeded);
 
   std::unique_ptr<UnbufferedFile> file_;
-  std::vector<std::byte> buffer_;
+  // Not cleared: what is copied from other files is read into it.
+  std::unique_ptr<std::byte[]> buffer_ = std::make_unique_for_overwrite<std::byte[]>(bufferSize);
+  std::size_t used_ = 0;
   uint64_t flushed_ = 0;
   bool ok_ = true;
 };
@@ -44,18 +46,19 @@ bool BufferedFile::keep(bool succeeded) {
 }
 
 bool BufferedFile::flush() {
-  if (buffer_.empty()) return true;
-  if (!keep(file_->writeAt(flushed_, buffer_))) return false;
-  flushed_ += buffer_.size();
-  buffer_.clear();
+  if (used_ == 0) return true;
+  if (!keep(file_->writeAt(flushed_, std::span(buffer_.get(), used_)))) return false;
+  flushed_ += used_;
+  used_ = 0;
   return true;
 }
 
 bool BufferedFile::write(std::span<const std::byte> bytes) {
   if (!usable()) return false;
-  if (bytes.size() > bufferSize - buffer_.size() && !flush()) return false;
+  if (bytes.size() > bufferSize - used_ && !flush()) return false;
   if (bytes.size() < bufferSize) {
-    buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
+    std::copy(bytes.begin(), bytes.end(), buffer_.get() + used_);
+    used_ += bytes.size();
     return true;
   }
   if (!keep(file_->writeAt(flushed_, bytes))) return false;
@@ -70,7 +73,7 @@ bool BufferedFile::patch(uint64_t offset, std::span<const std::byte> bytes) {
       offset < flushed_ ? static_cast<std::size_t>(std::min<uint64_t>(flushed_ - offset, bytes.size())) : 0;
   if (before > 0 && !keep(file_->writeAt(offset, bytes.first(before)))) return false;
   if (const auto rest = bytes.subspan(before); !rest.empty()) {
-    std::memcpy(buffer_.data() + (offset + before - flushed_), rest.data(), rest.size());
+    std::memcpy(buffer_.get() + (offset + before - flushed_), rest.data(), rest.size());
   }
   return true;
 }
@@ -84,7 +87,16 @@ bool BufferedFile::writeFrom(const ByteSource& source, uint64_t offset, uint64_t
     offset += copied;
     length -= copied;
   }
-  return keep(ByteSink::writeFrom(source, offset, length));
+  while (length > 0) {
+    if (used_ == bufferSize && !flush()) return false;
+    const std::span part(buffer_.get() + used_,
+                         static_cast<std::size_t>(std::min<uint64_t>(length, bufferSize - used_)));
+    if (!keep(source.readExactly(offset, part))) return false;
+    used_ += part.size();
+    offset += part.size();
+    length -= part.size();
+  }
+  return true;
 }
 
 bool BufferedFile::commit() {
