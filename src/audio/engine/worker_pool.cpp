@@ -5,6 +5,7 @@
 
 #include "audio/engine/denormals.h"
 #include "platform/thread.h"
+#include "platform/word_wait.h"
 
 namespace tervo::audio {
 namespace {
@@ -30,7 +31,7 @@ WorkerPool::~WorkerPool() {
   ending_ = true;
   for (auto& worker : threads_) {
     ++worker->wake;
-    worker->wake.notify_one();
+    platform::wakeOne(worker->wake);
   }
   threads_.clear();  // waits for them, while what they use is still there
 }
@@ -41,7 +42,7 @@ void WorkerPool::run(Worker& worker, std::size_t index, Use use) noexcept {
   if (use == Use::device) priority.emplace();
   const FlushDenormals flush;
   for (uint32_t seen = 0;; ++seen) {
-    worker.wake.wait(seen);
+    platform::waitWhile(worker.wake, seen);
     if (ending_) return;
     renderShare(index);
   }
@@ -66,7 +67,7 @@ std::span<const BusBlock> WorkerPool::render(std::span<Voice* const> voices, con
   voicesDone_ = 0;
   for (std::size_t i = 1; i < sharers_; ++i) {
     ++threads_[i - 1]->wake;
-    threads_[i - 1]->wake.notify_one();
+    platform::wakeOne(threads_[i - 1]->wake);
   }
   renderShare(0);
   while (voicesDone_ != voices.size()) std::this_thread::yield();

@@ -75,15 +75,17 @@ class Guarded final : public audio::AudioSource {
 TEST(Mixer, SourcesComeAndGoWhileItPlays) {
   Mixer mixer({48000, 2, AudioCoding::float32, 4}, 64);
   std::atomic<bool> ending{false};
+  std::atomic<int> fills{0};
   std::thread player([&] {
     std::vector<std::byte> buffer(64 * 8);
-    while (!ending) mixer.fill(buffer);
+    for (; !ending; ++fills) mixer.fill(buffer);
   });
   int turns = 0;
   for (int round = 0; round < 300; ++round) {
     auto first = std::make_unique<Guarded>(), second = std::make_unique<Guarded>();
     ASSERT_TRUE(mixer.attach(*first) && mixer.attach(*second));
-    if (round % 4 == 0) std::this_thread::sleep_for(std::chrono::microseconds(50));
+    // Two, because the first may have begun before both were there.
+    for (const int before = fills; round % 4 == 0 && fills < before + 2;) std::this_thread::yield();
     for (auto* source : {&first, &second}) {
       mixer.detach(**source);
       (*source)->isGone = true;
