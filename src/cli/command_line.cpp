@@ -12,6 +12,7 @@
 #include "base/last_error.h"
 #include "cli/console.h"
 #include "cli/selection.h"
+#include "platform/audio_device.h"
 #include "platform/path.h"
 
 namespace tervo::cli {
@@ -356,6 +357,14 @@ NamedFile named(const std::string& file) {
   return {shown, shown.empty() ? Text() : platform::absolute(shown)};
 }
 
+/// A device or port. One that is a file is where it was named, as opening a file may move to its folder.
+std::optional<Text> deviceNamed(const std::string& name) {
+  if (name.empty()) return std::nullopt;
+  const Text text = fromPathBytes(name);
+  constexpr TextView prefix = platform::fileDevicePrefix;
+  return text.starts_with(prefix) ? Text(prefix) + platform::absolute(text.substr(prefix.size())) : text;
+}
+
 RawRequest rawRequest(const Collected& got) {
   RawRequest raw;
   if (!got.rawFormat.empty()) raw.format = rawFormatNamed(got.rawFormat);
@@ -381,9 +390,9 @@ void complete(CommandLine& line, const Collected& got) {
   if (!line.save.coding) line.save.format = writtenFormatNamed(got.coding);
   if (got.rate > 0) line.save.sampleRate = got.rate;
   if (got.channels > 0) line.save.channels = got.channels;
-  if (!got.device.empty()) line.playing.device = fromPathBytes(got.device);
-  if (!got.midiIn.empty()) line.playing.midiIn = fromPathBytes(got.midiIn);
-  if (!got.midiOut.empty()) line.playing.midiOut = fromPathBytes(got.midiOut);
+  line.playing.device = deviceNamed(got.device);
+  line.playing.midiIn = deviceNamed(got.midiIn);
+  line.playing.midiOut = deviceNamed(got.midiOut);
   if (!got.notes.empty()) line.playing.chords = chordsIn(got.notes).value_or(line.playing.chords);
   for (const std::string& bank : got.banks) line.rendering.banks.push_back(named(bank));
   if (got.normalise || got.noNormalise) line.rendering.normalise = got.normalise;

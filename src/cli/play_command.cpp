@@ -25,6 +25,9 @@ class Playing {
   Playing(Run& run, const Collection& collection) : run_(run), bank_(run, collection), output_(request()) {}
 
   bool play(const Item& item) {
+    if (asked().midiIn && item.kind() != ItemKind::instrument)
+      return fail(u"Only an instrument can be played from a MIDI port");
+    if (asked().midiOut && item.kind() != ItemKind::song) return fail(u"Only a song can be sent to a MIDI port");
     if (const auto* waveform = dynamic_cast<const Waveform*>(&item)) return playWave(*waveform);
     if (const auto* instrument = dynamic_cast<const Instrument*>(&item)) return playInstrument(*instrument);
     const auto* song = dynamic_cast<const Song*>(&item);
@@ -48,7 +51,17 @@ class Playing {
     if (!run_.line.quiet) run_.console.err(toUtf8(audio::formatText(output_.format())) + "\n");
   }
 
+  bool goesIntoFile() const { return asked().device && asked().device->starts_with(platform::fileDevicePrefix); }
+
+  static bool soundsForEver(const Waveform& waveform) {
+    const Marker* loop = mainLoop(waveform);
+    return loop && loop->loopType != LoopType::off && loop->end > loop->start &&
+           (loop->loopCount == loopForever || loop->loopCount == loopUntilRelease);
+  }
+
   bool playWave(const Waveform& waveform) {
+    if (goesIntoFile() && !asked().seconds && soundsForEver(waveform))
+      return fail(u"The loop never ends: say with --seconds how long the file is to be");
     const float gain = audio::gainOf(run_.settings.aio.waveGain);
     const auto player = audio::playWaveform(output_, waveform, 0, gain, asked().seconds.value_or(0));
     if (!player) return false;
