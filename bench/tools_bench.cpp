@@ -1,12 +1,12 @@
 // Operations on waveforms in memory: everything from the call to the last frame that is read from the result, as a part
-// of the speed at which the same frames are copied. Copy and operation take turns, so "of_copy" does not depend on what
-// else the machine does.
+// of the speed at which the same frames are copied. Copy and operation take turns and count processor time, so
+// "of_copy" depends little on what else the machine does.
 
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
+#include <ctime>
 
 #include "core/waveform.h"
 #include "tools/operation.h"
@@ -14,12 +14,12 @@
 namespace {
 
 using namespace tervo;
-using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t samples = std::size_t{1} << 25;  // 128 MiB, far more than caches hold
 
-double secondsSince(Clock::time_point start) {
-  return std::chrono::duration<double>(Clock::now() - start).count();
+/// Of processor time.
+double secondsSince(std::clock_t start) {
+  return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
 const std::vector<float>& noise() {
@@ -56,13 +56,13 @@ void operation(benchmark::State& state, TextView name, const Options& options, i
     waveform.samples = source;
     Host host;
     ConversionReport report;
-    auto start = Clock::now();
+    auto start = std::clock();
     if (!RunOperation(operation, waveform, values, {host, report})) return state.SkipWithError("failed");
     readAll(*waveform.samples, out);
     const double seconds = secondsSince(start);
     made = static_cast<std::size_t>(waveform.frames() * waveform.channels());
     benchmark::DoNotOptimize(out.data());
-    start = Clock::now();
+    start = std::clock();
     std::memcpy(out.data(), noise().data(), samples * sizeof(float));
     copying = std::min(copying, secondsSince(start));
     processing = std::min(processing, seconds);

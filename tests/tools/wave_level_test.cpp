@@ -26,6 +26,8 @@ TEST_F(WaveOperations, NormalisingReachesTheLevel) {
     const auto loud = result(u"normalise", {{u"to", u"-20"}}, makeResident(std::move(samples), 1));
     EXPECT_FLOAT_EQ(loud.back(), -0.1f);
   }
+  const std::vector<float> denormal = {0, 1e-44f};
+  EXPECT_EQ(result(u"normalise", {}, makeResident(denormal, 1)), denormal);
 }
 
 // EBU Tech 3341: a 1 kHz sine in both channels of stereo at -23 dBFS has -23 LUFS, so one channel alone has 3 less.

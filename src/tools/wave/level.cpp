@@ -48,7 +48,8 @@ Outcome runNormalise(Item& copy, const OptionValues& values, const OperationCont
   Waveform& waveform = waveformIn(copy);
   const auto peak = peakOf(*waveform.samples, context.host);
   if (!peak) return Outcome::failed;
-  if (*peak == 0) return Outcome::nothingToDo;
+  constexpr float silence = 1e-10f;  // what is softer would need gains that are no numbers
+  if (*peak < silence) return Outcome::nothingToDo;
   const double target = factorOf(values.number(u"to"));
   return amplify(waveform, target / static_cast<double>(*peak), *peak, context.report);
 }
