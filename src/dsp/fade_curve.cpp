@@ -34,34 +34,37 @@ FadeCurve::FadeCurve(FadeShape shape, FadeDirection direction, int64_t length)
     turn_[j] = 0;
     switch (shape) {
       case FadeShape::linear:
-        rise_[j] = far;
+        rise_[j] = static_cast<float>(far);
         break;
       case FadeShape::exponential:
-        rise_[j] = std::pow(range, far);
+        rise_[j] = static_cast<float>(std::pow(range, far));
         break;
       case FadeShape::logarithmic:
-        rise_[j] = std::pow(range, -far);
+        rise_[j] = static_cast<float>(std::pow(range, -far));
         break;
       default:
-        rise_[j] = std::cos(angleOf(shape) * far);
-        turn_[j] = std::sin(angleOf(shape) * far);
+        rise_[j] = static_cast<float>(std::cos(angleOf(shape) * far));
+        turn_[j] = static_cast<float>(std::sin(angleOf(shape) * far));
     }
   }
 }
 
 FadeCurve::Point FadeCurve::pointAt(double phase) const noexcept {
+  const auto point = [](double offset, double a, double b) {
+    return Point{static_cast<float>(offset), static_cast<float>(a), static_cast<float>(b)};
+  };
   const double angle = angleOf(shape_) * phase;
   switch (shape_) {
     case FadeShape::linear:
-      return {phase, 1, 0};
+      return point(phase, 1, 0);
     case FadeShape::equalPower:
-      return {0, std::sin(angle), std::cos(angle)};
+      return point(0, std::sin(angle), std::cos(angle));
     case FadeShape::sCurve:
-      return {0.5, -0.5 * std::cos(angle), 0.5 * std::sin(angle)};
+      return point(0.5, -0.5 * std::cos(angle), 0.5 * std::sin(angle));
     case FadeShape::exponential:
-      return {-1 / (range - 1), std::pow(range, phase) / (range - 1), 0};
+      return point(-1 / (range - 1), std::pow(range, phase) / (range - 1), 0);
     case FadeShape::logarithmic:
-      return {range / (range - 1), -std::pow(range, 1 - phase) / (range - 1), 0};
+      return point(range / (range - 1), -std::pow(range, 1 - phase) / (range - 1), 0);
   }
   return {};
 }
@@ -69,8 +72,7 @@ FadeCurve::Point FadeCurve::pointAt(double phase) const noexcept {
 /// The gains of a stretch, in the order in which the frames of the fade come.
 void FadeCurve::fillGains(int64_t firstFrame, std::array<float, stretch>& gains) const noexcept {
   const Point point = pointAt(static_cast<double>(firstFrame) * step_);
-  for (std::size_t j = 0; j < stretch; ++j)
-    gains[j] = static_cast<float>(point.offset + point.a * rise_[j] + point.b * turn_[j]);
+  for (std::size_t j = 0; j < stretch; ++j) gains[j] = point.offset + point.a * rise_[j] + point.b * turn_[j];
   if (direction_ == FadeDirection::out) std::reverse(gains.begin(), gains.end());
 }
 

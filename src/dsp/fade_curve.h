@@ -29,9 +29,9 @@ class FadeCurve {
  private:
   // Within a stretch of frames gain(j) = offset + a * rise[j] + b * turn[j]: one exact point a stretch, and sums and
   // products of angles or powers from there. Stretches have fixed places, so that gains do not depend on blocks.
-  static constexpr std::size_t stretch = 64;
+  static constexpr std::size_t stretch = 256;
   struct Point {
-    double offset, a, b;
+    float offset, a, b;
   };
   Point pointAt(double phase) const noexcept;
   void fillGains(int64_t firstFrame, std::array<float, stretch>& gains) const noexcept;
@@ -40,8 +40,8 @@ class FadeCurve {
   FadeDirection direction_;
   int64_t length_;
   double step_;
-  std::array<double, stretch> rise_;
-  std::array<double, stretch> turn_;
+  std::array<float, stretch> rise_;
+  std::array<float, stretch> turn_;
 };
 
 }  // namespace tervo::dsp

@@ -1,22 +1,18 @@
 #include "dsp/frame_kernels.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstddef>
-#include <cstdint>
 
 namespace tervo::dsp {
 namespace {
 
 constexpr std::size_t lanes = 16;
 
-/// Bits of non-negative floats are in the order of the floats, and compare faster than those do where infinities and
-/// what is no number must not count.
-int32_t finiteMagnitude(float x) {
-  constexpr int32_t infinity = 0x7F800000;
-  const int32_t magnitude = std::bit_cast<int32_t>(x) & 0x7FFFFFFF;
-  return magnitude < infinity ? magnitude : 0;
+float peakOfFinite(std::span<const float> samples) {
+  float highest = 0;
+  for (const float sample : samples) highest = std::isfinite(sample) ? std::max(highest, std::abs(sample)) : highest;
+  return highest;
 }
 
 /// `change(sample, value)` with the first and the last of the values in turns.
@@ -47,14 +43,19 @@ void reverse(const float* in, float* out, std::size_t frames) {
 }  // namespace
 
 float peakOf(std::span<const float> samples) noexcept {
-  int32_t highest[lanes] = {};
+  float highest[lanes] = {};
+  // What is no number is greater than nothing. The operands' order is that of the processor's instruction.
+  const auto raise = [&highest](std::size_t lane, float sample) {
+    const float magnitude = std::abs(sample);
+    highest[lane] = magnitude > highest[lane] ? magnitude : highest[lane];
+  };
   std::size_t i = 0;
   for (; i + lanes <= samples.size(); i += lanes) {
-    for (std::size_t lane = 0; lane < lanes; ++lane)
-      highest[lane] = std::max(highest[lane], finiteMagnitude(samples[i + lane]));
+    for (std::size_t lane = 0; lane < lanes; ++lane) raise(lane, samples[i + lane]);
   }
-  for (; i < samples.size(); ++i) highest[0] = std::max(highest[0], finiteMagnitude(samples[i]));
-  return std::bit_cast<float>(*std::max_element(highest, highest + lanes));
+  for (; i < samples.size(); ++i) raise(0, samples[i]);
+  const float peak = *std::max_element(highest, highest + lanes);
+  return std::isfinite(peak) ? peak : peakOfFinite(samples);
 }
 
 void multiply(std::span<float> samples, float factor) noexcept {

@@ -67,7 +67,7 @@ double fadeGain(TextView curve, double x) {
 
 TEST_F(WaveOperations, FadesFollowTheirCurves) {
   for (const TextView curve : {u"linear", u"equal-power", u"s-curve", u"exponential", u"logarithmic"}) {
-    for (const int64_t length : {1, 63, 64, 65, 5000}) {
+    for (const int64_t length : {1, 255, 256, 257, 5000}) {
       const auto text = fromUtf8(std::to_string(length));
       const OptionTexts options = {{u"length", text}, {u"unit", u"frames"}, {u"curve", curve}};
       const auto ones = makeResident(std::vector(20000, 1.0f), 2);
@@ -76,7 +76,7 @@ TEST_F(WaveOperations, FadesFollowTheirCurves) {
       EXPECT_EQ(in[static_cast<std::size_t>(2 * length)], 1);
       for (int64_t i = 0; i < length; ++i) {
         const double x = static_cast<double>(i) / static_cast<double>(length);
-        ASSERT_NEAR(in[static_cast<std::size_t>(2 * i + 1)], fadeGain(curve, x), 1e-7) << toUtf8(curve) << i;
+        ASSERT_NEAR(in[static_cast<std::size_t>(2 * i + 1)], fadeGain(curve, x), 2e-7) << toUtf8(curve) << i;
       }
       auto out = result(u"fade-out", options, ones);
       std::reverse(out.begin(), out.end());
