@@ -31,7 +31,7 @@ bool areLeftAndRight(const Waveform& a, const Waveform& b) {
 bool couldBeEqual(const Waveform& a, const Waveform& b) {
   return a.frames() == b.frames() && a.channels() == b.channels() && a.sampleRate == b.sampleRate &&
          a.rootKey == b.rootKey && a.fineTune == b.fineTune && a.gain == b.gain &&
-         formatOf(a.storedFormat) == formatOf(b.storedFormat) && sameMarkers(a, b) && !areLeftAndRight(a, b);
+         formatOf(a.storedFormat) == formatOf(b.storedFormat) && sameMarkers(a, b);
 }
 
 class DuplicateFinder {
@@ -47,7 +47,9 @@ class DuplicateFinder {
     const auto candidates = byLength_.find(waveform.frames());
     if (!waveform.holdsData() || candidates == byLength_.end()) return nullptr;
     for (const Waveform* candidate : candidates->second) {
-      if (couldBeEqual(waveform, *candidate) && sameContent(waveform, *candidate)) return candidate;
+      if (couldBeEqual(waveform, *candidate) && sameContent(waveform, *candidate) &&
+          !areLeftAndRight(waveform, *candidate))
+        return candidate;
     }
     return nullptr;
   }
