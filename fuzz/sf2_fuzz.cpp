@@ -8,6 +8,7 @@
 #include "formats/instrument/sf2_reader.h"
 #include "formats/instrument/sf2_writer.h"
 #include "formats/save_flow.h"
+#include "fuzz/collection_frames.h"
 
 namespace {
 
@@ -31,31 +32,9 @@ struct Document {
   }
 };
 
-void readAllSamples(const Collection& collection) {
-  std::vector<float> frames(2048);
-  int64_t left = 1 << 20;
-  for (const auto& waveform : collection.waveforms()) {
-    const auto stream = waveform->samples ? waveform->samples->open() : nullptr;
-    for (int64_t count = 0; stream && left > 0;) {
-      const auto part = stream->read(frames);
-      if (!part) std::abort();
-      if (*part == 0 && count != waveform->frames()) std::abort();
-      if (*part == 0) break;
-      count += static_cast<int64_t>(*part);
-      left -= static_cast<int64_t>(*part);
-    }
-  }
-}
-
 std::size_t regionsOf(const Collection& collection) {
   std::size_t count = 0;
   for (const auto& instrument : collection.instruments()) count += instrument->regionCount();
-  return count;
-}
-
-int64_t framesOf(const Collection& collection) {
-  int64_t count = 0;
-  for (const auto& waveform : collection.waveforms()) count += waveform->frames();
   return count;
 }
 
@@ -65,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const auto bytes = std::as_bytes(std::span(data, size));
   Document first, again;
   if (!first.read({bytes.begin(), bytes.end()})) return 0;
-  readAllSamples(first.collection);
+  if (!readAllSamples(first.collection, 1 << 20)) std::abort();
   // Many samples may be made of the same words.
   if (regionsOf(first.collection) > 2000 || framesOf(first.collection) > 1 << 20) return 0;
   std::vector<std::byte> written;

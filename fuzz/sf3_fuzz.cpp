@@ -10,36 +10,13 @@
 #include "formats/instrument/sf2_reader.h"
 #include "formats/instrument/sf2_writer.h"
 #include "formats/instrument/sfark.h"
+#include "fuzz/collection_frames.h"
 
 namespace {
 
 using namespace tervo;
 
 constexpr ReadFn readers[] = {readSf2, readSf1, readSfArk};
-
-void readAllSamples(const Collection& collection) {
-  std::vector<float> frames(2048);
-  int64_t left = 1 << 18;
-  for (const auto& waveform : collection.waveforms()) {
-    // Streams whose headers are damaged have no sound.
-    const auto stream = waveform->samples ? waveform->samples->open() : nullptr;
-    for (int64_t count = 0; stream && left > 0;) {
-      const auto part = stream->read(frames);
-      if (!part && LastErrorText() != damagedStream) std::abort();
-      if (!part) break;
-      if (*part == 0 && count != waveform->frames()) std::abort();
-      if (*part == 0) break;
-      count += static_cast<int64_t>(*part);
-      left -= static_cast<int64_t>(*part);
-    }
-  }
-}
-
-int64_t framesOf(const Collection& collection) {
-  int64_t count = 0;
-  for (const auto& waveform : collection.waveforms()) count += waveform->frames();
-  return count;
-}
 
 }  // namespace
 
@@ -53,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const SourceFile file{std::make_shared<MemorySource>(std::vector(bytes.begin(), bytes.end())), u"a.sf3", host, report,
                         settings};
   if (!readers[data[0] % std::size(readers)](collection, file, 0)) return 0;
-  readAllSamples(collection);
+  if (!readAllSamples(collection, 1 << 18) && LastErrorText() != damagedStream) std::abort();
   if (framesOf(collection) > 1 << 16) return 0;
   MemorySink sink;
   TargetFile target{sink, u"b.sf3", host, report, settings, FormatTable()[394], {}};

@@ -20,21 +20,6 @@ SampleRef sound() {
   return makeResident(std::move(samples), 1);
 }
 
-BankBuilder bankOf(const std::vector<Bytes>& streams, uint16_t type) {
-  BankBuilder bank = smallBank();
-  bank.version = 3;
-  bank.shdr = {};
-  bank.smpl = {};
-  uint32_t at = 0;
-  for (const Bytes& stream : streams) {
-    const auto end = at + static_cast<uint32_t>(stream.size());
-    bank.sample({.start = at, .end = end, .loopStart = 3, .loopEnd = 60, .type = type});
-    for (const std::byte byte : stream) bank.smpl.add(std::to_integer<uint8_t>(byte));
-    at = end;
-  }
-  return bank;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {

@@ -1,6 +1,4 @@
 #include "cli/commands.h"
-#include "cli/opening.h"
-#include "cli/report_output.h"
 #include "cli/saving.h"
 #include "cli/selection.h"
 
@@ -11,12 +9,7 @@ int runConvert(const CommandLine& line, Console& console, const Settings& settin
   Text hint;
   const FormatIndex row = chosenRow(line, hint);
   if (row == noFormat) return console.failure(line.target.shown, hint), exitFailed;
-  Run run{line, console, settings};
-  Collection collection;
-  if (!openAll(run, collection) || !saveDocument(run, collection, row)) return run.failureStatus();
-  run.host.endProgress();
-  if (!outputReport(run.report, line, console)) return console.failure(line.reportFile.shown), exitFailed;
-  return exitDone;
+  return openAndSave(line, row, console, settings);
 }
 
 }  // namespace tervo::cli

@@ -1,7 +1,5 @@
 #include "base/last_error.h"
 #include "cli/commands.h"
-#include "cli/opening.h"
-#include "cli/report_output.h"
 #include "cli/saving.h"
 #include "cli/selection.h"
 
@@ -25,12 +23,7 @@ int runRender(CommandLine line, Console& console, const Settings& settings) {
   const FormatIndex row = waveformRow(line, hint);
   if (row == noFormat) return console.failure(line.target.shown, hint), exitFailed;
   if (line.items.empty()) line.items = {u"song:0"};
-  Run run{line, console, settings};
-  Collection collection;
-  if (!openAll(run, collection) || !saveDocument(run, collection, row)) return run.failureStatus();
-  run.host.endProgress();
-  if (!outputReport(run.report, line, console)) return console.failure(line.reportFile.shown), exitFailed;
-  return exitDone;
+  return openAndSave(line, row, console, settings);
 }
 
 }  // namespace tervo::cli

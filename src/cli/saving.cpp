@@ -4,6 +4,8 @@
 
 #include "base/last_error.h"
 #include "base/memory_guard.h"
+#include "cli/commands.h"
+#include "cli/report_output.h"
 #include "cli/selection.h"
 #include "cli/song_rendering.h"
 #include "core/history/collection_part.h"
@@ -55,6 +57,15 @@ bool saveDocument(Run& run, const Collection& collection, FormatIndex row) {
   if (LastErrorText() == u"File exists already") hint = u"--overwrite replaces it";
   run.console.failure(bySource ? run.line.files[0].shown : run.line.target.shown, hint);
   return false;
+}
+
+int openAndSave(const CommandLine& line, FormatIndex row, Console& console, const Settings& settings) {
+  Run run{line, console, settings};
+  Collection collection;
+  if (!openAll(run, collection) || !saveDocument(run, collection, row)) return run.failureStatus();
+  run.host.endProgress();
+  if (!outputReport(run.report, line, console)) return console.failure(line.reportFile.shown), exitFailed;
+  return exitDone;
 }
 
 }  // namespace tervo::cli

@@ -14,4 +14,7 @@ bool reportHidesAFile(const CommandLine& line);
 /// failed.
 bool saveDocument(Run& run, const Collection& collection, FormatIndex row);
 
+/// A whole command: opens the sources, saves the target and reports. The exit status, after printing what went wrong.
+int openAndSave(const CommandLine& line, FormatIndex row, Console& console, const Settings& settings);
+
 }  // namespace tervo::cli

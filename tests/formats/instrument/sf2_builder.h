@@ -195,6 +195,22 @@ struct ReadBank {
   }
 };
 
+/// A bank of these streams, one sample each.
+inline BankBuilder bankOf(const std::vector<std::vector<std::byte>>& streams, uint16_t type = 17) {
+  BankBuilder bank = smallBank();
+  bank.version = 3;
+  bank.shdr = {};
+  bank.smpl = {};
+  uint32_t at = 0;
+  for (const auto& stream : streams) {
+    const auto end = at + static_cast<uint32_t>(stream.size());
+    bank.sample({.start = at, .end = end, .loopStart = 3, .loopEnd = 60, .type = type});
+    for (const std::byte byte : stream) bank.smpl.add(std::to_integer<uint8_t>(byte));
+    at = end;
+  }
+  return bank;
+}
+
 struct WrittenBank {
   std::vector<std::byte> bytes;
   ConversionReport report;

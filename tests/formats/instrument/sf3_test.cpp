@@ -38,22 +38,6 @@ Bytes flacHead(uint64_t frames, int channels = 1) {
   return sink.take();
 }
 
-/// A bank of these streams, one sample each.
-BankBuilder bankOf(const std::vector<Bytes>& streams, uint16_t type = 17) {
-  BankBuilder bank = smallBank();
-  bank.version = 3;
-  bank.shdr = {};
-  bank.smpl = {};
-  uint32_t at = 0;
-  for (const Bytes& stream : streams) {
-    const auto end = at + static_cast<uint32_t>(stream.size());
-    bank.sample({.start = at, .end = end, .loopStart = 3, .loopEnd = 60, .type = type});
-    for (const std::byte byte : stream) bank.smpl.add(std::to_integer<uint8_t>(byte));
-    at = end;
-  }
-  return bank;
-}
-
 const Waveform& waveformOf(const ReadBank& bank, std::size_t i = 0) {
   return *bank.collection.waveforms()[i];
 }
