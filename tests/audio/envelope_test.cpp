@@ -42,7 +42,8 @@ TEST(AmplitudeEnvelope, StagesTakeTheirTimes) {
   EXPECT_NEAR(timeOfLevel(sound, 0.5, true), 0.2, block);  // rises in gain
   EXPECT_NEAR(timeOfLevel(sound, 0.999, true), 0.3, block);
   EXPECT_NEAR(timeOfLevel(sound, 0.99, false, 0.31), 0.45, 2 * block);
-  EXPECT_NEAR(timeOfLevel(sound, std::pow(10, -12 / 20.0), false, 0.31), 0.65, block);  // falls in dB: 24 in 0.4 s
+  EXPECT_NEAR(timeOfLevel(sound, std::pow(10, -12 / 20.0), false, 0.31), 0.5, block);  // falls in dB: 96 in 0.4 s
+  EXPECT_NEAR(timeOfLevel(sound, std::pow(10, -23.9 / 20.0), false, 0.31), 0.55, 2 * block);  // and ends at the sustain
   EXPECT_NEAR(dB(peak(part(sound, 0.9, 1)) * std::numbers::sqrt2), -24, 0.01);
   // The release falls 96 dB a second, so from the sustain level to silence it has 0.75 s.
   EXPECT_NEAR(timeOfLevel(sound, std::pow(10, -72 / 20.0), false, 1), 1.5, 2 * block);
@@ -101,7 +102,7 @@ TEST(AmplitudeEnvelope, ThreeReleasesFollowOneAnother) {
 TEST(ModulationEnvelope, MovesThePitchByItsDepth) {
   SoundLab lab;
   ArticulationSet& rows = lab.addSine(480).articulation;
-  setEnvelope(rows, Modulator::pitch, {{0.1f}, {0.2f}, {0}, {0.2f}, 0.5f, {0}});
+  setEnvelope(rows, Modulator::pitch, {{0.1f}, {0.2f}, {0}, {0.4f}, 0.5f, {0}});
   rows.set(P::pEnvToPitch, 10), rows.set(P::velocityToPEnvToPitch, 2);
   lab.start();
   lab.press();

@@ -1,10 +1,9 @@
 """Compares what tervo and FluidSynth make of the same song and bank. Prints "ok WHAT" or "FAIL WHAT".
 
-Where both differ by design: in a SoundFont a decay time is that of a fall to silence, in the document it is that of the
-fall to the sustain level, and the reader takes the number as it is; velocity spans 38 dB, velocity opens the filter, and
-channel volume takes up to 128 ms. So levels are compared by their shape (correlation), not by their value, and songs with
-a copy of the bank whose sustain levels are full, where both kinds of decay are the same. With the bank as it is the
-shapes have to be alike, no more.
+Where both differ by design: velocity spans 38 dB and opens the filter, attenuation counts 0.4 times, channel volume takes
+up to 128 ms. So levels are compared by their shape (correlation), not by their value. Not even FluidSynth has the same
+shape twice where equal notes follow one another within milliseconds and cancel each other as chance has it: at 44.1 and
+48 kHz it reaches 0.955 with itself in linns_basket.mid, which is not among the songs here.
 """
 import audioop
 import glob
@@ -17,26 +16,13 @@ TERVO = sys.argv[1]
 BANK = "/usr/share/sounds/sf2/TimGM6mb.sf2"
 SONGS = "/usr/share/games/openttd/baseset/openmsx/*.mid"
 RATE = 48000
-# Its vocals tremble by oscillators of their own phase, and controller 121 sets volumes back to 100 here.
-HARDER = {"5432gone_redfarn.mid": 0.85}
 
 
-def full_sustain(bank, copy):
-    """Copies a bank and sets every sustain level of its volume envelopes (generator 37) to full."""
-    data = bytearray(open(bank, "rb").read())
-    for name in (b"pgen", b"igen"):
-        first = data.index(name, data.index(b"pdta")) + 8
-        for record in range(first, first + int.from_bytes(data[first - 4:first], "little"), 4):
-            if data[record:record + 2] == bytes([37, 0]):
-                data[record + 2:record + 4] = bytes(2)
-    open(copy, "wb").write(data)
-
-
-def render(song, bank=BANK):
-    subprocess.run([TERVO, "render", song, "-o", "ours.wav", "--bank", bank, "--no-effects", "--quiet", "--overwrite",
+def render(song):
+    subprocess.run([TERVO, "render", song, "-o", "ours.wav", "--bank", BANK, "--no-effects", "--quiet", "--overwrite",
                     "--tail", "1", "--set", "mid2wav.bDeleteSilence=0"], check=True)
     subprocess.run(["fluidsynth", "-ni", "-q", "-F", "theirs.wav", "-r", str(RATE), "-R", "0", "-C", "0", "-g", "0.5",
-                    "-O", "s16", bank, song], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                    "-O", "s16", BANK, song], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     return samples("ours.wav"), samples("theirs.wav")
 
 
@@ -118,13 +104,10 @@ def compare_notes():
 
 
 def compare_songs():
-    full_sustain(BANK, "full.sf2")
     for song in sorted(glob.glob(SONGS))[::5]:
-        name = os.path.basename(song)
-        for bank, wanted in (("full.sf2", HARDER.get(name, 0.95)), (BANK, 0.8)):
-            ours, theirs = render(song, bank)
-            value = correlation(levels(ours, 50), levels(theirs, 50))
-            check(f"{name}: level contour, correlation {value:.4f}", value >= wanted)
+        ours, theirs = render(song)
+        value = correlation(levels(ours, 50), levels(theirs, 50))
+        check(f"{os.path.basename(song)}: level contour, correlation {value:.4f}", value >= 0.95)
 
 
 if os.path.exists(BANK) and subprocess.run(["which", "fluidsynth"], capture_output=True).returncode == 0:

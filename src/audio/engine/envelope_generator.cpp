@@ -57,6 +57,8 @@ class ShapeMaker {
   void addAttack(const SegmentRows& rows) {
     const float before = shape_.sustain(), target = level(rows.level);
     float seconds = scaled(row(rows.time), rows.velocity, rows.key);
+    // A decay time is that of a fall over the whole range, as banks of samplers mean it; a higher sustain comes sooner.
+    if (rows.level == P::vEnvSustain) seconds *= std::fabs(row(P::vEnvDecay1Level) - row(P::vEnvSustain));
     if (before == 0 && target > 0 && !hasRisen_) {
       seconds = std::max(seconds, shortestRise);
       hasRisen_ = true;
