@@ -147,6 +147,12 @@ def copy_faults(original, copy):
     return faults
 
 
+def document_faults(original, copy):
+    """Whether reading, writing and reading again gives the same document, row for row."""
+    before, after = (json.loads(run("info", "--json", *AS_READ, path))[0] for path in (original, copy))
+    return [key for key in ("instruments", "waveforms") if before[key] != after[key]]
+
+
 def word_faults(original, copy):
     return [before.name for before, after in zip(original.samples, copy.samples)
             if original.words(before) != copy.words(after) or copy.words(after)[:1] == b""]
@@ -245,6 +251,7 @@ def compare(name, presets):
     run("convert", path, "-o", copy, "--quiet", "--overwrite", *AS_READ)
     written = sf2.Bank(copy)
     result(f"{name}: zones of the copy", copy_faults(bank, written))
+    result(f"{name}: rows of the copy", document_faults(path, copy))
     result(f"{name}: sample words of the copy", word_faults(bank, written))
     chosen = bank.presets[::max(1, len(bank.presets) // presets)][:presets]
     result(f"{name}: sound of the copy", sound_faults(path, copy, chosen))

@@ -4,6 +4,7 @@
 #include "base/last_error.h"
 #include "formats/instrument/sf2_presets.h"
 #include "formats/instrument/sf2_samples.h"
+#include "formats/instrument/sf2_stereo_pairs.h"
 #include "platform/path.h"
 
 namespace tervo {
@@ -55,6 +56,7 @@ bool readBank(Collection& collection, const SourceFile& file, sf2::BankFormat fo
   const auto waveforms = sf2::addWaveforms(collection, *bank, file, losses);
   if (!waveforms) return false;
   sf2::addInstruments(collection, *bank, *waveforms, file, losses);
+  sf2::noteLostLinks(*bank, *waveforms, collection, file.report);
   if (bank->presets.empty() && bank->samples.empty()) losses.dropped(u"content", u"the bank holds nothing");
   losses.reportTo(file.report, platform::fileNameOf(file.path));
   return true;

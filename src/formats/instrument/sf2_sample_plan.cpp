@@ -10,6 +10,7 @@
 #include "core/normalise/channel_names.h"
 #include "core/normalise/sample_views.h"
 #include "formats/instrument/sf2_region.h"
+#include "formats/instrument/sf2_stereo_pairs.h"
 #include "formats/number_text.h"
 #include "formats/prepared_waveform.h"
 #include "formats/writer_rules.h"
@@ -20,6 +21,7 @@ namespace {
 // The list that holds the samples has a 32-bit size, and as much again is kept for everything else.
 constexpr uint64_t mostWords = 0x7F000000;
 constexpr uint64_t mostRate = 0xFFFFFFFF;
+constexpr std::size_t mostLink = 0xFFFF;
 
 uint8_t pitchCorrection(const Waveform& waveform, ConversionReport& report) {
   const float cents = std::round(std::clamp(waveform.fineTune, -100.0f, 100.0f));
@@ -133,36 +135,47 @@ int64_t SamplePlan::framesOf(std::size_t sample) const {
   return samples_[sample].frames ? samples_[sample].frames->frames() : 0;
 }
 
-// Two one-channel waveforms that are named as the channels of one sound are linked.
-void SamplePlan::linkNamesakes(const std::vector<const Waveform*>& waveforms) {
+void SamplePlan::link(std::size_t left, std::size_t right) {
+  if (std::max(left, right) > mostLink) return;
+  samples_[left].record.type = leftSample;
+  samples_[left].record.link = static_cast<uint16_t>(right);
+  samples_[right].record.type = rightSample;
+  samples_[right].record.link = static_cast<uint16_t>(left);
+}
+
+void SamplePlan::linkNamesakes() {
   std::map<Text, std::size_t> leftChannels;
   const auto forEachHalf = [&](fixup::ChannelName::Side side, const auto& use) {
-    for (const Waveform* waveform : waveforms) {
-      const WaveformSamples& place = places_[waveform->id()];
-      const auto name = fixup::channelNameOf(waveform->name);
-      if (place.count == 1 && name && name->side == side) use(fixup::pairKey(*name), place.first);
+    for (std::size_t i = 0; i < samples_.size(); ++i) {
+      const auto name = fixup::channelNameOf(samples_[i].waveform->name);
+      if (samples_[i].record.type == monoSample && name && name->side == side) use(fixup::pairKey(*name), i);
     }
   };
   forEachHalf(fixup::ChannelName::Side::left,
               [&](const Text& key, std::size_t sample) { leftChannels.emplace(key, sample); });
-  forEachHalf(fixup::ChannelName::Side::right, [&](const Text& key, std::size_t sample) {
-    const auto found = leftChannels.find(key);
-    if (found == leftChannels.end()) return;
-    SampleRecord &left = samples_[found->second].record, &right = samples_[sample].record;
-    const bool isPair = framesOf(found->second) == framesOf(sample) && left.sampleRate == right.sampleRate;
+  forEachHalf(fixup::ChannelName::Side::right, [&](const Text& key, std::size_t right) {
+    const auto left = leftChannels.find(key);
+    if (left == leftChannels.end()) return;
+    const bool isPair = framesOf(left->second) == framesOf(right) &&
+                        samples_[left->second].record.sampleRate == samples_[right].record.sampleRate;
     if (!isPair) return;
-    left.type = leftSample;
-    left.link = static_cast<uint16_t>(sample);
-    right.type = rightSample;
-    right.link = static_cast<uint16_t>(found->second);
-    leftChannels.erase(found);
+    link(left->second, right);
+    leftChannels.erase(left);
   });
+}
+
+void SamplePlan::linkPairs(const std::vector<const Instrument*>& instruments) {
+  for (const StereoPair& pair : pairsByUse(instruments)) {
+    const WaveformSamples *left = of(pair.left), *right = of(pair.right);
+    const bool areThere = left && right && left->count == 1 && right->count == 1;
+    if (areThere) link(left->first, right->first);
+  }
+  linkNamesakes();
 }
 
 bool SamplePlan::add(const std::vector<const Waveform*>& waveforms, TargetFile& file) {
   for (const Waveform* waveform : waveforms)
     if (!addWaveform(*waveform, file)) return false;
-  linkNamesakes(waveforms);
   return true;
 }
 

@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "core/instrument.h"
 #include "core/waveform.h"
 #include "formats/format_table.h"
 #include "formats/instrument/sf2_records.h"
@@ -40,6 +41,8 @@ class SamplePlan {
 
   /// False with LastErrorText when a waveform cannot be converted as the options ask, or all of them are too large.
   bool add(const std::vector<const Waveform*>& waveforms, TargetFile& file);
+  /// Links samples of one channel that are the sides of one sound, by how these instruments play them and by name.
+  void linkPairs(const std::vector<const Instrument*>& instruments);
 
   const std::vector<PlannedSample>& samples() const { return samples_; }
   SampleStorage storage() const { return storage_; }
@@ -53,7 +56,8 @@ class SamplePlan {
   bool addWaveform(const Waveform& waveform, TargetFile& file);
   void addChannel(const Waveform& waveform, SampleRef frames, uint16_t type, std::string_view ending, TargetFile& file);
   int64_t framesOf(std::size_t sample) const;
-  void linkNamesakes(const std::vector<const Waveform*>& waveforms);
+  void link(std::size_t left, std::size_t right);
+  void linkNamesakes();
 
   SampleStorage storage_;
   std::vector<PlannedSample> samples_;

@@ -4,7 +4,6 @@
 #include <new>
 
 #include "base/last_error.h"
-#include "core/normalise/channel_names.h"
 #include "core/normalise/sample_views.h"
 #include "core/parameter_table.h"
 #include "formats/instrument/sf2_rom.h"
@@ -81,19 +80,6 @@ double heldNumber(ParameterId row, double number, LossTally& losses) {
   return held;
 }
 
-/// In the document only names say that two waveforms are the channels of one sound.
-void noteLink(const Bank& bank, std::size_t index, LossTally& losses) {
-  const SampleRecord& left = bank.samples[index];
-  if (!(left.type & leftSample) || left.link >= bank.samples.size()) return;
-  const SampleRecord& right = bank.samples[left.link];
-  if (!(right.type & rightSample) || right.link != index) return;
-  const auto leftName = fixup::channelNameOf(fromFileText(nameIn(left.name)));
-  const auto rightName = fixup::channelNameOf(fromFileText(nameIn(right.name)));
-  const bool isNamedSo = leftName && rightName && leftName->side != rightName->side &&
-                         fixup::pairKey(*leftName) == fixup::pairKey(*rightName);
-  if (!isNamedSo) losses.dropped(u"link of two channels", u"their names do not say that they are a pair");
-}
-
 /// `base` is the number of the first frame in the numbers of the record.
 void addLoop(Waveform& waveform, const SampleRecord& record, int64_t base, LossTally& losses) {
   const int64_t frames = waveform.frames();
@@ -154,7 +140,6 @@ std::optional<std::vector<Waveform*>> addWaveforms(Collection& collection, const
     LossTally ofSample;
     auto waveform = isRom ? rom.load(i, losses) : makeWaveform(bank, record, ofSample);
     if (!waveform && !isRom) return std::nullopt;
-    noteLink(bank, i, ofSample);
     if (waveform) ofSample.reportTo(file.report, waveform->name);
     waveforms.push_back(waveform ? &collection.add(std::move(waveform)) : nullptr);
   }

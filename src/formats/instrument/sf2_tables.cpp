@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <map>
+#include <unordered_map>
 
 #include "base/last_error.h"
 
@@ -58,13 +58,39 @@ std::vector<ZoneValues> withoutSharedRanges(std::vector<ZoneValues> zones) {
   return zones;
 }
 
-std::vector<std::vector<ZoneValues>> groupsOf(const std::vector<ZoneValues>& zones, Packing packing) {
-  if (packing == Packing::byLayer) return {zones};
-  std::map<int16_t, std::vector<ZoneValues>> byVelocity;
-  for (const ZoneValues& zone : zones) byVelocity[zone[Gen::velocityRange]].push_back(zone);
-  std::vector<std::vector<ZoneValues>> groups;
-  for (auto& [range, group] : byVelocity) groups.push_back(std::move(group));
+using ZoneGroups = std::vector<std::vector<ZoneValues>>;
+
+/// A run over the keys ends where the next zone is further down.
+ZoneGroups runsOf(const std::vector<ZoneValues>& zones) {
+  const auto lowKey = [](const ZoneValues& zone) { return zone[Gen::keyRange] & 0xFF; };
+  ZoneGroups runs;
+  for (std::size_t i = 0; i < zones.size(); ++i) {
+    if (i == 0 || lowKey(zones[i]) < lowKey(zones[i - 1])) runs.emplace_back();
+    runs.back().push_back(zones[i]);
+  }
+  return runs;
+}
+
+ZoneGroups velocitiesOf(const std::vector<ZoneValues>& zones) {
+  ZoneGroups groups;
+  std::unordered_map<int16_t, std::size_t> places;
+  for (const ZoneValues& zone : zones) {
+    const auto [place, isNew] = places.try_emplace(zone[Gen::velocityRange], groups.size());
+    if (isNew) groups.emplace_back();
+    groups[place->second].push_back(zone);
+  }
   return groups;
+}
+
+ZoneGroups groupsOf(const std::vector<ZoneValues>& zones, Packing packing) {
+  switch (packing) {
+    case Packing::byRun:
+      return runsOf(zones);
+    case Packing::byVelocity:
+      return velocitiesOf(zones);
+    default:
+      return {zones};
+  }
 }
 
 }  // namespace

@@ -9,9 +9,10 @@
 
 namespace tervo::sf2 {
 
-/// What becomes an instrument of the bank: a layer, or the regions of a layer that have the same range of velocities.
-/// The second takes fewer parameters and reads back as more layers.
-enum class Packing : uint8_t { byLayer, byVelocity };
+/// What becomes an instrument of the bank: a layer, or each run of its regions over the keys, or those of its regions
+/// that have the same range of velocities. The smaller ones are shared more often, which takes fewer parameters, but
+/// read back as more layers. Where those of runs are put together again their regions are in the same order as before.
+enum class Packing : uint8_t { byLayer, byRun, byVelocity };
 
 /// A preset for each instrument of the document. An instrument of the bank is shared by all that differ in ranges and
 /// added amounts alone. Rows that the document's instrument sets and all regions set as well stand in the global zone

@@ -26,41 +26,8 @@ struct Content {
   Tags tags;
   std::vector<const Instrument*> instruments;
   std::vector<const Waveform*> waveforms;
-  std::unique_ptr<Instrument> made;  ///< the one that plays a single waveform
+  std::vector<std::unique_ptr<Instrument>> made;  ///< for waveforms that no instrument plays
 };
-
-void addInstrument(Content& content, const Instrument& instrument) {
-  content.name = instrument.name;
-  content.instruments.push_back(&instrument);
-  std::unordered_set<ItemId> seen;
-  for (const auto& layer : instrument.layers()) {
-    for (const auto& region : layer->regions()) {
-      const Waveform* waveform = findItem<Waveform>(region->waveform);
-      if (waveform && seen.insert(waveform->id()).second) content.waveforms.push_back(waveform);
-    }
-  }
-}
-
-void addWaveform(Content& content, const Waveform& waveform) {
-  content.name = waveform.name;
-  content.tags = waveform.tags;
-  content.tags[Tag::sourceFile].clear();
-  content.waveforms.push_back(&waveform);
-  content.made = std::make_unique<Instrument>();
-  content.made->name = waveform.name;
-  Region& region = content.made->add(std::make_unique<Layer>()).add(std::make_unique<Region>());
-  region.waveform = waveform.id();
-  region.articulation = sf2::articulationOf(sf2::instrumentDefaults());
-  content.instruments.push_back(content.made.get());
-}
-
-void addCollection(Content& content, const Collection& collection, ConversionReport& report) {
-  content.name = collection.name;
-  content.tags = collection.tags;
-  for (const auto& instrument : collection.instruments()) content.instruments.push_back(instrument.get());
-  for (const auto& waveform : collection.waveforms()) content.waveforms.push_back(waveform.get());
-  for (const auto& song : collection.songs()) report.dropped(song->name, u"song", u"the file has no place for it");
-}
 
 void noteTags(const Waveform& waveform, ConversionReport& report) {
   const auto& texts = waveform.tags.texts;
@@ -68,21 +35,79 @@ void noteTags(const Waveform& waveform, ConversionReport& report) {
   if (hasTexts || waveform.tags.image) report.dropped(waveform.name, u"tags", u"the file has no place for them");
 }
 
+void addInstrument(Content& content, const Instrument& instrument, ConversionReport& report) {
+  content.name = instrument.name;
+  content.instruments.push_back(&instrument);
+  std::unordered_set<ItemId> seen;
+  for (const auto& layer : instrument.layers()) {
+    for (const auto& region : layer->regions()) {
+      const Waveform* waveform = findItem<Waveform>(region->waveform);
+      if (!waveform || !seen.insert(waveform->id()).second) continue;
+      content.waveforms.push_back(waveform);
+      noteTags(*waveform, report);
+    }
+  }
+}
+
+/// An instrument that plays the waveform as a bank does anyway.
+std::unique_ptr<Instrument> instrumentFor(const Waveform& waveform) {
+  auto instrument = std::make_unique<Instrument>();
+  instrument->name = waveform.name;
+  Region& region = instrument->add(std::make_unique<Layer>()).add(std::make_unique<Region>());
+  region.waveform = waveform.id();
+  region.articulation = sf2::articulationOf(sf2::instrumentDefaults());
+  return instrument;
+}
+
+void addWaveform(Content& content, const Waveform& waveform) {
+  content.name = waveform.name;
+  content.tags = waveform.tags;
+  content.tags[Tag::sourceFile].clear();
+  content.waveforms.push_back(&waveform);
+  content.made.push_back(instrumentFor(waveform));
+}
+
+/// A bank of nothing but samples would play nothing: each gets a preset, numbered on through all banks of programs.
+void addPresets(Content& content, ConversionReport& report) {
+  constexpr std::size_t programs = 128, banks = 128;
+  for (const Waveform* waveform : content.waveforms) {
+    if (!waveform->holdsData()) continue;
+    const std::size_t number = content.made.size();
+    if (number == programs * banks) return report.dropped(waveform->name, u"preset", u"there are no more numbers");
+    auto& made = content.made.emplace_back(instrumentFor(*waveform));
+    made->program = static_cast<uint8_t>(number % programs);
+    made->bankMsb = static_cast<uint8_t>(number / programs);
+  }
+}
+
+void addCollection(Content& content, const Collection& collection, ConversionReport& report) {
+  content.name = collection.name;
+  content.tags = collection.tags;
+  for (const auto& instrument : collection.instruments()) content.instruments.push_back(instrument.get());
+  for (const auto& waveform : collection.waveforms()) content.waveforms.push_back(waveform.get());
+  if (content.instruments.empty()) addPresets(content, report);
+  for (const auto& song : collection.songs()) report.dropped(song->name, u"song", u"the file has no place for it");
+  // Those of a waveform that is saved alone are the bank's.
+  for (const Waveform* waveform : content.waveforms) noteTags(*waveform, report);
+}
+
 std::optional<Content> contentOf(const Item& item, ConversionReport& report) {
   Content content;
   switch (item.kind()) {
     case ItemKind::collection:
       addCollection(content, static_cast<const Collection&>(item), report);
-      return content;
+      break;
     case ItemKind::instrument:
-      addInstrument(content, static_cast<const Instrument&>(item));
-      return content;
+      addInstrument(content, static_cast<const Instrument&>(item), report);
+      break;
     case ItemKind::waveform:
       addWaveform(content, static_cast<const Waveform&>(item));
-      return content;
+      break;
     default:
       return fail(u"The file format can not save this item");
   }
+  for (const auto& instrument : content.made) content.instruments.push_back(instrument.get());
+  return content;
 }
 
 /// The texts of a bank, by the document of the format, and the bytes of the longest with the zero that ends it.
@@ -170,7 +195,7 @@ void writeTables(ByteWriter& writer, const sf2::BankTables& tables, const sf2::S
 
 /// False with LastErrorText when the bank has no room for all parameters, however they are packed.
 bool layOut(sf2::BankTables& tables, const std::vector<sf2::PresetPlan>& presets) {
-  for (const auto packing : {sf2::Packing::byLayer, sf2::Packing::byVelocity}) {
+  for (const auto packing : {sf2::Packing::byLayer, sf2::Packing::byRun, sf2::Packing::byVelocity}) {
     tables = {};
     const bool fits = std::all_of(presets.begin(), presets.end(),
                                   [&](const sf2::PresetPlan& preset) { return tables.add(preset, packing); });
@@ -191,12 +216,10 @@ void warnOf(const std::vector<const Instrument*>& incomplete, TargetFile& file) 
 bool writeSf2(const Item& item, TargetFile& file, uint32_t variant) {
   const auto content = contentOf(item, file.report);
   if (!content) return false;
-  // Those of a waveform that is saved alone are the bank's.
-  if (!content->made)
-    for (const Waveform* waveform : content->waveforms) noteTags(*waveform, file.report);
   const bool isCompressed = variant == compressedBank;
   sf2::SamplePlan plan(isCompressed ? sf2::SampleStorage::streams : sf2::SampleStorage::words);
   if (!plan.add(content->waveforms, file)) return false;
+  plan.linkPairs(content->instruments);
   std::vector<sf2::PresetPlan> presets;
   for (const Instrument* instrument : content->instruments)
     presets.push_back(sf2::planPreset(*instrument, plan, file.report));

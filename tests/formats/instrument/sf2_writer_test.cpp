@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+#include <unordered_map>
+
 #include "core/levels.h"
 #include "core/parameter_table.h"
 #include "formats/instrument/sf2_articulation.h"
@@ -281,6 +284,66 @@ TEST(Sf2Writer, linksTheChannelsOfStereoSounds) {
   EXPECT_EQ(records.instrumentAmount(1, Gen::sampleId, -1), 1);
 }
 
+/// Everything that a bank says of its instruments and waveforms, row for row, as text.
+std::string rowsOf(const Collection& collection) {
+  std::unordered_map<ItemId, std::size_t> numbers;
+  std::ostringstream text;
+  for (const auto& waveform : collection.waveforms()) {
+    numbers[waveform->id()] = numbers.size();
+    text << "\n" << toUtf8(waveform->name) << ' ' << waveform->frames() << ' ' << int{waveform->rootKey};
+    for (const Marker& marker : waveform->markers)
+      text << ' ' << marker.start << ' ' << marker.end << ' ' << int{marker.loopCount};
+  }
+  const auto add = [&text](const ParameterSet& rows) {
+    for (const auto& [row, value] : rows.entries()) text << ' ' << indexOf(row) << '=' << value;
+  };
+  for (const auto& instrument : collection.instruments()) {
+    text << "\n" << toUtf8(instrument->name) << ' ' << packedNumber(*instrument);
+    add(instrument->articulation);
+    for (const auto& layer : instrument->layers()) {
+      text << "\n layer";
+      for (const auto& region : layer->regions()) {
+        text << "\n  " << numbers[region->waveform] << ':';
+        add(region->trigger), add(region->articulation);
+      }
+    }
+  }
+  return text.str();
+}
+
+Zone playing(int sample, std::vector<Amount> generators = {}, std::vector<Mod> modulators = {}) {
+  generators.push_back({53, sample});
+  return {generators, modulators};
+}
+
+// Pairs that names do not show, beside all kinds of zones.
+TEST(Sf2Writer, readWrittenAndReadAgainABankIsTheSame) {
+  BankBuilder bank;
+  bank.sample({.name = "Near", .link = 1, .type = 4}).sample({.name = "Far", .end = 60, .link = 0, .type = 2});
+  bank.sample({.name = "A-L", .link = 3, .type = 4}).sample({.name = "A-R", .link = 2, .type = 2});
+  bank.sample({.name = "Alone", .start = 70, .end = 190, .loopStart = 80, .loopEnd = 120, .key = 72, .cents = -12});
+  const auto low = sf2::rangeAmount(0, 59), high = sf2::rangeAmount(60, 127);
+  bank.instrument("Sides apart", {playing(0, {{43, low}, {17, -500}, {54, 1}}), playing(0, {{43, high}, {17, -400}}),
+                                  playing(1, {{43, low}, {17, 500}, {54, 1}}), playing(1, {{43, high}, {17, 400}})});
+  bank.instrument("Named", {{{{48, 100}}}, playing(2, {{17, -500}}), playing(3, {{17, 500}, {48, 150}})});
+  bank.instrument("Alone", {{{{52, 5}, {8, 9000}, {9, 60}}, {{0x502, 48, 480}}},
+                            playing(4, {{54, 3}, {2, 6}, {3, -9}}, {{0x81, 8, 300}}),
+                            playing(4, {{54, 1}, {0, 10}, {1, -5}, {58, 60}, {57, 3}}, {{515, 38, 640}})});
+  bank.preset("Pair", 1, 0, {{{{48, 50}}}, {{{41, 0}}}, {{{44, low}, {48, 20}, {41, 1}}}, {{{51, 12}, {41, 0}}}});
+  bank.preset("Drums", 7, 128, {{{{43, high}, {41, 2}}}, {{{41, 1}}}});
+  const ReadBank first(bank.build());
+  ASSERT_EQ(first.instrument().layers().size(), 3u);
+  for (const ReportEntry& entry : first.report.entries()) ADD_FAILURE() << toUtf8(entry.what);
+  const Records records(first.collection);
+  ASSERT_TRUE(records.bank);
+  EXPECT_EQ(rowsOf(ReadBank(records.written.bytes).collection), rowsOf(first.collection));
+  const int links[] = {1, 0, 3, 2, 0}, types[] = {4, 2, 4, 2, 1};
+  for (std::size_t i = 0; i < std::size(links); ++i) {
+    EXPECT_EQ(records.bank->samples[i].link, links[i]) << i;
+    EXPECT_EQ(records.bank->samples[i].type, types[i]) << i;
+  }
+}
+
 TEST(Sf2Writer, keepsNumbersAndNamesOfPresets) {
   Document document;
   const struct {
@@ -334,12 +397,17 @@ TEST(Sf2Writer, savesAnInstrumentOrAWaveformAsABank) {
   EXPECT_EQ(again.region().waveform, again.collection.waveforms()[0]->id());
 }
 
-TEST(Sf2Writer, writesABankWithoutPresets) {
-  const Records records(Document(2).collection);
-  ASSERT_TRUE(records.bank);
-  EXPECT_TRUE(records.bank->presets.empty());
-  EXPECT_EQ(records.bank->samples.size(), 2u);
-  EXPECT_EQ(ReadBank(records.written.bytes).collection.waveforms().size(), 2u);
+TEST(Sf2Writer, givesEachWaveformAPresetWhereThereAreNoInstruments) {
+  Document document(130);
+  document.collection.add(waveformNamed(u"Empty", {}));
+  const ReadBank again(writeBank(document.collection).bytes);
+  ASSERT_EQ(again.collection.waveforms().size(), 131u);
+  ASSERT_EQ(again.collection.instruments().size(), 130u);
+  const Instrument& last = again.instrument(129);
+  EXPECT_EQ(last.name, u"Wave 129");
+  EXPECT_EQ(last.program, 1);
+  EXPECT_EQ(last.bankMsb, 1);
+  EXPECT_EQ(last.layers()[0]->regions()[0]->waveform, again.collection.waveforms()[129]->id());
 }
 
 TEST(Sf2Writer, takesAsManyParametersAsIndicesReach) {
