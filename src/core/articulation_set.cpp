@@ -26,6 +26,8 @@ std::optional<float> ParameterSet::get(ParameterId row) const {
 }
 
 void ParameterSet::set(ParameterId row, float value) {
+  constexpr std::size_t usualRows = 4;  // a range of keys, one of velocities
+  if (entries_.empty()) entries_.reserve(usualRows);
   if (entries_.empty() || entries_.back().first < row) {
     entries_.emplace_back(row, value);
     return;

@@ -59,6 +59,7 @@ class ValueMaker {
   double get(P row) const { return rows_.get(row); }
   /// Whether this bipolar slot leaves its work to the unipolar one.
   bool isUnipolar(std::size_t bipolar) const {
+    if (unipolar_.none()) return false;
     const auto pairs = slotPairs();
     const auto pair =
         std::find_if(pairs.begin(), pairs.end(), [&](const auto& each) { return each.bipolar == bipolar; });

@@ -29,8 +29,13 @@ bool LayerMaker::canTake(const OpenLayer& layer, const Placed& wanted, std::size
 
 std::size_t LayerMaker::layerFor(const Placed& wanted, const SampleRecord& record) {
   const std::size_t partner = partnerOf(record);
-  if (const auto home = layerOfSample_.find(partner); home != layerOfSample_.end()) {
-    if (canTake(layers_[home->second], wanted, partner)) return home->second;
+  if (partner != none) {
+    const auto home = std::find_if(layers_.rbegin(), layers_.rend(), [&](const OpenLayer& layer) {
+      return std::any_of(layer.placed.begin(), layer.placed.end(),
+                         [&](const Placed& each) { return each.sample == partner; });
+    });
+    if (home != layers_.rend() && canTake(*home, wanted, partner))
+      return static_cast<std::size_t>(layers_.rend() - home) - 1;
   }
   if (!layers_.empty() && canTake(layers_.back(), wanted, none)) return layers_.size() - 1;
   layers_.push_back({&instrument_.add(std::make_unique<Layer>()), {}});
@@ -41,7 +46,6 @@ Region& LayerMaker::add(Range keys, Range velocities, std::size_t sample, const 
   const Placed wanted{keys, velocities, sample};
   const std::size_t place = layerFor(wanted, record);
   layers_[place].placed.push_back(wanted);
-  layerOfSample_[sample] = place;
   Region& region = layers_[place].layer->add(std::make_unique<Region>());
   setRange(region.trigger, ParameterId::triggerLowKey, ParameterId::triggerHighKey, keys);
   setRange(region.trigger, ParameterId::triggerLowVelocity, ParameterId::triggerHighVelocity, velocities);

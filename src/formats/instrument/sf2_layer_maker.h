@@ -2,7 +2,6 @@
 // Puts the regions that one zone of a preset makes into layers.
 
 #include <cstdint>
-#include <unordered_map>
 #include <vector>
 
 #include "core/instrument.h"
@@ -33,7 +32,6 @@ class LayerMaker {
 
   Instrument& instrument_;
   std::vector<OpenLayer> layers_;
-  std::unordered_map<std::size_t, std::size_t> layerOfSample_;
 };
 
 }  // namespace tervo::sf2

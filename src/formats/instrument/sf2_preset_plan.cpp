@@ -1,6 +1,7 @@
 #include "formats/instrument/sf2_preset_plan.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "core/levels.h"
@@ -79,7 +80,8 @@ void placeChannel(ZoneValues& zone, bool isRight, LossTally& losses) {
 
 class PresetPlanner {
  public:
-  PresetPlanner(const SamplePlan& samples, LossTally& losses) : samples_(samples), losses_(losses) {}
+  PresetPlanner(const SamplePlan& samples, ConvertedArticulations& converted, LossTally& losses)
+      : samples_(samples), converted_(converted), losses_(losses) {}
 
   PresetPlan plan(const Instrument& instrument) const {
     const SplitRows rows = split(instrument);
@@ -103,6 +105,7 @@ class PresetPlanner {
   LayerZones zonesOf(const Layer& layer, const ArticulationSet& shared) const;
 
   const SamplePlan& samples_;
+  ConvertedArticulations& converted_;
   LossTally& losses_;
 };
 
@@ -115,8 +118,10 @@ bool PresetPlanner::addRegion(const Region& region, std::vector<ZoneValues>& zon
   if (keys.low > keys.high || velocities.low > velocities.high)
     return losses_.dropped(u"region", u"its range of keys or velocities is empty"), true;
   const ArticulationSet effective = effectiveArticulation(region);
-  ZoneValues zone = zoneValuesOf(effective);
-  noteRegionLosses(region, effective, zone, losses_);
+  const auto& [values, isExact] = converted_.of(effective);
+  if (!isExact) noteArticulationLosses(effective, articulationOf(values), losses_);
+  noteRegionLosses(region, values, losses_);
+  ZoneValues zone = values;
   zone[Gen::keyRange] = rangeAmount(keys.low, keys.high);
   zone[Gen::velocityRange] = rangeAmount(velocities.low, velocities.high);
   const float group = effectiveValue(region, ParameterId::keyExclusionGroup);
@@ -133,10 +138,13 @@ bool PresetPlanner::addRegion(const Region& region, std::vector<ZoneValues>& zon
 }
 
 LayerZones PresetPlanner::zonesOf(const Layer& layer, const ArticulationSet& shared) const {
-  ArticulationSet rows = bankDefaults();
-  overlay(rows, shared);
-  overlay(rows, layer.articulation);
-  LayerZones zones{zoneValuesOf(rows), {}, true};
+  LayerZones zones{instrumentDefaults(), {}, true};
+  if (!shared.empty() || !layer.articulation.empty()) {
+    ArticulationSet rows = bankDefaults();
+    overlay(rows, shared);
+    overlay(rows, layer.articulation);
+    zones.inherited = converted_.of(rows).values;
+  }
   bool isComplete = true;
   for (const auto& region : layer.regions()) isComplete &= addRegion(*region, zones.zones);
   zones.isComplete = isComplete;
@@ -149,12 +157,29 @@ bool fitsAmount(int value) {
   return value >= -32768 && value <= 32767;
 }
 
-PresetPlan planPreset(const Instrument& instrument, const SamplePlan& samples, ConversionReport& report) {
+std::size_t ConvertedArticulations::Hash::operator()(const ArticulationSet& rows) const {
+  uint64_t hash = 0;
+  for (const auto& [row, value] : rows.entries())
+    hash = (hash ^ (uint64_t{std::bit_cast<uint32_t>(value)} << 16 ^ static_cast<uint64_t>(row))) * 0x9E3779B97F4A7C15;
+  return static_cast<std::size_t>(hash ^ hash >> 32);
+}
+
+const ConvertedArticulations::Converted& ConvertedArticulations::of(const ArticulationSet& rows) {
+  const auto [place, isNew] = known_.try_emplace(rows);
+  Converted& converted = place->second;
+  if (!isNew) return converted;
+  converted.values = zoneValuesOf(rows);
+  converted.isExact = articulationOf(converted.values) == rows;
+  return converted;
+}
+
+PresetPlan planPreset(const Instrument& instrument, const SamplePlan& samples, ConvertedArticulations& converted,
+                      ConversionReport& report) {
   LossTally losses;
   if (instrument.synth()) losses.dropped(u"synthesis voice", u"the file has no place for it");
   if (instrument.bankLsb != 0) losses.dropped(u"Minor MIDI bank number", u"the file has no place for it");
   if (instrument.drum && instrument.bankMsb != 0) losses.dropped(u"Major MIDI bank number", u"drums are in bank 128");
-  PresetPlan plan = PresetPlanner(samples, losses).plan(instrument);
+  PresetPlan plan = PresetPlanner(samples, converted, losses).plan(instrument);
   plan.name = recordName(instrument.name, {}, report);
   losses.reportTo(report, instrument.name);
   return plan;

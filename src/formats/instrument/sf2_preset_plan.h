@@ -1,6 +1,7 @@
 #pragma once
 // The values of all zones of a preset that is to be written, before anything is known of the other presets.
 
+#include <unordered_map>
 #include <vector>
 
 #include "core/instrument.h"
@@ -24,8 +25,25 @@ struct PresetPlan {
   std::vector<LayerZones> layers;
 };
 
+/// The values of articulations. Remembers them: presets of large banks play the same regions again and again.
+class ConvertedArticulations {
+ public:
+  struct Converted {
+    ZoneValues values;
+    bool isExact;  ///< whether the values read as the very same rows
+  };
+  const Converted& of(const ArticulationSet& rows);
+
+ private:
+  struct Hash {
+    std::size_t operator()(const ArticulationSet& rows) const;
+  };
+  std::unordered_map<ArticulationSet, Converted, Hash> known_;
+};
+
 /// What a bank cannot say goes into the report.
-PresetPlan planPreset(const Instrument& instrument, const SamplePlan& samples, ConversionReport& report);
+PresetPlan planPreset(const Instrument& instrument, const SamplePlan& samples, ConvertedArticulations& converted,
+                      ConversionReport& report);
 
 bool fitsAmount(int value);
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <optional>
+#include <string_view>
+#include <unordered_map>
 
 #include "core/parameter_table.h"
 #include "formats/instrument/sf1_zone.h"
@@ -34,17 +36,40 @@ std::optional<Range> common(const ZoneValues& a, const ZoneValues& b, Gen genera
   return Range{std::max(one->low, other->low), std::min(one->high, other->high)};
 }
 
+constexpr std::array<int16_t, generatorCount> makeSummedMask() {
+  std::array<int16_t, generatorCount> mask{};
+  for (std::size_t i = 0; i < generatorCount; ++i) mask[i] = isSummed(i) ? -1 : 0;
+  return mask;
+}
+
+int16_t heldSum(int sum, LossTally& losses) {
+  const int held = std::clamp(sum, -32768, 32767);
+  if (sum != held)
+    losses.approximated(u"sum of a preset's and an instrument's amount", numberText(sum), numberText(held));
+  return static_cast<int16_t>(held);
+}
+
+/// Adds amounts. Sums hardly ever leave 16 bits, so that is looked for in all of them at once.
+template <std::size_t Size>
+void addAmounts(std::array<int16_t, Size>& to, const std::array<int16_t, Size>& amounts, LossTally& losses) {
+  std::array<int16_t, Size> sums;
+  int beyond = 0;
+  for (std::size_t i = 0; i < Size; ++i) {
+    const int sum = to[i] + amounts[i];
+    sums[i] = static_cast<int16_t>(sum);
+    beyond |= sum ^ sums[i];
+  }
+  for (std::size_t i = 0; beyond != 0 && i < Size; ++i) sums[i] = heldSum(to[i] + amounts[i], losses);
+  to = sums;
+}
+
 ZoneValues summed(const ZoneValues& instrument, const ZoneValues& preset, LossTally& losses) {
+  static constexpr std::array<int16_t, generatorCount> mask = makeSummedMask();
   ZoneValues values = instrument;
-  const auto add = [&losses](int16_t& to, int16_t amount) {
-    const int sum = to + amount, held = std::clamp(sum, -32768, 32767);
-    if (sum != held)
-      losses.approximated(u"sum of a preset's and an instrument's amount", numberText(sum), numberText(held));
-    to = static_cast<int16_t>(held);
-  };
-  for (std::size_t i = 0; i < generatorCount; ++i)
-    if (isSummed(i)) add(values.generators[i], preset.generators[i]);
-  for (std::size_t i = 0; i < slotCount; ++i) add(values.slots[i], preset.slots[i]);
+  std::array<int16_t, generatorCount> generators;
+  for (std::size_t i = 0; i < generatorCount; ++i) generators[i] = static_cast<int16_t>(preset.generators[i] & mask[i]);
+  addAmounts(values.generators, generators, losses);
+  addAmounts(values.slots, preset.slots, losses);
   return values;
 }
 
@@ -81,6 +106,37 @@ ArticulationSet globalRows(const ZoneRules& rules, const ZoneValues& global) {
     if (usual.get(row) != value) said.set(row, value);
   return said;
 }
+
+/// Regions by the values that their articulation came from: presets of large banks play the same zones again and again.
+/// Those that lost something are not among them, so that each loss is reported.
+class KnownArticulations {
+ public:
+  void set(Region& region, ZoneValues values, LossTally& losses) {
+    for (const Gen generator :
+         {Gen::keyRange, Gen::velocityRange, Gen::sampleId, Gen::instrument, Gen::sampleModes, Gen::startOffset,
+          Gen::endOffset, Gen::loopStartOffset, Gen::loopEndOffset, Gen::rootKey, Gen::exclusiveClass})
+      values[generator] = 0;
+    const auto known = regions_.find(values);
+    if (known != regions_.end()) {
+      region.articulation = known->second->articulation;
+      return;
+    }
+    std::vector<ClippedRow> clipped;
+    region.articulation = articulationOf(values, &clipped);
+    noteLosses(clipped, losses);
+    if (clipped.empty()) regions_.emplace(values, &region);
+  }
+
+ private:
+  struct Hash {
+    std::size_t operator()(const ZoneValues& values) const {
+      const auto bytes = std::as_bytes(std::span(&values, 1));
+      return std::hash<std::string_view>()({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    }
+  };
+  static_assert(std::has_unique_object_representations_v<ZoneValues>);
+  std::unordered_map<ZoneValues, const Region*, Hash> regions_;
+};
 
 class PresetReader {
  public:
@@ -218,9 +274,7 @@ class PresetReader {
     Region& region = layers.add(*keys, *velocities, sample, bank_.samples[sample]);
     region.waveform = waveform->id();
     const ZoneValues values = rules_.combine(zone, preset, bank_.samples[sample], losses);
-    std::vector<ClippedRow> clipped;
-    region.articulation = articulationOf(values, &clipped);
-    noteLosses(clipped, losses);
+    articulations_.set(region, values, losses);
     setPlayback(region, *waveform, values, losses);
     if (const auto group = static_cast<uint16_t>(values[Gen::exclusiveClass]); group != 0)
       region.trigger.set(ParameterId::keyExclusionGroup, group);
@@ -238,6 +292,7 @@ class PresetReader {
   ZoneReader presetZones_, instrumentZones_;
   std::vector<BagSpan> presetBags_, instrumentBags_;
   std::vector<std::optional<std::vector<ZoneValues>>> zonesOf_;
+  KnownArticulations articulations_;
   std::size_t regions_ = 0;
 };
 

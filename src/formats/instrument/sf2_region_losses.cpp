@@ -25,7 +25,29 @@ bool differs(const ParameterRow& row, double a, double b) {
   return std::abs(a - b) > std::max(step, 0.01 * std::abs(a));
 }
 
-void noteArticulation(const ArticulationSet& effective, const ArticulationSet& written, LossTally& losses) {
+template <typename Rows>
+bool isAmong(const Rows& rows, P row) {
+  return std::find(std::begin(rows), std::end(rows), row) != std::end(rows);
+}
+
+bool isHeld(P row) {
+  return isTrigger(row) ? isAmong(heldTriggers, row) : !isWaveformOverride(row) || isAmong(heldOverrides, row);
+}
+
+void noteTrigger(const Region& region, LossTally& losses) {
+  const auto note = [&](P row, float value) {
+    if (!isHeld(row) && value != rowOf(row).defaultValue)
+      losses.dropped(rowOf(row).name, u"the file has no place for it");
+  };
+  for (const auto& [row, value] : region.trigger.entries()) note(row, value);
+  const auto* layer = static_cast<const Layer*>(region.parent());
+  for (const auto& [row, value] : layer->trigger.entries())
+    if (!region.trigger.get(row) && isTrigger(row)) note(row, value);
+}
+
+}  // namespace
+
+void noteArticulationLosses(const ArticulationSet& effective, const ArticulationSet& written, LossTally& losses) {
   if (effective == written) return;
   const auto text = [](P row, double value) { return valueText(row, value, MiddleC::c4); };
   for (const auto& [row, value] : written.entries()) {
@@ -39,26 +61,7 @@ void noteArticulation(const ArticulationSet& effective, const ArticulationSet& w
   }
 }
 
-template <typename Rows>
-bool isAmong(const Rows& rows, P row) {
-  return std::find(std::begin(rows), std::end(rows), row) != std::end(rows);
-}
-
-void noteTrigger(const Region& region, LossTally& losses) {
-  for (int index = indexOf(P::triggerType); index <= indexOf(P::phaseMaster); ++index) {
-    const P row = static_cast<P>(index);
-    const bool isHeld =
-        isTrigger(row) ? isAmong(heldTriggers, row) : !isWaveformOverride(row) || isAmong(heldOverrides, row);
-    if (!isHeld && effectiveValue(region, row) != rowOf(row).defaultValue)
-      losses.dropped(rowOf(row).name, u"the file has no place for it");
-  }
-}
-
-}  // namespace
-
-void noteRegionLosses(const Region& region, const ArticulationSet& effective, const ZoneValues& values,
-                      LossTally& losses) {
-  noteArticulation(effective, articulationOf(values), losses);
+void noteRegionLosses(const Region& region, const ZoneValues& values, LossTally& losses) {
   if (values[Gen::attenuation] < 0)
     losses.approximated(u"gain above 0 dB", u"as it is", u"synthesizers may take it for 0 dB");
   noteTrigger(region, losses);

@@ -7,9 +7,10 @@
 
 namespace tervo::sf2 {
 
-/// Compares the articulation that applies to a region with what `values` will read as, and looks for rows of its
-/// trigger that a bank does not know.
-void noteRegionLosses(const Region& region, const ArticulationSet& effective, const ZoneValues& values,
-                      LossTally& losses);
+/// Compares the articulation that applies to a region with what its zone's values will read as.
+void noteArticulationLosses(const ArticulationSet& effective, const ArticulationSet& written, LossTally& losses);
+
+/// Gains that others may not play, and rows of the trigger that a bank does not know.
+void noteRegionLosses(const Region& region, const ZoneValues& values, LossTally& losses);
 
 }  // namespace tervo::sf2

@@ -1,5 +1,7 @@
 #include "formats/instrument/sf2_rows.h"
 
+#include <bit>
+
 #include "formats/instrument/sf2_articulation.h"
 
 namespace tervo::sf2 {
@@ -127,10 +129,16 @@ constexpr bool isBetween(P row, P first, P last) {
 }  // namespace
 
 ArticulationSet RowValues::toSet() const {
+  std::size_t size = 0;
+  for (const uint64_t bits : isSet_) size += static_cast<std::size_t>(std::popcount(bits));
   std::vector<ArticulationSet::Entry> entries;
-  entries.reserve(isSet_.count());
-  for (std::size_t i = 0; i < count; ++i)
-    if (isSet_[i]) entries.emplace_back(static_cast<P>(i), values_[i]);
+  entries.reserve(size);
+  for (std::size_t word = 0; word < isSet_.size(); ++word) {
+    for (uint64_t bits = isSet_[word]; bits != 0; bits &= bits - 1) {
+      const auto at = 64 * word + static_cast<std::size_t>(std::countr_zero(bits));
+      entries.emplace_back(static_cast<P>(at), values_[at]);
+    }
+  }
   return ArticulationSet(std::move(entries));
 }
 

@@ -2,7 +2,7 @@
 // What both directions of the conversion between zone values and articulation rows share.
 
 #include <array>
-#include <bitset>
+#include <cstdint>
 #include <span>
 
 #include "core/articulation_set.h"
@@ -70,8 +70,9 @@ class RowValues {
  public:
   double get(ParameterId row) const { return values_[place(row)]; }
   void set(ParameterId row, float value) {
-    values_[place(row)] = value;
-    isSet_.set(place(row));
+    const std::size_t at = place(row);
+    values_[at] = value;
+    isSet_[at / 64] |= uint64_t{1} << at % 64;
   }
   void set(const ArticulationSet& rows) {
     for (const auto& [row, value] : rows.entries())
@@ -87,7 +88,7 @@ class RowValues {
 
   static constexpr std::size_t count = indexOf(ParameterId::separator188) + 1;
   std::array<float, count> values_{};
-  std::bitset<count> isSet_;
+  std::array<uint64_t, count / 64 + 1> isSet_{};  ///< a bit for each
 };
 
 /// Which of the document's envelopes and LFOs stand for the two of a bank that have several uses: the one that is used.

@@ -12,6 +12,7 @@ namespace {
 
 using P = ParameterId;
 
+constexpr Modulator vibratoLfos[] = {Modulator::pitch}, volumeEnvelopes[] = {Modulator::volume};
 constexpr Modulator modLfos[] = {Modulator::volume, Modulator::filter, Modulator::extra};
 constexpr Modulator modEnvelopes[] = {Modulator::pitch, Modulator::filter};
 
@@ -108,13 +109,16 @@ class RowMaker {
     set(P::masterVolume, volume_);
   }
 
-  void makeLfo(Modulator lfo, Gen rate, Gen delay) {
-    set(inLfo(lfo, P::pLfoFrequency), hertzOf(generator(rate)));
-    set(inLfo(lfo, P::pLfoDelay), secondsOf(generator(delay)));
+  void makeLfo(std::span<const Modulator> lfos, Gen rate, Gen delay) {
+    const double hertz = hertzOf(generator(rate)), seconds = secondsOf(generator(delay));
+    for (const Modulator lfo : lfos) {
+      set(inLfo(lfo, P::pLfoFrequency), hertz);
+      set(inLfo(lfo, P::pLfoDelay), seconds);
+    }
   }
   void makeLfos() {
-    makeLfo(Modulator::pitch, Gen::vibLfoRate, Gen::vibLfoDelay);
-    for (const Modulator lfo : modLfos) makeLfo(lfo, Gen::modLfoRate, Gen::modLfoDelay);
+    makeLfo(vibratoLfos, Gen::vibLfoRate, Gen::vibLfoDelay);
+    makeLfo(modLfos, Gen::modLfoRate, Gen::modLfoDelay);
   }
 
   double velocityFactor(const EnvelopeLayout& envelope, const StageLayout& stage) const {
@@ -123,30 +127,39 @@ class RowMaker {
     return factorOf(slotAt(envelope.velocity + stage.velocitySlot), velocitySteps);
   }
 
-  void makeStage(Modulator target, const EnvelopeLayout& envelope, const StageLayout& stage) {
-    const auto setIn = [&](P row, double value) { return set(inEnvelope(target, row), value); };
-    double seconds = secondsOf(generator(envelope.*stage.time));
-    double keyFactor = 1;
-    if (stage.keyGenerator) {
-      keyFactor = setIn(stage.keyRow, factorOf(generator(envelope.*stage.keyGenerator), keyGeneratorSteps));
-    } else {
-      const auto place = static_cast<std::size_t>(stage.keySlot);
-      const int bipolar = slotAt(envelope.keyBipolar + place), unipolar = slotAt(envelope.key + place);
-      keyFactor = setIn(stage.keyRow, bipolar != 0 ? factorOf(bipolar, keyBipolarSteps) : factorOf(unipolar, keySteps));
-      if (bipolar == 0) seconds *= std::pow(keyFactor, keyBasePower);
-    }
-    setIn(stage.timeRow, seconds);
-    setIn(stage.velocityRow, velocityFactor(envelope, stage));
+  /// Of how much longer a stage is an octave higher, and what a unipolar modulator does to its time.
+  struct KeyFactors {
+    double perOctave, inTime;
+  };
+  KeyFactors keyFactors(const EnvelopeLayout& envelope, const StageLayout& stage) const {
+    if (stage.keyGenerator) return {factorOf(generator(envelope.*stage.keyGenerator), keyGeneratorSteps), 1};
+    const auto place = static_cast<std::size_t>(stage.keySlot);
+    const int bipolar = slotAt(envelope.keyBipolar + place), unipolar = slotAt(envelope.key + place);
+    if (bipolar != 0) return {factorOf(bipolar, keyBipolarSteps), 1};
+    if (unipolar == 0) return {1, 1};
+    const ParameterRow& limits = rowOf(stage.keyRow);
+    const double factor = std::clamp(factorOf(unipolar, keySteps), double{limits.minimum}, double{limits.maximum});
+    return {factorOf(unipolar, keySteps), std::pow(factor, keyBasePower)};
   }
 
-  void makeEnvelope(Modulator target, const EnvelopeLayout& envelope, double sustain) {
-    for (const StageLayout& stage : stageLayouts()) makeStage(target, envelope, stage);
-    set(inEnvelope(target, P::vEnvSustain), std::clamp(sustain, 0.0, 1.0));
+  void makeStage(std::span<const Modulator> targets, const EnvelopeLayout& envelope, const StageLayout& stage) {
+    const KeyFactors byKey = keyFactors(envelope, stage);
+    const double seconds = secondsOf(generator(envelope.*stage.time)) * byKey.inTime;
+    const double byVelocity = velocityFactor(envelope, stage);
+    for (const Modulator target : targets) {
+      set(inEnvelope(target, stage.keyRow), byKey.perOctave);
+      set(inEnvelope(target, stage.timeRow), seconds);
+      set(inEnvelope(target, stage.velocityRow), byVelocity);
+    }
+  }
+
+  void makeEnvelope(std::span<const Modulator> targets, const EnvelopeLayout& envelope, double sustain) {
+    for (const StageLayout& stage : stageLayouts()) makeStage(targets, envelope, stage);
+    for (const Modulator target : targets) set(inEnvelope(target, P::vEnvSustain), std::clamp(sustain, 0.0, 1.0));
   }
   void makeEnvelopes() {
-    makeEnvelope(Modulator::volume, volumeLayout, 1 - generator(Gen::volEnvSustain) / 960.0);
-    for (const Modulator target : modEnvelopes)
-      makeEnvelope(target, modLayout, 1 - generator(Gen::modEnvSustain) * 0.001);
+    makeEnvelope(volumeEnvelopes, volumeLayout, 1 - generator(Gen::volEnvSustain) / 960.0);
+    makeEnvelope(modEnvelopes, modLayout, 1 - generator(Gen::modEnvSustain) * 0.001);
   }
 
   const ZoneValues& values_;

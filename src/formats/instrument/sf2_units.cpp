@@ -42,6 +42,7 @@ int timecentsOf(double seconds) {
 }
 
 double factorOf(double steps, double stepsPerOctave) {
+  if (steps == 0) return 1;  // nearly always
   return std::exp2(steps / stepsPerOctave);
 }
 

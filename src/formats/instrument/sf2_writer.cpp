@@ -220,9 +220,10 @@ bool writeSf2(const Item& item, TargetFile& file, uint32_t variant) {
   sf2::SamplePlan plan(isCompressed ? sf2::SampleStorage::streams : sf2::SampleStorage::words);
   if (!plan.add(content->waveforms, file)) return false;
   plan.linkPairs(content->instruments);
+  sf2::ConvertedArticulations converted;
   std::vector<sf2::PresetPlan> presets;
   for (const Instrument* instrument : content->instruments)
-    presets.push_back(sf2::planPreset(*instrument, plan, file.report));
+    presets.push_back(sf2::planPreset(*instrument, plan, converted, file.report));
   sf2::BankTables tables;
   if (!layOut(tables, presets)) return false;
   warnOf(tables.incomplete(), file);

@@ -70,16 +70,6 @@ ZoneValues makePresetDefaults() {
   return values;
 }
 
-constexpr std::array<bool, generatorCount> makeSummed() {
-  constexpr std::size_t others[] = {0,  1,  2,  3,  4,  12, 14, 18, 19, 20, 41, 42, 43,
-                                    44, 45, 46, 47, 49, 50, 53, 54, 55, 57, 58, 59};
-  std::array<bool, generatorCount> summed{};
-  summed.fill(true);
-  for (const std::size_t other : others) summed[other] = false;
-  return summed;
-}
-constexpr std::array<bool, generatorCount> summedGenerators = makeSummed();
-
 constexpr bool isBipolar(const SlotPattern& pattern) {
   return (pattern.source & bipolar) != 0;
 }
@@ -104,10 +94,6 @@ const ZoneValues& instrumentDefaults() {
 const ZoneValues& presetDefaults() {
   static const ZoneValues values = makePresetDefaults();
   return values;
-}
-
-bool isSummed(std::size_t generator) {
-  return summedGenerators[generator];
 }
 
 const SlotPattern& patternOf(std::size_t slot) {

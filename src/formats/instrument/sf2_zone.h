@@ -43,8 +43,19 @@ constexpr int16_t rangeAmount(int low, int high) {
   return static_cast<int16_t>(static_cast<uint16_t>(low | high << 8));
 }
 
+constexpr std::array<bool, generatorCount> makeSummedGenerators() {
+  constexpr std::size_t others[] = {0,  1,  2,  3,  4,  12, 14, 18, 19, 20, 41, 42, 43,
+                                    44, 45, 46, 47, 49, 50, 53, 54, 55, 57, 58, 59};
+  std::array<bool, generatorCount> summed{};
+  summed.fill(true);
+  for (const std::size_t other : others) summed[other] = false;
+  return summed;
+}
+inline constexpr std::array<bool, generatorCount> summedGenerators = makeSummedGenerators();
 /// Generators whose amounts are added between preset and instrument; the others belong to one of them.
-bool isSummed(std::size_t generator);
+constexpr bool isSummed(std::size_t generator) {
+  return summedGenerators[generator];
+}
 
 /// The pattern of a modulator slot.
 struct SlotPattern {
