@@ -5,6 +5,7 @@
 #include <benchmark/benchmark.h>
 #include <malloc.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -68,21 +69,20 @@ void open(benchmark::State& state) {
 }
 BENCHMARK(open)->Unit(benchmark::kMillisecond);
 
-/// Runs both in turns and tells their ratio.
+/// Runs both in turns and tells the ratio of the best times: other work on the machine only makes times longer.
 template <typename Ours, typename Other>
 void against(benchmark::State& state, Ours ours, Other other) {
-  double our = 0, their = 0;
+  double our = 1e9, their = 1e9;
   for (auto _ : state) {
     const double start = processorSeconds();
     if (!ours()) return state.SkipWithError("failed");
     const double between = processorSeconds();
     if (!other()) return state.SkipWithError("the other one failed");
-    our += between - start;
-    their += processorSeconds() - between;
+    our = std::min(our, between - start);
+    their = std::min(their, processorSeconds() - between);
   }
-  const auto rounds = static_cast<double>(state.iterations());
-  state.counters["seconds"] = our / rounds;
-  state.counters["other_seconds"] = their / rounds;
+  state.counters["seconds"] = our;
+  state.counters["other_seconds"] = their;
   state.counters["ratio"] = our / their;
 }
 
@@ -141,7 +141,7 @@ void writeBack(benchmark::State& state) {
       state, [&] { return bank.ok && write(bank); }, copyFile);
   std::remove(toUtf8(copyPath).c_str());
 }
-BENCHMARK(writeBack)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(writeBack)->Unit(benchmark::kMillisecond)->Iterations(12);
 
 /// FluidSynth's own loading of the bank, samples included. Its library does not bear to be loaded twice.
 class FluidLoader {
@@ -171,7 +171,7 @@ void openBesideFluidSynth(benchmark::State& state) {
   against(
       state, [] { return OpenBank().ok; }, [&] { return fluid.load(); });
 }
-BENCHMARK(openBesideFluidSynth)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(openBesideFluidSynth)->Unit(benchmark::kMillisecond)->Iterations(12);
 
 void openResidentBesideFluidSynth(benchmark::State& state) {
   static const FluidLoader fluid;

@@ -18,6 +18,9 @@ struct ClippedRow {
 /// All rows that a bank can say. Rows that are clipped to their range are appended to `clipped`.
 ArticulationSet articulationOf(const ZoneValues& values, std::vector<ClippedRow>* clipped = nullptr);
 
+/// Whether the values read as just these rows.
+bool readsAs(const ZoneValues& values, const ArticulationSet& rows);
+
 /// The values that say the rows; absent rows have their defaults. Generators that are no articulation are those of
 /// instrumentDefaults().
 ZoneValues zoneValuesOf(const ArticulationSet& rows);

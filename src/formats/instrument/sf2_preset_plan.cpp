@@ -59,15 +59,26 @@ ZoneValues presetValues(const ArticulationSet& overridden) {
   return preset;
 }
 
+bool isWithin16Bits(const ZoneValues& zone, const ZoneValues& preset) {
+  int beyond = 0;
+  const auto look = [&beyond](int difference) { beyond |= difference ^ static_cast<int16_t>(difference); };
+  for (std::size_t i = 0; i < generatorCount; ++i) look(zone.generators[i] - (preset.generators[i] & summedMask[i]));
+  for (std::size_t i = 0; i < slotCount; ++i) look(zone.slots[i] - preset.slots[i]);
+  return beyond == 0;
+}
+
 /// A global zone may only take what every zone below it can make up for.
 void dropWhatDoesNotFit(ZoneValues& preset, const ZoneValues& zone) {
+  if (isWithin16Bits(zone, preset)) return;
   forEachSummed(preset, zone, [](int16_t& added, int16_t total) {
     if (!fitsAmount(total - added)) added = 0;
   });
 }
 
 void subtract(ZoneValues& zone, const ZoneValues& preset) {
-  forEachSummed(zone, preset, [](int16_t& value, int16_t added) { value = static_cast<int16_t>(value - added); });
+  for (std::size_t i = 0; i < generatorCount; ++i)
+    zone.generators[i] = static_cast<int16_t>(zone.generators[i] - (preset.generators[i] & summedMask[i]));
+  for (std::size_t i = 0; i < slotCount; ++i) zone.slots[i] = static_cast<int16_t>(zone.slots[i] - preset.slots[i]);
 }
 
 /// Both channels of a stereo waveform stand at their sides; a region that is not in the middle moves one of them.
@@ -145,6 +156,7 @@ LayerZones PresetPlanner::zonesOf(const Layer& layer, const ArticulationSet& sha
     overlay(rows, layer.articulation);
     zones.inherited = converted_.of(rows).values;
   }
+  zones.zones.reserve(layer.regions().size());
   bool isComplete = true;
   for (const auto& region : layer.regions()) isComplete &= addRegion(*region, zones.zones);
   zones.isComplete = isComplete;
@@ -153,14 +165,9 @@ LayerZones PresetPlanner::zonesOf(const Layer& layer, const ArticulationSet& sha
 
 }  // namespace
 
-bool fitsAmount(int value) {
-  return value >= -32768 && value <= 32767;
-}
-
 std::size_t ConvertedArticulations::Hash::operator()(const ArticulationSet& rows) const {
   uint64_t hash = 0;
-  for (const auto& [row, value] : rows.entries())
-    hash = (hash ^ (uint64_t{std::bit_cast<uint32_t>(value)} << 16 ^ static_cast<uint64_t>(row))) * 0x9E3779B97F4A7C15;
+  for (const auto& [row, value] : rows.entries()) hash = (hash ^ std::bit_cast<uint32_t>(value)) * 0x9E3779B97F4A7C15;
   return static_cast<std::size_t>(hash ^ hash >> 32);
 }
 
@@ -169,7 +176,7 @@ const ConvertedArticulations::Converted& ConvertedArticulations::of(const Articu
   Converted& converted = place->second;
   if (!isNew) return converted;
   converted.values = zoneValuesOf(rows);
-  converted.isExact = articulationOf(converted.values) == rows;
+  converted.isExact = readsAs(converted.values, rows);
   return converted;
 }
 

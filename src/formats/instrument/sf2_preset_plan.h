@@ -45,7 +45,9 @@ class ConvertedArticulations {
 PresetPlan planPreset(const Instrument& instrument, const SamplePlan& samples, ConvertedArticulations& converted,
                       ConversionReport& report);
 
-bool fitsAmount(int value);
+constexpr bool fitsAmount(int value) {
+  return value >= -32768 && value <= 32767;
+}
 
 /// Calls `use` with every amount of both that is added between presets and instruments.
 template <typename Values, typename OtherValues, typename Use>

@@ -36,12 +36,6 @@ std::optional<Range> common(const ZoneValues& a, const ZoneValues& b, Gen genera
   return Range{std::max(one->low, other->low), std::min(one->high, other->high)};
 }
 
-constexpr std::array<int16_t, generatorCount> makeSummedMask() {
-  std::array<int16_t, generatorCount> mask{};
-  for (std::size_t i = 0; i < generatorCount; ++i) mask[i] = isSummed(i) ? -1 : 0;
-  return mask;
-}
-
 int16_t heldSum(int sum, LossTally& losses) {
   const int held = std::clamp(sum, -32768, 32767);
   if (sum != held)
@@ -64,10 +58,10 @@ void addAmounts(std::array<int16_t, Size>& to, const std::array<int16_t, Size>& 
 }
 
 ZoneValues summed(const ZoneValues& instrument, const ZoneValues& preset, LossTally& losses) {
-  static constexpr std::array<int16_t, generatorCount> mask = makeSummedMask();
   ZoneValues values = instrument;
   std::array<int16_t, generatorCount> generators;
-  for (std::size_t i = 0; i < generatorCount; ++i) generators[i] = static_cast<int16_t>(preset.generators[i] & mask[i]);
+  for (std::size_t i = 0; i < generatorCount; ++i)
+    generators[i] = static_cast<int16_t>(preset.generators[i] & summedMask[i]);
   addAmounts(values.generators, generators, losses);
   addAmounts(values.slots, preset.slots, losses);
   return values;

@@ -1,5 +1,6 @@
 #include "formats/instrument/sf2_rows.h"
 
+#include <algorithm>
 #include <bit>
 
 #include "formats/instrument/sf2_articulation.h"
@@ -128,11 +129,23 @@ constexpr bool isBetween(P row, P first, P last) {
 
 }  // namespace
 
-ArticulationSet RowValues::toSet() const {
+std::size_t RowValues::size() const {
   std::size_t size = 0;
   for (const uint64_t bits : isSet_) size += static_cast<std::size_t>(std::popcount(bits));
+  return size;
+}
+
+bool RowValues::isJust(const ArticulationSet& rows) const {
+  const auto isHere = [this](const ArticulationSet::Entry& entry) {
+    const std::size_t at = place(entry.first);
+    return at < count && (isSet_[at / 64] >> at % 64 & 1) != 0 && values_[at] == entry.second;
+  };
+  return rows.entries().size() == size() && std::all_of(rows.entries().begin(), rows.entries().end(), isHere);
+}
+
+ArticulationSet RowValues::toSet() const {
   std::vector<ArticulationSet::Entry> entries;
-  entries.reserve(size);
+  entries.reserve(size());
   for (std::size_t word = 0; word < isSet_.size(); ++word) {
     for (uint64_t bits = isSet_[word]; bits != 0; bits &= bits - 1) {
       const auto at = 64 * word + static_cast<std::size_t>(std::countr_zero(bits));

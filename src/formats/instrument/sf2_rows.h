@@ -80,10 +80,12 @@ class RowValues {
   }
   /// The rows that were set.
   ArticulationSet toSet() const;
+  bool isJust(const ArticulationSet& rows) const;
   /// Every row at its default, none of them set.
   static const RowValues& defaults();
 
  private:
+  std::size_t size() const;
   static std::size_t place(ParameterId row) { return static_cast<std::size_t>(indexOf(row)); }
 
   static constexpr std::size_t count = indexOf(ParameterId::separator188) + 1;

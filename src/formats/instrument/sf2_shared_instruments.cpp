@@ -15,10 +15,6 @@ auto& amountAt(Values& values, std::size_t i) {
   return i < generatorCount ? values.generators[i] : values.slots[i - generatorCount];
 }
 
-bool isSummedAt(std::size_t i) {
-  return i >= generatorCount || isSummed(i);
-}
-
 constexpr bool isGen(std::size_t i, Gen generator) {
   return i == static_cast<std::size_t>(generator);
 }
@@ -51,6 +47,19 @@ int16_t bestAmount(std::vector<int16_t>& column, int16_t wished, int16_t usual) 
   return best;
 }
 
+/// Not zero for the amounts in which zones differ.
+ZoneValues differencesIn(const std::vector<ZoneValues>& zones) {
+  ZoneValues differences;
+  const auto collect = [](auto& found, const auto& one, const auto& other) {
+    for (std::size_t i = 0; i < found.size(); ++i) found[i] = static_cast<int16_t>(found[i] | (one[i] ^ other[i]));
+  };
+  for (const ZoneValues& zone : zones) {
+    collect(differences.generators, zone.generators, zones.front().generators);
+    collect(differences.slots, zone.slots, zones.front().slots);
+  }
+  return differences;
+}
+
 struct Box {
   int lowKey = 127, highKey = 0, lowVelocity = 127, highVelocity = 0;
 };
@@ -78,6 +87,15 @@ std::optional<int16_t> cut(int16_t range, int lowest, int highest) {
   return first <= last ? std::optional(rangeAmount(first, last)) : std::nullopt;
 }
 
+/// All bits set but for ranges, which are compared when they have been cut.
+constexpr std::array<int16_t, generatorCount> makeNotRange() {
+  std::array<int16_t, generatorCount> mask{};
+  mask.fill(-1);
+  mask[static_cast<std::size_t>(Gen::keyRange)] = mask[static_cast<std::size_t>(Gen::velocityRange)] = 0;
+  return mask;
+}
+constexpr std::array<int16_t, generatorCount> notRange = makeNotRange();
+
 /// Compares the zones of an instrument, within a box, with wanted ones one after another.
 class Comparison {
  public:
@@ -97,6 +115,8 @@ class Comparison {
   bool isComplete() const { return taken_ == wanted_.size(); }
   ZoneValues added() const {
     ZoneValues values = added_;
+    for (const Gen own : {Gen::keyRange, Gen::velocityRange, Gen::sampleId, Gen::instrument})
+      values[own] = presetDefaults()[own];
     if (isCut_) {
       values[Gen::keyRange] = rangeAmount(box_.lowKey, box_.highKey);
       values[Gen::velocityRange] = rangeAmount(box_.lowVelocity, box_.highVelocity);
@@ -107,37 +127,43 @@ class Comparison {
  private:
   /// The first zone says by how much the amounts may differ, the others differ by the same.
   bool agrees(const ZoneValues& zone, const ZoneValues& other) {
-    for (std::size_t i = 0; i < amountCount; ++i) {
-      const int difference = amountAt(other, i) - amountAt(zone, i);
-      if (!isSummedAt(i)) {
-        if (difference != 0 && !isGen(i, Gen::keyRange) && !isGen(i, Gen::velocityRange)) return false;
-        continue;
-      }
-      if (difference < std::numeric_limits<int16_t>::min() || difference > std::numeric_limits<int16_t>::max())
-        return false;
-      if (taken_ == 1) amountAt(added_, i) = static_cast<int16_t>(difference);
-      if (amountAt(added_, i) != difference) return false;
+    if (taken_ == 1) {
+      for (std::size_t i = 0; i < generatorCount; ++i)
+        added_.generators[i] = static_cast<int16_t>((other.generators[i] - zone.generators[i]) & summedMask[i]);
+      for (std::size_t i = 0; i < slotCount; ++i)
+        added_.slots[i] = static_cast<int16_t>(other.slots[i] - zone.slots[i]);
     }
-    return true;
+    int apart = 0;
+    for (std::size_t i = 0; i < generatorCount; ++i)
+      apart |= ((other.generators[i] - zone.generators[i]) ^ added_.generators[i]) & notRange[i];
+    for (std::size_t i = 0; i < slotCount; ++i) apart |= (other.slots[i] - zone.slots[i]) ^ added_.slots[i];
+    return apart == 0;
   }
 
   const std::vector<ZoneValues>& wanted_;
   const Box& box_;
   std::size_t taken_ = 0;
   bool isCut_ = false;
-  ZoneValues added_ = presetDefaults();
+  ZoneValues added_;
 };
 
 }  // namespace
 
 ZoneValues globalValues(const std::vector<ZoneValues>& zones, const ZoneValues& wished) {
   ZoneValues global = instrumentDefaults();
+  if (zones.empty()) return global;
+  const ZoneValues differences = differencesIn(zones);
   std::vector<int16_t> column(zones.size());
-  for (std::size_t i = 0; i < amountCount && !zones.empty(); ++i) {
+  for (std::size_t i = 0; i < amountCount; ++i) {
     if (isOwn(i)) continue;
-    std::transform(zones.begin(), zones.end(), column.begin(),
-                   [i](const ZoneValues& zone) { return amountAt(zone, i); });
-    amountAt(global, i) = bestAmount(column, amountAt(wished, i), amountAt(instrumentDefaults(), i));
+    const int16_t first = amountAt(zones.front(), i), wish = amountAt(wished, i);
+    int16_t& amount = amountAt(global, i);
+    // The usual case, and what the general one finds there.
+    const bool isShared = amountAt(differences, i) == 0 && (first == wish || first == amount);
+    if (!isShared)
+      std::transform(zones.begin(), zones.end(), column.begin(),
+                     [i](const ZoneValues& zone) { return amountAt(zone, i); });
+    amount = isShared ? first : bestAmount(column, wish, amount);
   }
   return global;
 }

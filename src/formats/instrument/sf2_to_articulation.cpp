@@ -35,14 +35,14 @@ class RowMaker {
  public:
   RowMaker(const ZoneValues& values, std::vector<ClippedRow>* clipped) : values_(values), clipped_(clipped) {}
 
-  ArticulationSet make() {
+  const RowValues& make() {
     for (const LinearRow& linear : linearRows()) set(linear.row, amountOf(linear) * linear.factor);
     makePitch();
     makeVolume();
     makeFilter();
     makeLfos();
     makeEnvelopes();
-    return rows_.toSet();
+    return rows_;
   }
 
  private:
@@ -171,7 +171,11 @@ class RowMaker {
 }  // namespace
 
 ArticulationSet articulationOf(const ZoneValues& values, std::vector<ClippedRow>* clipped) {
-  return RowMaker(values, clipped).make();
+  return RowMaker(values, clipped).make().toSet();
+}
+
+bool readsAs(const ZoneValues& values, const ArticulationSet& rows) {
+  return RowMaker(values, nullptr).make().isJust(rows);
 }
 
 }  // namespace tervo::sf2

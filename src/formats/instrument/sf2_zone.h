@@ -43,18 +43,18 @@ constexpr int16_t rangeAmount(int low, int high) {
   return static_cast<int16_t>(static_cast<uint16_t>(low | high << 8));
 }
 
-constexpr std::array<bool, generatorCount> makeSummedGenerators() {
+constexpr std::array<int16_t, generatorCount> makeSummedMask() {
   constexpr std::size_t others[] = {0,  1,  2,  3,  4,  12, 14, 18, 19, 20, 41, 42, 43,
                                     44, 45, 46, 47, 49, 50, 53, 54, 55, 57, 58, 59};
-  std::array<bool, generatorCount> summed{};
-  summed.fill(true);
-  for (const std::size_t other : others) summed[other] = false;
-  return summed;
+  std::array<int16_t, generatorCount> mask{};
+  mask.fill(-1);
+  for (const std::size_t other : others) mask[other] = 0;
+  return mask;
 }
-inline constexpr std::array<bool, generatorCount> summedGenerators = makeSummedGenerators();
-/// Generators whose amounts are added between preset and instrument; the others belong to one of them.
+/// All bits set for generators whose amounts are added between preset and instrument; the others belong to one of them.
+inline constexpr std::array<int16_t, generatorCount> summedMask = makeSummedMask();
 constexpr bool isSummed(std::size_t generator) {
-  return summedGenerators[generator];
+  return summedMask[generator] != 0;
 }
 
 /// The pattern of a modulator slot.
