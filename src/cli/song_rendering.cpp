@@ -5,6 +5,7 @@
 
 #include "audio/render/instrument_supply.h"
 #include "base/last_error.h"
+#include "formats/damage_report.h"
 #include "formats/open_flow.h"
 #include "platform/path.h"
 
@@ -59,7 +60,10 @@ bool SongRendering::hasNamedBanks() {
 
 std::unique_ptr<Waveform> SongRendering::render(const Song& song) {
   if (!hasNamedBanks()) return nullptr;
-  return audio::renderSong(song, {document_, [this] { return bank(); }, run_.host, renderOptions(run_)});
+  auto sound = audio::renderSong(song, {document_, [this] { return bank(); }, run_.host, renderOptions(run_)});
+  reportDamage(document_, run_.report);
+  if (bank_) reportDamage(*bank_, run_.report);
+  return sound;
 }
 
 bool SongRendering::supply(audio::Engine& engine, const audio::SongEvents& events) {

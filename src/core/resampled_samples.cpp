@@ -71,6 +71,7 @@ class ResampledSamples final : public SampleData {
     // A frame out depends on many frames before it, so reading from the middle starts at the front.
     return skipFrames(*stream, firstFrame, channels()) ? std::move(stream) : nullptr;
   }
+  bool isDamaged() const override { return source_->isDamaged(); }
 
  private:
   SampleRef source_;

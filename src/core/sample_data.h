@@ -49,6 +49,8 @@ class SampleData {
   virtual std::span<const float> resident() const { return {}; }
   /// The stored bytes, when these frames are exactly what the source holds; else null.
   virtual const StoredSamples* stored() const { return nullptr; }
+  /// Whether frames turned out to be damaged or missing while somebody read them, and were silent. Any thread.
+  virtual bool isDamaged() const { return false; }
 
  protected:
   SampleData(int channels, int64_t frames) : channels_(channels), frames_(frames) {}

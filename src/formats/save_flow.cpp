@@ -3,6 +3,7 @@
 #include "base/last_error.h"
 #include "base/memory_guard.h"
 #include "core/collection.h"
+#include "formats/damage_report.h"
 #include "formats/prepared_waveform.h"
 #include "platform/file.h"
 #include "platform/path.h"
@@ -94,7 +95,9 @@ bool save(const FormatDescriptor& row, const Item& item, TextView path, const Sa
   const auto waveform = asWaveform ? waveformToWrite(row, item, context) : nullptr;
   if (asWaveform && !waveform) return false;
   if (context.history) context.history->startSaving(kind);
-  if (!writeFile(row, asWaveform ? *waveform : item, path, context)) return false;
+  const Item& written = asWaveform ? *waveform : item;
+  if (!writeFile(row, written, path, context)) return false;
+  reportDamage(written, context.report);
   if (context.history && kind == ItemKind::collection) context.history->markSaved();
   return true;
 }

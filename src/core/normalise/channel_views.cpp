@@ -40,6 +40,7 @@ class OneChannel final : public SampleData {
     if (!source) return nullptr;
     return std::make_unique<OneChannelStream>(std::move(source), channel_);
   }
+  bool isDamaged() const override { return stereo_->isDamaged(); }
   const SampleRef& stereo() const { return stereo_; }
   int channel() const { return channel_; }
 
@@ -92,6 +93,7 @@ class TwoChannels final : public SampleData {
     if (!left || !right) return nullptr;
     return std::make_unique<TwoChannelStream>(std::move(left), std::move(right), frames() - first);
   }
+  bool isDamaged() const override { return left_->isDamaged() || right_->isDamaged(); }
   const SampleRef& side(int channel) const { return channel == 0 ? left_ : right_; }
 
  private:

@@ -1,6 +1,7 @@
 #include "formats/codec/compressed_stream.h"
 
 #include <algorithm>
+#include <atomic>
 #include <new>
 
 #include "base/last_error.h"
@@ -21,31 +22,61 @@ const CompressedCoding* codingNamed(TextView name) {
   return nullptr;
 }
 
-/// Ends where the headers say, however much the decoder gives.
-class PaddedStream final : public SampleStream {
+using Flag = std::shared_ptr<std::atomic<bool>>;
+
+/// Puts what a decoder gives where it belongs, with silence between, and ends where the headers say.
+class PlacedStream final : public SampleStream {
  public:
-  PaddedStream(std::unique_ptr<SampleStream> decoder, int channels, int64_t frames)
-      : decoder_(std::move(decoder)), channels_(static_cast<std::size_t>(channels)), left_(frames) {}
+  PlacedStream(std::unique_ptr<StreamDecoder> decoder, int channels, int64_t first, int64_t end, Flag isDamaged)
+      : decoder_(std::move(decoder)),
+        channels_(static_cast<std::size_t>(channels)),
+        at_(first),
+        end_(end),
+        isDamaged_(std::move(isDamaged)) {}
 
   std::optional<std::size_t> read(std::span<float> out) override {
     const auto wanted =
-        static_cast<std::size_t>(std::min(static_cast<uint64_t>(out.size() / channels_), static_cast<uint64_t>(left_)));
-    out = out.first(wanted * channels_);
-    while (!out.empty() && decoder_) {
-      const auto frames = decoder_->read(out);
-      if (!frames) return std::nullopt;
-      if (*frames == 0) decoder_.reset();
-      out = out.subspan(*frames * channels_);
+        static_cast<std::size_t>(std::min<uint64_t>(out.size() / channels_, static_cast<uint64_t>(end_ - at_)));
+    for (std::size_t done = 0; done < wanted;) {
+      if (decoded_.empty() && decoder_ && !decodeMore()) return std::nullopt;
+      done += fill(out.subspan(done * channels_, (wanted - done) * channels_));
     }
-    std::fill(out.begin(), out.end(), 0.0f);
-    left_ -= static_cast<int64_t>(wanted);
     return wanted;
   }
 
  private:
-  std::unique_ptr<SampleStream> decoder_;
+  bool decodeMore() {
+    const auto block = decoder_->next();
+    if (!block) return false;
+    decoded_ = block->samples;
+    decodedAt_ = block->firstFrame;
+    if (decoder_->sawDamage() || decoded_.empty() || decodedAt_ > at_) *isDamaged_ = true;
+    if (decoded_.empty()) decoder_.reset();
+    return true;
+  }
+
+  /// From one source; the number of frames.
+  std::size_t fill(std::span<float> out) {
+    const bool isSilent = decoded_.empty() || decodedAt_ > at_;
+    const uint64_t silent = decoded_.empty() ? out.size() : static_cast<uint64_t>(decodedAt_ - at_);
+    const std::size_t frames = static_cast<std::size_t>(
+        std::min<uint64_t>(out.size() / channels_, isSilent ? silent : decoded_.size() / channels_));
+    if (isSilent) {
+      std::fill_n(out.begin(), frames * channels_, 0.0f);
+    } else {
+      std::copy_n(decoded_.begin(), frames * channels_, out.begin());
+      decoded_ = decoded_.subspan(frames * channels_);
+    }
+    at_ += static_cast<int64_t>(frames);
+    return frames;
+  }
+
+  std::unique_ptr<StreamDecoder> decoder_;
   std::size_t channels_;
-  int64_t left_;
+  int64_t at_, end_;
+  Flag isDamaged_;
+  std::span<const float> decoded_;
+  int64_t decodedAt_ = 0;
 };
 
 class CompressedSamples final : public SampleData {
@@ -57,16 +88,18 @@ class CompressedSamples final : public SampleData {
     const int64_t first = std::clamp<int64_t>(firstFrame, 0, frames());
     auto decoder = first < frames() ? openDecoder_(stored_, channels(), first) : nullptr;
     if (!decoder && first < frames()) return nullptr;
-    return std::make_unique<PaddedStream>(std::move(decoder), channels(), frames() - first);
+    return std::make_unique<PlacedStream>(std::move(decoder), channels(), first, frames(), isDamaged_);
   } catch (const std::bad_alloc&) {
     return fail(u"Out of memory");
   }
 
+  bool isDamaged() const override { return *isDamaged_; }
   const StoredSamples* stored() const override { return &stored_; }
 
  private:
   StoredSamples stored_;
   OpenDecoder openDecoder_;
+  Flag isDamaged_ = std::make_shared<std::atomic<bool>>(false);
 };
 
 }  // namespace

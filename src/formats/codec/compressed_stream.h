@@ -23,9 +23,26 @@ struct StreamFacts {
   bool isCutOff = false;  ///< the end is missing
 };
 
-/// Decodes a stream from a frame on. Frames that turn out to be missing end it. Null, or nothing from read(), with
-/// LastErrorText when the library is not there, the stream makes no sense or the source fails.
-using OpenDecoder = std::unique_ptr<SampleStream> (*)(const StoredSamples& stored, int channels, int64_t firstFrame);
+/// A stream that is decoded from one frame on. Belongs to the thread that decodes.
+class StreamDecoder {
+ public:
+  virtual ~StreamDecoder() = default;
+
+  struct Block {
+    std::span<const float> samples = {};  ///< interleaved, until the next block; none at the end of the stream
+    int64_t firstFrame = 0;               ///< where they belong
+  };
+  /// What the codec decodes at once. Nothing with LastErrorText when the source fails.
+  virtual std::optional<Block> next() = 0;
+  /// Whether bytes had to be passed over.
+  bool sawDamage() const { return sawDamage_; }
+
+ protected:
+  bool sawDamage_ = false;
+};
+
+/// Null with LastErrorText when the library is not there, the stream makes no sense or the source fails.
+using OpenDecoder = std::unique_ptr<StreamDecoder> (*)(const StoredSamples& stored, int channels, int64_t firstFrame);
 
 struct CompressedCoding {
   TextView name;
@@ -42,8 +59,8 @@ std::optional<StreamFacts> factsOfStream(const StoredSamples& stored);
 bool canDecode(TextView coding);
 
 /// Samples that stay compressed in their source and are decoded while they are read; frames that turn out to be missing
-/// are silent. `stored.source`, offset and bytes locate the stream; the rest is filled in. Null with LastErrorText for
-/// a coding that is not known.
+/// are silent, and isDamaged() from then on. `stored.source`, offset and bytes locate the stream; the rest is filled
+/// in. Null with LastErrorText for a coding that is not known.
 SampleRef openCompressed(StoredSamples stored, const StreamFacts& facts);
 
 }  // namespace tervo

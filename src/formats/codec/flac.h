@@ -10,7 +10,7 @@ inline constexpr TextView flacName = u"FLAC";
 /// From the first metadata block. As CompressedCoding::facts.
 std::optional<StreamFacts> flacFacts(const StoredSamples& stored);
 bool canDecodeFlac();
-std::unique_ptr<SampleStream> openFlac(const StoredSamples& stored, int channels, int64_t firstFrame);
+std::unique_ptr<StreamDecoder> openFlac(const StoredSamples& stored, int channels, int64_t firstFrame);
 
 /// The samples, of 16 or 24 bits, as one stream. Nothing with LastErrorText. Any thread.
 std::optional<std::vector<std::byte>> encodeFlac(const SampleData& samples, double sampleRate, int bits);

@@ -19,7 +19,10 @@ struct FrameHeader {
   uint32_t frames, sampleRate, channels;
   int channelAssignment;
   uint32_t bits;
+  int numberType;
+  uint64_t firstSample;  ///< where the number is one of samples, which the decoder makes it where it can
 };
+constexpr int numberOfSamples = 1;
 
 enum : int { readContinue = 0, readEnd = 1, readAbort = 2 };
 constexpr int writeAbort = 1, seekError = 1, decoderReady = 0;
@@ -57,7 +60,7 @@ struct Functions {
   }
 };
 
-class FlacStream final : public SampleStream {
+class FlacStream final : public StreamDecoder {
  public:
   FlacStream(const Functions& functions, const StoredSamples& stored, int channels)
       : f_(functions), bytes_(stored), channels_(static_cast<std::size_t>(channels)), decoder_(functions.make()) {}
@@ -75,24 +78,20 @@ class FlacStream final : public SampleStream {
     return !bytes_.hasFailed() && (isOpen || fail(damagedStream));
   }
 
-  std::optional<std::size_t> read(std::span<float> out) override {
-    while (taken_ == decoded_.size() && !ended_) decodeMore();
+  std::optional<Block> next() override {
+    // A seek has decoded the first block.
+    if (isTaken_) decoded_.clear();
+    isTaken_ = true;
+    while (decoded_.empty() && !ended_) {
+      const int state = f_.processOne(decoder_) != 0 ? f_.state(decoder_) : aborted;
+      ended_ = state >= endOfStream;
+    }
     if (outOfMemory_) setLastErrorText(u"Out of memory");
     if (outOfMemory_ || bytes_.hasFailed()) return std::nullopt;
-    const std::size_t count = std::min(out.size() / channels_ * channels_, decoded_.size() - taken_);
-    std::copy_n(decoded_.begin() + static_cast<std::ptrdiff_t>(taken_), count, out.begin());
-    taken_ += count;
-    return count / channels_;
+    return Block{decoded_, decodedAt_};
   }
 
  private:
-  void decodeMore() {
-    decoded_.clear();
-    taken_ = 0;
-    const int state = f_.processOne(decoder_) != 0 ? f_.state(decoder_) : aborted;
-    ended_ = state >= endOfStream;
-  }
-
   bool isAtEnd() const { return bytes_.position() >= bytes_.size(); }
 
   static FlacStream& self(void* client) { return *static_cast<FlacStream*>(client); }
@@ -118,15 +117,21 @@ class FlacStream final : public SampleStream {
     return self(client).keep(*header, planes) ? 0 : writeAbort;
   }
   static void onMetadata(const Decoder*, const void*, void*) {}
-  static void onError(const Decoder*, int, void*) {}
+  static void onError(const Decoder*, int, void* client) { self(client).sawDamage_ = true; }
 
   /// Nothing may be thrown through the library.
   bool keep(const FrameHeader& header, const int32_t* const* planes) noexcept try {
     if (header.channels != channels_ || header.bits == 0 || header.bits > 32) return false;
-    const auto fullScale = static_cast<float>(uint64_t{1} << (header.bits - 1));
-    for (std::size_t i = 0; i < header.frames; ++i)
-      for (std::size_t channel = 0; channel < channels_; ++channel)
-        decoded_.push_back(static_cast<float>(planes[channel][i]) / fullScale);
+    const float scale = 1 / static_cast<float>(uint64_t{1} << (header.bits - 1));
+    const int64_t behind = decodedAt_ + static_cast<int64_t>(decodedFrames_);
+    decodedFrames_ = header.frames;
+    decodedAt_ = header.numberType == numberOfSamples && header.firstSample < uint64_t{1} << 62
+                     ? static_cast<int64_t>(header.firstSample)
+                     : behind;
+    decoded_.resize(header.frames * channels_);
+    for (std::size_t channel = 0; channel < channels_; ++channel)
+      for (std::size_t i = 0; i < header.frames; ++i)
+        decoded_[i * channels_ + channel] = static_cast<float>(planes[channel][i]) * scale;
     return true;
   } catch (const std::bad_alloc&) {
     outOfMemory_ = true;
@@ -138,21 +143,21 @@ class FlacStream final : public SampleStream {
   std::size_t channels_;
   Decoder* decoder_;
   std::vector<float> decoded_;
-  std::size_t taken_ = 0;
-  bool ended_ = false, outOfMemory_ = false;
+  int64_t decodedAt_ = 0;
+  uint32_t decodedFrames_ = 0;
+  bool isTaken_ = false, ended_ = false, outOfMemory_ = false;
 };
 
 /// The number of frames of a stream that does not say it.
 std::optional<uint64_t> countFrames(const StoredSamples& stored, int channels) {
   const auto stream = openFlac(stored, channels, 0);
   if (!stream) return std::nullopt;
-  std::vector<float> block(65536 * static_cast<std::size_t>(channels));
   uint64_t total = 0;
   while (true) {
-    const auto frames = stream->read(block);
-    if (!frames) return std::nullopt;
-    if (*frames == 0) return total;
-    total += *frames;
+    const auto block = stream->next();
+    if (!block) return std::nullopt;
+    if (block->samples.empty()) return total;
+    total = static_cast<uint64_t>(block->firstFrame) + block->samples.size() / static_cast<std::size_t>(channels);
   }
 }
 
@@ -186,7 +191,7 @@ std::optional<StreamFacts> flacFacts(const StoredSamples& stored) {
   return facts;
 }
 
-std::unique_ptr<SampleStream> openFlac(const StoredSamples& stored, int channels, int64_t firstFrame) {
+std::unique_ptr<StreamDecoder> openFlac(const StoredSamples& stored, int channels, int64_t firstFrame) {
   const auto* functions = codecFunctions<Functions>();
   if (!functions) return nullptr;
   auto stream = std::make_unique<FlacStream>(*functions, stored, channels);

@@ -12,7 +12,7 @@ inline constexpr TextView oggVorbisName = u"Ogg Vorbis";
 /// From the first page and the last one. As CompressedCoding::facts.
 std::optional<StreamFacts> vorbisFacts(const StoredSamples& stored);
 bool canDecodeVorbis();
-std::unique_ptr<SampleStream> openVorbis(const StoredSamples& stored, int channels, int64_t firstFrame);
+std::unique_ptr<StreamDecoder> openVorbis(const StoredSamples& stored, int channels, int64_t firstFrame);
 
 struct VorbisQuality {
   float quality = 0.6f;      ///< -0.1 (smallest) to 1 (best), where no rate is asked for

@@ -39,12 +39,14 @@ struct Functions {
   VorbisInfo* (*info)(VorbisFile* file, int link) = nullptr;
   int (*seek)(VorbisFile* file, int64_t frame) = nullptr;
   long (*read)(VorbisFile* file, float*** channels, int frames, int* link) = nullptr;
+  int64_t (*tell)(VorbisFile* file) = nullptr;
 
   bool load() {
     static constexpr TextView names[] = {u"libvorbisfile.so.3", u"libvorbisfile-3.dll", u"vorbisfile.dll"};
     library = openCodecLibrary(oggVorbisName, u"libvorbisfile", names);
     FunctionLookup look(library.get());
     look(open, "ov_open_callbacks")(clear, "ov_clear")(info, "ov_info")(seek, "ov_pcm_seek")(read, "ov_read_float");
+    look(tell, "ov_pcm_tell");
     return look.ok();
   }
 };
@@ -65,7 +67,7 @@ long tellBytes(void* source) {
   return static_cast<long>(static_cast<StreamBytes*>(source)->position());
 }
 
-class VorbisStream final : public SampleStream {
+class VorbisStream final : public StreamDecoder {
  public:
   VorbisStream(const Functions& functions, const StoredSamples& stored, int channels)
       : functions_(functions), bytes_(stored), channels_(channels) {}
@@ -79,29 +81,33 @@ class VorbisStream final : public SampleStream {
     const Callbacks callbacks{readBytes, seeks ? seekBytes : nullptr, nullptr, seeks ? tellBytes : nullptr};
     isOpen_ = functions_.open(&bytes_, &file_, nullptr, 0, callbacks) == 0;
     if (isOpen_ && seeks) ended_ = functions_.seek(&file_, firstFrame) != 0;
+    next_ = firstFrame;
     return !bytes_.hasFailed() && (isOpen_ || fail(damagedStream));
   }
 
-  std::optional<std::size_t> read(std::span<float> out) override {
+  std::optional<Block> next() override {
     const auto width = static_cast<std::size_t>(channels_);
-    constexpr std::size_t most = 1 << 20;
-    const auto wanted = static_cast<int>(std::min(out.size() / width, most));
     float** planes = nullptr;
-    const long frames = wanted > 0 && !ended_ ? decode(planes, wanted) : 0;
+    const long frames = ended_ ? 0 : decode(planes);
     if (bytes_.hasFailed()) return std::nullopt;
-    ended_ = ended_ || frames <= 0;
+    ended_ = frames <= 0;
     const auto count = static_cast<std::size_t>(ended_ ? 0 : frames);
+    decoded_.resize(count * width);
     for (std::size_t channel = 0; channel < width; ++channel)
-      for (std::size_t i = 0; i < count; ++i) out[i * width + channel] = planes[channel][i];
-    return count;
+      for (std::size_t i = 0; i < count; ++i) decoded_[i * width + channel] = planes[channel][i];
+    // Pages say where their sound ends, which tells how much is missing by the end of the first one behind a hole.
+    const int64_t first = sawDamage_ ? functions_.tell(&file_) - static_cast<int64_t>(count) : next_;
+    next_ = first + static_cast<int64_t>(count);
+    return Block{decoded_, first};
   }
 
  private:
   /// As ov_read_float. A stream that goes on with another number of channels ends there.
-  long decode(float**& planes, int wanted) {
+  long decode(float**& planes) {
+    constexpr int most = 1 << 16;
     int link = 0;
     long frames = hole;
-    while (frames == hole) frames = functions_.read(&file_, &planes, wanted, &link);
+    while ((frames = functions_.read(&file_, &planes, most, &link)) == hole) sawDamage_ = true;
     const VorbisInfo* info = functions_.info(&file_, -1);
     return info && info->channels == channels_ ? frames : 0;
   }
@@ -110,6 +116,8 @@ class VorbisStream final : public SampleStream {
   StreamBytes bytes_;
   int channels_;
   VorbisFile file_;
+  std::vector<float> decoded_;
+  int64_t next_ = 0;
   bool isOpen_ = false, ended_ = false;
 };
 
@@ -119,7 +127,7 @@ bool canDecodeVorbis() {
   return codecFunctions<Functions>() != nullptr;
 }
 
-std::unique_ptr<SampleStream> openVorbis(const StoredSamples& stored, int channels, int64_t firstFrame) {
+std::unique_ptr<StreamDecoder> openVorbis(const StoredSamples& stored, int channels, int64_t firstFrame) {
   const auto* functions = codecFunctions<Functions>();
   if (!functions) return nullptr;
   auto stream = std::make_unique<VorbisStream>(*functions, stored, channels);

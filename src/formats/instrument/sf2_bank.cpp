@@ -35,7 +35,7 @@ class BankLoader {
       finishSf1(bank_);
       return true;
     }
-    bank_.mayBeCompressed = bank_.mayBeCompressed || bank_.majorVersion == 3;
+    bank_.mayBeCompressed = bank_.hasPackedForm || bank_.majorVersion == 3;
     findPackedSamples(bank_, losses_);
     return true;
   }
@@ -202,7 +202,7 @@ std::unique_ptr<Bank> loadBank(std::shared_ptr<const ByteSource> source, Tags& t
     return fail(u"Not a SoundFont2 file");
   auto bank = std::make_unique<Bank>();
   bank->source = std::move(source);
-  bank->mayBeCompressed = type == FourCC("sfpk");
+  bank->hasPackedForm = type == FourCC("sfpk");
   return BankLoader(*bank, tags, losses, format).load(formSize) ? std::move(bank) : nullptr;
 }
 

@@ -25,11 +25,13 @@ enum class BankFormat : uint8_t { soundFont1, soundFont2 };
 struct Bank {
   std::shared_ptr<const ByteSource> source;
   int majorVersion = 2;
+  bool hasPackedForm = false;    ///< "sfpk"
   bool mayBeCompressed = false;  ///< by form or version
 
   uint64_t samplesAt = 0, sampleBytes = 0;  ///< "smpl"
   uint64_t words = 0;                       ///< of 16 bits that are there
   SampleRef packed = {};                    ///< the words, where all of them are one compressed stream
+  SampleFormat packedFormat = SampleFormat::pcm16;
   uint64_t lowBytesAt = 0;
   uint64_t lowBytes = 0;  ///< of 24-bit samples, one for each word; 0 when the bank has 16 bits
 

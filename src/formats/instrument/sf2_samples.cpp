@@ -124,8 +124,8 @@ std::unique_ptr<Waveform> makeWaveform(const Bank& bank, const SampleRecord& rec
   }
   const WordRange range = wordsOf(bank, record, losses);
   if (range.start < range.end && !(waveform->samples = openFrames(bank, range))) return nullptr;
-  waveform->setStoredFormat(bank.lowBytes >= range.end && bank.lowBytes > 0 ? SampleFormat::pcm24 : SampleFormat::pcm16,
-                            0);
+  const bool is24Bit = bank.lowBytes >= range.end && bank.lowBytes > 0;
+  waveform->setStoredFormat(is24Bit ? SampleFormat::pcm24 : bank.packedFormat, 0);
   if (waveform->samples) addLoop(*waveform, record, uint32_t{record.start}, losses);
   return waveform;
 }

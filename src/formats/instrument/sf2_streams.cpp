@@ -27,14 +27,19 @@ bool isMarked(const SampleRecord& record) {
   return (record.type & compressedSample) != 0 && !(record.type & romSample);
 }
 
-/// Packed banks mark no sample. Only the first one's position can look like a stream of its own.
-bool isPacked(const Bank& bank) {
-  if (std::any_of(bank.samples.begin(), bank.samples.end(), isMarked)) return false;
+/// Only the first sample's position can look like a stream of its own where all of them are one.
+bool hasOwnStreams(const Bank& bank) {
   const auto beginsOwn = [&](const SampleRecord& record) {
-    const bool isWhole = bank.sampleBytes - std::min<uint64_t>(record.end, bank.sampleBytes) <= 1;
+    const bool isWhole = record.end <= bank.sampleBytes && bank.sampleBytes - record.end <= 1;
     return record.start < record.end && (record.start > 0 || isWhole) && beginsStream(bank, record.start);
   };
-  return beginsStream(bank, 0) && std::none_of(bank.samples.begin(), bank.samples.end(), beginsOwn);
+  return std::any_of(bank.samples.begin(), bank.samples.end(), isMarked) ||
+         std::any_of(bank.samples.begin(), bank.samples.end(), beginsOwn);
+}
+
+SampleFormat formatOf(const StreamFacts& facts) {
+  if (facts.bits == 0) return SampleFormat::compressed;
+  return facts.bits <= 16 ? SampleFormat::pcm16 : SampleFormat::pcm24;
 }
 
 /// What is lost while a library is missing, which the user can do something about.
@@ -45,8 +50,8 @@ void noteMissingDecoder(TextView coding, LossTally& losses) {
 }  // namespace
 
 void findPackedSamples(Bank& bank, LossTally& losses) {
-  const bool mayBe = bank.mayBeCompressed && bank.lowBytes == 0;
-  if (!mayBe || !isPacked(bank)) return;
+  const bool mayBe = bank.mayBeCompressed && bank.lowBytes == 0 && bank.sampleBytes > 0;
+  if (!mayBe || hasOwnStreams(bank) || !(bank.hasPackedForm || beginsStream(bank, 0))) return;
   const StoredSamples stored = bytesOf(bank, 0, bank.sampleBytes);
   const auto facts = factsOfStream(stored);
   if (!facts || facts->channels != 1) {
@@ -55,6 +60,7 @@ void findPackedSamples(Bank& bank, LossTally& losses) {
   }
   noteMissingDecoder(facts->coding, losses);
   bank.packed = openCompressed(stored, *facts);
+  bank.packedFormat = formatOf(*facts);
   bank.words = static_cast<uint64_t>(facts->frames);
 }
 
@@ -75,10 +81,7 @@ void openStreamOf(const Bank& bank, const SampleRecord& record, Waveform& wavefo
   if (facts->isCutOff) losses.dropped(u"end of a sample", u"the compressed stream has no end");
   if (facts->channels > 1) losses.dropped(u"stereo of a sample", u"the channels of a compressed stream are mixed");
   waveform.samples = withChannels(openCompressed(stored, *facts), 1);
-  waveform.setStoredFormat(facts->bits == 0    ? SampleFormat::compressed
-                           : facts->bits <= 16 ? SampleFormat::pcm16
-                                               : SampleFormat::pcm24,
-                           0);
+  waveform.setStoredFormat(formatOf(*facts), 0);
 }
 
 void noteMissingDecoders(const std::vector<Waveform*>& waveforms, LossTally& losses) {

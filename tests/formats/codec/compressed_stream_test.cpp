@@ -175,6 +175,31 @@ TEST(CompressedStream, StreamsThatLieEndInSilence) {
   }
 }
 
+// Damage is silent where it stands, known from then on to whoever looks at the sound, and what follows keeps its place.
+TEST(CompressedStream, DamageInsideIsKnownAndMovesNothing) {
+  NEEDS(flacName);
+  NEEDS(oggVorbisName);
+  // Noise, which fills many pages.
+  std::vector<float> noise(300000);
+  for (std::size_t i = 0; i < noise.size(); ++i)
+    noise[i] = static_cast<float>(static_cast<int>(i * i * 7919 % 30011) - 15000) / 32768;
+  const SampleRef original = makeResident(std::move(noise), 1);
+  for (const Bytes& whole : {*encodeFlac(*original, 44100, 16), *encodeVorbis(*original, 44100, {}, 7)}) {
+    const SampleRef sane = reopened(whole);
+    const auto expected = all(sane);
+    EXPECT_FALSE(sane->isDamaged());
+    Bytes bytes = whole;
+    for (std::size_t i = whole.size() / 2; i < whole.size() * 5 / 8; ++i) bytes[i] = std::byte{0};
+    const SampleRef damaged = withChannels(reopened(bytes), 2);
+    EXPECT_FALSE(damaged->isDamaged());
+    const auto frames = all(damaged);
+    EXPECT_TRUE(damaged->isDamaged());
+    std::vector<float> end;
+    for (std::size_t i = frames.size() - 80000; i < frames.size(); i += 2) end.push_back(frames[i]);
+    EXPECT_EQ(end, std::vector(expected.end() - 40000, expected.end()));
+  }
+}
+
 TEST(CompressedStream, RefusesWhatIsNoneOrTooLong) {
   Bytes longer = publishedFlac();
   for (std::size_t i = 21; i < 26; ++i) longer[i] |= std::byte{0x0F};  // frames, of which 36 bits say the number

@@ -141,6 +141,21 @@ TEST(Sf3, VorbisIsUsualAndReported) {
   EXPECT_EQ(formatOf(waveformOf(again).storedFormat), SampleFormat::compressed);
 }
 
+TEST(Sf2Pack, NeverTakesStreamsForWords) {
+  // The first sample ends behind the last byte, because it counts words; what no codec knows is no sound either.
+  for (const Bytes& stream : {flacHead(64), Bytes(500)}) {
+    BankBuilder builder = bankOf({stream});
+    builder.form = "sfpk";
+    builder.version = 2;
+    builder.shdr = {};
+    builder.sample({.start = 0, .end = 60});
+    const ReadBank bank(builder.build());
+    ASSERT_TRUE(bank.ok);
+    EXPECT_EQ(waveformOf(bank).frames(), stream == flacHead(64) ? 60 : 0);
+    EXPECT_EQ(says(bank.report, u"samples"), stream != flacHead(64));
+  }
+}
+
 TEST(Sf2Pack, PlaysStretchesOfOneStream) {
   if (!canDecode(flacName)) GTEST_SKIP();
   const SampleRef sound = ramp(9000);
