@@ -63,12 +63,29 @@ std::unique_ptr<Waveform> SongRendering::render(const Song& song) {
   auto sound = audio::renderSong(song, {document_, [this] { return bank(); }, run_.host, renderOptions(run_)});
   reportDamage(document_, run_.report);
   if (bank_) reportDamage(*bank_, run_.report);
+  if (!sound) explainFailure();
   return sound;
 }
 
+// The engine only says that there is no instrument.
+void SongRendering::explainFailure() {
+  const Text failure = LastErrorText();
+  if (failure != u"Couldn't create instrument") return;
+  const auto sayIfUnreadable = [this](const Collection& collection) {
+    for (const auto& waveform : collection.waveforms())
+      if (waveform->samples && !waveform->samples->open()) return run_.console.failure(waveform->name), true;
+    return false;
+  };
+  if (!sayIfUnreadable(document_) && bank_) sayIfUnreadable(*bank_);
+  setLastErrorText(failure);
+}
+
 bool SongRendering::supply(audio::Engine& engine, const audio::SongEvents& events) {
-  return hasNamedBanks() && audio::supplyInstruments(
-                                engine, events.instruments, document_, [this] { return bank(); }, run_.host);
+  if (!hasNamedBanks()) return false;
+  const bool done = audio::supplyInstruments(
+      engine, events.instruments, document_, [this] { return bank(); }, run_.host);
+  if (!done) explainFailure();
+  return done;
 }
 
 }  // namespace tervo::cli

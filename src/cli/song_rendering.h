@@ -27,6 +27,7 @@ class SongRendering {
   const Collection* bank();
   bool openBanks();
   bool hasNamedBanks();
+  void explainFailure();
 
   Run& run_;
   const Collection& document_;

@@ -73,8 +73,11 @@ bool isStream(const Bank& bank, const SampleRecord& record) {
 void openStreamOf(const Bank& bank, const SampleRecord& record, Waveform& waveform, LossTally& losses) {
   const uint64_t start = std::min<uint64_t>(record.start, bank.sampleBytes),
                  end = std::min<uint64_t>(record.end, bank.sampleBytes);
+  if (start >= end)
+    return losses.dropped(u"frames of a sample",
+                          record.start >= record.end ? u"it ends before it starts" : u"they are not in the file");
   if (record.end > bank.sampleBytes) losses.dropped(u"end of a sample", u"it is not in the file");
-  const StoredSamples stored = bytesOf(bank, start, std::max(start, end));
+  const StoredSamples stored = bytesOf(bank, start, end);
   const auto facts = factsOfStream(stored);
   if (!facts || facts->channels > 2)
     return losses.dropped(u"frames of a sample", u"unknown or damaged compressed stream");
