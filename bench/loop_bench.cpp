@@ -58,6 +58,9 @@ void musicOf10s(benchmark::State& state) {
 void musicOf60s(benchmark::State& state) {
   search(state, music(60));
 }
+void musicOf10min(benchmark::State& state) {
+  search(state, music(600));
+}
 void noiseOf10s(benchmark::State& state) {
   search(state, tones::noise(441000));
 }
@@ -76,11 +79,11 @@ void findIn(benchmark::State& state, const Sound& sound) {
   state.counters["frames"] = found.loop ? found.loop->end - found.loop->start : 0;
 }
 
+/// By number of the model and hertz.
 void toneOf60s(benchmark::State& state) {
-  findIn(state, tones::tone(tones::models[6], 220, 60));
-}
-void brightToneOf60s(benchmark::State& state) {
-  findIn(state, tones::tone(tones::models[4], 1046.5, 60));
+  const auto& model = tones::models[static_cast<std::size_t>(state.range(0))];
+  state.SetLabel(model.name);
+  findIn(state, tones::tone(model, static_cast<double>(state.range(1)), 60));
 }
 /// An hour of nothing but ties: all periods are alike to the last bit.
 void squareOf10min(benchmark::State& state) {
@@ -117,10 +120,13 @@ void crossfadeOf10s(benchmark::State& state) {
 
 BENCHMARK(musicOf10s)->Unit(benchmark::kMillisecond);
 BENCHMARK(musicOf60s)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(musicOf10min)->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(noiseOf1s)->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(noiseOf10s)->Unit(benchmark::kMillisecond)->Iterations(1);
-BENCHMARK(toneOf60s)->Unit(benchmark::kMillisecond)->Iterations(1);
-BENCHMARK(brightToneOf60s)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(toneOf60s)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1)
+    ->ArgsProduct({{0, 1, 2, 4, 5, 6, 7}, {55, 220, 440, 1046, 2093, 4186}});
 BENCHMARK(squareOf10min)->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(bankOf200)->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(pitchOf3s)->Unit(benchmark::kMillisecond);

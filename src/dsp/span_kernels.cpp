@@ -29,9 +29,10 @@ struct Scalar {
     return make([&](int i) { return a.lane[i] * b.lane[i] + sum.lane[i]; });
   }
   static float sum(Float a) { return (a.lane[0] + a.lane[2]) + (a.lane[1] + a.lane[3]); }
-  static void storeSums(float* out, Float a, Float b, Float c, Float d) {
-    const Float all[] = {a, b, c, d};
-    for (const Float& each : all) *out++ = sum(each);
+  static uint32_t notLess(Float a, Float b) {
+    uint32_t bits = 0;
+    for (std::size_t i = 0; i < lanes; ++i) bits |= uint32_t{a.lane[i] >= b.lane[i]} << i;
+    return bits;
   }
 };
 

@@ -1,20 +1,38 @@
 #pragma once
 // Comparing spans of 256 samples with many others, as the search for loops does. In single precision: for telling what
-// is worth being looked at exactly. The error of a product or a distance of spans of length 1 is below 2e-5.
+// is worth being looked at exactly. The error of a projection or a distance of spans of length 1 is below 2e-5.
 
 #include <cstddef>
+#include <cstdint>
 
 #include "dsp/sample_kernels.h"
 
 namespace tervo::dsp {
 
 inline constexpr std::size_t spanSize = 256;
-inline constexpr std::size_t tileRows = 4, tileColumns = 3;  // what fits into sixteen vector registers
+inline constexpr std::size_t mostLags = 64;
 inline constexpr std::size_t basisSize = 8;
 
+struct LagStart {
+  uint32_t position;     ///< 128 frames behind the beginning of its span
+  float length;          ///< of its span
+  const float* lengths;  ///< of the spans whose position is 0, 1 ...; infinite where there is none
+};
+/// Some spans of a sound with those that begin `lag` to `lag + lagsTogether - 1` frames later. `x` and lengths are read
+/// up to where the latest of those end.
+struct LagProducts {
+  const float* x;
+  std::size_t lag;
+  const LagStart* starts;  ///< in ascending order, few frames apart: a product is made from the one before it
+  std::size_t count;       ///< at least 1
+  float score;             ///< least product of spans of length 1 that is of interest
+  float error;             ///< what a product may be wrong by
+};
+
 struct SpanKernels {
-  /// out[c * 4 + r] is the product of row span r and column span c; rows and columns stand one after another.
-  void (*products)(const float* rows, const float* columns, float* out) noexcept;
+  std::size_t lagsTogether;  ///< at most 64
+  /// Bit b of hits[s]: the product of start s and the span `lag + b` frames later is as high as needed, or nearly so.
+  void (*productsByLag)(const LagProducts& of, uint64_t* hits) noexcept;
   /// The square of the distance between a · scaleA and b · scaleB; more than `limit` as soon as it is more.
   float (*distance)(const float* a, float scaleA, const float* b, float scaleB, float limit) noexcept;
   /// out[k] is the product of x · scale and span k of the basis.

@@ -23,9 +23,8 @@ struct Avx2 {
     const __m128 pairs = _mm_add_ps(halves, _mm_movehl_ps(halves, halves));
     return _mm_cvtss_f32(_mm_add_ss(pairs, _mm_shuffle_ps(pairs, pairs, 1)));
   }
-  static void storeSums(float* out, Float a, Float b, Float c, Float d) {
-    const Float all = _mm256_hadd_ps(_mm256_hadd_ps(a, b), _mm256_hadd_ps(c, d));
-    _mm_storeu_ps(out, _mm_add_ps(_mm256_castps256_ps128(all), _mm256_extractf128_ps(all, 1)));
+  static uint32_t notLess(Float a, Float b) {
+    return static_cast<uint32_t>(_mm256_movemask_ps(_mm256_cmp_ps(a, b, _CMP_GE_OQ)));
   }
 };
 

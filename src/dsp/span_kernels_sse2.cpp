@@ -22,10 +22,7 @@ struct Sse2 {
     const Float pairs = _mm_add_ps(a, _mm_movehl_ps(a, a));
     return _mm_cvtss_f32(_mm_add_ss(pairs, _mm_shuffle_ps(pairs, pairs, 1)));
   }
-  static void storeSums(float* out, Float a, Float b, Float c, Float d) {
-    _MM_TRANSPOSE4_PS(a, b, c, d);
-    _mm_storeu_ps(out, _mm_add_ps(_mm_add_ps(a, c), _mm_add_ps(b, d)));
-  }
+  static uint32_t notLess(Float a, Float b) { return static_cast<uint32_t>(_mm_movemask_ps(_mm_cmpge_ps(a, b))); }
 };
 
 }  // namespace

@@ -1,6 +1,6 @@
 #pragma once
 // The kernels over spans for vectors of any width. `Vector` has Float, lanes, zero, all, load, subtract, multiply,
-// multiplyAdd(a, b, sum), sum and storeSums(out, a, b, c, d).
+// multiplyAdd(a, b, sum), sum and notLess(a, b), which has a bit for each lane.
 
 #include "dsp/span_kernels.h"
 
@@ -13,21 +13,33 @@ extern const SpanKernels avx2SpanKernels;
 template <typename Vector>
 struct SpanKernelsOf {
   using Float = typename Vector::Float;
+  static constexpr std::size_t vectors = 8;  ///< of sums that are kept in registers, and hide each other's latency
 
-  static void products(const float* rows, const float* columns, float* out) noexcept {
-    Float sums[tileRows][tileColumns];
-    for (auto& row : sums)
-      for (Float& sum : row) sum = Vector::zero();
-    for (std::size_t i = 0; i < spanSize; i += Vector::lanes) {
-      Float column[tileColumns];
-      for (std::size_t c = 0; c < tileColumns; ++c) column[c] = Vector::load(columns + c * spanSize + i);
-      for (std::size_t r = 0; r < tileRows; ++r) {
-        const Float row = Vector::load(rows + r * spanSize + i);
-        for (std::size_t c = 0; c < tileColumns; ++c) sums[r][c] = Vector::multiplyAdd(row, column[c], sums[r][c]);
+  static void productsByLag(const LagProducts& of, uint64_t* hits) noexcept {
+    constexpr std::size_t half = spanSize / 2;
+    Float sums[vectors];
+    const auto add = [&](std::size_t frame, float factor) {
+      const Float here = Vector::all(factor);
+      for (std::size_t v = 0; v < vectors; ++v)
+        sums[v] = Vector::multiplyAdd(here, Vector::load(of.x + frame + of.lag + v * Vector::lanes), sums[v]);
+    };
+    for (Float& sum : sums) sum = Vector::zero();
+    std::size_t at = of.starts[0].position;
+    for (std::size_t i = at - half; i < at + half; ++i) add(i, of.x[i]);
+    for (std::size_t s = 0; s < of.count; ++s) {
+      const LagStart& start = of.starts[s];
+      for (; at < start.position; ++at) {
+        add(at + half, of.x[at + half]);
+        add(at - half, -of.x[at - half]);
+      }
+      const Float needed = Vector::all(start.length * of.score), error = Vector::all(-of.error);
+      const float* lengths = start.lengths + start.position + of.lag;
+      hits[s] = 0;
+      for (std::size_t v = 0; v < vectors; ++v) {
+        const Float limit = Vector::multiplyAdd(needed, Vector::load(lengths + v * Vector::lanes), error);
+        hits[s] |= uint64_t{Vector::notLess(sums[v], limit)} << (v * Vector::lanes);
       }
     }
-    for (std::size_t c = 0; c < tileColumns; ++c)
-      Vector::storeSums(out + c * tileRows, sums[0][c], sums[1][c], sums[2][c], sums[3][c]);
   }
 
   static float distance(const float* a, float scaleA, const float* b, float scaleB, float limit) noexcept {
@@ -58,7 +70,7 @@ struct SpanKernelsOf {
     for (std::size_t k = 0; k < basisSize; ++k) out[k] = Vector::sum(sums[k]);
   }
 
-  static constexpr SpanKernels table = {products, distance, project};
+  static constexpr SpanKernels table = {vectors * Vector::lanes, productsByLag, distance, project};
 };
 
 }  // namespace tervo::dsp

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace tervo {
 namespace {
@@ -25,33 +26,78 @@ double roughScore(std::span<const float> x, std::size_t start, std::size_t end) 
   return energy > 0 ? roughSum(a, b, framesB) / std::sqrt(energy) : 0;
 }
 
+/// The square of the distance; right to a part in 1e13, so that spans can be told apart whose scores are all 1 but for
+/// the last digits. More than `limit` as soon as it is more.
+double distanceOf(const LoopSpan& a, const LoopSpan& b, double limit) {
+  constexpr std::size_t part = 32;
+  const double scaleA = 1 / a.length, scaleB = 1 / b.length;
+  double total = 0;
+  for (std::size_t i = 0; i < spanFrames && total <= limit; i += part) {
+    double sums[4] = {};
+    for (std::size_t k = i; k < i + part; k += 4) {
+      for (std::size_t lane = 0; lane < 4; ++lane) {
+        const double off = double{a.frames[k + lane]} * scaleA - double{b.frames[k + lane]} * scaleB;
+        sums[lane] += off * off;
+      }
+    }
+    total += (sums[0] + sums[1]) + (sums[2] + sums[3]);
+  }
+  return total;
+}
+
 }  // namespace
 
-double LoopContest::reach() const {
-  return std::sqrt(std::max(2 - 2 * bar(), 0.0));
+double LoopContest::limit() const {
+  if (!best_) return 2;
+  // Half of it is what rounding may do to two scores.
+  constexpr Score error = 1024 * std::numeric_limits<Score>::epsilon();
+  return static_cast<double>(std::max<Score>(2 - 2 * best_->score, 0) + error);
 }
 
 void LoopContest::offer(std::size_t start, std::size_t end) {
   constexpr double error = 1e-12;
-  if (roughScore(x_, start, end) < bar() - error) return;
-  if (!isNew(start, end)) return;
+  if (!allows(start, end) || roughScore(x_, start, end) < bar() - error || !isNew(start, end)) return;
   const LoopPair pair{start, end, spanScore(x_, start, end)};
   if (beatsBest(pair)) best_ = pair;
 }
 
-void LoopContest::offer(const LoopPlace& start, const LoopPlace& end) {
-  if (start.twins == 0 || end.twins == 0) return offer(start.position, end.position);
-  const LoopPair pair{start.position, end.position, scoreOfTwins(start, end)};
-  if (beatsBest(pair) && isNew(pair.start, pair.end)) best_ = pair;
+bool LoopContest::areAllowed(const LoopSpan& a, const LoopSpan& b) const {
+  const bool isFewer = a.positions.size() <= b.positions.size();
+  const auto &few = isFewer ? a.positions : b.positions, &many = isFewer ? b.positions : a.positions;
+  const auto isWithin = [&](std::size_t low, std::size_t high) {
+    const auto next = std::lower_bound(many.begin(), many.end(), low);
+    return next != many.end() && *next <= high;
+  };
+  const std::size_t shortest = range_.shortest - 1, longest = range_.longest;
+  return std::any_of(few.rbegin(), few.rend(), [&](std::size_t here) {
+    return isWithin(here + shortest, here + longest) ||
+           (here >= shortest && isWithin(here - std::min(here, longest), here - shortest));
+  });
 }
 
-Score LoopContest::scoreOfTwins(const LoopPlace& start, const LoopPlace& end) {
-  const uint64_t twins = uint64_t{start.twins} << 32 | end.twins;
-  if (latest_.twins == twins) return latest_.score;
-  const auto [known, isNew] = known_.try_emplace(twins);
-  if (isNew) known->second = spanScore(x_, start.position, end.position);
-  latest_ = {twins, known->second};
-  return latest_.score;
+void LoopContest::offer(const LoopSpan& a, const LoopSpan& b) {
+  constexpr double roundingFactor = 1 + 1e-12;
+  const double most = limit() * roundingFactor;
+  if (distanceOf(a, b, most) > most) return;
+  const auto [first, second] = std::minmax(a.positions.front(), b.positions.front());
+  const Score score = spanScore(x_, first, second);
+  offerLatest(a.positions, b.positions, score);
+  if (a.frames != b.frames) offerLatest(b.positions, a.positions, score);
+}
+
+void LoopContest::offerLatest(std::span<const uint32_t> starts, std::span<const uint32_t> ends, Score score) {
+  for (std::size_t i = ends.size(); i-- > 0;) {
+    const std::size_t end = ends[i];
+    if (!beatsBest({end, end, score})) return;
+    const StartRange allowed = startsFor(starts, end, range_);
+    for (std::size_t s = allowed.last; s-- > allowed.first;) {
+      const LoopPair pair{starts[s], end, score};
+      if (!beatsBest(pair)) return;
+      if (!isNew(pair.start, pair.end)) continue;
+      best_ = pair;
+      return;
+    }
+  }
 }
 
 bool LoopContest::isNew(std::size_t start, std::size_t end) const {

@@ -4,7 +4,6 @@
 
 #include <optional>
 #include <span>
-#include <unordered_map>
 
 #include "tools/loop/loop_places.h"
 #include "tools/loop/loop_search.h"
@@ -20,38 +19,31 @@ class LoopContest {
   std::span<const float> x() const { return x_; }
   const LoopRange& range() const { return range_; }
 
-  /// Whether a loop from one crossing to another is as long as loops may be.
-  bool allows(std::size_t start, std::size_t end) const {
-    return start + range_.shortest <= end + 1 && start + range_.longest >= end && end >= range_.first + range_.shortest;
-  }
-  /// Two crossings of the same direction whose loop is allowed.
+  /// Whether two crossings of the spans make a loop that is as long as loops may be (or nearly).
+  bool areAllowed(const LoopSpan& a, const LoopSpan& b) const;
+  /// Two crossings of the same direction; nothing happens when their loop is shorter or longer than loops may be.
   void offer(std::size_t start, std::size_t end);
-  /// The same for places of one list. A sound of equal periods has millions of pairs that all score the same; those
-  /// of places with twins are scored once.
-  void offer(const LoopPlace& start, const LoopPlace& end);
+  /// The best loop between crossings of two spans of the same direction, or of one span.
+  void offer(const LoopSpan& a, const LoopSpan& b);
 
   /// The score that a pair must reach to be of interest.
   double bar() const { return best_ ? static_cast<double>(best_->score) : 0; }
-  /// How far apart the spans of such a pair are at most, when both have length 1.
-  double reach() const;
+  /// The square of the distance that the spans of such a pair have at most, when both have length 1.
+  double limit() const;
   const std::optional<LoopPair>& best() const { return best_; }
 
  private:
+  bool allows(std::size_t start, std::size_t end) const {
+    return start + range_.shortest <= end + 1 && start + range_.longest >= end && end >= range_.first + range_.shortest;
+  }
   bool isNew(std::size_t start, std::size_t end) const;
   bool beatsBest(const LoopPair& pair) const;
-  Score scoreOfTwins(const LoopPlace& start, const LoopPlace& end);
+  void offerLatest(std::span<const uint32_t> starts, std::span<const uint32_t> ends, Score score);
 
   std::span<const float> x_;
   LoopRange range_;
   std::span<const LoopPair> others_;
   std::optional<LoopPair> best_;
-
-  struct KnownScore {
-    uint64_t twins = 0;
-    Score score = 0;
-  };
-  KnownScore latest_;
-  std::unordered_map<uint64_t, Score> known_;
 };
 
 }  // namespace tervo

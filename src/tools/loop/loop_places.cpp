@@ -8,59 +8,84 @@
 namespace tervo {
 namespace {
 
-double lengthOf(const float* span) {
-  double sums[4] = {};
+constexpr double softest = 1e-36;  // length whose inverse is a float
+constexpr double liftedTimes = 0x1p100;
+
+uint32_t hashOf(const float* frames) {
+  // Four side by side, because each waits for the one before it.
+  uint64_t hashes[4] = {1, 2, 3, 4};
   for (std::size_t i = 0; i < spanFrames; i += 4)
-    for (std::size_t lane = 0; lane < 4; ++lane) sums[lane] += double{span[i + lane]} * double{span[i + lane]};
-  return std::sqrt((sums[0] + sums[1]) + (sums[2] + sums[3]));
-}
-
-template <typename Place, typename PositionOf>
-StartRange startsAmong(std::span<const Place> places, std::size_t end, const LoopRange& range, PositionOf positionOf) {
-  if (end < range.first + range.shortest) return {0, 0};
-  const auto before = [&](std::size_t limit) {
-    const auto isBefore = [&](const Place& each) { return positionOf(each) < limit; };
-    return static_cast<std::size_t>(std::partition_point(places.begin(), places.end(), isBefore) - places.begin());
-  };
-  const std::size_t first = before(end - std::min(end, range.longest));
-  return {first, std::max(before(end + 2 - range.shortest), first)};
-}
-
-const float* spanOf(std::span<const float> x, const LoopPlace& place) {
-  return x.data() + (place.position - spanBefore);
-}
-
-uint32_t hashOf(const float* span) {
-  uint64_t hash = 0xcbf29ce484222325;
-  for (std::size_t i = 0; i < spanFrames; ++i) hash = (hash ^ std::bit_cast<uint32_t>(span[i])) * 0x100000001b3;
+    for (std::size_t k = 0; k < 4; ++k)
+      hashes[k] = (hashes[k] ^ std::bit_cast<uint32_t>(frames[i + k])) * 0x100000001b3;
+  uint64_t hash = 0;
+  for (const uint64_t each : hashes) hash = (hash ^ each ^ each >> 32) * 0x100000001b3;
   return static_cast<uint32_t>(hash ^ hash >> 32);
 }
 
 struct HashedPlace {
   uint32_t hash;
-  uint32_t index;
+  uint32_t position;
 
   bool operator<(const HashedPlace& other) const { return hash < other.hash; }
 };
 
-/// Places that have the hash of another, but other samples than the first one with it, stay without twins.
-void findTwins(std::span<const float> x, std::vector<HashedPlace>& hashed, std::vector<LoopPlace>& places) {
-  std::stable_sort(hashed.begin(), hashed.end());
-  uint32_t numbers = 0;
-  for (std::size_t i = 0, first = 0; i < hashed.size(); ++i) {
-    if (hashed[i].hash != hashed[first].hash) first = i;
-    LoopPlace &one = places[hashed[first].index], &place = places[hashed[i].index];
-    if (i == first || std::memcmp(spanOf(x, one), spanOf(x, place), spanFrames * sizeof(float)) != 0) continue;
-    if (one.twins == 0) one.twins = ++numbers;
-    place.twins = one.twins;
+bool hasSpan(std::span<const float> x, std::size_t position) {
+  return position >= spanBefore && position + spanBefore <= x.size();
+}
+const float* framesAt(std::span<const float> x, uint32_t position) {
+  return x.data() + (position - spanBefore);
+}
+bool areAlike(std::span<const float> x, uint32_t a, uint32_t b) {
+  return std::memcmp(framesAt(x, a), framesAt(x, b), spanFrames * sizeof(float)) == 0;
+}
+
+/// Divides places, in ascending order, into groups that have the same frames: their sizes, and the places sorted by
+/// groups, single ones first. Those of less than `many` count as single, as do places with the hash of others, but not
+/// their frames.
+std::vector<uint32_t> groupTwins(std::span<const float> x, std::vector<HashedPlace>& places, std::size_t many,
+                                 std::vector<uint32_t>& sorted) {
+  std::stable_sort(places.begin(), places.end());
+  std::vector<uint32_t> sizes, twins;
+  for (std::size_t i = 0, next = 0; i < places.size(); i = next) {
+    const std::size_t before = twins.size();
+    for (next = i; next < places.size() && places[next].hash == places[i].hash; ++next)
+      (areAlike(x, places[i].position, places[next].position) ? twins : sorted).push_back(places[next].position);
+    const std::size_t size = twins.size() - before;
+    if (size >= many) {
+      sizes.push_back(static_cast<uint32_t>(size));
+      continue;
+    }
+    const auto few = twins.end() - static_cast<std::ptrdiff_t>(size);
+    sorted.insert(sorted.end(), few, twins.end());
+    twins.erase(few, twins.end());
   }
+  std::sort(sorted.begin(), sorted.end());
+  sizes.insert(sizes.begin(), sorted.size(), 1);
+  sorted.insert(sorted.end(), twins.begin(), twins.end());
+  return sizes;
 }
 
 }  // namespace
 
-bool findLoopPlaces(std::span<const float> x, std::span<const ZeroCrossing> crossings, bool rising,
-                    const SearchProgress& progress, LoopPlaces& places, bool& tooSoft) {
-  constexpr double softest = 1e-36;
+double lengthOfSpan(const float* frames) {
+  double sums[4] = {};
+  for (std::size_t i = 0; i < spanFrames; i += 4)
+    for (std::size_t lane = 0; lane < 4; ++lane) sums[lane] += double{frames[i + lane]} * double{frames[i + lane]};
+  return std::sqrt((sums[0] + sums[1]) + (sums[2] + sums[3]));
+}
+
+std::vector<float> liftedSound(std::span<const float> x, std::span<const ZeroCrossing> crossings) {
+  const bool isNeeded = std::any_of(crossings.begin(), crossings.end(), [&](const ZeroCrossing& each) {
+    const uint32_t position = each.position;
+    return std::abs(x[position]) < softest && hasSpan(x, position) && lengthOfSpan(framesAt(x, position)) < softest;
+  });
+  std::vector<float> lifted(isNeeded ? x.size() : 0);
+  for (std::size_t i = 0; i < lifted.size(); ++i) lifted[i] = x[i] * static_cast<float>(liftedTimes);
+  return lifted;
+}
+
+bool findLoopPlaces(std::span<const float> x, std::span<const float> lifted, std::span<const ZeroCrossing> crossings,
+                    bool rising, std::size_t many, const SearchProgress& progress, LoopPlaces& places) {
   constexpr std::size_t crossingsBetween = 1 << 14;  // two asks for progress
   std::vector<HashedPlace> hashed;
   for (std::size_t i = 0; i < crossings.size(); ++i) {
@@ -69,22 +94,33 @@ bool findLoopPlaces(std::span<const float> x, std::span<const ZeroCrossing> cros
     const uint32_t position = crossings[i].position;
     if (crossings[i].rising != rising) continue;
     places.all.push_back(position);
-    if (position < spanBefore || position + spanBefore > x.size()) continue;
-    const double length = lengthOf(x.data() + (position - spanBefore));
-    if (!std::isfinite(length) || length == 0) continue;
-    tooSoft = tooSoft || length < softest;
-    hashed.push_back({hashOf(x.data() + (position - spanBefore)), static_cast<uint32_t>(places.inner.size())});
-    places.inner.push_back({position, static_cast<float>(1 / length)});
+    if (!hasSpan(x, position)) continue;
+    const double length = lengthOfSpan(framesAt(x, position));
+    if (std::isfinite(length) && length > 0) hashed.push_back({hashOf(framesAt(x, position)), position});
   }
-  findTwins(x, hashed, places.inner);
+  const auto sizes = groupTwins(x, hashed, many, places.positions);
+  places.single = static_cast<std::size_t>(std::count(sizes.begin(), sizes.end(), 1u));
+  std::size_t first = 0;
+  for (const uint32_t size : sizes) {
+    const uint32_t position = places.positions[first];
+    LoopSpan span{framesAt(x, position), lengthOfSpan(framesAt(x, position)),
+                  std::span(places.positions).subspan(first, size)};
+    if (span.length < softest) span = {framesAt(lifted, position), span.length * liftedTimes, span.positions};
+    places.spans.push_back(span);
+    first += size;
+  }
   return true;
 }
 
 StartRange startsFor(std::span<const uint32_t> ascending, std::size_t end, const LoopRange& range) {
-  return startsAmong(ascending, end, range, [](uint32_t position) { return position; });
-}
-StartRange startsFor(std::span<const LoopPlace> ascending, std::size_t end, const LoopRange& range) {
-  return startsAmong(ascending, end, range, [](const LoopPlace& place) { return place.position; });
+  if (end < range.first + range.shortest) return {0, 0};
+  const auto before = [&](std::size_t limit) {
+    const auto isBefore = [limit](uint32_t each) { return each < limit; };
+    const auto found = std::partition_point(ascending.begin(), ascending.end(), isBefore);
+    return static_cast<std::size_t>(found - ascending.begin());
+  };
+  const std::size_t first = before(end - std::min(end, range.longest));
+  return {first, std::max(before(end + 2 - range.shortest), first)};
 }
 
 }  // namespace tervo

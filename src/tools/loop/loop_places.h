@@ -1,5 +1,5 @@
 #pragma once
-// The zero crossings of a sound as places that loops may begin and end at, sorted for the ways of searching.
+// The zero crossings of a sound as places that loops may begin and end at, prepared for the ways of searching.
 
 #include <cstdint>
 #include <span>
@@ -12,23 +12,33 @@
 
 namespace tervo {
 
-/// A crossing whose span begins 128 frames before it, whatever it is paired with.
-struct LoopPlace {
-  uint32_t position;
-  float scale;         ///< that gives the span length 1
-  uint32_t twins = 0;  ///< a number that places share whose spans hold the same samples; 0 where there is just one
+/// The 256 frames around a crossing, 128 of them before it. Many crossings whose frames are the same to the last bit
+/// share a span.
+struct LoopSpan {
+  const float* frames;
+  double length;
+  std::span<const uint32_t> positions;  ///< of the crossings, in ascending order
 };
 
-/// Crossings of one direction, in ascending order.
+/// Crossings of one direction.
 struct LoopPlaces {
-  std::vector<LoopPlace> inner;  ///< their spans fit into the sound
-  std::vector<uint32_t> all;
+  /// Of crossings that are far enough from the ends of the sound. Those of one crossing come first, in ascending order.
+  std::vector<LoopSpan> spans;
+  std::size_t single = 0;           ///< how many spans have one crossing
+  std::vector<uint32_t> positions;  ///< what the spans refer to
+  std::vector<uint32_t> all;        ///< crossings, in ascending order
 };
 
-/// Spans that are silent, or hold what is no finite number, have no score and are left out of `inner`. `tooSoft`
-/// becomes true when there are some that are too soft for single precision. False when stopped.
-bool findLoopPlaces(std::span<const float> x, std::span<const ZeroCrossing> crossings, bool rising,
-                    const SearchProgress& progress, LoopPlaces& places, bool& tooSoft);
+/// Of 256 frames.
+double lengthOfSpan(const float* frames);
+
+/// The sound times 2^100, if some spans are too soft to be given length 1 in single precision; else empty.
+std::vector<float> liftedSound(std::span<const float> x, std::span<const ZeroCrossing> crossings);
+
+/// Spans that are silent, or hold what is no finite number, have no score and are left out of `spans`. `x` and
+/// `lifted` must outlive `places`. `many` is how many crossings share a span, at least. False when stopped.
+bool findLoopPlaces(std::span<const float> x, std::span<const float> lifted, std::span<const ZeroCrossing> crossings,
+                    bool rising, std::size_t many, const SearchProgress& progress, LoopPlaces& places);
 
 /// Of crossings in ascending order those that may be the start of a loop to `end`: indices first to before last.
 struct StartRange {
@@ -37,6 +47,5 @@ struct StartRange {
   std::size_t count() const { return last - first; }
 };
 StartRange startsFor(std::span<const uint32_t> ascending, std::size_t end, const LoopRange& range);
-StartRange startsFor(std::span<const LoopPlace> ascending, std::size_t end, const LoopRange& range);
 
 }  // namespace tervo

@@ -1,6 +1,8 @@
 #include "tools/loop/loop_search.h"
 
 #include <array>
+#include <cmath>
+#include <limits>
 
 #include "tools/loop/loop_contest.h"
 #include "tools/loop/loop_places.h"
@@ -16,8 +18,9 @@ class Search {
   /// False when stopped, as below.
   bool prepare(const SearchProgress& progress) {
     const auto crossings = zeroCrossings(x_, range_.first, range_.last);
-    return findLoopPlaces(x_, crossings, true, partOf(progress, 0, 0.5), directions_[0], hasSoftSpans_) &&
-           findLoopPlaces(x_, crossings, false, partOf(progress, 0.5, 1), directions_[1], hasSoftSpans_);
+    lifted_ = liftedSound(x_, crossings);
+    return findLoopPlaces(x_, lifted_, crossings, true, manyTwins(), partOf(progress, 0, 0.5), directions_[0]) &&
+           findLoopPlaces(x_, lifted_, crossings, false, manyTwins(), partOf(progress, 0.5, 1), directions_[1]);
   }
 
   /// Adds the best loop that is not like those that are there.
@@ -29,39 +32,49 @@ class Search {
   }
 
  private:
+  /// So many that of two such groups probably some make a loop of a length that is allowed: where that is likely groups
+  /// are best compared as such, where it is not most of their members need not be compared at all.
+  std::size_t manyTwins() const {
+    const auto frames = static_cast<double>(range_.last - range_.first);
+    const auto allowed = static_cast<double>(range_.longest - std::min(range_.shortest, range_.longest) + 2);
+    return static_cast<std::size_t>(std::sqrt(frames / std::min(allowed, frames))) + 1;
+  }
+
   bool run(LoopContest& contest, SearchMethod method, const SearchProgress& progress) const {
     const bool isOneByOne =
         method == SearchMethod::oneByOne || (method == SearchMethod::automatic && pairs() <= fewPairs);
-    if (isOneByOne || hasSoftSpans_) return compareOneByOne(contest, Which::all, progress);
-    return compareInner(contest, directions_[0].inner, method, partOf(progress, 0, 0.48)) &&
-           compareInner(contest, directions_[1].inner, method, partOf(progress, 0.48, 0.96)) &&
+    if (isOneByOne) return compareOneByOne(contest, Which::all, progress);
+    return compareInner(contest, method, partOf(progress, 0, 0.96)) &&
            compareOneByOne(contest, Which::outer, partOf(progress, 0.96, 1));
   }
 
-  static bool compareInner(LoopContest& contest, std::span<const LoopPlace> places, SearchMethod method,
-                           const SearchProgress& progress) {
-    constexpr double secondsToSortOne = 2e-6;
-    TileSearch tiles(contest, places);
-    const double secondsOfTiles = tiles.cost();
-    const bool isShort = secondsOfTiles < secondsToSortOne * static_cast<double>(places.size());
-    if (method == SearchMethod::tiles || (method == SearchMethod::automatic && isShort)) return tiles.run(progress);
-    SortedSearch sorted(contest);
-    if (!sorted.prepare(places, partOf(progress, 0, 0.1))) return false;
-    const bool isSorted = method == SearchMethod::sorted || sorted.cost() < secondsOfTiles;
-    const auto rest = partOf(progress, 0.1, 1);
-    return isSorted ? sorted.run(rest) : tiles.run(rest);
+  bool compareInner(LoopContest& contest, SearchMethod method, const SearchProgress& progress) const {
+    LagSearch lags(contest, directions_);
+    const double seconds = method == SearchMethod::cells ? std::numeric_limits<double>::infinity() : lags.cost();
+    SearchEnd end = method == SearchMethod::lags ? SearchEnd::tooSlow : SearchEnd::done;
+    for (std::size_t i = 0; i < 2 && end == SearchEnd::done; ++i) {
+      const double from = 0.5 * static_cast<double>(i);
+      end = CellSearch(contest, directions_[i]).run(seconds, partOf(progress, from, from + 0.5));
+    }
+    if (end == SearchEnd::tooSlow) end = lags.run(progress);
+    return end == SearchEnd::done;
   }
 
   enum class Which { all, outer };
 
   /// All pairs, or those of which a span is not where it is in all others.
   bool compareOneByOne(LoopContest& contest, Which which, const SearchProgress& progress) const {
+    constexpr std::size_t endsBetween = 64;  // two asks for progress
+    const auto partDone = [](std::size_t left, std::size_t of) {
+      return 1 - static_cast<double>(left) / static_cast<double>(of);
+    };
     for (const LoopPlaces& places : directions_) {
       for (std::size_t i = places.all.size(); i-- > 0;) {
+        if (i % endsBetween == 0 && !progress(partDone(i, places.all.size()))) return false;
         const std::size_t end = places.all[i];
-        StartRange starts = startsFor(places.all, end, range_);
-        if (!progress(1 - static_cast<double>(i) / static_cast<double>(places.all.size()))) return false;
         const bool endIsInner = end + spanBefore <= x_.size();
+        if (which == Which::outer && endIsInner && end >= range_.longest + spanBefore) continue;
+        const StartRange starts = startsFor(places.all, end, range_);
         for (std::size_t s = starts.first; s < starts.last; ++s) {
           if (which == Which::outer && endIsInner && places.all[s] >= spanBefore) break;
           contest.offer(places.all[s], end);
@@ -82,7 +95,7 @@ class Search {
 
   std::span<const float> x_;
   LoopRange range_;
-  bool hasSoftSpans_ = false;
+  std::vector<float> lifted_;
   std::array<LoopPlaces, 2> directions_;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 // Ways of finding the best pair among many. All find the same one.
 
+#include <array>
 #include <span>
 #include <vector>
 
@@ -10,53 +11,72 @@
 
 namespace tervo {
 
-/// The best normalised correlation is the shortest distance between spans of length 1, and spans are at least as far
-/// apart as their projections on any direction. So the spans are sorted by their projection on the direction in which
-/// they differ most, and only those near each other are compared. Good where a sound has something worth looping.
-class SortedSearch {
- public:
-  explicit SortedSearch(LoopContest& contest) : contest_(contest) {}
+enum class SearchEnd { done, stopped, tooSlow };
 
-  /// Sorts, and compares nearest neighbours only, for a first good pair. False when stopped.
-  bool prepare(std::span<const LoopPlace> places, const SearchProgress& progress);
-  /// Seconds that run() will take, roughly.
-  double cost() const;
-  /// False when stopped.
-  bool run(const SearchProgress& progress);
+/// The best normalised correlation is the shortest distance between spans of length 1, and spans are at least as far
+/// apart as their projections on any directions. So the spans are put into cells by their projections on the
+/// directions in which they differ most, and only those of neighbouring cells are compared. The cells are small at
+/// first and grow until nothing outside can be nearer than what has been found. Good where a sound has something worth
+/// looping.
+class CellSearch {
+ public:
+  CellSearch(LoopContest& contest, const LoopPlaces& places) : contest_(contest), places_(places) {}
+
+  /// Gives up when it will take more than the seconds that another way needs, roughly.
+  SearchEnd run(double seconds, const SearchProgress& progress);
 
  private:
-  struct Projected {
-    float at[dsp::basisSize];
-    LoopPlace place;
+  struct Entry {
+    std::array<float, dsp::basisSize> at;  ///< projections
+    uint32_t position;
+    uint32_t span;
+  };
+  /// Entries of one cell; spans of one place first, in ascending order.
+  struct Cell {
+    uint64_t key;
+    uint32_t first, several, last;
   };
 
-  const float* spanAt(const LoopPlace& place) const;
-  /// Of the distance between two projections.
-  static double squareOf(const Projected& a, const Projected& b);
-  void compare(const Projected& a, const Projected& b);
-  void compareNeighbours(std::size_t of);
+  bool project(const SearchProgress& progress);
+  void fillCells(double width);
+  SearchEnd compareCells(double seconds, const SearchProgress& progress);
+  void compare(const Cell& a, const Cell& b);
+  void compareSingle(const Cell& a, const Cell& b);
+  void compare(const Entry& a, const Entry& b);
+  void updateLimits();
+  double secondsSpent() const;
 
   LoopContest& contest_;
-  std::vector<Projected> sorted_;
+  const LoopPlaces& places_;
+  std::vector<Entry> projected_, sorted_;
+  std::vector<Cell> cells_;
+  float nearProjections_ = 0, nearSpans_ = 0;  ///< squares of distances that are worth a closer look
+  double looked_ = 0, compared_ = 0;
 };
 
-/// Compares all pairs that the contest allows, a tile of spans with another at a time. Good where nothing is like
-/// anything else (noise), and where few starts are allowed for an end.
-class TileSearch {
+/// Goes through all pairs, also those that are no crossings, by the distance between start and end: the product of two
+/// spans is the one of the two a frame earlier, plus a product and minus another. Good where nothing is like anything
+/// else (noise). Both directions together.
+class LagSearch {
  public:
-  TileSearch(LoopContest& contest, std::span<const LoopPlace> places) : contest_(contest), places_(places) {}
+  LagSearch(LoopContest& contest, std::span<const LoopPlaces, 2> places) : contest_(contest), places_(places) {}
 
   /// Seconds that run() will take, roughly.
   double cost() const;
-  /// False when stopped.
-  bool run(const SearchProgress& progress);
+  SearchEnd run(const SearchProgress& progress);
 
  private:
-  /// All starts that are allowed for one of the ends [first, last).
-  StartRange startsForAll(std::size_t first, std::size_t last) const;
+  struct Stretch;
+
+  void prepare();
+  float errorOf(std::size_t start, std::size_t end) const;
+  void offerHits(Stretch& stretch, std::size_t lag);
 
   LoopContest& contest_;
-  std::span<const LoopPlace> places_;
+  std::span<const LoopPlaces, 2> places_;
+  std::vector<float> x_;                       ///< its peak is 1; silence behind it
+  std::array<std::vector<float>, 2> lengths_;  ///< of the spans by position, for either direction
+  std::vector<double> energies_;               ///< of blocks of the sound
 };
 
 }  // namespace tervo

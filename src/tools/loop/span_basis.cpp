@@ -21,16 +21,15 @@ void add(Span& to, const Span& from, double factor) {
 }
 
 /// Some of the spans, as differences from their mean.
-std::vector<Span> someOf(std::span<const float> x, std::span<const LoopPlace> places) {
+std::vector<Span> someOf(std::span<const LoopSpan> spans) {
   constexpr std::size_t most = 300;
   std::vector<Span> some;
   Span mean{};
-  const std::size_t count = std::min(places.size(), most);
+  const std::size_t count = std::min(spans.size(), most);
   for (std::size_t k = 0; k < count; ++k) {
-    const LoopPlace& place = places[k * places.size() / count];
+    const LoopSpan& from = spans[k * spans.size() / count];
     Span& span = some.emplace_back();
-    for (std::size_t i = 0; i < spanFrames; ++i)
-      span[i] = double{x[place.position - spanBefore + i]} * double{place.scale};
+    for (std::size_t i = 0; i < spanFrames; ++i) span[i] = double{from.frames[i]} / from.length;
     add(mean, span, 1 / static_cast<double>(count));
   }
   for (Span& span : some) add(span, mean, -1);
@@ -51,8 +50,8 @@ void orthonormalise(std::vector<Span>& basis) {
 
 }  // namespace
 
-std::vector<float> spanBasis(std::span<const float> x, std::span<const LoopPlace> places) {
-  const auto some = someOf(x, places);
+std::vector<float> spanBasis(std::span<const LoopSpan> spans) {
+  const auto some = someOf(spans);
   std::vector<Span> basis(dsp::basisSize);
   for (std::size_t k = 0; k < basis.size(); ++k)
     if (!some.empty()) basis[k] = some[k * some.size() / basis.size()];

@@ -10,8 +10,8 @@
 namespace tervo {
 
 /// Eight spans, one after another, of length 1 and at right angles to each other (or 0 where the sound has fewer
-/// directions): the strongest principal components of some of the places, strongest first. Whatever they are, two
+/// directions): the strongest principal components of some of the spans, strongest first. Whatever they are, two
 /// spans are never closer to each other than their projections.
-std::vector<float> spanBasis(std::span<const float> x, std::span<const LoopPlace> places);
+std::vector<float> spanBasis(std::span<const LoopSpan> spans);
 
 }  // namespace tervo

@@ -25,23 +25,20 @@ inline std::size_t framesOfSpan(std::size_t frames, std::size_t first) {
   return std::min(spanFrames, frames - first);
 }
 
-inline Score productSum(const float* a, const float* b, std::size_t frames) {
-  Score sum = 0;
-  for (std::size_t i = 0; i < frames; ++i) sum += Score{a[i]} * Score{b[i]};
-  return sum;
-}
-
-/// From the sums of products; 0 when either span is silent.
-inline Score normalised(Score product, Score energyA, Score energyB) {
-  return energyA > 0 && energyB > 0 ? product / std::sqrt(energyA * energyB) : 0;
-}
-
-/// -1..1. start < end <= x.size().
+/// -1..1; 0 when either span is silent. start <= end <= x.size().
 inline Score spanScore(std::span<const float> x, std::size_t start, std::size_t end) {
   const std::size_t offset = spanOffset(x.size(), start, end);
   const std::size_t framesA = framesOfSpan(x.size(), start - offset), framesB = framesOfSpan(x.size(), end - offset);
   const float *a = x.data() + (start - offset), *b = x.data() + (end - offset);
-  return normalised(productSum(a, b, framesB), productSum(a, a, framesA), productSum(b, b, framesB));
+  // Three sums side by side take little longer than one.
+  Score product = 0, energyA = 0, energyB = 0;
+  for (std::size_t i = 0; i < framesB; ++i) {
+    product += Score{a[i]} * Score{b[i]};
+    energyA += Score{a[i]} * Score{a[i]};
+    energyB += Score{b[i]} * Score{b[i]};
+  }
+  for (std::size_t i = framesB; i < framesA; ++i) energyA += Score{a[i]} * Score{a[i]};
+  return energyA > 0 && energyB > 0 ? product / std::sqrt(energyA * energyB) : 0;
 }
 
 }  // namespace tervo
