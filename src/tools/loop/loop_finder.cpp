@@ -68,7 +68,7 @@ LoopFinding findLoop(std::span<float> interleaved, std::size_t channels, double 
     const double cutoff = filterRatio * pitch->hertz;
     highPassZeroPhase(mono, 1, 0, cutoff, sampleRate);
     for (std::size_t i = 0; i < channels; ++i) highPassZeroPhase(interleaved, channels, i, cutoff, sampleRate);
-    result.filtered = true;
+    result.cutoff = cutoff;
   }
   const LoopSearch search = findLoops(mono, range, std::max(options.candidates, options.take), progress);
   result.stopped = search.stopped;

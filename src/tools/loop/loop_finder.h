@@ -32,7 +32,7 @@ struct LoopCandidate {
 
 struct LoopFinding {
   bool stopped = false;
-  bool filtered = false;  ///< frames changed
+  double cutoff = 0;  ///< Hz, below which frames were filtered; 0 when they were not
   std::optional<FoundLoop> loop;
   std::vector<LoopCandidate> candidates;  ///< best first
   std::size_t taken = 0;                  ///< the candidate that became the loop

@@ -13,6 +13,8 @@ namespace tervo {
 struct LoopFrames {
   std::vector<float> interleaved;
   std::size_t channels;
+
+  std::size_t count() const { return interleaved.size() / channels; }
 };
 
 /// Nothing with LastErrorText when they cannot be read, or, "Cancelled", when the host wants that.
@@ -21,9 +23,7 @@ std::optional<LoopFrames> readLoopFrames(const Waveform& waveform, Host& host);
 /// What players that interpolate read behind a loop's end.
 inline constexpr std::size_t framesAfterLoop = 32;
 
-/// Ends the sound 32 frames after its loop, which are those that the loop goes on to play; whatever was there. Markers
-/// end with the frames, and those behind them go; both are reported.
-void cutAfterLoop(Waveform& waveform, LoopFrames& frames, std::size_t loopStart, std::size_t loopEnd,
-                  const OperationContext& context);
+/// Ends the sound 32 frames after its loop, which are those that the loop goes on to play; whatever was there.
+void cutAfterLoop(LoopFrames& frames, std::size_t loopStart, std::size_t loopEnd);
 
 }  // namespace tervo

@@ -8,7 +8,9 @@
 #include "base/last_error.h"
 #include "tools/loop/loop_crossfade.h"
 #include "tools/loop/loop_frames.h"
+#include "tools/loop/loop_regions.h"
 #include "tools/loop/zero_crossings.h"
+#include "tools/wave/sections.h"
 #include "tools/wave/wave_edit.h"
 
 namespace tervo {
@@ -69,50 +71,82 @@ uint32_t wholeEnd(const Marker& loop) {
   return static_cast<uint32_t>(std::ceil(std::max(loop.end, 0.0)));
 }
 
+Outcome noLoop(const Waveform& waveform, TextView why, const OperationContext& context) {
+  return leftAlone(waveform, u"loop", why, context.report);
+}
+
+void reportCrossfade(const Waveform& waveform, const Crossfaded& done, ConversionReport& report) {
+  fixup::reportSamples(report, waveform, u"crossfaded loop", u"", fromUtf8(fmt::format("{} frames", done.frames)));
+  if (done.clipped == 0) return;
+  const Text samples = fromUtf8(fmt::format("{} samples", done.clipped));
+  report.approximated(waveform.name, samples + u" of the crossfade", u"above full scale", u"full scale");
+}
+
+/// Ends the frames behind the loop, and the markers with them.
+void endBehindLoop(Waveform& waveform, LoopFrames& frames, const Marker& loop, const OperationContext& context) {
+  const auto text = [](std::size_t count) { return fromUtf8(fmt::format("{}", count)); };
+  const std::size_t before = frames.count();
+  cutAfterLoop(frames, wholeStart(loop), wholeEnd(loop));
+  fixup::reportSamples(context.report, waveform, u"frames", text(before), text(frames.count()));
+  const auto count = static_cast<int64_t>(frames.count());
+  moveMarkers(waveform, {{0, count}}, count, context);
+}
+
 /// What changes the frames around the loop that was found; true when it did.
 bool finishLoop(Waveform& waveform, LoopFrames& frames, const OptionValues& values, const OperationContext& context) {
   const Marker loop = *mainLoopOf(waveform);
-  const bool untilRelease = values.flag(u"until-release");
-  bool changed = false;
+  const bool untilRelease = values.flag(u"until-release"), cuts = values.flag(u"cut") && !untilRelease;
+  Crossfaded faded;
   if (values.flag(u"crossfade"))
-    changed =
+    faded =
         crossfadeLoop(frames.interleaved, frames.channels, {wholeStart(loop), wholeEnd(loop), 0, untilRelease, false});
-  if (values.flag(u"cut") && !untilRelease) {
-    cutAfterLoop(waveform, frames, wholeStart(loop), wholeEnd(loop), context);
-    changed = true;
-  }
-  return changed;
+  if (faded.frames > 0) reportCrossfade(waveform, faded, context.report);
+  if (cuts) endBehindLoop(waveform, frames, loop, context);
+  return faded.frames > 0 || cuts;
 }
 
-void takeFrames(Waveform& waveform, LoopFrames&& frames, TextView what, const OperationContext& context) {
+void takeFrames(Waveform& waveform, LoopFrames&& frames) {
   waveform.samples = makeResident(std::move(frames.interleaved), static_cast<int>(frames.channels));
-  fixup::reportSamples(context.report, waveform, what, u"", u"");
+}
+
+RegionsToLoop regionsToLoop(const OptionValues& values) {
+  return static_cast<RegionsToLoop>(values.choice(u"regions"));
+}
+
+/// Why no loop is looked for; empty when one is.
+TextView reasonToPass(const Waveform& waveform, const OptionValues& values, const OperationContext& context) {
+  if (values.flag(u"skip-looped") && isLooped(waveform, context)) return u"there is one";
+  if (!wouldBeHeard(regionsToLoop(values), context)) return u"none: just drums and one-shots play it";
+  return {};
 }
 
 }  // namespace
 
 Outcome runFindLoop(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
-  const Marker* there = mainLoop(waveform);
-  if (values.flag(u"skip-looped") && there && fixup::isActiveLoop(*there)) return Outcome::nothingToDo;
+  const TextView reason = reasonToPass(waveform, values, context);
+  if (!reason.empty()) return noLoop(waveform, reason, context);
   context.host.showStatus(u"Finding loop for: \"" + waveform.name + u"\"");
   auto frames = readLoopFrames(waveform, context.host);
   if (!frames) return Outcome::failed;
   const LoopFinding found = findLoop(frames->interleaved, frames->channels, waveform.sampleRate, finderOptions(values),
                                      [&](double fraction) { return context.host.progress(fraction); });
   if (found.stopped) return fail(u"Cancelled"), Outcome::failed;
-  if (!found.loop) return Outcome::nothingToDo;
+  if (!found.loop) return noLoop(waveform, u"none was found", context);
   reportCandidates(waveform, found, context.report);
   setMainLoop(waveform, *found.loop, values.flag(u"until-release"));
-  if (finishLoop(waveform, *frames, values, context) || found.filtered)
-    takeFrames(waveform, std::move(*frames), u"frames for the loop", context);
+  playFoundLoop(waveform, regionsToLoop(values), context);
+  if (found.cutoff > 0)
+    fixup::reportSamples(context.report, waveform, u"high-pass below F0", u"",
+                         fromUtf8(fmt::format("{:.1f} Hz", found.cutoff)));
+  if (finishLoop(waveform, *frames, values, context) || found.cutoff > 0) takeFrames(waveform, std::move(*frames));
   return Outcome::changed;
 }
 
 Outcome runCrossfadeLoop(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
   const Marker* loop = mainLoop(waveform);
-  if (!loop || !fixup::isActiveLoop(*loop)) return Outcome::nothingToDo;
+  if (!loop || !fixup::isActiveLoop(*loop)) return noLoop(waveform, u"there is none", context);
   LoopCrossfade fade{wholeStart(*loop), wholeEnd(*loop), 0, values.flag(u"reverse"), values.flag(u"exponential")};
   const uint32_t most = maximumCrossfade(fade.loopStart, fade.loopEnd);
   const double length = values.number(u"length");
@@ -125,8 +159,11 @@ Outcome runCrossfadeLoop(Item& copy, const OptionValues& values, const Operation
   if (context.items == 1) fade.length = static_cast<uint32_t>(length);
   auto frames = readLoopFrames(waveform, context.host);
   if (!frames) return Outcome::failed;
-  if (!crossfadeLoop(frames->interleaved, frames->channels, fade)) return Outcome::nothingToDo;
-  takeFrames(waveform, std::move(*frames), u"crossfaded loop", context);
+  const Crossfaded faded = crossfadeLoop(frames->interleaved, frames->channels, fade);
+  if (faded.frames == 0) return noLoop(waveform, u"nothing stands before it that could be faded in", context);
+  reportCrossfade(waveform, faded, context.report);
+  reportOtherLoops(waveform, context);
+  takeFrames(waveform, std::move(*frames));
   return Outcome::changed;
 }
 

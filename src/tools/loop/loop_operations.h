@@ -1,6 +1,7 @@
 #pragma once
 // The rows of the table of operations that make and change loops.
 
+#include "tools/loop/loop_regions.h"
 #include "tools/operation.h"
 
 namespace tervo {
@@ -20,6 +21,7 @@ inline constexpr OptionInfo findLoopOptions[] = {
     {u"fractional",     u"Find fractional loop start point",                flag,    0, 1,   0,  {}, u"places the start between two frames where that fits better"},
     {u"tune",           u"Set loop tuning param",                           flag,    0, 1,   0,  {}, u"makes up for a loop that is no whole number of periods"},
     {u"skip-looped",    u"Skip already looped waves (keep existing)",       flag,    0, 1,   1,  {}, u"leaves waveforms alone that have a loop"},
+    {u"regions",        u"Regions play the loop",                           choice,  0, 0,   0,  regionsToLoopChoices, u"the regions that are to play what is found; without drums: not those that play no loop in drum kits or as one-shots"},
     {u"candidates",     u"Candidates",                                      integer, 1, 20,  1,  {}, u"how many different loops to look for; the report lists them"},
     {u"take",           u"Take candidate",                                  integer, 1, 20,  1,  {}, u"which of them becomes the loop, 1 being the best"},
     {u"check-channels", u"Check both channels",                             flag,    0, 1,   0,  {}, u"takes the candidate that fits best in the channel where it fits worse"},

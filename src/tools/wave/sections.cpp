@@ -61,22 +61,6 @@ bool move(Marker& marker, const Moves& moves, bool isPlayedFrom, double frames) 
   return end - start >= std::min(length, 1.0);
 }
 
-void moveMarkers(Waveform& waveform, const Moves& moves, double frames, const OperationContext& context) {
-  auto& markers = waveform.markers;
-  for (std::size_t number = markers.size(); number > 0; --number) {
-    Marker& marker = markers[number - 1];
-    const Marker before = marker;
-    const bool isPlayedFrom = context.selectors && context.selectors->sections.contains(number);
-    if (!move(marker, moves, isPlayedFrom, frames)) {
-      context.report.dropped(waveform.name, titleOf(before) + u" " + placeOf(before), u"its frames are gone");
-      markers.erase(markers.begin() + static_cast<std::ptrdiff_t>(number - 1));
-      if (context.selectors) context.selectors->remove(number);
-    } else if (std::abs(marker.length() - before.length()) > 1e-6) {
-      context.report.approximated(waveform.name, titleOf(before), placeOf(before), placeOf(marker));
-    }
-  }
-}
-
 }  // namespace
 
 int64_t framesOf(double length, const OptionValues& values, const Waveform& waveform) {
@@ -88,6 +72,24 @@ int64_t framesOf(double length, const OptionValues& values, const Waveform& wave
   return std::llround(std::min(length * factor, 0x1p62));
 }
 
+void moveMarkers(Waveform& waveform, const std::vector<Stretch>& kept, int64_t frames,
+                 const OperationContext& context) {
+  const Moves moves(kept);
+  auto& markers = waveform.markers;
+  for (std::size_t number = markers.size(); number > 0; --number) {
+    Marker& marker = markers[number - 1];
+    const Marker before = marker;
+    const bool isPlayedFrom = context.selectors && context.selectors->sections.contains(number);
+    if (!move(marker, moves, isPlayedFrom, static_cast<double>(frames))) {
+      context.report.dropped(waveform.name, titleOf(before) + u" " + placeOf(before), u"its frames are gone");
+      markers.erase(markers.begin() + static_cast<std::ptrdiff_t>(number - 1));
+      if (context.selectors) context.selectors->remove(number);
+    } else if (std::abs(marker.length() - before.length()) > 1e-6) {
+      context.report.approximated(waveform.name, titleOf(before), placeOf(before), placeOf(marker));
+    }
+  }
+}
+
 void keepOnly(Waveform& waveform, std::vector<Stretch> kept, const OperationContext& context) {
   std::vector<fixup::Piece> pieces;
   int64_t frames = 0;
@@ -97,7 +99,7 @@ void keepOnly(Waveform& waveform, std::vector<Stretch> kept, const OperationCont
   }
   fixup::reportSamples(context.report, waveform, u"frames", fromUtf8(fmt::format("{}", waveform.frames())),
                        fromUtf8(fmt::format("{}", frames)));
-  moveMarkers(waveform, Moves(kept), static_cast<double>(frames), context);
+  moveMarkers(waveform, kept, frames, context);
   waveform.samples = fixup::joined(std::move(pieces));
 }
 

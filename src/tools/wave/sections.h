@@ -21,6 +21,9 @@ enum class LengthUnit : uint8_t { seconds, frames, percent };
 /// The frames of a waveform that a length of the option "unit" comes to, rounded.
 int64_t framesOf(double length, const OptionValues& values, const Waveform& waveform);
 
+/// Moves the markers of a waveform of which stretches are kept, as below. It has so many frames then.
+void moveMarkers(Waveform& waveform, const std::vector<Stretch>& kept, int64_t frames, const OperationContext& context);
+
 /// Keeps stretches that follow one another and do not overlap, at least one frame in all. Markers go with their frames.
 /// Those of which nothing remains go, and regions forget them; a position that regions play from moves to the next
 /// frame that remains. What is lost goes into the report.

@@ -43,6 +43,7 @@ void change(TriggerSet& rows, const Region& region, Selector selector, const Sel
 
 Selectors Selectors::of(const std::vector<Region*>& regions) {
   Selectors selectors;
+  selectors.regions.assign(regions.begin(), regions.end());
   for (const Region* region : regions) {
     if (const auto section = markerNamed(*region, ParameterId::playSection)) selectors.sections[section] = section;
     if (const auto loop = markerNamed(*region, ParameterId::loopSection)) selectors.loops[loop] = loop;
@@ -55,10 +56,22 @@ void Selectors::remove(std::size_t number) {
   removeFrom(loops, number);
 }
 
+namespace {
+
+void setLoopRow(TriggerSet& rows, LoopRow row) {
+  if (row == LoopRow::own) return rows.erase(ParameterId::loopSection);
+  rows.set(ParameterId::loopSection, 0);
+}
+
+}  // namespace
+
 std::optional<TriggerSet> withSelectors(const Region& region, const Selectors& selectors, ConversionReport& report) {
   TriggerSet rows = region.trigger;
   change(rows, region, {ParameterId::playSection, u"whole waveform"}, selectors.sections, report);
-  change(rows, region, {ParameterId::loopSection, u"the waveform's own loop"}, selectors.loops, report);
+  if (const auto row = selectors.loopRows.find(&region); row != selectors.loopRows.end())
+    setLoopRow(rows, row->second);
+  else
+    change(rows, region, {ParameterId::loopSection, u"the waveform's own loop"}, selectors.loops, report);
   if (rows == region.trigger) return std::nullopt;
   return rows;
 }

@@ -24,6 +24,12 @@ inline double decibels(double factor) {
 /// "-3.01 dB"; "silence" for minus infinity.
 Text decibelText(double dB);
 
+/// Says why nothing is done to a waveform.
+inline Outcome leftAlone(const Waveform& waveform, TextView what, TextView why, ConversionReport& report) {
+  report.add({waveform.name, Text(what), ReportKind::kept, u"", Text(why)});
+  return Outcome::nothingToDo;
+}
+
 /// The frames times a factor.
 SampleRef amplified(SampleRef samples, double factor);
 

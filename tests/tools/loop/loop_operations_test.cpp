@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <numbers>
 
@@ -45,6 +46,57 @@ TEST_F(LoopOperations, KeepOrReplaceTheLoopThatIsThere) {
   document.collection.clear();
   wave(makeResident(std::vector<float>(4000, 0.0f), 1));
   EXPECT_EQ(run(u"find-loop"), Outcome::nothingToDo);
+}
+
+TEST_F(LoopOperations, RegionsPlayWhatIsFound) {
+  using P = ParameterId;
+  enum Which { silent, drum, oneShot, other, own, count };
+  const struct {
+    OptionTexts options;
+    bool hasOther;      ///< a region that plays another loop than the own one
+    std::string loops;  ///< of each region afterwards: none, the own one, the other one; empty where nothing is done
+  } cases[] = {
+      {{}, false, "onn-o"},
+      {{}, true, ""},
+      {{{u"skip-looped", u"off"}}, true, "onnoo"},
+      {{{u"regions", u"all"}}, false, "ooo-o"},
+      {{{u"regions", u"as-they-are"}, {u"skip-looped", u"off"}}, true, "nnn2o"},
+  };
+  for (const auto& each : cases) {
+    document.collection.clear();
+    // A bank's header has a loop for each sample, whether it is played or not.
+    Waveform& waveform = wave(tone(), {loop(100, 150), loop(200, 250)});
+    std::array<Region*, count> regions = {};
+    for (std::size_t i = 0; i < count; ++i) {
+      if (i == other && !each.hasOther) continue;
+      Instrument& instrument = document.collection.add(std::make_unique<Instrument>());
+      instrument.drum = i == drum;
+      regions[i] = &fixup_test::Document::region(instrument.add(std::make_unique<Layer>()), waveform);
+      if (i != own || !each.hasOther) regions[i]->trigger.set(P::loopSection, i == other ? 2 : 0);
+      if (i == oneShot) regions[i]->articulation.set(P::vEnvReleaseMode, 1);
+    }
+    const auto outcome = run(u"find-loop", each.options);
+    EXPECT_EQ(outcome, each.loops.empty() ? Outcome::nothingToDo : Outcome::changed);
+    if (each.loops.empty()) continue;
+    ASSERT_NE(waveform.markers[0].start, 100);
+    for (std::size_t i = 0; i < count; ++i) {
+      if (!regions[i]) continue;
+      const auto played = playedLoop(*regions[i]);
+      const char loops = !played ? 'n' : *played == waveform.markers[0] ? 'o' : '2';
+      EXPECT_EQ(loops, each.loops[i]) << i << " of " << each.loops;
+    }
+  }
+}
+
+TEST_F(LoopOperations, DrumsStayWithoutALoopThatNobodyHears) {
+  Waveform& waveform = wave(tone());
+  const Region& region = fixup_test::Document::region(document.layer(), waveform);
+  document.collection.instruments()[0]->drum = true;
+  EXPECT_EQ(run(u"find-loop"), Outcome::nothingToDo);
+  fixup_test::Document::region(document.collection.add(std::make_unique<Instrument>()).add(std::make_unique<Layer>()),
+                               waveform);
+  EXPECT_EQ(run(u"find-loop"), Outcome::changed);
+  EXPECT_FALSE(playedLoop(region)) << "it asked for the own loop, of which there was none";
 }
 
 TEST_F(LoopOperations, CutBehindTheLoopAndAppendWhatItGoesOnToPlay) {
