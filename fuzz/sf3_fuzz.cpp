@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!first.read(std::move(input), reader)) return 0;
   if (!readAllSamples(first.collection, 1 << 18) && LastErrorText() != damagedStream) std::abort();
   if (framesOf(first.collection) > 1 << 16) return 0;
-  for (const std::size_t row : {392, 394}) {
+  for (const std::size_t row : {std::size_t{392}, std::size_t{394}}) {
     std::vector<std::byte> written;
     if (!first.write(written, row)) continue;
     Document again;

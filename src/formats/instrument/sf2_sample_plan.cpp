@@ -51,7 +51,7 @@ StreamChoice streamChoiceFor(const Waveform& waveform, const TargetFile& file) {
   if (!asked) return {};
   if (*asked == SampleFormat::compressed)
     return {.mayCopy = false, .kbitPerSecond = askedBitRate(waveform, file.options)};
-  const bool is24Bit = chooseSampleFormat(file.row, waveform, file.options) == SampleFormat::pcm24;
+  const bool is24Bit = chooseSampleFormat(file, waveform) == SampleFormat::pcm24;
   return {.mayCopy = false, .losslessBits = is24Bit ? 24 : 16};
 }
 
@@ -89,7 +89,7 @@ const Waveform* SamplePlan::prepare(const Waveform& waveform, TargetFile& file) 
 
 void SamplePlan::addChannel(const Waveform& waveform, SampleRef frames, uint16_t type, std::string_view ending,
                             TargetFile& file) {
-  PlannedSample sample{std::move(frames), {}, streamChoiceFor(waveform, file), &waveform};
+  PlannedSample sample{std::move(frames), {}, {}, &waveform};
   const auto count = static_cast<uint32_t>(sample.frames ? sample.frames->frames() : 0);
   // Of streams the loop is counted from their first frame; where they stand is known when they have been written.
   const auto start = static_cast<uint32_t>(storage_ == SampleStorage::words ? words_ : 0);
@@ -119,15 +119,18 @@ bool SamplePlan::addWaveform(const Waveform& waveform, TargetFile& file) {
   reportLosses(*written, file.report);
   if (written->holdsData() && storage_ == SampleStorage::words)
     is24Bit_ = is24Bit_ || chooseSampleFormat(file, *written) == SampleFormat::pcm24;
+  const std::size_t first = samples_.size();
   if (channels == 1) {
     addChannel(*written, written->holdsData() ? written->samples : nullptr, monoSample, {}, file);
-    return true;
+  } else {
+    addChannel(*written, fixup::channelOf(written->samples, 0), leftSample, "-L", file);
+    addChannel(*written, fixup::channelOf(written->samples, 1), rightSample, "-R", file);
+    samples_[first].record.link = static_cast<uint16_t>(first + 1);
+    samples_[first + 1].record.link = static_cast<uint16_t>(first);
   }
-  const auto left = static_cast<uint16_t>(samples_.size()), right = static_cast<uint16_t>(left + 1);
-  addChannel(*written, fixup::channelOf(written->samples, 0), leftSample, "-L", file);
-  addChannel(*written, fixup::channelOf(written->samples, 1), rightSample, "-R", file);
-  samples_[samples_.size() - 2].record.link = right;
-  samples_.back().record.link = left;
+  if (storage_ == SampleStorage::words || !written->holdsData()) return true;
+  const StreamChoice choice = streamChoiceFor(*written, file);
+  for (std::size_t i = first; i < samples_.size(); ++i) samples_[i].stream = choice;
   return true;
 }
 

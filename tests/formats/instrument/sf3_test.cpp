@@ -6,6 +6,7 @@
 #include "formats/codec/compressed_stream.h"
 #include "formats/codec/flac.h"
 #include "formats/codec/ogg_vorbis.h"
+#include "formats/damage_report.h"
 #include "tests/formats/instrument/sf2_builder.h"
 
 namespace tervo::test {
@@ -128,6 +129,30 @@ TEST(Sf3, LosslessSaveKeepsTheWords) {
   EXPECT_EQ(mainLoop(waveformOf(again))->start, mainLoop(waveformOf(bank))->start);
   const WrittenBank plain = writeBank(again.collection);
   EXPECT_EQ(framesOf(waveformOf(ReadBank(plain.bytes))), framesOf(waveformOf(bank)));
+}
+
+TEST(Sf3, FewerBitsAreReportedOnce) {
+  if (!canDecode(flacName)) GTEST_SKIP();
+  const ReadBank bank(bankOf({*encodeFlac(*ramp(500), 22050, 24)}).build());
+  const WrittenBank written = writeCompressed(bank.collection, {.coding = SampleCoding::pcm16});
+  ASSERT_TRUE(written.ok);
+  EXPECT_EQ(written.report.entries().size(), 1u);
+  EXPECT_TRUE(says(written.report, u"sample format"));
+}
+
+TEST(Sf3, DamageIsReportedOnceItIsHeard) {
+  if (!canDecode(flacName)) GTEST_SKIP();
+  Bytes stream = *encodeFlac(*ramp(20000), 22050, 16);
+  for (std::size_t i = 0; i < 20; ++i) stream[stream.size() / 2 + i] ^= std::byte{0x55};
+  const ReadBank bank(bankOf({stream, stream}).build());
+  ConversionReport before, after;
+  reportDamage(bank.collection, before);
+  EXPECT_FALSE(before.lostSomething());
+  framesOf(waveformOf(bank, 1));
+  reportDamage(bank.instrument(), after);  // which plays the other one
+  EXPECT_FALSE(after.lostSomething());
+  reportDamage(bank.collection, after);
+  EXPECT_EQ(after.entries().size(), 1u);
 }
 
 TEST(Sf3, VorbisIsUsualAndReported) {
