@@ -54,7 +54,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (!first.write(written, row)) continue;
     Document again;
     if (!again.read(std::move(written), readSf2)) std::abort();
-    if (again.collection.instruments().size() != first.collection.instruments().size()) std::abort();
+    // Waveforms that nothing plays get presets where there is none.
+    const std::size_t instruments = first.collection.instruments().size();
+    if (instruments > 0 && again.collection.instruments().size() != instruments) std::abort();
   }
   return 0;
 }
