@@ -1,6 +1,8 @@
 #include "cli/saving.h"
 
 #include <algorithm>
+#include <set>
+#include <unordered_set>
 
 #include "base/last_error.h"
 #include "base/memory_guard.h"
@@ -39,11 +41,33 @@ bool saveItems(const Collection& collection, const std::vector<const Item*>& ite
   });
 }
 
+/// Forgets what other items of the document lost when they were opened: they are not in the target.
+void keepReportOf(const std::vector<const Item*>& items, const Collection& collection, ConversionReport& report) {
+  std::set<Text> chosen, others;
+  const auto isChosen = [&](const Item& item) { return std::find(items.begin(), items.end(), &item) != items.end(); };
+  std::unordered_set<ItemId> played;
+  const auto sort = [&](const auto& item, bool isWanted) { (isWanted ? chosen : others).insert(item->name); };
+  for (const auto& song : collection.songs()) sort(song, isChosen(*song));
+  for (const auto& instrument : collection.instruments()) {
+    sort(instrument, isChosen(*instrument));
+    if (!isChosen(*instrument)) continue;
+    for (const auto& layer : instrument->layers())
+      for (const auto& region : layer->regions()) played.insert(region->waveform);
+  }
+  for (const auto& waveform : collection.waveforms())
+    sort(waveform, isChosen(*waveform) || played.contains(waveform->id()));
+  ConversionReport kept;
+  for (const ReportEntry& entry : report.entries())
+    if (chosen.contains(entry.item) || !others.contains(entry.item)) kept.add(entry);
+  report = std::move(kept);
+}
+
 }  // namespace
 
 bool saveDocument(Run& run, const Collection& collection, FormatIndex row) {
   Text hint;
   const auto items = chosenItems(run.line, collection, row, hint);
+  if (!run.line.items.empty()) keepReportOf(items, collection, run.report);
   const SaveContext context{run.host, run.report, run.settings, run.line.save,
                             run.line.overwrite ? Overwrite::allowed : Overwrite::refused};
   SongRendering rendering(run, collection);

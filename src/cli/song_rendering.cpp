@@ -37,7 +37,7 @@ bool SongRendering::openBanks() {
     if (!open(*bank_, file.path, RawFallback::refused, context)) return false;
     first = false;
   }
-  return true;
+  return !bank_->instruments().empty() || fail(u"The bank holds no instruments");
 }
 
 const Collection* SongRendering::bank() {

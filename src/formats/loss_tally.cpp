@@ -14,16 +14,20 @@ void LossTally::approximated(TextView what, TextView from, TextView to) {
   add({{}, Text(what), ReportKind::approximated, Text(from), Text(to)});
 }
 
-void LossTally::add(ReportEntry entry) {
+void LossTally::add(const LossTally& other) {
+  for (const Loss& loss : other.losses_) add(loss.entry, loss.count);
+}
+
+void LossTally::add(ReportEntry entry, std::size_t count) {
   const auto isSame = [&](const Loss& loss) {
     return loss.entry.what == entry.what && loss.entry.kind == entry.kind &&
            (entry.kind == ReportKind::approximated || loss.entry.to == entry.to);
   };
   const auto known = std::find_if(losses_.begin(), losses_.end(), isSame);
   if (known != losses_.end())
-    ++known->count;
+    known->count += count;
   else
-    losses_.push_back({std::move(entry), 1});
+    losses_.push_back({std::move(entry), count});
 }
 
 void LossTally::reportTo(ConversionReport& report, TextView item) {

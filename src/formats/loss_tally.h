@@ -14,6 +14,9 @@ class LossTally {
   /// The values are those of the first time.
   void approximated(TextView what, TextView from, TextView to);
 
+  /// What another one counted.
+  void add(const LossTally& other);
+
   /// Adds an entry for each kind of loss, with how often it happened where that was more than once; then forgets them.
   void reportTo(ConversionReport& report, TextView item);
 
@@ -22,7 +25,7 @@ class LossTally {
     ReportEntry entry;
     std::size_t count = 0;
   };
-  void add(ReportEntry entry);
+  void add(ReportEntry entry, std::size_t count = 1);
 
   std::vector<Loss> losses_;
 };

@@ -5,7 +5,7 @@
 
 namespace tervo {
 
-/// The shortest decimal form: "44100", "0.5".
+/// As a person would write it: "44100", "0.5", "39228.09". Seven digits, or two behind the point.
 Text numberText(double value);
 
 }  // namespace tervo

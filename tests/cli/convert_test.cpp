@@ -80,7 +80,7 @@ TEST_F(Convert, SavesSeveralItemsTogether) {
   } cases[] = {{{}, {"a", "b"}, {"a", "b", "a"}},
                {{u"instrument:0", u"instrument:1"}, {"a", "b"}, {"a", "b"}},
                {{u"waveform:2", u"instrument:1", u"waveform:2"}, {"b"}, {"b", "a"}},
-               {{u"waveform:2", u"waveform:0"}, {}, {"a", "a"}}};
+               {{u"waveform:2", u"waveform:0"}, {"a", "a"}, {"a", "a"}}};
   for (const auto& [items, instruments, waveforms] : cases) {
     std::vector<Text> arguments = {u"convert",    u"a.sf2",
                                    u"b.sf2",      u"a.sw",
@@ -178,6 +178,17 @@ TEST_F(Convert, ReportsWhatWasLost) {
   EXPECT_EQ(console.error, "");
   EXPECT_EQ(run({u"convert", u"a.sw", u"-o", u"out.wav", u"--report", u"--overwrite"}), 0);
   EXPECT_EQ(console.error, "Nothing was lost.\n");
+}
+
+TEST_F(Convert, ReportsWhatTheChosenItemsLost) {
+  const std::vector<Mod> modulators = {{0x181, 8, -700}};
+  BankBuilder bank;
+  bank.preset("One", 0, 0, {{{{41, 0}}}}).preset("Two", 1, 0, {{{{41, 0}}}}).preset("Three", 2, 0, {{{{41, 1}}}});
+  bank.instrument("Shared", {{{{53, 0}}, modulators}}).instrument("Other", {{{{53, 0}}, modulators}}).sample({});
+  const auto bytes = bank.build();
+  folder.put(u"bank.sf2", {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  ASSERT_EQ(run({u"convert", u"bank.sf2", u"-o", u"one.sf2", u"--report", u"--item", u"instrument:1"}), 0);
+  EXPECT_EQ(console.error, "Two: dropped: offset of a modulator of generator 8: the document has no place for it\n");
 }
 
 TEST_F(Convert, CancelledAnywhereLeavesTheTargetAlone) {

@@ -1,5 +1,6 @@
 // tervo detect, info, formats, settings.
 
+#include "base/last_error.h"
 #include "tests/cli/command_fixture.h"
 #include "tests/formats/wave/wav_builder.h"
 
@@ -170,6 +171,10 @@ TEST_F(LookCommands, ResultsThatNobodyGotAreAFailure) {
 
 TEST(Printable, KeepsOneLineAndTheTerminal) {
   EXPECT_EQ(cli::printable(u"a\nb\t\x1B[2J\x7F\x9B é\xDCFF"), "a\\nb\\t\\x1B[2J\\x7F\\x9B \xC3\xA9\xFF");
+  MemoryConsole memory;
+  setLastErrorText(u"Too much data!\n\nRemove some...\n");
+  memory.failure(u"a\nb", u"why");
+  EXPECT_EQ(memory.error, "tervo: a\\nb: Too much data! Remove some... (why)\n");
 }
 
 }  // namespace

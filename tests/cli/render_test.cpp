@@ -76,6 +76,8 @@ TEST_F(RenderCommand, SaysWhyItCannot) {
   EXPECT_THAT(console.error, testing::HasSubstr("it holds songs"));
   EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--bank", u"missing.sf2"}), 1);
   EXPECT_THAT(console.error, testing::HasSubstr("missing.sf2: Could not open file"));
+  EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--bank", u"song.mid"}), 1);
+  EXPECT_THAT(console.error, testing::HasSubstr("song.mid: The bank holds no instruments\n"));
   EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--voices", u"0"}), 2);
   console.onPoll = [](int) { return true; };
   EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--bank", u"bank.sf2"}), 130);

@@ -93,10 +93,10 @@ class Merger {
       playAsStereo(*leftRegions[i], *(*rightRegions)[i]);
       gone_.insert((*rightRegions)[i]->id());
     }
+    left.name = name;
     reportSamples(pass_.report, left, u"channels", u"dual mono", u"stereo");
     left.samples = interleavedOf(left.samples, right.samples);
     takeExtras(left, right, pass_.report);
-    left.name = name;
     gone_.insert(right.id());
     return true;
   }

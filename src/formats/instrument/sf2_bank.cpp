@@ -27,6 +27,7 @@ class BankLoader {
     ChunkWalker walker(*bank_.source, formHeaderBytes, bank_.source->size());
     if (formSize != unknownSize) walker.setDeclaredEnd(uint64_t{formSize} + 8);
     if (!walk(walker, 0)) return false;
+    if (walker.strayBytes() > 0) losses_.dropped(u"data behind the bank", u"it is no part of it");
     finishPresets();
     finishInstruments();
     finishSamples();
@@ -75,16 +76,24 @@ class BankLoader {
     std::vector<KeptInfo> others;
     readInfoTags(*bank_.source, list, tags_, &others);
     for (const KeptInfo& info : others) {
-      ByteReader body(info.body);
-      if (info.id == FourCC("ifil") && info.body.size() >= 4) {
-        bank_.majorVersion = body.little<uint16_t>();
-        if (!isExpected(bank_.majorVersion)) return failForVersion();
-      } else if (info.id == FourCC("ICRD") || info.id == FourCC("irom")) {
-        losses_.dropped(info.id == FourCC("ICRD") ? u"creation date" : u"name of the sound ROM",
-                        u"the document has no place for it");
+      if (info.id != FourCC("ifil") || info.body.size() < 4) {
+        noteText(info.id);
+        continue;
       }
+      bank_.majorVersion = ByteReader(info.body).little<uint16_t>();
+      if (!isExpected(bank_.majorVersion)) return failForVersion();
     }
     return true;
+  }
+
+  /// A text that is no tag. Those about the file and who made it do not count.
+  void noteText(FourCC id) {
+    constexpr FourCC aboutTheFile[] = {"ifil", "isng", "iver", infoSoftware};
+    if (std::find(std::begin(aboutTheFile), std::end(aboutTheFile), id) != std::end(aboutTheFile)) return;
+    const TextView what = id == FourCC("ICRD")   ? u"creation date"
+                          : id == FourCC("irom") ? u"name of the sound ROM"
+                                                 : u"text that no tag stands for";
+    losses_.dropped(what, u"the document has no place for it");
   }
 
   std::vector<std::byte> bodyOf(const Chunk& chunk) const {
@@ -186,6 +195,9 @@ void BankLoader::loadChunk(const Chunk& chunk) {
   // clang-format on
   for (const Handler& handler : handlers)
     if (handler.id == chunk.id) return handler.load(*this, chunk);
+  constexpr FourCC fillers[] = {"JUNK", "junk", "PAD ", "FLLR"};
+  if (std::find(std::begin(fillers), std::end(fillers), chunk.id) == std::end(fillers))
+    losses_.dropped(u"chunk that no standard names", u"the document has no place for it");
 }
 
 }  // namespace

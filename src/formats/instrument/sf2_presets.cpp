@@ -4,6 +4,7 @@
 #include <optional>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "core/parameter_table.h"
 #include "formats/instrument/sf1_zone.h"
@@ -141,6 +142,7 @@ class PresetReader {
         waveforms_(waveforms),
         file_(file),
         rules_(rulesFor(bank)),
+        losses_(losses),
         presetZones_(bank.presetZones, losses),
         instrumentZones_(bank.instrumentZones, losses),
         presetBags_(bagSpans(bank.presets, bank.presetBagsEnd, losses)),
@@ -154,7 +156,8 @@ class PresetReader {
     for (std::size_t i = 0; i < bank_.presets.size(); ++i) readPreset(bank_.presets[i], zones[i]);
     for (std::size_t i = 0; i < bank_.instruments.size(); ++i) {
       if (zonesOf_[i]) continue;
-      file_.report.dropped(fromFileText(nameIn(bank_.instruments[i].name)), u"instrument", u"no preset plays it");
+      losses_.dropped(u"instrument \"" + fromFileText(nameIn(bank_.instruments[i].name)) + u"\"",
+                      u"no preset plays it");
     }
   }
 
@@ -179,24 +182,28 @@ class PresetReader {
     return zones;
   }
 
-  /// The instrument's zones that name a sample, each with what the global zone says. Read once.
-  const std::vector<ZoneValues>& zonesOf(std::size_t instrument) {
+  /// The zones of a bank's instrument that name a sample, each with what the global zone says, and what was lost of it:
+  /// that is every preset's that plays it.
+  struct InstrumentZones {
+    std::vector<ZoneValues> zones;
+    LossTally losses;
+  };
+  /// Read once.
+  const InstrumentZones& zonesOf(std::size_t instrument) {
     auto& known = zonesOf_[instrument];
     if (known) return *known;
-    known.emplace();
-    LossTally losses;
+    auto& [zones, losses] = known.emplace();
     ZoneValues global = rules_.instrument;
     for (std::size_t bag = instrumentBags_[instrument].first; bag < instrumentBags_[instrument].end; ++bag) {
       ZoneValues values = global;
       instrumentZones_.apply(bag, values, losses);
       if (values[Gen::sampleId] >= 0)
-        known->push_back(values);
+        zones.push_back(values);
       else if (bag == instrumentBags_[instrument].first)
         global = values;
       else
         losses.dropped(u"zone of an instrument", u"it names no sample");
     }
-    losses.reportTo(file_.report, fromFileText(nameIn(bank_.instruments[instrument].name)));
     return *known;
   }
 
@@ -214,7 +221,7 @@ class PresetReader {
         const auto instrument = static_cast<uint16_t>(zones[i][Gen::instrument]);
         if (isDone[instrument]) continue;
         isDone[instrument] = true;
-        for (const ZoneValues& zone : zonesOf(instrument)) {
+        for (const ZoneValues& zone : zonesOf(instrument).zones) {
           const auto sample = static_cast<uint16_t>(zone[Gen::sampleId]);
           if (sample >= waveforms_.size()) continue;
           if (zone[Gen::sampleModes] == loopsAlways) always[sample] = true;
@@ -236,9 +243,16 @@ class PresetReader {
     instrument.drum = preset.bank == drumBank;
     instrument.articulation = globalRows(rules_, zones.front());
     LossTally losses;
-    for (std::size_t i = 1; i < zones.size(); ++i) readPresetZone(instrument, zones[i], losses);
+    std::unordered_set<int16_t> played;
+    for (std::size_t i = 1; i < zones.size(); ++i) {
+      const int16_t index = zones[i][Gen::instrument];
+      if (played.insert(index).second) losses.add(zonesOf(static_cast<uint16_t>(index)).losses);
+      readPresetZone(instrument, zones[i], losses);
+    }
     const bool isOther = preset.program > 127 || preset.bank > drumBank;
     if (isOther) losses.approximated(u"program or bank number", u"above the highest", u"its low 7 bits");
+    if (preset.library != 0 || preset.genre != 0 || preset.morphology != 0)
+      losses.dropped(u"library, genre or morphology", u"the document has no place for them");
     losses.reportTo(file_.report, instrument.name);
   }
 
@@ -251,7 +265,7 @@ class PresetReader {
         losses.dropped(u"generator of a preset", u"only zones of instruments can have it");
     }
     LayerMaker layers(instrument);
-    for (const ZoneValues& zone : zonesOf(static_cast<uint16_t>(preset[Gen::instrument]))) {
+    for (const ZoneValues& zone : zonesOf(static_cast<uint16_t>(preset[Gen::instrument])).zones) {
       if (regions_ >= mostRegions(bank_)) return losses.dropped(u"zones", u"the bank has too many of them");
       addRegion(layers, zone, preset, losses);
     }
@@ -283,9 +297,10 @@ class PresetReader {
   const std::vector<Waveform*>& waveforms_;
   const SourceFile& file_;
   ZoneRules rules_;
+  LossTally& losses_;  ///< of the bank
   ZoneReader presetZones_, instrumentZones_;
   std::vector<BagSpan> presetBags_, instrumentBags_;
-  std::vector<std::optional<std::vector<ZoneValues>>> zonesOf_;
+  std::vector<std::optional<InstrumentZones>> zonesOf_;
   KnownArticulations articulations_;
   std::size_t regions_ = 0;
 };

@@ -5,14 +5,12 @@
 #include "platform/file.h"
 #include "platform/path.h"
 
-namespace tervo {
+namespace tervo::sf2 {
 namespace {
 
 constexpr TextView romFile = u"1mgm.sf2";
-RomAnswer answerForAll = RomAnswer::ask;
 
 bool wantsRom(Host& host) {
-  if (answerForAll != RomAnswer::ask) return answerForAll == RomAnswer::use;
   static constexpr TextView buttons[] = {u"Use 1mgm.sf2", u"Skip"};
   return host.ask({u"This SoundFont references ROM waveforms.\n\nWould you like to skip these, or load them from "
                    u"\"1mgm.sf2\"?\n(i.e. the AWE32 ROM equivalent from the SB Live-drivers)",
@@ -25,24 +23,18 @@ bool isPlain(const ByteSource& bank) {
   return form == FourCC("sfbk");
 }
 
-std::unique_ptr<sf2::Bank> openRomBank(TextView path) {
+std::unique_ptr<Bank> openRomBank(TextView path) {
   const auto source = platform::InputFile::open(path);
   if (!source) return nullptr;
   Tags ignoredTags;
   LossTally ignoredLosses;
-  auto bank = sf2::loadBank(source, ignoredTags, ignoredLosses);
+  auto bank = loadBank(source, ignoredTags, ignoredLosses);
   // A bank that only refers to the ROM itself is of no use, nor is a compressed one.
   if (bank && (bank->words == 0 || !isPlain(*source))) bank.reset();
   return bank;
 }
 
 }  // namespace
-
-void setRomAnswer(RomAnswer answer) {
-  answerForAll = answer;
-}
-
-namespace sf2 {
 
 void RomSamples::find(LossTally& losses) {
   looked_ = true;
@@ -69,5 +61,4 @@ std::unique_ptr<Waveform> RomSamples::load(std::size_t index, LossTally& losses)
   return makeWaveform(*bank_, bank_->samples[index], losses);
 }
 
-}  // namespace sf2
-}  // namespace tervo
+}  // namespace tervo::sf2

@@ -3,13 +3,7 @@
 
 #include "formats/instrument/sf2_samples.h"
 
-namespace tervo {
-
-/// What is done about the ROM samples of all banks to come: for work on many files. Document thread.
-enum class RomAnswer : uint8_t { ask, use, skip };
-void setRomAnswer(RomAnswer answer);
-
-namespace sf2 {
+namespace tervo::sf2 {
 
 /// For one bank that is being read: asks when the first sample is wanted, and looks for the other bank once.
 class RomSamples {
@@ -27,5 +21,4 @@ class RomSamples {
   std::unique_ptr<Bank> bank_;
 };
 
-}  // namespace sf2
-}  // namespace tervo
+}  // namespace tervo::sf2

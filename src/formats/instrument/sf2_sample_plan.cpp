@@ -31,9 +31,6 @@ uint8_t pitchCorrection(const Waveform& waveform, ConversionReport& report) {
 }
 
 void reportLosses(const Waveform& waveform, ConversionReport& report) {
-  const auto isOther = [](const Marker& marker) { return marker.type == MarkerType::position; };
-  if (std::any_of(waveform.markers.begin(), waveform.markers.end(), isOther))
-    report.dropped(waveform.name, u"markers", u"the file has no place for them");
   if (waveform.sampleRate != std::round(waveform.sampleRate))
     report.approximated(waveform.name, u"sample rate", numberText(waveform.sampleRate),
                         numberText(std::round(waveform.sampleRate)));

@@ -8,6 +8,7 @@
 #include "base/last_error.h"
 #include "core/collection.h"
 #include "formats/instrument/sf2_articulation.h"
+#include "formats/instrument/sf2_marker_losses.h"
 #include "formats/instrument/sf2_reader.h"
 #include "formats/instrument/sf2_sample_writer.h"
 #include "formats/instrument/sf2_stream_writer.h"
@@ -220,6 +221,7 @@ bool writeSf2(const Item& item, TargetFile& file, uint32_t variant) {
   sf2::SamplePlan plan(isCompressed ? sf2::SampleStorage::streams : sf2::SampleStorage::words);
   if (!plan.add(content->waveforms, file)) return false;
   plan.linkPairs(content->instruments);
+  sf2::noteMarkerLosses(content->waveforms, content->instruments, file.report);
   sf2::ConvertedArticulations converted;
   std::vector<sf2::PresetPlan> presets;
   for (const Instrument* instrument : content->instruments)

@@ -116,6 +116,11 @@ bool isMoreThanItsSlot(const ModulatorRecord& modulator, std::size_t slot) {
   return modulator.transform != 0 || ((modulator.source ^ patterns[slot].source) & ~(0xFF | negative)) != 0;
 }
 
+bool losesItsOffset(const ModulatorRecord& modulator, std::size_t slot) {
+  const bool isTurned = ((modulator.source ^ patterns[slot].source) & negative) != 0;
+  return isTurned && !isBipolar(patterns[slot]) && modulator.amount != 0;
+}
+
 void appendModulators(const ZoneValues& values, const ZoneValues& reference, std::vector<ModulatorRecord>& records) {
   for (std::size_t i = 0; i < slotCount; ++i) {
     if (values.slots[i] == reference.slots[i]) continue;

@@ -73,6 +73,8 @@ struct SlotAmount {
 std::optional<SlotAmount> slotOf(const ModulatorRecord& modulator);
 /// Whether the record says more than its slot: another curve, or a transform.
 bool isMoreThanItsSlot(const ModulatorRecord& modulator, std::size_t slot);
+/// Whether turning its direction has lost something: from 1 to 0 instead of from 0 to 1 is also the amount itself.
+bool losesItsOffset(const ModulatorRecord& modulator, std::size_t slot);
 
 /// The records of the slots whose amounts differ from `reference`.
 void appendModulators(const ZoneValues& values, const ZoneValues& reference, std::vector<ModulatorRecord>& records);

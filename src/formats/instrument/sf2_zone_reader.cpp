@@ -56,6 +56,7 @@ void ZoneReader::apply(std::size_t bag, ZoneValues& values, LossTally& losses) c
     if (found) values.slots[found->slot] = found->amount;
     const bool isWhole = found && !isMoreThanItsSlot(record, found->slot);
     if (!isWhole) noteModulator(record, found ? u"curve of a modulator" : u"modulator", losses);
+    if (found && losesItsOffset(record, found->slot)) noteModulator(record, u"offset of a modulator", losses);
   }
 }
 

@@ -65,6 +65,7 @@ class BankBuilder {
   std::string form = "sfbk";
   ChunkBody info = {};
   bool padded = true;
+  std::string behind;  ///< what stands behind the last list
 
   BankBuilder() {
     for (int16_t word = 0; word < 200; ++word) smpl.add(static_cast<int16_t>(word * 163 - 16000));
@@ -155,6 +156,7 @@ class BankBuilder {
           {"imod", &imod},
           {"igen", &igen},
           {"shdr", &shdr}});
+    writer.chars(behind);
     return sink.take();
   }
 };

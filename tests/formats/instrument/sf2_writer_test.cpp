@@ -212,6 +212,8 @@ TEST(Sf2Writer, writesWordsOneAfterAnotherWithSilenceBetween) {
   EXPECT_EQ(records.bank->samples[1].start, 50u);
   EXPECT_EQ(records.bank->samples[1].end, 51u);
   EXPECT_EQ(records.bank->lowBytesAt, 0u);
+  const auto& bytes = records.written.bytes;
+  EXPECT_EQ(std::to_integer<int>(bytes[32]) * 10 + std::to_integer<int>(bytes[34]), 21);  // "ifil": 2.1
 }
 
 TEST(Sf2Writer, writes24BitsAsWordsAndLowBytes) {
@@ -436,6 +438,20 @@ TEST(Sf2Writer, takesAsManyParametersAsIndicesReach) {
   EXPECT_EQ(parameters(16384, true, byVelocity), 2u * 16384);
 }
 
+TEST(Sf2Writer, leavesOutLayersThatNoIndexReaches) {
+  const Instrument instrument;
+  sf2::ZoneValues zone = sf2::instrumentDefaults();
+  zone[Gen::sampleId] = 0;
+  const sf2::LayerZones layer{sf2::instrumentDefaults(), {zone}, true};
+  sf2::BankTables tables;
+  for (const std::size_t layers : {65534u, 2u}) {
+    const sf2::PresetPlan preset{&instrument, {}, sf2::presetDefaults(), std::vector<sf2::LayerZones>(layers, layer)};
+    EXPECT_TRUE(tables.add(preset, sf2::Packing::byLayer));
+    EXPECT_EQ(tables.incomplete().size(), layers == 2 ? 1u : 0u);
+  }
+  EXPECT_EQ(tables.presetZones().bags.size(), 65535u);
+}
+
 TEST(Sf2Writer, warnsOfRegionsThatNoIndexReaches) {
   Document document(0);
   for (int i = 0; i < 32769; ++i) document.add(u"W", {0.5f});
@@ -459,14 +475,22 @@ TEST(Sf2Writer, reportsWhatABankCannotSay) {
   region.articulation.set(P::randomToPitch, 1);
   region.articulation.set(P::masterVolume, 6);
   region.trigger.set(P::triggerType, 1);
+  Waveform& waveform = *document.collection.waveforms()[0];
+  for (const double start : {0.0, 8.0, 16.0})
+    waveform.markers.push_back({.type = MarkerType::loop, .start = start, .end = 24, .loopType = LoopType::forward});
+  for (const double start : {0.0, 8.0})
+    waveform.markers.push_back({.type = MarkerType::section, .start = start, .end = 24});
+  region.trigger.set(P::loopSection, 2);
+  region.trigger.set(P::playSection, 5);
   const WrittenBank written = writeBank(document.collection);
   const auto& entries = written.report.entries();
-  for (const Text& what : {Text(rowOf(P::randomToPitch).name), Text(rowOf(P::triggerType).name),
-                           Text(u"gain above 0 dB"), Text(u"Minor MIDI bank number")})
+  for (const Text& what :
+       {Text(rowOf(P::randomToPitch).name), Text(rowOf(P::triggerType).name), Text(u"gain above 0 dB"),
+        Text(u"Minor MIDI bank number"), Text(u"loops"), Text(u"sections")})
     EXPECT_TRUE(std::any_of(entries.begin(), entries.end(), [&](const ReportEntry& entry) {
       return entry.what == what;
     })) << toUtf8(what);
-  EXPECT_EQ(entries.size(), 4u);
+  EXPECT_EQ(entries.size(), 6u);
 }
 
 }  // namespace
