@@ -59,8 +59,8 @@ void CliHost::endProgress() {
   shownPercent_ = -1;
 }
 
-std::unique_ptr<Waveform> CliHost::renderSong(const Song& song) {
-  return songRenderer_ ? songRenderer_(song) : Host::renderSong(song);
+std::vector<std::unique_ptr<Waveform>> CliHost::render(const Item& item) {
+  return renderer_ ? renderer_(item) : Host::render(item);
 }
 
 std::size_t CliHost::ask(const Question& question) {

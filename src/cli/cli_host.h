@@ -20,11 +20,11 @@ class CliHost final : public Host {
   bool progress(double fraction) override;
   std::size_t ask(const Question& question) override;
   std::optional<Text> locateFile(const FileRequest& request) override;
-  std::unique_ptr<Waveform> renderSong(const Song& song) override;
+  std::vector<std::unique_ptr<Waveform>> render(const Item& item) override;
 
-  /// Who renders songs, while a command may have to.
-  using SongRenderer = std::function<std::unique_ptr<Waveform>(const Song&)>;
-  void setSongRenderer(SongRenderer renderer) { songRenderer_ = std::move(renderer); }
+  /// Who renders songs and instruments, while a command may have to.
+  using Renderer = std::function<std::vector<std::unique_ptr<Waveform>>(const Item&)>;
+  void setRenderer(Renderer renderer) { renderer_ = std::move(renderer); }
 
   bool cancelled() const { return console_.cancelRequested(); }
   /// Takes the progress line off the terminal before something else is printed.
@@ -35,7 +35,7 @@ class CliHost final : public Host {
 
   Console& console_;
   const CommandLine& line_;
-  SongRenderer songRenderer_;
+  Renderer renderer_;
   /// What the answers say where they name a file, and that file.
   std::vector<std::pair<Text, Text>> files_;
   int shownPercent_ = -1;

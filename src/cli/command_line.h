@@ -45,6 +45,7 @@ struct RenderRequest {
   std::optional<int> voices;
   std::optional<bool> normalise;
   bool noEffects = false;
+  bool usesSinc = false;  ///< to interpolate, in place of the cubic
   std::optional<double> tailSeconds;
   int threads = 0;  ///< 0: as many as there are processors
 };

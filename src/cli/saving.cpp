@@ -71,9 +71,9 @@ bool saveDocument(Run& run, const Collection& collection, FormatIndex row) {
   const SaveContext context{run.host, run.report, run.settings, run.line.save,
                             run.line.overwrite ? Overwrite::allowed : Overwrite::refused};
   SongRendering rendering(run, collection);
-  run.host.setSongRenderer([&](const Song& song) { return rendering.render(song); });
+  run.host.setRenderer([&](const Item& item) { return rendering.render(item); });
   const bool saved = !items.empty() && saveItems(collection, items, row, run.line.target.path, context);
-  run.host.setSongRenderer(nullptr);
+  run.host.setRenderer(nullptr);
   if (saved) return true;
   run.host.endProgress();
   // Samples are read while they are being written.

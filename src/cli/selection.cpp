@@ -44,16 +44,21 @@ FormatIndex rowNamed(TextView name) {
   return described != noFormat ? described : rowOfExtension(name);
 }
 
-/// What may be saved in a row: all items of the kinds that it holds, songs for rendering too.
+/// What may be saved in a row: all items of the kinds that it holds, songs and instruments for rendering too. Several
+/// waveforms that come with instruments are theirs, and nobody means one of them who does not name it.
 std::vector<const Item*> itemsFor(const FormatDescriptor& row, const Collection& collection) {
+  const bool holdsWaveforms = row.kindMask & kindBit(ItemKind::waveform);
+  const bool holdsInstruments = row.kindMask & kindBit(ItemKind::instrument);
+  const bool rendersInstruments =
+      holdsWaveforms && !holdsInstruments && !collection.instruments().empty() && collection.waveforms().size() > 1;
   std::vector<const Item*> items;
-  const auto add = [&](uint8_t kinds, const auto& list) {
-    if (row.kindMask & kinds)
+  const auto addIf = [&](bool wanted, const auto& list) {
+    if (wanted)
       for (const auto& item : list) items.push_back(item.get());
   };
-  add(kindBit(ItemKind::song) | kindBit(ItemKind::waveform), collection.songs());
-  add(kindBit(ItemKind::instrument), collection.instruments());
-  add(kindBit(ItemKind::waveform), collection.waveforms());
+  addIf(holdsWaveforms || (row.kindMask & kindBit(ItemKind::song)), collection.songs());
+  addIf(holdsInstruments || rendersInstruments, collection.instruments());
+  addIf(holdsWaveforms && !rendersInstruments, collection.waveforms());
   return items;
 }
 

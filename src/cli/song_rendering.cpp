@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "audio/render/instrument_renderer.h"
 #include "audio/render/instrument_supply.h"
 #include "base/last_error.h"
 #include "formats/damage_report.h"
@@ -10,17 +11,25 @@
 #include "platform/path.h"
 
 namespace tervo::cli {
+namespace {
+
+/// Rendered at the rate of the target, nothing has to be resampled.
+std::optional<uint32_t> askedRate(const Run& run) {
+  const auto rate = run.line.save.sampleRate;
+  return rate ? std::optional(static_cast<uint32_t>(std::max(std::llround(*rate), 1ll))) : std::nullopt;
+}
+
+}  // namespace
 
 audio::RenderOptions renderOptions(const Run& run) {
   const CommandLine& line = run.line;
   audio::RenderOptions options = audio::renderOptionsOf(run.settings);
   const RenderRequest& request = line.rendering;
-  // At the rate that is asked for, so that nothing has to be resampled.
-  if (line.save.sampleRate)
-    options.sampleRate = static_cast<uint32_t>(std::max(std::llround(*line.save.sampleRate), 1ll));
+  options.sampleRate = askedRate(run).value_or(options.sampleRate);
   if (request.voices) options.voices = *request.voices;
   if (request.normalise) options.normalised = *request.normalise;
   if (request.noEffects) options.hasEffects = false;
+  if (request.usesSinc) options.interpolation = audio::Interpolation::sinc;
   options.tailSeconds = request.tailSeconds;
   options.workers = request.threads;
   return options;
@@ -58,13 +67,27 @@ bool SongRendering::hasNamedBanks() {
   return run_.line.rendering.banks.empty() || bank() || fail(u"Failed to render synth to wave");
 }
 
-std::unique_ptr<Waveform> SongRendering::render(const Song& song) {
-  if (!hasNamedBanks()) return nullptr;
-  auto sound = audio::renderSong(song, {document_, [this] { return bank(); }, run_.host, renderOptions(run_)});
+std::vector<std::unique_ptr<Waveform>> SongRendering::render(const Item& item) {
+  std::vector<std::unique_ptr<Waveform>> result;
+  if (item.kind() == ItemKind::instrument) {
+    result = renderNotes(static_cast<const Instrument&>(item));
+  } else {
+    if (!hasNamedBanks()) return result;
+    auto sound = audio::renderSong(static_cast<const Song&>(item),
+                                   {document_, [this] { return bank(); }, run_.host, renderOptions(run_)});
+    if (sound) result.push_back(std::move(sound));
+  }
   reportDamage(document_, run_.report);
   if (bank_) reportDamage(*bank_, run_.report);
-  if (!sound) explainFailure();
-  return sound;
+  if (result.empty()) explainFailure();
+  return result;
+}
+
+std::vector<std::unique_ptr<Waveform>> SongRendering::renderNotes(const Instrument& instrument) {
+  audio::NoteRenderOptions options = audio::noteRenderOptionsOf(run_.settings);
+  options.sampleRate = askedRate(run_).value_or(options.sampleRate);
+  if (run_.line.rendering.usesSinc) options.interpolation = audio::Interpolation::sinc;
+  return audio::renderInstrument(instrument, options, run_.host);
 }
 
 // The engine only says that there is no instrument.

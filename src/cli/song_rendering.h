@@ -1,6 +1,6 @@
 #pragma once
-// Renders songs for commands: with the instruments of the document and of the banks that the command line names, else
-// of the default collection of the settings.
+// Renders songs and instruments for commands; songs with the instruments of the document and of the banks that the
+// command line names, else of the default collection of the settings.
 
 #include <memory>
 #include <optional>
@@ -18,12 +18,13 @@ class SongRendering {
  public:
   SongRendering(Run& run, const Collection& document) : run_(run), document_(document) {}
 
-  /// For Host::renderSong.
-  std::unique_ptr<Waveform> render(const Song& song);
+  /// For Host::render.
+  std::vector<std::unique_ptr<Waveform>> render(const Item& item);
   /// Loads what the events need. False with LastErrorText.
   bool supply(audio::Engine& engine, const audio::SongEvents& events);
 
  private:
+  std::vector<std::unique_ptr<Waveform>> renderNotes(const Instrument& instrument);
   const Collection* bank();
   bool openBanks();
   bool hasNamedBanks();

@@ -5,8 +5,9 @@
 
 namespace tervo {
 
-std::unique_ptr<Waveform> Host::renderSong(const Song&) {
-  return fail(u"Failed to render synth to wave");
+std::vector<std::unique_ptr<Waveform>> Host::render(const Item&) {
+  setLastErrorText(u"Failed to render synth to wave");
+  return {};
 }
 
 }  // namespace tervo

@@ -5,12 +5,13 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <vector>
 
 #include "base/text.h"
 
 namespace tervo {
 
-class Song;
+class Item;
 class Waveform;
 
 struct Question {
@@ -37,8 +38,9 @@ class Host {
   virtual std::size_t ask(const Question& question) { return question.safeButton; }
   /// A file that an instrument names and that is not where it should be; nothing when it stays missing.
   virtual std::optional<Text> locateFile(const FileRequest&) { return std::nullopt; }
-  /// Renders a song to a waveform. Null with LastErrorText set ("Failed to render synth to wave", "Save aborted!").
-  virtual std::unique_ptr<Waveform> renderSong(const Song& song);
+  /// Renders a song to a waveform, or an instrument to one or more, each with a root key of its own. Empty with
+  /// LastErrorText set ("Failed to render synth to wave", "Save aborted!").
+  virtual std::vector<std::unique_ptr<Waveform>> render(const Item& item);
 };
 
 }  // namespace tervo

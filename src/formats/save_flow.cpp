@@ -1,5 +1,9 @@
 #include "formats/save_flow.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
+
 #include "base/last_error.h"
 #include "base/memory_guard.h"
 #include "core/collection.h"
@@ -50,54 +54,91 @@ bool holdsDataFor(const FormatDescriptor& row, const Item& item) {
 }
 
 bool mustBeRendered(const FormatDescriptor& row, const Item& item) {
-  return item.kind() == ItemKind::song && !writesSongs(row) && holdsKind(row, ItemKind::waveform);
+  if (!holdsKind(row, ItemKind::waveform)) return false;
+  if (item.kind() == ItemKind::song) return !writesSongs(row);
+  return item.kind() == ItemKind::instrument && !holdsKind(row, ItemKind::instrument);
 }
 
-/// Null with LastErrorText and the document as it was.
-std::unique_ptr<Waveform> rendered(const Song& song, const SaveContext& context) {
+using Waveforms = std::vector<std::unique_ptr<Waveform>>;
+
+/// Empty with LastErrorText and the document as it was.
+Waveforms rendered(const Item& item, const SaveContext& context) {
   const bool canRollBack = context.history && context.history->SaveState();
   setLastErrorText({});
-  auto waveform = context.host.renderSong(song);
-  if (waveform) return waveform;
+  auto waveforms = context.host.render(item);
+  if (!waveforms.empty()) return waveforms;
   const Text cause = LastErrorText();
-  // The song, too, may be another object from here on.
+  // The item, too, may be another object from here on.
   if (canRollBack) context.history->RestoreState(0, StateRing::AfterLoading::deleteFile);
   setLastErrorText(cause.empty() ? TextView(u"Failed to render synth to wave") : TextView(cause));
+  return {};
+}
+
+/// Replaces each waveform by one in the shape that the row writes. False with LastErrorText.
+bool prepare(Waveforms& waveforms, const FormatDescriptor& row, const SaveContext& context) {
+  for (auto& waveform : waveforms) {
+    waveform = preparedFor(row, *waveform, context.options, context.report);
+    if (!waveform) return false;
+  }
+  return true;
+}
+
+/// Of one of several waveforms: with its root key behind the name, "piano 060.wav".
+Text pathForKey(TextView path, uint8_t key) {
+  const TextView stem = platform::stemOf(path), name = platform::fileNameOf(path);
+  const Text digits = fromUtf8(fmt::format(" {:03}", key));
+  return platform::join(platform::folderOf(path), Text(stem).append(digits).append(name.substr(stem.size())));
+}
+
+std::unique_ptr<platform::OutputFile> written(const FormatDescriptor& row, const Item& item, TextView path,
+                                              const SaveContext& context) {
+  context.host.showStatus(u"Writing: " + Text(platform::fileNameOf(path)));
+  const auto replace = context.overwrite == Overwrite::allowed ? platform::Replace::allowed : platform::Replace::never;
+  auto out = platform::OutputFile::create(path, replace);
+  if (!out) return nullptr;
+  TargetFile file{*out, Text(path), context.host, context.report, context.settings, row, context.options};
+  setLastErrorText({});
+  if (row.write(item, file, row.variant)) return out;
+  if (LastErrorText().empty()) setLastErrorText(u"Writing to file failed");
   return nullptr;
 }
 
-/// A rendered song, or a waveform in the shape that the row writes; null with LastErrorText.
-std::unique_ptr<Waveform> waveformToWrite(const FormatDescriptor& row, const Item& item, const SaveContext& context) {
-  if (item.kind() == ItemKind::waveform)
-    return preparedFor(row, static_cast<const Waveform&>(item), context.options, context.report);
-  const auto waveform = rendered(static_cast<const Song&>(item), context);
-  return waveform ? preparedFor(row, *waveform, context.options, context.report) : nullptr;
+bool writeFile(const FormatDescriptor& row, const Item& item, TextView path, const SaveContext& context) {
+  const auto out = written(row, item, path, context);
+  return out && out->commit();
 }
 
-bool writeFile(const FormatDescriptor& row, const Item& item, TextView path, const SaveContext& context) {
-  context.host.showStatus(u"Writing: " + Text(platform::fileNameOf(path)));
-  const auto replace = context.overwrite == Overwrite::allowed ? platform::Replace::allowed : platform::Replace::never;
-  const auto out = platform::OutputFile::create(path, replace);
-  if (!out) return false;
-  TargetFile file{*out, Text(path), context.host, context.report, context.settings, row, context.options};
-  setLastErrorText({});
-  if (row.write(item, file, row.variant)) return out->commit();
-  if (LastErrorText().empty()) setLastErrorText(u"Writing to file failed");
-  return false;
+/// Several waveforms become several files, which take their places when all are written.
+bool writeWaveforms(const FormatDescriptor& row, const Waveforms& waveforms, TextView path,
+                    const SaveContext& context) {
+  if (waveforms.size() == 1) return writeFile(row, *waveforms[0], path, context);
+  std::vector<std::unique_ptr<platform::OutputFile>> files;
+  for (const auto& waveform : waveforms) {
+    files.push_back(written(row, *waveform, pathForKey(path, waveform->rootKey), context));
+    if (!files.back()) return false;
+  }
+  return std::all_of(files.begin(), files.end(), [](const auto& file) { return file->commit(); });
 }
 
 bool save(const FormatDescriptor& row, const Item& item, TextView path, const SaveContext& context) {
   if (!holdsDataFor(row, item)) return fail(u"Empty item - nothing to save");
   const bool isRendered = mustBeRendered(row, item);
   if (!isRendered && !holdsKind(row, item.kind())) return fail(u"The file format can not save this item");
-  const bool asWaveform = isRendered || item.kind() == ItemKind::waveform;
   const ItemKind kind = item.kind();
-  const auto waveform = asWaveform ? waveformToWrite(row, item, context) : nullptr;
-  if (asWaveform && !waveform) return false;
+  Waveforms waveforms;
+  if (isRendered) {
+    waveforms = rendered(item, context);
+    if (waveforms.empty() || !prepare(waveforms, row, context)) return false;
+  } else if (kind == ItemKind::waveform) {
+    waveforms.push_back(preparedFor(row, static_cast<const Waveform&>(item), context.options, context.report));
+    if (!waveforms[0]) return false;
+  }
   if (context.history) context.history->startSaving(kind);
-  const Item& written = asWaveform ? *waveform : item;
-  if (!writeFile(row, written, path, context)) return false;
-  reportDamage(written, context.report);
+  const bool done =
+      waveforms.empty() ? writeFile(row, item, path, context) : writeWaveforms(row, waveforms, path, context);
+  if (!done) return false;
+  if (waveforms.empty()) reportDamage(item, context.report);
+  for (const auto& waveform : waveforms) reportDamage(*waveform, context.report);
   if (context.history && kind == ItemKind::collection) context.history->markSaved();
   return true;
 }

@@ -21,9 +21,11 @@ struct SaveContext {
 };
 
 /// Writes one item by a row of the table: a synth, region or layer as its instrument, a track as its song; a song is
-/// rendered first for a row that does not write songs, behind a saved state that is restored when rendering fails: the
-/// items of the document may then be other objects with the same identifiers. The document is not changed, and the file
-/// that was there is replaced only by a complete one. False with LastErrorText; a null item is "No item selected".
+/// rendered first for a row that does not write songs, an instrument for one that holds waveforms and no instruments
+/// (several waveforms become files with their root keys behind the name), behind a saved state that is restored when
+/// rendering fails: the items of the document may then be other objects with the same identifiers. The document is not
+/// changed, and the file that was there is replaced only by a complete one. False with LastErrorText; a null item is
+/// "No item selected".
 bool SaveItem(const Item* item, FormatIndex index, TextView path, const SaveContext& context);
 
 }  // namespace tervo

@@ -24,7 +24,7 @@ class PartHost final : public Host {
   bool progress(double fraction) override { return host_.progress((start_ + fraction) / parts_); }
   std::size_t ask(const Question& question) override { return host_.ask(question); }
   std::optional<Text> locateFile(const FileRequest& request) override { return host_.locateFile(request); }
-  std::unique_ptr<Waveform> renderSong(const Song& song) override { return host_.renderSong(song); }
+  std::vector<std::unique_ptr<Waveform>> render(const Item& item) override { return host_.render(item); }
 
  private:
   Host& host_;

@@ -71,6 +71,32 @@ TEST_F(RenderCommand, ConvertRendersForRowsWithoutSongs) {
   EXPECT_NEAR(infoOf(u"out.aif")["frames"].get<double>(), 2.5 * 48000, 200);
 }
 
+TEST_F(RenderCommand, ConvertRendersInstrumentsForRowsOfWaveforms) {
+  const std::vector<Text> convert = {
+      u"convert", u"bank.sf2", u"--item", u"instrument:0", u"--set", u"sy2wt.dwmsMaxLength=500", u"-o"};
+  const auto with = [&](std::initializer_list<Text> more) {
+    std::vector<Text> arguments = convert;
+    arguments.insert(arguments.end(), more);
+    return run(arguments);
+  };
+  ASSERT_EQ(with({u"note.wav", u"--rate", u"32000", u"--interpolation", u"sinc"}), 0) << console.error;
+  const auto note = infoOf(u"note.wav");
+  EXPECT_EQ(note["frames"], 16000);
+  EXPECT_EQ(note["rootKey"], 60);
+  ASSERT_EQ(with({u"notes.wav", u"--set", u"sy2wt.iNumWaves=2"}), 0) << console.error;
+  EXPECT_EQ(infoOf(u"notes 032.wav")["frames"], 24000);
+  EXPECT_EQ(infoOf(u"notes 096.wav")["rootKey"], 96);
+  EXPECT_EQ(with({u"notes.wav", u"--set", u"sy2wt.iNumWaves=2"}), 1);
+  EXPECT_THAT(console.error, testing::HasSubstr("File exists already"));
+  // The only sound of a bank is taken as it is; of several sounds none is meant without being named.
+  ASSERT_EQ(run({u"convert", u"bank.sf2", u"-o", u"sound.wav"}), 0) << console.error;
+  EXPECT_EQ(infoOf(u"sound.wav")["frames"], 4410);
+  ASSERT_EQ(
+      run({u"convert", u"bank.sf2", u"sound.wav", u"-o", u"several.sf2", u"--set", u"load.bAutoRemoveDupWaves=0"}), 0);
+  ASSERT_EQ(run({u"convert", u"several.sf2", u"-o", u"rendered.wav"}), 0) << console.error;
+  EXPECT_EQ(infoOf(u"rendered.wav")["channels"], 2);
+}
+
 TEST_F(RenderCommand, SaysWhyItCannot) {
   EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.mid"}), 1);
   EXPECT_THAT(console.error, testing::HasSubstr("it holds songs"));

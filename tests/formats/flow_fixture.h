@@ -20,15 +20,15 @@ class TestHost final : public Host {
     ++questions;
     return answer.value_or(question.safeButton);
   }
-  std::unique_ptr<Waveform> renderSong(const Song& song) override {
-    return rendered ? std::move(rendered) : Host::renderSong(song);
+  std::vector<std::unique_ptr<Waveform>> render(const Item& item) override {
+    return rendered.empty() ? Host::render(item) : std::move(rendered);
   }
 
   std::vector<Text> statuses;
   int steps = 0, stepsAllowed = 1 << 30;
   int questions = 0;
   std::optional<std::size_t> answer;
-  std::unique_ptr<Waveform> rendered;
+  std::vector<std::unique_ptr<Waveform>> rendered;
 };
 
 class FlowTest : public testing::Test {

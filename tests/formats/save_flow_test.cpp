@@ -41,7 +41,7 @@ TEST_F(SaveFlow, SaysWhatCannotBeSaved) {
            Case{&empty, sw, u"Empty item - nothing to save"},
            Case{&nothing, sw, u"Empty item - nothing to save"},
            Case{&bank, sw, u"The file format can not save this item"},
-           Case{&region, sw, u"The file format can not save this item"},
+           Case{&region, sw, u"Failed to render synth to wave"},
            Case{&track, sw, u"Failed to render synth to wave"},
        }) {
     EXPECT_FALSE(SaveItem(each.item, each.row, folder.text(u"out"), saving())) << each.row << toUtf8(each.message);
@@ -99,9 +99,25 @@ TEST_F(SaveFlow, ConvertsACopyToTheChannelsAndRateAskedFor) {
 TEST_F(SaveFlow, RendersSongsForRowsWithoutSongs) {
   Song song;
   song.add(std::make_unique<Track>()).data.push_back(std::byte{0});
-  host.rendered = waveformNamed(u"song", {0.5f, 0.5f, -0.5f, -0.5f}, 2);
+  host.rendered.push_back(waveformNamed(u"song", {0.5f, 0.5f, -0.5f, -0.5f}, 2));
   ASSERT_TRUE(save(*song.tracks()[0], sb));
   EXPECT_EQ(folder.get(u"out"), "\x40\x40\xC0\xC0"s);
+}
+
+TEST_F(SaveFlow, RendersInstrumentsForRowsOfWaveformsAloneAndNamesSeveralByTheirKeys) {
+  Instrument instrument;
+  instrument.add(std::make_unique<Layer>()).add(std::make_unique<Region>());
+  host.rendered.push_back(waveformNamed(u"one", {0.5f}));
+  ASSERT_TRUE(save(instrument, sb));
+  EXPECT_EQ(folder.get(u"out"), "\x40"s);
+  for (const uint8_t key : {uint8_t{36}, uint8_t{72}}) {
+    host.rendered.push_back(waveformNamed(u"one of two", {key == 36 ? 0.5f : -0.5f}));
+    host.rendered.back()->rootKey = key;
+  }
+  ASSERT_TRUE(SaveItem(&instrument, sb, folder.text(u"a.b.sb"), saving()));
+  EXPECT_EQ(folder.get(u"a.b 036.sb"), "\x40"s);
+  EXPECT_EQ(folder.get(u"a.b 072.sb"), "\xC0"s);
+  EXPECT_EQ(folder.count(), 3);
 }
 
 TEST_F(SaveFlow, RenderingIsPrecededByASavedStateAndTakenBackWhenItFails) {
@@ -124,7 +140,7 @@ TEST_F(SaveFlow, RenderingIsPrecededByASavedStateAndTakenBackWhenItFails) {
   EXPECT_TRUE(history.Undo());
   EXPECT_EQ(document.name, u"before");
 
-  host.rendered = waveformNamed(u"song", {0.5f});
+  host.rendered.push_back(waveformNamed(u"song", {0.5f}));
   EXPECT_TRUE(SaveItem(findItem(id), sw, folder.text(u"out"), context));
   EXPECT_EQ(history.states().newest(), 0);
   EXPECT_FALSE(history.Redo());

@@ -20,6 +20,11 @@
 
 namespace tervo::audio {
 
+enum class Interpolation : uint8_t {
+  cubic,
+  sinc  ///< free of aliasing, at several times the work
+};
+
 enum class Loading : uint8_t {
   stopped,  ///< all voices are ended and the engine stands still meanwhile
   replace   ///< notes go on sounding, with what they were started with
@@ -34,6 +39,7 @@ class Engine {
     float masterGain = 1;
     int workers = 0;  ///< threads that render; 0: as many as there are processors
     bool hasEffects = true;
+    Interpolation interpolation = Interpolation::cubic;
     WorkerPool::Use use = WorkerPool::Use::rendering;
     RenderLanes kernel = nullptr;  ///< null: the fastest
   };

@@ -74,6 +74,10 @@ std::shared_ptr<const Sound> SoundCopies::find(const Key& key) {
   return found->second.samples.lock() ? found->second.sound.lock() : nullptr;
 }
 
+void SoundCopies::forgetUnused() {
+  std::erase_if(copies_, [](const auto& each) { return each.second.sound.expired() || each.second.samples.expired(); });
+}
+
 std::shared_ptr<const Sound> SoundCopies::plainCopy(const SampleRef& samples) {
   const Key key{samples.get(), 0, 0, LoopType::off, false};
   if (auto sound = find(key)) return sound;

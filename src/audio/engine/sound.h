@@ -47,6 +47,8 @@ class SoundCopies {
  public:
   /// A sound without frames is silent. False with LastErrorText when the frames cannot be read.
   bool copyFor(const Region& region, PlayedSound& result);
+  /// Drops its notes of copies that nobody has any more, or whose original is gone.
+  void forgetUnused();
 
  private:
   struct Key {

@@ -8,6 +8,7 @@
 #include "audio/engine/envelope_generator.h"
 #include "audio/engine/filter.h"
 #include "audio/engine/lfo.h"
+#include "audio/engine/sinc_oscillator.h"
 #include "audio/engine/voice_kernel.h"
 #include "audio/engine/zone.h"
 
@@ -18,6 +19,7 @@ struct VoiceContext {
   float sampleRate = 48000;
   float masterGain = 1;
   bool hasEffects = true;
+  const SincOscillator* sinc = nullptr;  ///< in place of the cubic interpolation
 };
 
 struct VoiceStart {
@@ -57,8 +59,9 @@ class Voice {
 
   /// Computes everything that holds for the next block. False while the voice waits for its delay.
   bool prepareBlock(const VoiceContext& context) noexcept;
-  /// Frames of a channel in a row for the block: its own memory where they are, else laid out in `scratch`.
-  const float* window(int channel, float* scratch) const noexcept;
+  /// Frames of a channel in a row for the block, from `before` frames in front of its first position to `behind` behind
+  /// its last one: its own memory where they are, else laid out in `scratch`.
+  const float* window(int channel, int before, int behind, float* scratch) const noexcept;
   uint32_t windowPhase() const { return static_cast<uint32_t>(position_ & (fixedOne - 1)); }
   /// Moves on behind the block.
   void finishBlock() noexcept;

@@ -5,8 +5,8 @@
 namespace tervo::audio {
 namespace {
 
-constexpr std::size_t windowFrames = 60 * blockFrames + 8;  // at the largest increment
-const float silence[blockFrames] = {};                      // what an idle lane plays, at increment 0
+constexpr std::size_t windowFrames = 60 * blockFrames + 2 * SincOscillator::reach;  // at the largest increment
+const float silence[blockFrames] = {};  // what an idle lane plays, at increment 0
 
 }  // namespace
 
@@ -39,12 +39,30 @@ void VoiceGroup::clearLane(std::size_t i) noexcept {
   }
 }
 
-void VoiceGroup::fillLane(std::size_t i, const Lane& lane) noexcept {
+/// The frames that the kernel is to interpolate, or, where another oscillator has done that, those that it leaves alone
+/// because their positions are whole.
+void VoiceGroup::fillWindow(std::size_t i, const Lane& lane, const SincOscillator* sinc) noexcept {
+  Voice& voice = *lane.voice;
+  float* scratch = windows_.data() + i * windowFrames;
+  bundle_.window[i] = interpolated_[i];
+  bundle_.phase[i] = 0;
+  bundle_.increment[i] = static_cast<uint32_t>(fixedOne);
+  if (!sinc) {
+    bundle_.window[i] = voice.window(lane.channel, 1, 2, scratch);
+    bundle_.phase[i] = voice.windowPhase();
+    bundle_.increment[i] = voice.increment();
+    return;
+  }
+  float out[blockFrames];
+  const float* window = voice.window(lane.channel, SincOscillator::reach - 1, SincOscillator::reach, scratch);
+  sinc->render(window, voice.windowPhase(), voice.increment(), out);
+  std::copy_n(out, blockFrames, interpolated_[i] + 1);
+}
+
+void VoiceGroup::fillLane(std::size_t i, const Lane& lane, const SincOscillator* sinc) noexcept {
   constexpr float perFrame = 1.0f / blockFrames;
   Voice& voice = *lane.voice;
-  bundle_.window[i] = voice.window(lane.channel, windows_.data() + i * windowFrames);
-  bundle_.phase[i] = voice.windowPhase();
-  bundle_.increment[i] = voice.increment();
+  fillWindow(i, lane, sinc);
   const LaneGains& gains = voice.gains(lane.channel);
   for (std::size_t bus = 0; bus < busCount; ++bus) {
     bundle_.gain[bus][i] = gains.now[bus];
@@ -70,12 +88,12 @@ void VoiceGroup::fillLane(std::size_t i, const Lane& lane) noexcept {
   }
 }
 
-void VoiceGroup::renderBundle(std::span<const Lane> part, RenderLanes kernel) noexcept {
+void VoiceGroup::renderBundle(std::span<const Lane> part, RenderLanes kernel, const SincOscillator* sinc) noexcept {
   bundle_.stages = part.back().voice->stages();
   bundle_.busesUsed = chorusBus;
   for (std::size_t i = 0; i < lanes; ++i) {
     if (i < part.size())
-      fillLane(i, part[i]);
+      fillLane(i, part[i], sinc);
     else
       clearLane(i);
   }
@@ -94,7 +112,7 @@ void VoiceGroup::render(std::span<Voice* const> voices, const VoiceContext& cont
   sums_ = {};
   const std::size_t count = collectLanes(voices, context);
   for (std::size_t i = 0; i < count; i += lanes)
-    renderBundle(std::span(lanes_).subspan(i, std::min<std::size_t>(lanes, count - i)), kernel);
+    renderBundle(std::span(lanes_).subspan(i, std::min<std::size_t>(lanes, count - i)), kernel, context.sinc);
   for (std::size_t i = 0; i < count; ++i)
     if (lanes_[i].channel == 0) lanes_[i].voice->finishBlock();
   for (std::size_t bus = 0; bus < busCount; ++bus) {

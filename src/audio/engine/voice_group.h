@@ -27,13 +27,15 @@ class VoiceGroup {
     int channel;
   };
   std::size_t collectLanes(std::span<Voice* const> voices, const VoiceContext& context) noexcept;
-  void renderBundle(std::span<const Lane> part, RenderLanes kernel) noexcept;
-  void fillLane(std::size_t place, const Lane& lane) noexcept;
+  void renderBundle(std::span<const Lane> part, RenderLanes kernel, const SincOscillator* sinc) noexcept;
+  void fillLane(std::size_t place, const Lane& lane, const SincOscillator* sinc) noexcept;
+  void fillWindow(std::size_t place, const Lane& lane, const SincOscillator* sinc) noexcept;
   void clearLane(std::size_t place) noexcept;
 
   LaneSums sums_;
   LaneBundle bundle_;
   std::array<Lane, 2 * groupVoices> lanes_{};
+  float interpolated_[lanes][blockFrames + 4] = {};
   std::vector<float> windows_;  ///< for each lane of a bundle, one that has to be laid out
 };
 

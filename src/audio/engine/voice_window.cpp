@@ -32,16 +32,19 @@ float Voice::frameAt(const std::vector<float>& frames, int64_t index) const noex
       if (jumpsLeft_ > 0) jumps = std::min<int64_t>(jumps, jumpsLeft_);
       return cubicAt(frames, position - jumps * loop.length());
     }
-    if (hasJumped_ && position < loop.start) return cubicAt(frames, position + loop.length());
+    if (hasJumped_ && position < loop.start) {
+      const int64_t jumps = (loop.start - position + loop.length() - 1) / loop.length();
+      return cubicAt(frames, position + jumps * loop.length());
+    }
   }
   return position < 0 || position >= played.end ? 0.0f : frames[static_cast<std::size_t>(index)];
 }
 
-const float* Voice::window(int channel, float* scratch) const noexcept {
+const float* Voice::window(int channel, int before, int behind, float* scratch) const noexcept {
   const PlayedSound& played = zone_->played;
   const std::vector<float>& frames = played.sound->channel[channel];
-  const int64_t first = (position_ >> fixedBits) - 1;
-  const int64_t last = ((position_ + static_cast<FixedFrames>(increment_) * (blockFrames - 1)) >> fixedBits) + 2;
+  const int64_t first = (position_ >> fixedBits) - before;
+  const int64_t last = ((position_ + static_cast<FixedFrames>(increment_) * (blockFrames - 1)) >> fixedBits) + behind;
   const FixedFrames end = loops() ? std::min(played.loop->end, played.end) : played.end;
   const FixedFrames begin = hasJumped_ ? played.loop->start : 0;
   if ((first << fixedBits) >= begin && (last << fixedBits) < end) return frames.data() + first;

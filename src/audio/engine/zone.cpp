@@ -73,6 +73,7 @@ bool PlayedNotes::reach(const Zone& zone) const {
 
 std::shared_ptr<const SoundInstrument> copyInstrument(const Instrument& instrument, uint32_t engineRate,
                                                       SoundCopies& sounds, const PlayedNotes* notes) {
+  sounds.forgetUnused();
   auto copy = std::make_shared<SoundInstrument>();
   copy->number = packedNumber(instrument);
   copy->zones.reserve(instrument.regionCount());

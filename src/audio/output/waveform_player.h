@@ -6,9 +6,9 @@
 #include <memory>
 #include <vector>
 
+#include "audio/engine/sinc_table.h"
 #include "audio/output/audio_source.h"
 #include "audio/output/loop_path.h"
-#include "audio/output/sinc_table.h"
 #include "core/waveform.h"
 
 namespace tervo::audio {

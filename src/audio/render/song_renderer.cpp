@@ -20,6 +20,7 @@ std::unique_ptr<Engine> makeEngine(const RenderJob& job) {
   setup.masterGain = 1 / std::sqrt(static_cast<float>(setup.voices));
   setup.workers = job.options.workers;
   setup.hasEffects = job.options.hasEffects;
+  setup.interpolation = job.options.interpolation;
   return Engine::create(setup);
 }
 

@@ -13,6 +13,7 @@ struct RenderOptions {
   uint32_t sampleRate = 48000;
   int voices = 128;
   bool hasEffects = true;
+  Interpolation interpolation = Interpolation::cubic;
   bool normalised = true;
   bool cutsSilence = true;
   /// Seconds that go on behind the last event; without it until releases and reverb are below -90 dB, at most 10 s.

@@ -16,7 +16,8 @@ namespace tervo::cli {
 struct Collected {
   std::vector<std::string> files, items, answers, sets, banks;
   std::map<const OptionInfo*, std::string> operationOptions;
-  std::string target, format, coding, report, key, value, rawFormat, rawOrder, device, notes, midiIn, midiOut;
+  std::string target, format, coding, report, key, value, rawFormat, rawOrder, device, notes, midiIn, midiOut,
+      interpolation;
   double rate = 0;
   int channels = 0;
   std::optional<double> rawRate;

@@ -163,6 +163,9 @@ void addRenderOptions(CLI::App& app, CommandLine& line, Collected& got) {
       ->type_name("N")
       ->check(unmentioned(CLI::Range(1, 4096)));
   app.add_flag("--no-effects", line.rendering.noEffects, "songs: without reverb and chorus");
+  app.add_option("--interpolation", got.interpolation, "songs, instruments: cubic, or sinc for the best quality")
+      ->type_name("cubic|sinc")
+      ->check(unmentioned(CLI::IsMember({"cubic", "sinc"})));
   app.add_flag("--normalise", got.normalise, "songs: bring the peak to full scale");
   app.add_flag("--no-normalise", got.noNormalise, "songs: leave the level as it is")->excludes("--normalise");
   app.add_option("--tail", line.rendering.tailSeconds, "songs: seconds behind the last event, else until it is silent")
@@ -188,6 +191,7 @@ void completeShared(CommandLine& line, const Collected& got) {
   if (got.rate > 0) line.save.sampleRate = got.rate;
   if (got.channels > 0) line.save.channels = got.channels;
   for (const std::string& bank : got.banks) line.rendering.banks.push_back(named(bank));
+  line.rendering.usesSinc = got.interpolation == "sinc";
   if (got.normalise || got.noNormalise) line.rendering.normalise = got.normalise;
   if (got.reportWanted) line.report = ReportOutput::standardError;
   if (!got.report.empty()) line.report = ReportOutput::file, line.reportFile = named(got.report);

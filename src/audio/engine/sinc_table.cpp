@@ -1,4 +1,4 @@
-#include "audio/output/sinc_table.h"
+#include "audio/engine/sinc_table.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,10 +10,9 @@ namespace {
 constexpr std::size_t tapsAtFullBand = 32, mostTaps = 256;
 constexpr double kaiserBeta = 9.0;  // side lobes below -90 dB
 
+/// But for a factor, which does not matter.
 double kaiser(double x) {
-  return std::abs(x) >= 1
-             ? 0.0
-             : std::cyl_bessel_i(0.0, kaiserBeta * std::sqrt(1 - x * x)) / std::cyl_bessel_i(0.0, kaiserBeta);
+  return std::abs(x) >= 1 ? 0.0 : std::cyl_bessel_i(0.0, kaiserBeta * std::sqrt(1 - x * x));
 }
 
 double sinc(double x) {
@@ -23,9 +22,9 @@ double sinc(double x) {
 
 }  // namespace
 
-SincTable::SincTable(double framesPerFrame) {
+SincTable::SincTable(double framesPerFrame) : step_(framesPerFrame) {
   const double cutoff = std::min(1.0, 1.0 / framesPerFrame);
-  taps_ = std::min(mostTaps, 2 * static_cast<std::size_t>(std::ceil(tapsAtFullBand / 2 / cutoff)));
+  taps_ = std::min(mostTaps, 8 * static_cast<std::size_t>(std::ceil(tapsAtFullBand / 8 / cutoff)));
   const double half = static_cast<double>(taps_) / 2;
   table_.resize((phases + 1) * taps_);
   std::vector<double> row(taps_);

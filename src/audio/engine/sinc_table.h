@@ -11,6 +11,7 @@ class SincTable {
   /// For a step of `framesPerFrame` source frames a device frame; steps above 1 lower the cutoff accordingly.
   explicit SincTable(double framesPerFrame);
 
+  double step() const { return step_; }
   /// Frames that a value is made of; the first half lies at and before the position.
   std::size_t taps() const { return taps_; }
   /// The weights for a position `fraction` (0 <= fraction < 1) behind a frame. At fraction 0 without a lower cutoff the
@@ -19,7 +20,8 @@ class SincTable {
 
  private:
   static constexpr std::size_t phases = 512;
-  std::size_t taps_;
+  double step_;
+  std::size_t taps_;          ///< a multiple of 8
   std::vector<float> table_;  ///< phases + 1 rows
 };
 
