@@ -31,7 +31,8 @@ std::optional<std::size_t> refusal(const Question& question) {
 
 }  // namespace
 
-CliHost::CliHost(Console& console, const CommandLine& line) : console_(console), line_(line) {
+CliHost::CliHost(Console& console, const CommandLine& line)
+    : console_(console), line_(line), drawsProgress_(console.isTerminal() && !line.quiet && !line.noProgress) {
   for (const Text& answer : line.answers) {
     const std::size_t equals = answer.find(u'=');
     if (equals == Text::npos || equals + 1 == answer.size()) continue;
@@ -40,14 +41,16 @@ CliHost::CliHost(Console& console, const CommandLine& line) : console_(console),
 }
 
 void CliHost::showStatus(TextView text) {
-  if (line_.quiet || !console_.isTerminal()) return;
+  if (!showsStatus()) return;
   endProgress();
-  console_.err(printable(text) + "\n");
+  const std::size_t end = text.find(u'\n');
+  console_.err(printable(text.substr(0, end)) + "\n");
+  if (end != TextView::npos) showStatus(text.substr(end + 1));
 }
 
 bool CliHost::progress(double fraction) {
   const int percent = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * 100);
-  if (drawsProgress() && percent != shownPercent_) {
+  if (drawsProgress_ && percent != shownPercent_) {
     shownPercent_ = percent;
     console_.err(fmt::format("\r{:3} %", percent));
   }

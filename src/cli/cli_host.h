@@ -17,6 +17,8 @@ class CliHost final : public Host {
   ~CliHost() override { endProgress(); }
 
   void showStatus(TextView text) override;
+  /// On a terminal only.
+  bool showsStatus() const { return console_.isTerminal() && !line_.quiet; }
   bool progress(double fraction) override;
   std::size_t ask(const Question& question) override;
   std::optional<Text> locateFile(const FileRequest& request) override;
@@ -31,13 +33,12 @@ class CliHost final : public Host {
   void endProgress();
 
  private:
-  bool drawsProgress() const { return console_.isTerminal() && !line_.quiet && !line_.noProgress; }
-
   Console& console_;
   const CommandLine& line_;
   Renderer renderer_;
   /// What the answers say where they name a file, and that file.
   std::vector<std::pair<Text, Text>> files_;
+  bool drawsProgress_;
   int shownPercent_ = -1;
 };
 

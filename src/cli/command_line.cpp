@@ -75,6 +75,7 @@ void addConversion(CLI::App& command, CommandLine& line, Collected& got, const c
   addReadOptions(command, line, got);
   addWriteOptions(command, line, got);
   addRenderOptions(command, line, got);
+  addLevelOptions(command, got);
 }
 
 void addCommands(CLI::App& app, CommandLine& line, Collected& got) {

@@ -53,7 +53,7 @@ struct RenderRequest {
 /// What is played where.
 struct PlayRequest {
   std::optional<Text> device;
-  std::optional<double> seconds;                      ///< no longer than that
+  std::optional<double> seconds;                      ///< no longer than that, whatever sounds
   std::vector<std::vector<uint8_t>> chords = {{60}};  ///< keys of an instrument, one chord after another
   int velocity = 100;
   std::optional<Text> midiIn;   ///< the port whose keyboard plays the instrument

@@ -13,7 +13,7 @@ int runInfo(const CommandLine& line, Console& console, const Settings& settings)
 int runConvert(const CommandLine& line, Console& console, const Settings& settings);
 int runPlay(const CommandLine& line, Console& console, const Settings& settings);
 int runDevices(const CommandLine& line, Console& console);
-int runRender(CommandLine line, Console& console, const Settings& settings);
+int runRender(const CommandLine& line, Console& console, const Settings& settings);
 int runProcess(const CommandLine& line, Console& console, const Settings& settings);
 int runProcessList(const CommandLine& line, Console& console);
 int runFormats(const CommandLine& line, Console& console);

@@ -12,9 +12,12 @@
 #include "audio/output/waveform_player.h"
 #include "base/last_error.h"
 #include "cli/commands.h"
+#include "cli/document_json.h"
 #include "cli/opening.h"
+#include "cli/saving.h"
 #include "cli/selection.h"
 #include "cli/song_rendering.h"
+#include "platform/file.h"
 #include "platform/midi_port.h"
 
 namespace tervo::cli {
@@ -34,7 +37,20 @@ class Playing {
     if (!song) return fail(u"No item selected");
     return run_.line.playing.midiOut ? sendSong(*song) : playSong(*song);
   }
+  /// Where it failed: the device or port, or nothing.
+  const std::optional<Text>& failedAt() const { return failedAt_; }
   const Text& cause() const { return output_.cause(); }
+  /// Why it failed has been said.
+  bool isSaid() const { return isSaid_; }
+  /// What the device took, and how much of its time that needed.
+  nlohmann::ordered_json json() const {
+    if (format_.sampleRate == 0) return nlohmann::ordered_json::object();
+    return {{"sampleRate", format_.sampleRate},
+            {"channels", format_.channels},
+            {"coding", utf8(audio::nameOf(format_.coding))},
+            {"bufferFrames", bufferFrames_},
+            {"highestLoad", shortest(highestLoad_)}};
+  }
 
  private:
   const PlayRequest& asked() const { return run_.line.playing; }
@@ -48,6 +64,8 @@ class Playing {
   }
 
   void sayFormat() {
+    format_ = output_.format();
+    bufferFrames_ = output_.bufferFrames();
     if (!run_.line.quiet) run_.console.err(toUtf8(audio::formatText(output_.format())) + "\n");
   }
 
@@ -59,43 +77,51 @@ class Playing {
            (loop->loopCount == loopForever || loop->loopCount == loopUntilRelease);
   }
 
+  bool failedAtDevice() {
+    if (!output_.cause().empty()) failedAt_ = asked().device;
+    return false;
+  }
+
   bool playWave(const Waveform& waveform) {
     if (goesIntoFile() && !asked().seconds && soundsForEver(waveform))
       return fail(u"The loop never ends: say with --seconds how long the file is to be");
     const float gain = audio::gainOf(run_.settings.aio.waveGain);
     const auto player = audio::playWaveform(output_, waveform, 0, gain, asked().seconds.value_or(0));
-    if (!player) return false;
+    if (!player) return failedAtDevice();
     sayFormat();
-    return wait(*player, [&] { player->stop(); });
+    return wait(*player);
   }
 
-  std::shared_ptr<audio::SynthFront> startSynth() {
+  std::shared_ptr<audio::SynthFront> startSynth(std::size_t instruments) {
     audio::SynthFront::Setup setup;
+    setup.instrumentCapacity = std::max(setup.instrumentCapacity, instruments);
     const audio::RenderOptions options = renderOptions(run_);
     setup.voices = options.voices;
     setup.outputGain = audio::gainOf(run_.settings.aio.mixGain);
     setup.hasEffects = options.hasEffects;
     setup.workers = options.workers;
     auto synth = audio::startSynth(output_, setup);
-    if (synth) sayFormat();
+    if (!synth) return failedAtDevice(), nullptr;
+    if (asked().seconds) synth->endAfter(*asked().seconds);
+    sayFormat();
     return synth;
   }
 
   bool playSong(const Song& song) {
     audio::SongEvents events = audio::flatten(song);
     if (events.notes == 0) return fail(u"Done: No notes to render!");
-    const auto synth = startSynth();
-    return synth && bank_.supply(synth->engine(), events) && perform(synth, std::move(events));
+    if (!bank_.hasNamedBanks()) return isSaid_ = !run_.host.cancelled(), false;
+    const auto synth = startSynth(events.instruments.size());
+    return synth && bank_.supply(synth->engine(), events, song) && perform(synth, std::move(events));
   }
 
   bool perform(const std::shared_ptr<audio::SynthFront>& synth, audio::SongEvents events) {
-    if (asked().seconds) audio::cutAt(events, *asked().seconds);
     synth->perform(std::move(events), run_.line.rendering.tailSeconds);
-    return output_.attach(synth) && wait(*synth, [&] { synth->stop(); });
+    return output_.attach(synth) && wait(*synth);
   }
 
   bool playInstrument(const Instrument& instrument) {
-    const auto synth = startSynth();
+    const auto synth = startSynth(1);
     const uint8_t channel = instrument.drum ? audio::drumChannel : audio::melodicChannel;
     const uint32_t number = audio::numberOnChannel(channel);
     if (!synth || !synth->engine().loadInstrumentAs(instrument, number, audio::Loading::stopped)) return false;
@@ -108,10 +134,12 @@ class Playing {
     const auto port = platform::MidiInput::open(*asked().midiIn, [&, channel](std::span<const uint8_t> message) {
       audio::postFromKeyboard(*synth, message, channel);
     });
-    return port && output_.attach(synth) && wait(*synth, [&] { synth->stop(); });
+    if (!port) return failedAt_ = asked().midiIn, false;
+    return output_.attach(synth) && wait(*synth);
   }
 
   bool sendSong(const Song& song) {
+    failedAt_ = asked().midiOut;
     const auto port = platform::MidiOutput::open(*asked().midiOut);
     if (!port) return false;
     audio::SongSender sender(*port, song);
@@ -125,40 +153,65 @@ class Playing {
       std::this_thread::sleep_for(std::chrono::duration<double>(pause));
       if (secondsNow() >= *next && !sender.sendNext()) return false;
     }
-    return sender.silence();
+    // A file that was broken off is not there.
+    return sender.silence() && (run_.host.cancelled() || port->finish());
   }
 
-  template <typename Stop>
-  bool wait(const audio::AudioSource& source, Stop stop) {
-    const auto start = std::chrono::steady_clock::now();
+  template <typename Source>
+  bool wait(Source& source) {
+    failedAt_ = asked().device;
     while (output_.isPlaying(source)) {
       if (output_.state() == audio::AudioOutput::State::lost) return fail(u"The audio device was lost");
-      const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
-      // What has no end of its own is ended by the clock.
-      const bool isOver = asked().midiIn && asked().seconds && passed.count() >= *asked().seconds;
-      if (run_.host.cancelled() || isOver) stop();
+      if (run_.host.cancelled()) source.stop();
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
+    highestLoad_ = output_.highestLoad();
+    // A file that was broken off is not there; what somebody plays has no other end.
+    if (run_.host.cancelled() && !asked().midiIn) return output_.close(), true;
     return output_.finish();
   }
 
   Run& run_;
   SongRendering bank_;
   audio::AudioOutput output_;
+  platform::AudioFormat format_;
+  uint32_t bufferFrames_ = 0;
+  float highestLoad_ = 0;
+  std::optional<Text> failedAt_;
+  bool isSaid_ = false;
 };
+
+/// Whether a file may be written where the device or port is one. False with LastErrorText and a hint.
+bool mayWrite(const CommandLine& line, const std::optional<Text>& device, Text& hint) {
+  if (!device || !device->starts_with(platform::fileDevicePrefix)) return true;
+  const Text path = device->substr(platform::fileDevicePrefix.size());
+  const NamedFile file{path, path};
+  std::vector<NamedFile> played = line.files;
+  played.insert(played.end(), line.rendering.banks.begin(), line.rendering.banks.end());
+  if (isOneOf(file, played)) return fail(u"The file would be replaced by what is played from it");
+  if (line.overwrite || !platform::fileExists(path)) return true;
+  hint = u"--overwrite replaces it";
+  return fail(u"File exists already");
+}
 
 }  // namespace
 
 int runPlay(const CommandLine& line, Console& console, const Settings& settings) {
+  Text hint;
+  for (const auto& target : {line.playing.device, line.playing.midiOut})
+    if (!mayWrite(line, target, hint)) return console.failure(*target, hint), exitFailed;
   Run run{line, console, settings};
   Collection collection;
   if (!openAll(run, collection)) return run.failureStatus();
   run.host.endProgress();
-  Text hint;
   const Item* item = chosenToPlay(line, collection, hint);
   if (!item) return console.failure(line.files.front().shown, hint), exitFailed;
   Playing playing(run, collection);
-  if (!playing.play(*item)) return console.failure(line.files.front().shown, playing.cause()), run.failureStatus();
+  if (!playing.play(*item)) {
+    if (!playing.isSaid()) console.failure(playing.failedAt().value_or(line.files.front().shown), playing.cause());
+    return run.failureStatus();
+  }
+  if (line.json) console.out(dumped(playing.json()));
   return run.host.cancelled() ? exitCancelled : exitDone;
 }
 

@@ -94,6 +94,17 @@ std::vector<const Item*> namedItems(const CommandLine& line, const Collection& c
   return items;
 }
 
+/// The only song.
+std::vector<const Item*> songToRender(const Collection& collection, Text& hint) {
+  if (collection.songs().size() != 1) {
+    hint = countsOf(collection) + (collection.songs().empty() ? u"" : u"; choose one with --item song:N");
+    return noneSelected();
+  }
+  if (collection.songs()[0]->holdsData()) return {collection.songs()[0].get()};
+  setLastErrorText(u"Done: No notes to render!");
+  return {};
+}
+
 }  // namespace
 
 FormatIndex chosenRow(const CommandLine& line, Text& hint) {
@@ -129,6 +140,7 @@ std::optional<ItemName> itemNamed(TextView text) {
 std::vector<const Item*> chosenItems(const CommandLine& line, const Collection& collection, FormatIndex row,
                                      Text& hint) {
   if (!line.items.empty()) return namedItems(line, collection, hint);
+  if (line.command == Command::render) return songToRender(collection, hint);
   const FormatDescriptor& descriptor = *rowAt(row);
   const auto items = itemsFor(descriptor, collection);
   // Nothing but one sound becomes an instrument that plays it, where the row has instruments.

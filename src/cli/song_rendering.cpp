@@ -1,7 +1,10 @@
 #include "cli/song_rendering.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
+#include <set>
 
 #include "audio/render/instrument_renderer.h"
 #include "audio/render/instrument_supply.h"
@@ -13,10 +16,27 @@
 namespace tervo::cli {
 namespace {
 
-/// Rendered at the rate of the target, nothing has to be resampled.
-std::optional<uint32_t> askedRate(const Run& run) {
+/// The rate of the target, so that nothing has to be resampled; not below the usual one, because the engine's
+/// interpolation would fold into a lower band what does not fit there.
+uint32_t renderingRate(const Run& run, uint32_t usual) {
   const auto rate = run.line.save.sampleRate;
-  return rate ? std::optional(static_cast<uint32_t>(std::max(std::llround(*rate), 1ll))) : std::nullopt;
+  return rate ? std::max(usual, static_cast<uint32_t>(std::llround(*rate))) : usual;
+}
+
+/// Instruments and the waveforms that they play, as a report names them.
+std::set<Text> namesOf(const std::vector<const Instrument*>& instruments) {
+  std::set<Text> names;
+  for (const Instrument* instrument : instruments) {
+    names.insert(instrument->name);
+    for (const auto& layer : instrument->layers())
+      for (const auto& region : layer->regions())
+        if (const auto* waveform = findItem<Waveform>(region->waveform)) names.insert(waveform->name);
+  }
+  return names;
+}
+
+Text notesText(std::size_t notes) {
+  return fromUtf8(fmt::format("{} note{}", notes, notes == 1 ? "" : "s"));
 }
 
 }  // namespace
@@ -25,7 +45,7 @@ audio::RenderOptions renderOptions(const Run& run) {
   const CommandLine& line = run.line;
   audio::RenderOptions options = audio::renderOptionsOf(run.settings);
   const RenderRequest& request = line.rendering;
-  options.sampleRate = askedRate(run).value_or(options.sampleRate);
+  options.sampleRate = renderingRate(run, options.sampleRate);
   if (request.voices) options.voices = *request.voices;
   if (request.normalise) options.normalised = *request.normalise;
   if (request.noEffects) options.hasEffects = false;
@@ -35,57 +55,89 @@ audio::RenderOptions renderOptions(const Run& run) {
   return options;
 }
 
+/// False after printing why.
+bool SongRendering::openBank(const NamedFile& file) {
+  const OpenContext context{run_.host, bankReport_, run_.settings};
+  const std::size_t before = bank_->instruments().size();
+  const auto open = bank_->instruments().empty() ? OpenFile : MergeFile;
+  bool opened = open(*bank_, file.path, RawFallback::refused, context);
+  if (opened && bank_->instruments().size() == before) opened = fail(u"There are no instruments in it");
+  run_.host.endProgress();
+  if (!opened && !run_.host.cancelled()) run_.console.failure(file.shown);
+  return opened;
+}
+
 bool SongRendering::openBanks() {
   bank_.emplace();
-  const OpenContext context{run_.host, run_.report, run_.settings};
-  if (run_.line.rendering.banks.empty())
-    return OpenFile(*bank_, platform::absolute(run_.settings.mid2wav.gmBank), RawFallback::refused, context);
-  bool first = true;
-  for (const NamedFile& file : run_.line.rendering.banks) {
-    const auto open = first ? OpenFile : MergeFile;
-    if (!open(*bank_, file.path, RawFallback::refused, context)) return false;
-    first = false;
-  }
-  return !bank_->instruments().empty() || fail(u"The bank holds no instruments");
+  const Text& usual = run_.settings.mid2wav.gmBank;
+  if (run_.line.rendering.banks.empty()) return openBank({usual, platform::absolute(usual)});
+  const auto& banks = run_.line.rendering.banks;
+  return std::all_of(banks.begin(), banks.end(), [&](const NamedFile& file) { return openBank(file); });
 }
 
 const Collection* SongRendering::bank() {
   if (!bank_ && !openBanks()) {
-    run_.host.endProgress();
-    const bool isDefault = run_.line.rendering.banks.empty();
-    run_.console.failure(isDefault ? run_.settings.mid2wav.gmBank : run_.line.rendering.banks.front().shown);
-    if (isDefault)
-      run_.console.err("Could not open the default GM/GS collection!\nInstruments will be missing from the song.\n");
     bank_.reset();
+    // On a terminal the status line says so.
+    if (run_.line.rendering.banks.empty() && !run_.host.showsStatus())
+      run_.console.err("Could not open the default GM/GS collection!\nInstruments will be missing from the song.\n");
     return nullptr;
   }
   return &*bank_;
 }
 
-/// A bank that the user names has to be there; the default one may be missing.
 bool SongRendering::hasNamedBanks() {
-  return run_.line.rendering.banks.empty() || bank() || fail(u"Failed to render synth to wave");
+  return run_.line.rendering.banks.empty() || bank();
+}
+
+/// What is lost of what the song plays: in the report, and in a line where notes stay silent.
+void SongRendering::tell(const audio::Supplied& supplied, const Song& song) {
+  const auto names = namesOf(supplied.instruments);
+  for (const ReportEntry& entry : bankReport_.entries())
+    if (names.contains(entry.item)) run_.report.add(entry);
+  Text list;
+  for (const auto& [number, notes] : supplied.missing) {
+    const Text instrument = audio::instrumentText(number);
+    run_.report.dropped(song.name, instrument, u"no bank has it, silent: " + notesText(notes));
+    list += (list.empty() ? u"" : u"; ") + instrument + u" (" + notesText(notes) + u")";
+  }
+  if (list.empty()) return;
+  run_.host.endProgress();
+  run_.console.err(fmt::format("tervo: {}: Instruments are missing and their notes stay silent: {}\n",
+                               printable(song.name), printable(list)));
 }
 
 std::vector<std::unique_ptr<Waveform>> SongRendering::render(const Item& item) {
   std::vector<std::unique_ptr<Waveform>> result;
-  if (item.kind() == ItemKind::instrument) {
+  if (item.kind() == ItemKind::instrument)
     result = renderNotes(static_cast<const Instrument&>(item));
-  } else {
-    if (!hasNamedBanks()) return result;
-    auto sound = audio::renderSong(static_cast<const Song&>(item),
-                                   {document_, [this] { return bank(); }, run_.host, renderOptions(run_)});
-    if (sound) result.push_back(std::move(sound));
-  }
+  else if (auto sound = renderSong(static_cast<const Song&>(item)))
+    result.push_back(std::move(sound));
   reportDamage(document_, run_.report);
   if (bank_) reportDamage(*bank_, run_.report);
-  if (result.empty()) explainFailure();
+  if (run_.host.cancelled()) {
+    setLastErrorText(u"Done: Rendered aborted!");
+    result.clear();
+  } else if (result.empty()) {
+    explainFailure();
+  }
   return result;
+}
+
+std::unique_ptr<Waveform> SongRendering::renderSong(const Song& song) {
+  if (!hasNamedBanks()) return fail(u"Failed to render synth to wave");
+  audio::Supplied supplied;
+  auto waveform =
+      audio::renderSong(song, {document_, [this] { return bank(); }, run_.host, renderOptions(run_), &supplied});
+  if (!waveform || run_.host.cancelled()) return waveform;
+  tell(supplied, song);
+  run_.host.showStatus(audio::renderedText(song, *waveform));
+  return waveform;
 }
 
 std::vector<std::unique_ptr<Waveform>> SongRendering::renderNotes(const Instrument& instrument) {
   audio::NoteRenderOptions options = audio::noteRenderOptionsOf(run_.settings);
-  options.sampleRate = askedRate(run_).value_or(options.sampleRate);
+  options.sampleRate = renderingRate(run_, options.sampleRate);
   if (run_.line.rendering.usesSinc) options.interpolation = audio::Interpolation::sinc;
   return audio::renderInstrument(instrument, options, run_.host);
 }
@@ -103,11 +155,14 @@ void SongRendering::explainFailure() {
   setLastErrorText(failure);
 }
 
-bool SongRendering::supply(audio::Engine& engine, const audio::SongEvents& events) {
-  if (!hasNamedBanks()) return false;
+bool SongRendering::supply(audio::Engine& engine, const audio::SongEvents& events, const Song& song) {
+  audio::Supplied supplied;
   const bool done = audio::supplyInstruments(
-      engine, events.instruments, document_, [this] { return bank(); }, run_.host);
-  if (!done) explainFailure();
+      engine, events.instruments, document_, [this] { return bank(); }, run_.host, supplied);
+  if (done)
+    tell(supplied, song);
+  else
+    explainFailure();
   return done;
 }
 

@@ -18,21 +18,27 @@ class SongRendering {
  public:
   SongRendering(Run& run, const Collection& document) : run_(run), document_(document) {}
 
+  /// A bank that the user names has to be there and to hold instruments; the default one may be missing. False after
+  /// printing why.
+  bool hasNamedBanks();
   /// For Host::render.
   std::vector<std::unique_ptr<Waveform>> render(const Item& item);
-  /// Loads what the events need. False with LastErrorText.
-  bool supply(audio::Engine& engine, const audio::SongEvents& events);
+  /// Loads what the events of a song need. False with LastErrorText. After hasNamedBanks().
+  bool supply(audio::Engine& engine, const audio::SongEvents& events, const Song& song);
 
  private:
+  std::unique_ptr<Waveform> renderSong(const Song& song);
   std::vector<std::unique_ptr<Waveform>> renderNotes(const Instrument& instrument);
   const Collection* bank();
+  bool openBank(const NamedFile& file);
   bool openBanks();
-  bool hasNamedBanks();
   void explainFailure();
+  void tell(const audio::Supplied& supplied, const Song& song);
 
   Run& run_;
   const Collection& document_;
   std::optional<Collection> bank_;
+  ConversionReport bankReport_;  ///< of all instruments of the banks, few of which a song plays
 };
 
 }  // namespace tervo::cli

@@ -20,8 +20,8 @@ class NullOutput final : public MidiOutput {
 class FileOutput final : public MidiOutput {
  public:
   explicit FileOutput(std::unique_ptr<OutputFile> file) : file_(std::move(file)) {}
-  ~FileOutput() override { file_->commit(); }
   bool send(std::span<const uint8_t> message) override { return file_->write(std::as_bytes(message)); }
+  bool finish() override { return file_->commit(); }
 
  private:
   std::unique_ptr<OutputFile> file_;

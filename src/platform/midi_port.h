@@ -39,6 +39,8 @@ class MidiOutput {
   /// A channel message of 1 to 3 bytes, or a system-exclusive one from 0xF0 to 0xF7 of any length: returns when it has
   /// been handed over. False with LastErrorText.
   virtual bool send(std::span<const uint8_t> message) = 0;
+  /// Behind the last message: a file is in its place only then. False with LastErrorText.
+  virtual bool finish() { return true; }
 };
 
 }  // namespace tervo::platform

@@ -6,18 +6,27 @@ namespace tervo::platform {
 namespace {
 
 thread_local int lastCode = 0;
+thread_local Text lastPlace;  ///< empty: the file that the operation was about
 
 }  // namespace
 
 void noteSystemError(int code) noexcept {
   lastCode = code;
+  lastPlace.clear();
 }
 Text systemErrorCause() {
-  return lastCode == 0 ? Text() : systemErrorText(lastCode);
+  if (lastCode == 0) return {};
+  return lastPlace.empty() ? systemErrorText(lastCode) : lastPlace + u": " + systemErrorText(lastCode);
 }
 
 Failure failBySystem(TextView message) {
   noteSystemError();
+  return fail(message);
+}
+
+Failure failBySystem(TextView message, TextView place) {
+  noteSystemError();
+  lastPlace = place;
   return fail(message);
 }
 

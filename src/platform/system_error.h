@@ -16,6 +16,8 @@ void noteSystemError(int code) noexcept;
 
 /// Notes the current error number and fails with `message`.
 Failure failBySystem(TextView message);
+/// The same for a file that the user has not named: the cause says where it is.
+Failure failBySystem(TextView message, TextView place);
 /// Fails with `message` because of the error `code`.
 Failure failBySystem(TextView message, int code);
 

@@ -12,6 +12,8 @@ Text configFolder();
 Text dataFolder();
 /// The system folder ("C:\Windows\System32") on Windows; empty elsewhere.
 Text systemFolder();
+/// For files that may become large: on Linux $TMPDIR, else /var/tmp, because many systems have /tmp in memory
+/// (Filesystem Hierarchy Standard 3.0, section 5.15).
 Text temporaryFolder();
 /// The General MIDI sound bank that the system comes with, whether or not it is installed: the system folder's
 /// "\drivers\gm.dls" on Windows; on Linux the name under which distributions install their preferred bank.

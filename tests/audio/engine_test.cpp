@@ -1,31 +1,10 @@
 #include <atomic>
-#include <cstdlib>
-#include <new>
 #include <random>
 #include <thread>
 
 #include "base/last_error.h"
+#include "tests/audio/allocations.h"
 #include "tests/audio/sound_lab.h"
-
-// Counts what the thread under test allocates.
-namespace {
-thread_local bool countsAllocations = false;
-thread_local int allocations = 0;
-}  // namespace
-
-void* operator new(std::size_t size) {
-  if (countsAllocations) ++allocations;
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept {
-  if (countsAllocations) ++allocations;
-  std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-  if (countsAllocations) ++allocations;
-  std::free(memory);
-}
 
 namespace tervo::test {
 namespace {
@@ -99,15 +78,14 @@ TEST(Engine, TheAudioPathDoesNotAllocate) {
   lab.start(setupOf(64, 1));
   std::mt19937 random(5);
   Frames buffer(2 * 333);
-  allocations = 0;
-  countsAllocations = true;
-  for (int i = 0; i < 500; ++i) {
-    for (int event = 0; event < 5; ++event) lab.engine->postEvent(lab.engine->time(), randomMessage(random));
-    lab.engine->render(buffer);
-    if (i % 50 == 0) lab.engine->shedLoad(1.2);
-  }
-  countsAllocations = false;
-  EXPECT_EQ(allocations, 0);
+  const auto play = [&] {
+    for (int i = 0; i < 500; ++i) {
+      for (int event = 0; event < 5; ++event) lab.engine->postEvent(lab.engine->time(), randomMessage(random));
+      lab.engine->render(buffer);
+      if (i % 50 == 0) lab.engine->shedLoad(1.2);
+    }
+  };
+  EXPECT_EQ(allocationsOf(play), 0);
 }
 
 TEST(Engine, NothingIsStuckAfterRandomPlaying) {

@@ -13,9 +13,10 @@ using audio::RenderOptions;
 struct RecordingHost final : Host {
   void showStatus(TextView text) override { status.emplace_back(text); }
   bool progress(double) override { return ++polls <= allowed; }
-  std::size_t ask(const Question&) override { return 0; }
+  std::size_t ask(const Question& question) override { return answer.value_or(question.safeButton); }
   std::vector<Text> status;
   int polls = 0, allowed = 1 << 30;
+  std::optional<std::size_t> answer;
 };
 
 /// Program `program`, then key 60 from 0.5 s to 1 s at 120 quarter notes a minute; nothing is held behind it.
@@ -97,6 +98,39 @@ TEST_F(Rendering, NormalisesCutsSilenceAndKeepsATail) {
   EXPECT_LE(seconds, 11.1);
 }
 
+TEST_F(Rendering, SilenceIsMeasuredAgainstTheLoudest) {
+  // A release of 96 dB in two seconds: 90 dB are 1.875 s.
+  lab.instrument->articulation.set(P::vEnvRelease1Rate, 2);
+  options.normalised = options.cutsSilence = true;
+  for (const int volume : {127, 3}) {
+    for (const int voices : {1, 1024}) {
+      options.voices = voices;
+      const auto waveform = render(*songOf(0, 480,
+                                           {trackBytes({0, 0xB0, 7, volume, 0, 0x90, 60, 127, 0x83, 0x60, 60, 0,  //
+                                                        0, 0xFF, 0x2F, 0})}));
+      EXPECT_NEAR(static_cast<double>(waveform->frames()) / rate, 0.5 + 1.875, 0.02) << volume << " " << voices;
+    }
+  }
+}
+
+TEST_F(Rendering, SilencePassesInNoTime) {
+  // A note, and another one 100,000 s later: 38 GB of frames.
+  const auto song =
+      songOf(0, 480, {trackBytes({0, 0x90, 60,   127, 0x60, 60, 0, 0xAD, 0xE3, 0xB0, 0, 60, 127, 0x60, 60, 0,  //
+                                  0, 0xFF, 0x2F, 0})});
+  EXPECT_FALSE(render(*song));
+  EXPECT_EQ(LastErrorText(), u"Done: Rendered aborted!");
+  host.answer = 0;
+  const auto waveform = render(*song);
+  ASSERT_TRUE(waveform);
+  const auto second = static_cast<int64_t>((100000 + 0.1) * rate);
+  Frames frames(2 * 4800);
+  ASSERT_TRUE(waveform->samples->open(second - 2400)->read(frames));
+  EXPECT_EQ(peak(part(frames, 0, 0.099)), 0);
+  EXPECT_GT(peak(part(frames, 0.11, 0.2)), 0.01);
+  EXPECT_LT(host.polls, 10000);
+}
+
 TEST_F(Rendering, WhatCannotBeRendered) {
   EXPECT_FALSE(render(*songOf(0, 480, {trackBytes({0, 0xC0, 1, 0, 0xFF, 0x2F, 0})})));
   EXPECT_EQ(LastErrorText(), u"Done: No notes to render!");
@@ -155,6 +189,7 @@ TEST_F(Rendering, InTheDocumentTheWaveformTakesTheSongsPlaceWhenWanted) {
   song.name = u"Tune";
   Settings settings;
   settings.mid2wav.deleteSrc = 1;
+  host.answer = 0;
   ASSERT_TRUE(audio::renderSongInDocument(lab.collection, song, {}, host, settings));
   EXPECT_TRUE(lab.collection.songs().empty());
   EXPECT_EQ(lab.collection.waveforms().back()->name, u"Tune");

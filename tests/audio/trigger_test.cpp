@@ -35,6 +35,21 @@ class Tones : public testing::Test {
   std::size_t tones_ = 0;
 };
 
+TEST_F(Tones, AKeyEndsTheInstrumentThatItStarted) {
+  addLooped();
+  add(TriggerType::keyRelease);
+  lab.start();
+  SoundLab other;
+  other.add(sineFrames(hertz(2), 12000)).trigger.set(P::triggerType, static_cast<float>(TriggerType::keyRelease));
+  tones_ = 3;
+  ASSERT_TRUE(lab.engine->loadInstrumentAs(*other.instrument, 5, Loading::stopped));
+  lab.press();
+  lab.send(0xC0, 5);
+  EXPECT_EQ(heard(), "0");
+  lab.lift();
+  EXPECT_EQ(heard(), "1");
+}
+
 TEST_F(Tones, EveryTriggerTypeHasItsCause) {
   for (int type = 0; type <= static_cast<int>(TriggerType::never); ++type) add(static_cast<TriggerType>(type));
   lab.start();

@@ -25,10 +25,27 @@ TEST_F(PlayTest, PlaysIntoAFile) {
   EXPECT_EQ(run({u"play", u"sounds/a.wav", u"--device", u"file:out.wav", u"--set", u"aio.fdbWaveGain=0"}), 0);
   EXPECT_EQ(console.error, "--> 48000 Hz - 2 channels - Floats\n");
   const std::string out = folder.get(u"out.wav");
-  ASSERT_EQ(out.size(), 46u + 100 * 8);
+  const std::size_t data = out.find("data") + 8;
+  ASSERT_EQ(out.size(), data + 100 * 8);
   // 0x2020 of 32768, on both sides.
   const float expected[] = {8224.0f / 32768, 8224.0f / 32768};
-  EXPECT_EQ(out.substr(46 + 99 * 8), std::string(reinterpret_cast<const char*>(expected), 8));
+  EXPECT_EQ(out.substr(data + 99 * 8), std::string(reinterpret_cast<const char*>(expected), 8));
+}
+
+TEST_F(PlayTest, ReplacesNothingUnasked) {
+  const std::string sound = folder.get(u"a.wav");
+  folder.put(u"old.wav", "old");
+  EXPECT_EQ(run({u"play", u"a.wav", u"--device", u"file:a.wav", u"--overwrite"}), 1);
+  EXPECT_EQ(folder.get(u"a.wav"), sound);
+  EXPECT_EQ(run({u"play", u"a.wav", u"--device", u"file:old.wav"}), 1);
+  EXPECT_NE(console.error.find("old.wav: File exists already (--overwrite replaces it)"), std::string::npos);
+  // A file that was broken off is not there.
+  console.onPoll = [&](int) { return console.error.find("--> ") != std::string::npos; };
+  EXPECT_EQ(run({u"play", u"looped.wav", u"--seconds", u"3600", u"--device", u"file:old.wav", u"--overwrite"}), 130);
+  EXPECT_EQ(folder.get(u"old.wav"), "old");
+  console.onPoll = nullptr;
+  EXPECT_EQ(run({u"play", u"a.wav", u"--device", u"file:old.wav", u"--overwrite"}), 0);
+  EXPECT_NE(folder.get(u"old.wav"), "old");
 }
 
 TEST_F(PlayTest, SaysWhatCannotBePlayed) {
@@ -39,7 +56,8 @@ TEST_F(PlayTest, SaysWhatCannotBePlayed) {
   } cases[] = {
       {{u"a.wav", u"--device", u"Nobody"},
        1,
-       "tervo: a.wav: Could not open audio output device (There is no such audio device)\n"},
+       "tervo: Nobody: Could not open audio output device (There is no such audio device)\n"},
+      {{u"a.wav", u"--device", u"file:nowhere/out.wav"}, 1, "out.wav: Could not open audio output device ("},
       {{u"a.wav", u"a.wav", u"--device", u"null", u"--set", u"load.bAutoRemoveDupWaves=0"},
        1,
        "choose one with --item KIND:N"},

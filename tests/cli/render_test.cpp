@@ -30,9 +30,11 @@ class RenderCommand : public CommandTest {
     bank.add(std::move(instrument));
     save(bank, u"sf2", u"bank.sf2");
     Collection songs;
-    const Song& song =
-        songs.add(songOf(0, 480, {trackBytes({0, 0x90, 60, 100, 0x83, 0x60, 0x80, 60, 0, 0, 0xFF, 0x2F, 0})}));
-    save(song, u"mid", u"song.mid");
+    for (const int program : {0, 40}) {
+      const TrackBytes track =
+          trackBytes({0, 0xC0, program, 0, 0x90, 60, 100, 0x83, 0x60, 0x80, 60, 0, 0, 0xFF, 0x2F, 0});
+      save(songs.add(songOf(0, 480, {track})), u"mid", program == 0 ? u"song.mid" : u"other.mid");
+    }
   }
   void save(const Item& item, TextView extension, TextView name) {
     ConversionReport report;
@@ -100,18 +102,46 @@ TEST_F(RenderCommand, ConvertRendersInstrumentsForRowsOfWaveforms) {
 TEST_F(RenderCommand, SaysWhyItCannot) {
   EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.mid"}), 1);
   EXPECT_THAT(console.error, testing::HasSubstr("it holds songs"));
-  EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--bank", u"missing.sf2"}), 1);
-  EXPECT_THAT(console.error, testing::HasSubstr("missing.sf2: Could not open file"));
-  EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--bank", u"song.mid"}), 1);
-  EXPECT_THAT(console.error, testing::HasSubstr("song.mid: The bank holds no instruments\n"));
+  const struct {
+    std::vector<Text> arguments;
+    const char* message;
+  } cases[] = {
+      {{u"-o", u"out.sf2"}, "it holds instruments"},
+      {{u"-o", u"out.wav", u"--bank", u"bank.sf2", u"--bank", u"missing.sf2"}, "missing.sf2: Could not open file"},
+      {{u"-o", u"out.wav", u"--bank", u"other.mid"}, "other.mid: There are no instruments in it"},
+      {{u"other.mid", u"-o", u"out.wav"}, "songs 2; choose one with --item song:N"},
+  };
+  for (const auto& [arguments, message] : cases) {
+    std::vector<Text> all = {u"render", u"song.mid"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    EXPECT_EQ(run(all), 1);
+    EXPECT_THAT(console.error, testing::HasSubstr(message));
+  }
+  EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--tail", u"-1"}), 2);
+  EXPECT_THAT(console.error, testing::HasSubstr("--tail: \"-1\" is no number from 0 to 3600"));
   EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--voices", u"0"}), 2);
   console.onPoll = [](int) { return true; };
   EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--bank", u"bank.sf2"}), 130);
 }
 
 TEST_F(RenderCommand, AMissingDefaultBankLeavesSilence) {
-  EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--set", u"mid2wav.wszGMBank=nowhere.sf2"}), 0);
-  EXPECT_THAT(console.error, testing::HasSubstr("Could not open the default GM/GS collection!"));
+  for (const bool isTerminal : {false, true}) {
+    console.terminal = isTerminal;
+    EXPECT_EQ(
+        run({u"render", u"song.mid", u"-o", u"out.wav", u"--overwrite", u"--set", u"mid2wav.wszGMBank=nowhere.sf2"}),
+        0);
+    const std::string text =
+        "Could not open the default GM/GS collection!\nInstruments will be missing from the song.\n";
+    const std::size_t place = console.error.find(text);
+    ASSERT_NE(place, std::string::npos) << console.error;
+    EXPECT_EQ(console.error.find("Could not open the default", place + 1), std::string::npos);
+  }
+}
+
+TEST_F(RenderCommand, SaysWhichInstrumentsAreMissing) {
+  ASSERT_EQ(run({u"render", u"other.mid", u"-o", u"out.wav", u"--bank", u"bank.sf2", u"--report"}), 0);
+  EXPECT_THAT(console.error, testing::HasSubstr("notes stay silent: program 40 (1 note)\n"));
+  EXPECT_THAT(console.error, testing::HasSubstr("dropped: program 40: no bank has it, silent: 1 note\n"));
 }
 
 }  // namespace

@@ -123,11 +123,15 @@ void Channel::setController(uint8_t controller, uint8_t value, bool immediate) n
       ramp(ChannelValue::chorus, static_cast<float>(value) / 127, quickStep, immediate);
       break;
     case Controller::dataEntry:
-      data_ = {value, 0, true};
+      // A coarse part resets the fine one, unless that was sent before it.
+      data_ = {value, isFineFirst_ ? data_.fine : uint8_t{0}, true};
+      isFineFirst_ = false;
+      hasCoarse_ = true;
       enterData(immediate);
       break;
     case Controller::dataEntry + Controller::fine:
       data_.fine = value;
+      isFineFirst_ = !hasCoarse_;
       enterData(immediate);
       break;
     case Controller::dataUp:
@@ -151,6 +155,7 @@ void Channel::setController(uint8_t controller, uint8_t value, bool immediate) n
 void Channel::select(int parameter) noexcept {
   constexpr uint8_t usualBendRange = 2, centre = 64;
   selected_ = parameter;
+  isFineFirst_ = hasCoarse_ = false;
   data_ = {centre, 0, true};
   if (parameter == bendRangeParameter) {
     const int cents = static_cast<int>(std::lround(bendRange_ * 100));

@@ -73,7 +73,8 @@ class Channel {
   uint32_t number_ = 0;
   Pair volume_{100}, expression_{127}, pan_{64}, modulation_{}, portamento_{};
   Pair data_{};
-  int selected_ = -1;  ///< registered parameter; -1 none
+  bool hasCoarse_ = false, isFineFirst_ = false;  ///< what came since the parameter was selected
+  int selected_ = -1;                             ///< registered parameter; -1 none
   float bendRange_ = -1;
   float fineTuning_ = 0, coarseTuning_ = 0;
   bool isMono_ = false;

@@ -36,7 +36,6 @@ class Chorus {
     explicit Side(std::size_t need) : line(need) {}
     DelayLine line;
     std::array<Tap, taps> tap{};
-    float fedBack = 0;
   };
   float delayAt(float phase) const noexcept;
   void processSide(Side& side, std::span<const float, blockFrames> in, std::span<float, blockFrames> out) noexcept;

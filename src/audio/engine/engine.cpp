@@ -40,9 +40,6 @@ std::size_t Engine::render(std::span<float> stereo) noexcept {
     rendering_ = false;
     return 0;
   }
-  using Clock = std::chrono::steady_clock;
-  const bool isMeasured = measuresLoad_;  // some systems ask the kernel for the time
-  const auto start = isMeasured ? Clock::now() : Clock::time_point{};
   const FlushDenormals flush;
   const std::size_t frames = stereo.size() / 2;
   for (std::size_t done = 0; done < frames;) {
@@ -51,10 +48,6 @@ std::size_t Engine::render(std::span<float> stereo) noexcept {
     std::copy_n(block_ + 2 * blockUsed_, 2 * part, stereo.data() + 2 * done);
     blockUsed_ += part;
     done += part;
-  }
-  if (isMeasured && frames > 0) {
-    const std::chrono::duration<double> spent = Clock::now() - start;
-    shedLoad(spent.count() * setup_.sampleRate / static_cast<double>(frames));
   }
   rendering_ = false;
   return frames;

@@ -6,7 +6,6 @@
 // audio thread is whoever calls render; nothing on its way allocates, locks or waits for more than its workers.
 
 #include <atomic>
-#include <chrono>
 #include <memory>
 #include <span>
 #include <vector>
@@ -74,8 +73,6 @@ class Engine {
   bool stealNote(Stealing stealing) noexcept { return performer_.pool().steal(stealing, context_); }
   /// Ends notes as a load (time spent by time that the buffer lasts) above 0.8 asks for.
   void shedLoad(double load) noexcept;
-  /// Measures every render call and sheds load by it.
-  void setLoadMeasurement(bool on) { measuresLoad_ = on; }
 
   int64_t time() const { return time_; }  ///< frames rendered
   uint32_t activeVoices() const { return activeVoices_; }
@@ -119,7 +116,6 @@ class Engine {
   std::atomic<bool> rendering_{false};
   std::atomic<bool> clipped_{false};
   std::atomic<bool> limit_{false};
-  std::atomic<bool> measuresLoad_{false};
   std::atomic<uint32_t> activeVoices_{0};
   std::atomic<float> peak_{0};
 

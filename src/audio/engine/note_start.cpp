@@ -78,15 +78,15 @@ bool Performer::makeRoom(const Note* keep) noexcept {
   return !pool_.isFull() || pool_.steal(Stealing::hard, context_, keep);
 }
 
-void Performer::startNote(uint8_t channel, uint8_t key, uint8_t velocity, Cause cause) noexcept {
-  const SoundInstrument* instrument =
-      instruments_ ? instruments_->find(channels_[channel].instrumentNumber()) : nullptr;
+void Performer::startNote(Stroke stroke, Cause cause) noexcept {
+  const auto [channel, key, velocity, number] = stroke;
+  const SoundInstrument* instrument = instruments_ ? instruments_->find(number) : nullptr;
   if (!instrument) return;
   collectCandidates(*instrument, channel, key, velocity, cause);
   if (candidates_.empty() || !makeRoom(nullptr)) return;
   Note* note = pool_.addNote();
   if (!note) return;
-  note->channel = channel, note->key = key, note->velocity = velocity;
+  note->channel = channel, note->key = key, note->velocity = velocity, note->instrument = number;
   note->isKeyDown = cause.isKeyPress;
   note->isAfterthought = note->isReleased = !cause.isKeyPress;
   if (cause.isKeyPress) exclude(channel, key, *note);

@@ -100,7 +100,7 @@ void Performer::noteOn(uint8_t channel, uint8_t key, uint8_t velocity) noexcept 
   const Cause cause = pressCause(keys, key);
   if (channels_[channel].isMono()) releaseOthers(channel);
   if (!std::exchange(keys.isDown[key], true)) ++keys.down;
-  startNote(channel, key, velocity, cause);
+  startNote({channel, key, velocity, channels_[channel].instrumentNumber()}, cause);
   keys.last = key;
 }
 
@@ -124,9 +124,8 @@ void Performer::noteOff(uint8_t channel, uint8_t key) noexcept {
 
 void Performer::keyUp(Note& note) noexcept {
   note.isKeyDown = false;
-  const uint8_t channel = note.channel, key = note.key, velocity = note.velocity;
-  const bool isHeld = note.isHeld || channels_[channel].isDown(Controller::sustain);
-  startNote(channel, key, velocity, {1u << static_cast<unsigned>(TriggerType::keyReleaseNoPedal)});
+  const bool isHeld = note.isHeld || channels_[note.channel].isDown(Controller::sustain);
+  startNote(strokeOf(note), {1u << static_cast<unsigned>(TriggerType::keyReleaseNoPedal)});
   if (!isHeld) releaseNote(note);
 }
 
@@ -135,7 +134,7 @@ void Performer::releaseNote(Note& note) noexcept {
   pool_.forEachVoice(note, [](Voice& voice) { voice.release(); });
   uint32_t types = 1u << static_cast<unsigned>(TriggerType::keyRelease);
   if (keys_[note.channel].down == 0) types |= 1u << static_cast<unsigned>(TriggerType::lastKeyRelease);
-  startNote(note.channel, note.key, note.velocity, {types});
+  startNote(strokeOf(note), {types});
 }
 
 /// Ends the notes that neither their key nor a pedal holds any more.
@@ -160,7 +159,7 @@ void Performer::sostenutoChanged(uint8_t channel, bool isDown) noexcept {
 
 void Performer::pedalTrigger(uint8_t channel, TriggerType type) noexcept {
   constexpr uint8_t key = 60, velocity = 127;  // a pedal has neither; regions for one span all of them
-  startNote(channel, key, velocity, {1u << static_cast<unsigned>(type)});
+  startNote({channel, key, velocity, channels_[channel].instrumentNumber()}, {1u << static_cast<unsigned>(type)});
 }
 
 void Performer::allSoundOff(uint8_t channel) noexcept {

@@ -52,7 +52,13 @@ class Performer {
   void releaseOthers(uint8_t channel) noexcept;
 
   Cause pressCause(const Keys& keys, int key) const noexcept;
-  void startNote(uint8_t channel, uint8_t key, uint8_t velocity, Cause cause) noexcept;
+  /// What starts: a key or pedal of the channel, or the end of a note.
+  struct Stroke {
+    uint8_t channel, key, velocity;
+    uint32_t instrument;  ///< its number
+  };
+  static Stroke strokeOf(const Note& note) { return {note.channel, note.key, note.velocity, note.instrument}; }
+  void startNote(Stroke stroke, Cause cause) noexcept;
   void collectCandidates(const SoundInstrument& instrument, uint8_t channel, int key, int velocity,
                          Cause cause) noexcept;
   void takeTurns(uint8_t channel, TriggerType type) noexcept;

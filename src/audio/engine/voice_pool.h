@@ -13,6 +13,7 @@ struct Note {
   uint8_t channel = 0;
   uint8_t key = 0;
   uint8_t velocity = 0;
+  uint32_t instrument = 0;      ///< the number that its key has started
   bool isKeyDown = false;       ///< nobody has lifted it yet
   bool isHeld = false;          ///< by the sostenuto pedal
   bool isReleased = false;      ///< its voices are in their release

@@ -62,8 +62,10 @@ class PlayedNotes {
  public:
   void add(int key, int velocity) {
     velocities_[static_cast<std::size_t>(key)].set(static_cast<std::size_t>(velocity));
+    ++count_;
   }
   void add(const PlayedNotes& other) {
+    count_ += other.count_;
     for (std::size_t key = 0; key < velocities_.size(); ++key) velocities_[key] |= other.velocities_[key];
   }
   void addAll() {
@@ -71,8 +73,11 @@ class PlayedNotes {
   }
   /// Whether the region sounds with one of them.
   bool reach(const Zone& zone) const;
+  /// How many notes were added.
+  std::size_t count() const { return count_; }
 
  private:
+  std::size_t count_ = 0;
   std::array<std::bitset<128>, 128> velocities_;
 };
 

@@ -5,6 +5,7 @@
 
 #include "audio/output/output_format.h"
 #include "base/last_error.h"
+#include "formats/failure_cause.h"
 
 namespace tervo::audio {
 namespace {
@@ -52,6 +53,7 @@ void AudioOutput::close() {
 bool AudioOutput::openFor(TextView failure) {
   if (open()) return true;
   cause_ = LastErrorText();
+  if (const Text said = failureCause(); !said.empty()) cause_ = said;
   return cause_ == exclusiveFailure ? false : fail(failure);
 }
 

@@ -38,12 +38,14 @@ bool Audition::play(const Waveform& waveform) {
 bool Audition::play(const Instrument& instrument) {
   SynthFront::Setup setup;
   setup.outputGain = gainOf(settings_.aio.mixGain);
-  setup.hasEffects = false;  // a room would be heard for seconds
+  setup.voices = std::clamp(settings_.mid2wav.maxPolyphony, 1, 4096);
+  setup.hasEffects = settings_.mid2wav.effects != 0;
   synth_ = startSynth(output_, setup);
   const uint8_t channel = instrument.drum ? drumChannel : melodicChannel;
   if (!synth_ || !synth_->engine().loadInstrumentAs(instrument, numberOnChannel(channel), Loading::stopped))
     return false;
   synth_->perform(notesInTurn({{auditionKey(instrument)}}, 100, channel, auditionSeconds), std::nullopt);
+  synth_->endAfter(auditionSeconds);
   return output_.attach(synth_);
 }
 

@@ -7,6 +7,7 @@
 #include "core/midi_events.h"
 
 namespace tervo::audio {
+
 uint32_t numberOnChannel(uint8_t channel) {
   return Channel(channel).instrumentNumber();
 }
@@ -25,13 +26,6 @@ SongEvents notesInTurn(const std::vector<std::vector<uint8_t>>& chords, int velo
     for (const uint8_t key : chord) add(MidiStatus::noteOff, key, 64);
   }
   return events;
-}
-
-void cutAt(SongEvents& events, double seconds) {
-  const auto isBefore = [](double time, const TimedMessage& message) { return time < message.seconds; };
-  events.messages.erase(std::upper_bound(events.messages.begin(), events.messages.end(), seconds, isBefore),
-                        events.messages.end());
-  events.seconds = std::min(events.seconds, seconds);
 }
 
 void postFromKeyboard(SynthFront& synth, std::span<const uint8_t> message, uint8_t channel) noexcept {

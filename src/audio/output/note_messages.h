@@ -20,9 +20,6 @@ uint32_t numberOnChannel(uint8_t channel);
 SongEvents notesInTurn(const std::vector<std::vector<uint8_t>>& chords, int velocity, uint8_t channel,
                        double chordSeconds = 0.5);
 
-/// Leaves out what comes after so many seconds.
-void cutAt(SongEvents& events, double seconds);
-
 /// A message from a keyboard as if it came on this channel. Program and bank changes, and what is no channel message,
 /// are left out: who plays has chosen the instrument. Any thread.
 void postFromKeyboard(SynthFront& synth, std::span<const uint8_t> message, uint8_t channel) noexcept;

@@ -31,6 +31,7 @@ std::shared_ptr<SynthFront> SynthFront::create(const Setup& setup, uint32_t samp
   engineSetup.masterGain = setup.masterGain > 0 ? setup.masterGain : liveMasterGain(setup.voices);
   engineSetup.workers = setup.workers;
   engineSetup.hasEffects = setup.hasEffects;
+  if (bufferFrames > 0) engineSetup.use = WorkerPool::Use::device;
   auto engine = Engine::create(engineSetup);
   if (!engine) return nullptr;
   return std::shared_ptr<SynthFront>(new SynthFront(std::move(engine), setup, bufferFrames));
@@ -40,7 +41,8 @@ SynthFront::SynthFront(std::unique_ptr<Engine> engine, const Setup& setup, uint3
     : engine_(std::move(engine)),
       outputGain_(setup.outputGain),
       bufferFrames_(bufferFrames),
-      loadFactor_(bufferFrames > 0 ? engine_->sampleRate() / (bufferFrames * ticksPerSecond) : 0) {
+      loadFactor_(bufferFrames > 0 ? engine_->sampleRate() / (bufferFrames * ticksPerSecond) : 0),
+      end_(engine_->sampleRate()) {
   engine_->setLimit(false);
 }
 
@@ -77,11 +79,23 @@ std::size_t SynthFront::renderPerformance(std::span<float> stereo) noexcept {
   return done;
 }
 
+/// Applies the gain, and the end. How many frames remain.
+std::size_t SynthFront::finished(std::span<float> stereo) noexcept {
+  std::size_t done = 0;
+  for (; done < stereo.size() && !end_.isOver(); done += 2) {
+    const float factor = outputGain_ * end_.next();
+    stereo[done] *= factor;
+    stereo[done + 1] *= factor;
+  }
+  if (end_.isOver() || (end_.isStopping() && stereo.empty())) finished_ = true;
+  return done / 2;
+}
+
 std::size_t SynthFront::render(std::span<float> stereo) noexcept {
   if (finished_) return 0;
   const int64_t start = ticks();
-  const std::size_t frames = performance_ ? renderPerformance(stereo) : engine_->render(stereo);
-  for (float& sample : stereo.first(2 * frames)) sample *= outputGain_;
+  const std::size_t rendered = performance_ ? renderPerformance(stereo) : engine_->render(stereo);
+  const std::size_t frames = finished(stereo.first(2 * rendered));
   bufferTime_ = engine_->time();
   bufferClock_ = start;
   if (loadFactor_ > 0 && frames > 0) {

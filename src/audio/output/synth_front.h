@@ -8,6 +8,7 @@
 
 #include "audio/engine/engine.h"
 #include "audio/output/audio_source.h"
+#include "audio/output/fade_out.h"
 #include "audio/render/song_performance.h"
 
 namespace tervo::audio {
@@ -31,6 +32,8 @@ class SynthFront final : public AudioSource {
   Engine& engine() { return *engine_; }
   /// Before it is attached: plays these messages and then ends, instead of what is posted.
   void perform(SongEvents events, std::optional<double> tailSeconds);
+  /// Before it is attached: ends after so many seconds, whatever sounds.
+  void endAfter(double seconds) { end_.limit(seconds); }
   /// Seconds of the performance.
   double seconds() const noexcept { return seconds_; }
 
@@ -38,8 +41,8 @@ class SynthFront final : public AudioSource {
   bool post(MidiMessage message) noexcept;
   /// Part of a buffer's time that rendering the last one took.
   float load() const noexcept { return load_; }
-  /// Ends at once.
-  void stop() noexcept { finished_ = true; }
+  /// Ends within milliseconds, without a click.
+  void stop() noexcept { end_.stop(); }
 
   std::size_t render(std::span<float> stereo) noexcept override;
   bool isFinished() const noexcept override { return finished_; }
@@ -47,6 +50,7 @@ class SynthFront final : public AudioSource {
  private:
   SynthFront(std::unique_ptr<Engine> engine, const Setup& setup, uint32_t bufferFrames);
   std::size_t renderPerformance(std::span<float> stereo) noexcept;
+  std::size_t finished(std::span<float> stereo) noexcept;
 
   std::unique_ptr<Engine> engine_;
   float outputGain_;
@@ -56,6 +60,7 @@ class SynthFront final : public AudioSource {
   std::optional<SongPerformance> performance_;
 
   // Audio thread.
+  FadeOut end_;
   float block_[2 * blockFrames] = {};
   std::size_t blockUsed_ = blockFrames;
 

@@ -10,8 +10,6 @@
 namespace tervo::audio {
 namespace {
 
-constexpr double fadeSeconds = 0.005;
-
 /// How many frames from the first one on can be heard, and are needed around them.
 int64_t framesNeeded(const Waveform& waveform, const LoopPath& path, const WaveformPlayer::Setup& setup) {
   if (setup.longestSeconds <= 0) return waveform.frames();
@@ -63,11 +61,9 @@ WaveformPlayer::WaveformPlayer(const Waveform& waveform, const Setup& setup, Loo
       step_(waveform.sampleRate / setup.deviceRate),
       loopStep_(step_),
       secondsPerFrame_(1.0 / setup.deviceRate),
-      framesLeft_(setup.longestSeconds > 0 ? std::llround(setup.longestSeconds * setup.deviceRate) : -1),
       now_(path_.first(setup.startFrame)),
       u_(now_.entry),
-      fadeFrames_(static_cast<int>(fadeSeconds * setup.deviceRate)),
-      fadeLeft_(fadeFrames_),
+      end_(setup.deviceRate, setup.longestSeconds),
       weights_(sinc_.taps()),
       taps_(2 * sinc_.taps()) {
   if (path_.loops()) loopStep_ = step_ * std::exp2(static_cast<double>(mainLoop(waveform)->loopPitch) / 12);
@@ -118,13 +114,6 @@ bool WaveformPlayer::advance() noexcept {
   return true;
 }
 
-/// The factor for the next frame: 1 until it is stopped.
-float WaveformPlayer::fade() noexcept {
-  if (framesLeft_ >= 0 && framesLeft_-- <= fadeFrames_) stopping_ = true;
-  if (!stopping_) return 1;
-  return static_cast<float>(std::max(fadeLeft_--, 0)) / static_cast<float>(fadeFrames_);
-}
-
 bool WaveformPlayer::renderFrame(float* stereo) noexcept {
   const double whole = std::floor(u_);
   const auto half = static_cast<int64_t>(sinc_.taps() / 2);
@@ -140,10 +129,10 @@ bool WaveformPlayer::renderFrame(float* stereo) noexcept {
       stereo[1] += weights_[tap] * taps_[2 * tap + 1];
     }
   }
-  const float factor = gain_ * fade();
+  const float factor = gain_ * end_.next();
   stereo[0] *= factor;
   stereo[1] *= factor;
-  return advance() && fadeLeft_ > 0;
+  return advance() && !end_.isOver();
 }
 
 std::size_t WaveformPlayer::render(std::span<float> stereo) noexcept {

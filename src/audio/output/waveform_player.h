@@ -8,6 +8,7 @@
 
 #include "audio/engine/sinc_table.h"
 #include "audio/output/audio_source.h"
+#include "audio/output/fade_out.h"
 #include "audio/output/loop_path.h"
 #include "core/waveform.h"
 
@@ -31,7 +32,7 @@ class WaveformPlayer final : public AudioSource {
   /// Leaves a loop that plays until release.
   void release() noexcept { released_ = true; }
   /// Ends within milliseconds, without a click.
-  void stop() noexcept { stopping_ = true; }
+  void stop() noexcept { end_.stop(); }
   bool isFinished() const noexcept override { return finished_; }
   /// The frame of the waveform that is played now.
   double position() const noexcept { return position_; }
@@ -55,7 +56,6 @@ class WaveformPlayer final : public AudioSource {
   void gather(int64_t first) noexcept;
   void takeFrame(const Stretch& stretch, double u, float* frame) const noexcept;
   bool advance() noexcept;
-  float fade() noexcept;
 
   LoopPath path_;
   Frames frames_;
@@ -64,17 +64,16 @@ class WaveformPlayer final : public AudioSource {
   double step_;      ///< frames of the waveform a frame of the device
   double loopStep_;  ///< the same inside the loop
   double secondsPerFrame_;
-  int64_t framesLeft_;  ///< of the device; negative: no limit
 
   // Audio thread.
   std::optional<Stretch> before_;
   Stretch now_;
   std::optional<Stretch> next_;
   double u_;
-  int fadeFrames_, fadeLeft_;
+  FadeOut end_;
   std::vector<float> weights_, taps_;
 
-  std::atomic<bool> released_{false}, stopping_{false}, finished_{false};
+  std::atomic<bool> released_{false}, finished_{false};
   std::atomic<double> position_{0};
   std::atomic<int64_t> framesPlayed_{0};
 };

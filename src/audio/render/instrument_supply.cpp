@@ -1,5 +1,7 @@
 #include "audio/render/instrument_supply.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace tervo::audio {
@@ -28,9 +30,17 @@ class Supply {
       if (const auto found = planned_.find(candidate); found != planned_.end()) return found->second.notes.add(notes);
       if (const Instrument* instrument = find(candidate)) return use(*instrument, candidate, notes);
     }
-    if ((number & drumFlag) == 0) return;
-    for (const uint32_t mask : {0u, bankLsbMask, bankLsbMask | bankMsbMask})
-      if (const Instrument* instrument = find(number & ~(mask | programMask))) return use(*instrument, number, notes);
+    if (number & drumFlag)
+      for (const uint32_t mask : {0u, bankLsbMask, bankLsbMask | bankMsbMask})
+        if (const Instrument* instrument = find(number & ~(mask | programMask))) return use(*instrument, number, notes);
+    missing_.push_back({number, notes.count()});
+  }
+
+  Supplied supplied() const {
+    Supplied supplied;
+    for (const auto& [number, planned] : planned_) supplied.instruments.push_back(planned.instrument);
+    supplied.missing = missing_;
+    return supplied;
   }
 
   bool load(Engine& engine) const {
@@ -66,14 +76,24 @@ class Supply {
   bool looked_ = false;
   const Collection* opened_ = nullptr;
   std::map<uint32_t, Planned> planned_;
+  std::vector<Supplied::Missing> missing_;
 };
 
 }  // namespace
 
+Text instrumentText(uint32_t number) {
+  const uint32_t msb = (number & bankMsbMask) >> 14, lsb = (number & bankLsbMask) >> 7;
+  const bool isDrum = number & drumFlag;
+  std::string text = fmt::format("{} {}", isDrum ? "drum kit" : "program", number & programMask);
+  if (msb || lsb) text += fmt::format(", bank {}/{}", msb, lsb);
+  return fromUtf8(text);
+}
+
 bool supplyInstruments(Engine& engine, const std::map<uint32_t, PlayedNotes>& numbers, const Collection& document,
-                       const DefaultCollection& defaults, Host& host) {
+                       const DefaultCollection& defaults, Host& host, Supplied& supplied) {
   Supply supply(document, defaults, host);
   for (const auto& [number, notes] : numbers) supply.plan(number, notes);
+  supplied = supply.supplied();
   return supply.load(engine);
 }
 

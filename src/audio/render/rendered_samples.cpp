@@ -10,7 +10,8 @@ namespace {
 
 constexpr std::size_t channelCount = 2;
 constexpr std::size_t frameBytes = channelCount * sizeof(float);
-constexpr float silenceLevel = 3.1622777e-5f;  // -90 dB
+constexpr float silence = 3.1622777e-5f;  // -90 dB
+constexpr int64_t framesAtOnce = 4096;
 
 class ScratchStream final : public SampleStream {
  public:
@@ -59,23 +60,57 @@ bool RenderSink::flush() {
 
 bool RenderSink::append(std::span<const float> stereo) {
   constexpr std::size_t bufferSamples = 1 << 15;
-  for (std::size_t i = 0; i < stereo.size(); ++i) {
-    const float size = std::fabs(stereo[i]);
-    peak_ = std::max(peak_, size);
-    if (size < silenceLevel) continue;
-    lastHeard_ = frames_ + static_cast<int64_t>(i / channelCount);
-    if (firstHeard_ < 0) firstHeard_ = lastHeard_;
-  }
-  frames_ += static_cast<int64_t>(stereo.size() / channelCount);
+  float peak = 0;
+  for (const float sample : stereo) peak = std::max(peak, std::fabs(sample));
+  const auto frames = static_cast<int64_t>(stereo.size() / channelCount);
+  if (peak == 0) return appendSilence(frames);
+  peak_ = std::max(peak_, peak);
+  if (soundStart_ < 0) soundStart_ = frames_;
+  frames_ += frames;
+  soundEnd_ = frames_;
   buffer_.insert(buffer_.end(), stereo.begin(), stereo.end());
   return buffer_.size() < bufferSamples || flush();
 }
 
+bool RenderSink::appendSilence(int64_t frames) {
+  if (!flush()) return false;
+  file_->skip(static_cast<uint64_t>(frames) * frameBytes);
+  frames_ += frames;
+  return true;
+}
+
+/// The first frame that reaches the level; -1 when the file cannot be read. One does.
+int64_t RenderSink::firstHeard(float level) const {
+  std::vector<float> block(framesAtOnce * channelCount);
+  ScratchStream stream(file_, soundStart_, soundEnd_, 1);
+  for (int64_t first = soundStart_;; first += framesAtOnce) {
+    const auto frames = stream.read(block);
+    if (!frames || *frames == 0) return -1;
+    for (std::size_t i = 0; i < *frames * channelCount; ++i)
+      if (std::fabs(block[i]) >= level) return first + static_cast<int64_t>(i / channelCount);
+  }
+}
+
+int64_t RenderSink::lastHeard(float level) const {
+  std::vector<float> block(framesAtOnce * channelCount);
+  for (int64_t end = soundEnd_; end > soundStart_; end -= framesAtOnce) {
+    const int64_t first = std::max(end - framesAtOnce, soundStart_);
+    const auto frames = ScratchStream(file_, first, end, 1).read(block);
+    if (!frames) return -1;
+    for (std::size_t i = *frames * channelCount; i > 0; --i)
+      if (std::fabs(block[i - 1]) >= level) return first + static_cast<int64_t>((i - 1) / channelCount);
+  }
+  return -1;
+}
+
 SampleRef RenderSink::finish(Finish how) {
   if (!flush()) return nullptr;
-  const bool isHeard = firstHeard_ >= 0;
-  const int64_t first = how.cutsSilence && isHeard ? firstHeard_ : 0;
-  const int64_t end = how.cutsSilence && isHeard ? lastHeard_ + 1 : frames_;
+  int64_t first = 0, end = frames_;
+  if (how.cutsSilence && peak_ > 0) {
+    first = firstHeard(peak_ * silence);
+    end = lastHeard(peak_ * silence) + 1;
+    if (first < 0 || end <= first) return nullptr;
+  }
   const float gain = how.normalised && peak_ > 0 ? 1 / peak_ : 1.0f;
   return std::make_shared<ScratchSamples>(file_, first, end - first, gain);
 }

@@ -18,23 +18,25 @@ class RenderSink {
 
   /// False with LastErrorText once the file has failed.
   bool append(std::span<const float> stereo);
-  float peak() const { return peak_; }
-  int64_t frames() const { return frames_; }
+  /// So many frames of silence, which take no room.
+  bool appendSilence(int64_t frames);
 
   struct Finish {
     bool normalised = false;   ///< the largest sample becomes full scale
-    bool cutsSilence = false;  ///< at both ends
+    bool cutsSilence = false;  ///< at both ends, what lies 90 dB below the largest sample
   };
   /// Null with LastErrorText when the file has failed.
   SampleRef finish(Finish how);
 
  private:
   bool flush();
+  int64_t firstHeard(float level) const;
+  int64_t lastHeard(float level) const;
 
   std::shared_ptr<platform::ScratchFile> file_;
   std::vector<float> buffer_;
   int64_t frames_ = 0;
-  int64_t firstHeard_ = -1, lastHeard_ = -1;  ///< frames above silence
+  int64_t soundStart_ = -1, soundEnd_ = 0;  ///< frames that are not all zero lie between
   float peak_ = 0;
 };
 

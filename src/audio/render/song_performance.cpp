@@ -1,7 +1,6 @@
 #include "audio/render/song_performance.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "core/midi_events.h"
 
@@ -11,12 +10,6 @@ namespace {
 constexpr float tailSilence = 3.1622777e-5f;  // -90 dB
 constexpr double longestTail = 10;            // seconds
 constexpr double tailWindow = 0.1;  // seconds of silence that end a tail: longer than any delay between echoes
-
-float peakOf(std::span<const float> samples) {
-  float peak = 0;
-  for (const float sample : samples) peak = std::max(peak, std::fabs(sample));
-  return peak;
-}
 
 }  // namespace
 
@@ -34,11 +27,11 @@ void SongPerformance::endNotes() noexcept {
     engine_.execute({status, Controller::sostenuto, 0});
     engine_.execute({status, Controller::allNotesOff, 0});
   }
-  tailEnd_ = now_ + tailSeconds_.value_or(longestTail);
+  tailEnd_ = seconds() + tailSeconds_.value_or(longestTail);
 }
 
 bool SongPerformance::isTailOver() const {
-  return now_ >= tailEnd_ || (!tailSeconds_ && (silent_ >= tailWindow || engine_.isSilent()));
+  return seconds() >= tailEnd_ || (!tailSeconds_ && (silent_ >= tailWindow || engine_.isSilent()));
 }
 
 bool SongPerformance::renderBlock(std::span<float, 2 * blockFrames> stereo) noexcept {
@@ -47,12 +40,25 @@ bool SongPerformance::renderBlock(std::span<float, 2 * blockFrames> stereo) noex
     if (tailEnd_ == 0) endNotes();
     if (isTailOver()) return false;
   }
-  while (next_ < events_.messages.size() && events_.messages[next_].seconds <= now_)
+  while (next_ < events_.messages.size() && events_.messages[next_].seconds <= seconds())
     engine_.execute(events_.messages[next_++].message);
-  if (engine_.render(stereo) == 0) std::fill(stereo.begin(), stereo.end(), 0.0f);
-  now_ += secondsPerBlock_;
-  if (!wasPlaying) silent_ = peakOf(stereo) < tailSilence ? silent_ + secondsPerBlock_ : 0.0;
+  const bool isRendered = engine_.render(stereo) > 0;
+  if (!isRendered) std::fill(stereo.begin(), stereo.end(), 0.0f);
+  ++block_;
+  idleBlocks_ = engine_.isSilent() ? idleBlocks_ + 1 : 0;
+  const float peak = isRendered ? engine_.outputPeak() : 0;
+  loudest_ = std::max(loudest_, peak);
+  if (!wasPlaying) silent_ = peak <= std::min(loudest_, 1.0f) * tailSilence ? silent_ + secondsPerBlock_ : 0.0;
   return true;
+}
+
+int64_t SongPerformance::skipSilence() noexcept {
+  constexpr int longestRamp = 100;  // blocks that the slowest controller moves for
+  if (idleBlocks_ < longestRamp) return 0;
+  const double until = next_ < events_.messages.size() ? events_.messages[next_].seconds : events_.seconds;
+  const int64_t blocks = std::max<int64_t>(static_cast<int64_t>(until / secondsPerBlock_) - block_, 0);
+  block_ += blocks;
+  return blocks;
 }
 
 }  // namespace tervo::audio

@@ -13,15 +13,17 @@ namespace tervo::audio {
 class SongPerformance {
  public:
   /// Engine and events stay the caller's. The tail is how long it goes on behind the last event; without a time until
-  /// releases and reverb are below -90 dB, at most 10 s.
+  /// releases and reverb are 90 dB below the loudest so far, or full scale where that is less, at most 10 s.
   SongPerformance(Engine& engine, const SongEvents& events, std::optional<double> tailSeconds);
 
   /// Renders the next block. False, with nothing rendered, once it is over.
   bool renderBlock(std::span<float, 2 * blockFrames> stereo) noexcept;
-  double seconds() const { return now_; }
+  /// Passes over the blocks in which nothing can sound, instead of rendering them, and returns how many.
+  int64_t skipSilence() noexcept;
+  double seconds() const { return static_cast<double>(block_) * secondsPerBlock_; }
 
  private:
-  bool isPlaying() const { return now_ <= events_.seconds || next_ < events_.messages.size(); }
+  bool isPlaying() const { return seconds() <= events_.seconds || next_ < events_.messages.size(); }
   bool isTailOver() const;
   void endNotes() noexcept;
 
@@ -29,7 +31,9 @@ class SongPerformance {
   const SongEvents& events_;
   std::optional<double> tailSeconds_;
   double secondsPerBlock_;
-  double now_ = 0;
+  int64_t block_ = 0;
+  int idleBlocks_ = 0;  ///< in which the engine was silent
+  float loudest_ = 0;
   std::size_t next_ = 0;
   double tailEnd_ = 0;  ///< 0 while the song plays
   double silent_ = 0;   ///< seconds of silence so far, in the tail

@@ -1,5 +1,7 @@
 #include "audio/render/song_renderer.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
 
@@ -12,9 +14,10 @@
 namespace tervo::audio {
 namespace {
 
-std::unique_ptr<Engine> makeEngine(const RenderJob& job) {
+std::unique_ptr<Engine> makeEngine(const SongEvents& events, const RenderJob& job) {
+  constexpr std::size_t usual = 256;
   Engine::Setup setup;
-  setup.instrumentCapacity = std::max<std::size_t>(16 * job.document.instruments().size(), 256);
+  setup.instrumentCapacity = std::max({16 * job.document.instruments().size(), events.instruments.size(), usual});
   setup.voices = std::max(job.options.voices, 1);
   setup.sampleRate = job.options.sampleRate;
   setup.masterGain = 1 / std::sqrt(static_cast<float>(setup.voices));
@@ -30,13 +33,27 @@ SampleRef renderEvents(Engine& engine, const SongEvents& events, const RenderJob
   RenderSink sink;
   float stereo[2 * blockFrames];
   const double expected = std::max(events.seconds, 1.0 * blockFrames / job.options.sampleRate);
-  for (int64_t block = 0; performance.renderBlock(stereo); ++block) {
-    constexpr int64_t blocksPerProgress = 256;
-    if (block % blocksPerProgress == 0 && !job.host.progress(std::min(performance.seconds() / expected, 1.0)))
+  while (performance.renderBlock(stereo)) {
+    if (!job.host.progress(std::min(performance.seconds() / expected, 1.0))) {
+      job.host.showStatus(u"Aborting, please wait...");
       return fail(u"Done: Rendered aborted!");
+    }
     if (!sink.append(stereo)) return nullptr;
+    const int64_t skipped = performance.skipSilence();
+    if (skipped > 0 && !sink.appendSilence(skipped * blockFrames)) return nullptr;
   }
+  if (job.options.normalised) job.host.showStatus(u"Normalizing Peak-value...");
   return sink.finish({job.options.normalised, job.options.cutsSilence});
+}
+
+/// Damage to a time can make a song of days; nobody means to fill a disk with that.
+bool wantsItAll(const SongEvents& events, Host& host) {
+  constexpr double longest = 12;  // hours
+  const double hours = events.seconds / 3600;
+  if (hours <= longest) return true;
+  constexpr TextView buttons[] = {u"Yes", u"No"};
+  const Text text = fromUtf8(fmt::format("The song lasts {:.0f} hours. Do you wish to render all of it?", hours));
+  return host.ask({text, buttons, 1}) == 0;
 }
 
 Text quoted(TextView before, TextView name, TextView after) {
@@ -44,6 +61,10 @@ Text quoted(TextView before, TextView name, TextView after) {
 }
 
 }  // namespace
+
+Text renderedText(const Song& song, const Waveform& waveform) {
+  return quoted(u"Done: Rendered ", song.name, u" to waveform \"") + waveform.name + u"\".";
+}
 
 RenderOptions renderOptionsOf(const Settings& settings) {
   RenderOptions options;
@@ -57,11 +78,17 @@ RenderOptions renderOptionsOf(const Settings& settings) {
 
 std::unique_ptr<Waveform> renderSong(const Song& song, const RenderJob& job) {
   return guardMemory([&]() -> std::unique_ptr<Waveform> {
-    const SongEvents events = flatten(song);
+    const auto flat = guardMemory([&] { return std::make_unique<SongEvents>(flatten(song)); });
+    if (!flat) return fail(u"Failed processing MIDI");
+    const SongEvents& events = *flat;
     if (events.notes == 0) return fail(u"Done: No notes to render!");
-    const auto engine = makeEngine(job);
-    if (!engine || !supplyInstruments(*engine, events.instruments, job.document, job.defaults, job.host))
+    if (!wantsItAll(events, job.host)) return fail(u"Done: Rendered aborted!");
+    const auto engine = makeEngine(events, job);
+    Supplied supplied;
+    if (!engine || !supplyInstruments(*engine, events.instruments, job.document, job.defaults, job.host, supplied))
       return nullptr;
+    if (job.supplied) *job.supplied = std::move(supplied);
+    job.host.showStatus(u"Rendering song to waveform...");
     job.host.showStatus(quoted(u"Rendering ", song.name, u" to waveform..."));
     auto samples = renderEvents(*engine, events, job);
     if (!samples) return nullptr;
@@ -80,7 +107,7 @@ bool renderSongInDocument(Collection& document, const Song& song, const DefaultC
   auto rendered = renderSong(song, {document, defaults, host, renderOptionsOf(settings)});
   if (!rendered) return false;
   const Waveform& waveform = document.add(std::move(rendered));
-  host.showStatus(quoted(u"Done: Rendered ", song.name, u" to waveform \"") + waveform.name + u"\".");
+  host.showStatus(renderedText(song, waveform));
   if (!settings.mid2wav.deleteSrc) return true;
   constexpr TextView buttons[] = {u"Yes", u"No"};
   const Question question{u"Please confirm that you wish to delete the MIDI item that was converted?", buttons, 1};

@@ -29,10 +29,15 @@ struct RenderJob {
   DefaultCollection defaults;
   Host& host;
   RenderOptions options = {};
+  Supplied* supplied = nullptr;  ///< gets what was played, and what was missing
 };
 
-/// A waveform that has the song's name. Null with LastErrorText: "Failed processing MIDI", "Done: No notes to render!",
-/// "Done: Rendered aborted!" after Host::progress has said so.
+/// "Done: Rendered %s to waveform "%s"."
+Text renderedText(const Song& song, const Waveform& waveform);
+
+/// A waveform that has the song's name. Null with LastErrorText: "Failed processing MIDI" (out of memory; damaged
+/// tracks play up to the damage), "Done: No notes to render!", "Done: Rendered aborted!" after Host::progress has said
+/// so.
 std::unique_ptr<Waveform> renderSong(const Song& song, const RenderJob& job);
 
 /// The same as an operation on the document: the waveform becomes its last one, and the song is removed where the

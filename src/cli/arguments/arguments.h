@@ -34,6 +34,8 @@ void addReadOptions(CLI::App& app, CommandLine& line, Collected& got);
 void addWriteOptions(CLI::App& app, CommandLine& line, Collected& got);
 void addSaveOptions(CLI::App& app, CommandLine& line, Collected& got);
 void addRenderOptions(CLI::App& app, CommandLine& line, Collected& got);
+/// For what becomes a file of its own.
+void addLevelOptions(CLI::App& app, Collected& got);
 void completeShared(CommandLine& line, const Collected& got);
 
 // Commands.
@@ -51,5 +53,8 @@ std::string checkFileName(const std::string& name);
 std::string checkItem(const std::string& name);
 /// A check that the help text does not mention: it says what to give in words.
 CLI::Validator unmentioned(CLI::Validator check);
+/// The same for a number in a range.
+CLI::Validator between(int low, int high);
+CLI::Validator between(double low, double high);
 
 }  // namespace tervo::cli

@@ -40,15 +40,16 @@ void addPlayOptions(CLI::App& app, CommandLine& line, Collected& got) {
       ->type_name("KIND:N")
       ->expected(1)
       ->check(checkItem);
+  app.add_flag("--overwrite", line.overwrite, "allow a device or port \"file:PATH\" to replace a file");
   app.add_option("--seconds", line.playing.seconds, "no longer than that")
       ->type_name("S")
-      ->check(unmentioned(CLI::Range(0.001, 86400.0)));
+      ->check(between(0.001, 86400.0));
   app.add_option("--notes", got.notes, "instruments: keys one after another, chords joined by +")
       ->type_name("KEYS")
       ->check(unmentioned(CLI::Validator(checkNotes, "")));
   app.add_option("--velocity", line.playing.velocity, "instruments: how hard the keys are pressed, 1 to 127")
       ->type_name("N")
-      ->check(unmentioned(CLI::Range(1, 127)));
+      ->check(between(1, 127));
   app.add_option("--midi-in", got.midiIn, "instruments: played from this MIDI port")->type_name("PORT");
   app.add_option("--midi-out", got.midiOut, "songs: sent to this MIDI port")->type_name("PORT");
 }

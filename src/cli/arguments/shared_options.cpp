@@ -95,6 +95,18 @@ CLI::Validator unmentioned(CLI::Validator check) {
   return check.description("");
 }
 
+CLI::Validator between(double low, double high) {
+  const auto check = [low, high](const std::string& text) {
+    double value = 0;
+    if (CLI::detail::lexical_cast(text, value) && value >= low && value <= high) return std::string();
+    return fmt::format("\"{}\" is no number from {} to {}", text, low, high);
+  };
+  return CLI::Validator(check, "");
+}
+CLI::Validator between(int low, int high) {
+  return between(static_cast<double>(low), static_cast<double>(high));
+}
+
 void addCommonOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_flag("--json", line.json, "one JSON document on standard output");
   app.add_flag("--quiet", line.quiet, "less on standard error");
@@ -111,12 +123,10 @@ void addReadOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_option("--raw-format", got.rawFormat, "raw data: sample format, e.g. \"PCM 16-bit\"")
       ->type_name("NAME")
       ->check(checkRawFormat);
-  app.add_option("--raw-channels", got.rawChannels, "raw data: channels")
-      ->type_name("1|2")
-      ->check(unmentioned(CLI::Range(1, 2)));
+  app.add_option("--raw-channels", got.rawChannels, "raw data: channels")->type_name("1|2")->check(between(1, 2));
   app.add_option("--raw-rate", got.rawRate, "raw data: sample rate, 1 to 768000 Hz")
       ->type_name("HZ")
-      ->check(unmentioned(CLI::Range(1.0, 768000.0)));
+      ->check(between(1.0, 768000.0));
   app.add_option("--raw-order", got.rawOrder, "raw data: byte order")
       ->type_name("little|big")
       ->check(unmentioned(CLI::IsMember({"little", "big"})));
@@ -138,10 +148,8 @@ void addSaveOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_option("--coding", got.coding, "sample coding to save in, or auto")->type_name("NAME")->check(checkCoding);
   app.add_option("--rate", got.rate, "convert the sample rate, 1 to 768000 Hz")
       ->type_name("HZ")
-      ->check(unmentioned(CLI::Range(1.0, 768000.0)));
-  app.add_option("--channels", got.channels, "convert the channel count")
-      ->type_name("1|2")
-      ->check(unmentioned(CLI::Range(1, 2)));
+      ->check(between(1.0, 768000.0));
+  app.add_option("--channels", got.channels, "convert the channel count")->type_name("1|2")->check(between(1, 2));
   app.add_option("--item", got.items,
                  "save this item (may be repeated), counted from 0: waveform:0, instrument:3, song:0")
       ->type_name("KIND:N")
@@ -161,19 +169,22 @@ void addRenderOptions(CLI::App& app, CommandLine& line, Collected& got) {
       ->check(checkFileName);
   app.add_option("--voices", line.rendering.voices, "songs: voices that may sound at once, 1 to 4096")
       ->type_name("N")
-      ->check(unmentioned(CLI::Range(1, 4096)));
+      ->check(between(1, 4096));
   app.add_flag("--no-effects", line.rendering.noEffects, "songs: without reverb and chorus");
   app.add_option("--interpolation", got.interpolation, "songs, instruments: cubic, or sinc for the best quality")
       ->type_name("cubic|sinc")
       ->check(unmentioned(CLI::IsMember({"cubic", "sinc"})));
-  app.add_flag("--normalise", got.normalise, "songs: bring the peak to full scale");
-  app.add_flag("--no-normalise", got.noNormalise, "songs: leave the level as it is")->excludes("--normalise");
   app.add_option("--tail", line.rendering.tailSeconds, "songs: seconds behind the last event, else until it is silent")
       ->type_name("SECONDS")
-      ->check(unmentioned(CLI::Range(0.0, 3600.0)));
+      ->check(between(0.0, 3600.0));
   app.add_option("--threads", line.rendering.threads, "songs: threads that render, else one a processor")
       ->type_name("N")
-      ->check(unmentioned(CLI::Range(1, 256)));
+      ->check(between(1, 256));
+}
+
+void addLevelOptions(CLI::App& app, Collected& got) {
+  app.add_flag("--normalise", got.normalise, "songs: bring the peak to full scale");
+  app.add_flag("--no-normalise", got.noNormalise, "songs: leave the level as it is")->excludes("--normalise");
 }
 
 void completeShared(CommandLine& line, const Collected& got) {

@@ -18,9 +18,7 @@ class PosixScratchFile final : public ScratchFile {
  public:
   explicit PosixScratchFile(FileDescriptor file) : file_(std::move(file)) {}
 
-  uint64_t size() const override { return size_; }
-
-  std::size_t readAt(uint64_t offset, std::span<std::byte> out) const noexcept override {
+  std::size_t readWritten(uint64_t offset, std::span<std::byte> out) const noexcept override {
     std::size_t done = 0;
     while (done < out.size()) {
       const ssize_t got = pread(file_.get(), out.data() + done, out.size() - done, static_cast<off_t>(offset + done));
@@ -31,12 +29,12 @@ class PosixScratchFile final : public ScratchFile {
     return done;
   }
 
-  bool append(std::span<const std::byte> bytes) override {
+  bool writeAt(uint64_t offset, std::span<const std::byte> bytes) override {
     while (!bytes.empty()) {
-      const ssize_t put = pwrite(file_.get(), bytes.data(), bytes.size(), static_cast<off_t>(size_));
+      const ssize_t put = pwrite(file_.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
       if (put < 0 && errno == EINTR) continue;
-      if (put <= 0) return failBySystem(u"Writing to file failed");
-      size_ += static_cast<uint64_t>(put);
+      if (put <= 0) return failBySystem(u"Writing to file failed", temporaryFolder());
+      offset += static_cast<uint64_t>(put);
       bytes = bytes.subspan(static_cast<std::size_t>(put));
     }
     return true;
@@ -44,7 +42,6 @@ class PosixScratchFile final : public ScratchFile {
 
  private:
   FileDescriptor file_;
-  uint64_t size_ = 0;
 };
 
 }  // namespace
@@ -52,7 +49,7 @@ class PosixScratchFile final : public ScratchFile {
 std::shared_ptr<ScratchFile> ScratchFile::create() {
   const std::string path = toPathBytes(join(temporaryFolder(), temporaryName()));
   FileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-  if (!file) return failBySystem(u"Could not open file");
+  if (!file) return failBySystem(u"Could not open file", temporaryFolder());
   ::unlink(path.c_str());
   return std::make_shared<PosixScratchFile>(std::move(file));
 }

@@ -46,7 +46,7 @@ Text systemFolder() {
 
 Text temporaryFolder() {
   if (Text folder = environment("TMPDIR"); folder.starts_with(u'/')) return folder;
-  return u"/tmp";
+  return access("/var/tmp", W_OK) == 0 ? u"/var/tmp" : u"/tmp";
 }
 
 Text generalMidiBank() {

@@ -1,5 +1,9 @@
 #include "platform/scratch_file.h"
 
+#include <windows.h>
+
+#include <winioctl.h>
+
 #include <algorithm>
 
 #include "platform/file.h"
@@ -18,9 +22,7 @@ class WindowsScratchFile final : public ScratchFile {
  public:
   explicit WindowsScratchFile(Handle file) : file_(std::move(file)) {}
 
-  uint64_t size() const override { return size_; }
-
-  std::size_t readAt(uint64_t offset, std::span<std::byte> out) const noexcept override {
+  std::size_t readWritten(uint64_t offset, std::span<std::byte> out) const noexcept override {
     std::size_t done = 0;
     while (done < out.size()) {
       OVERLAPPED position = atOffset(offset + done);
@@ -32,14 +34,14 @@ class WindowsScratchFile final : public ScratchFile {
     return done;
   }
 
-  bool append(std::span<const std::byte> bytes) override {
+  bool writeAt(uint64_t offset, std::span<const std::byte> bytes) override {
     while (!bytes.empty()) {
-      OVERLAPPED position = atOffset(size_);
+      OVERLAPPED position = atOffset(offset);
       DWORD put = 0;
       const auto count = static_cast<DWORD>(std::min(bytes.size(), mostAtOnce));
       if (!WriteFile(file_.get(), bytes.data(), count, &put, &position) || put == 0)
-        return failBySystem(u"Writing to file failed");
-      size_ += put;
+        return failBySystem(u"Writing to file failed", temporaryFolder());
+      offset += put;
       bytes = bytes.subspan(put);
     }
     return true;
@@ -47,7 +49,6 @@ class WindowsScratchFile final : public ScratchFile {
 
  private:
   Handle file_;
-  uint64_t size_ = 0;
 };
 
 }  // namespace
@@ -56,7 +57,10 @@ std::shared_ptr<ScratchFile> ScratchFile::create() {
   const Text path = join(temporaryFolder(), temporaryName());
   Handle file(CreateFileW(nativePath(path).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, CREATE_NEW,
                           FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr));
-  if (!file) return failBySystem(u"Could not open file");
+  if (!file) return failBySystem(u"Could not open file", temporaryFolder());
+  // Where the volume cannot leave holes, they are zeros.
+  DWORD unused = 0;
+  DeviceIoControl(file.get(), FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &unused, nullptr);
   return std::make_shared<WindowsScratchFile>(std::move(file));
 }
 
