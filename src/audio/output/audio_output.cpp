@@ -5,7 +5,7 @@
 
 #include "audio/output/output_format.h"
 #include "base/last_error.h"
-#include "formats/failure_cause.h"
+#include "platform/file.h"
 
 namespace tervo::audio {
 namespace {
@@ -53,7 +53,8 @@ void AudioOutput::close() {
 bool AudioOutput::openFor(TextView failure) {
   if (open()) return true;
   cause_ = LastErrorText();
-  if (const Text said = failureCause(); !said.empty()) cause_ = said;
+  // A file says more than that it could not be opened.
+  if (const Text said = platform::systemErrorCause(); cause_ == u"Could not open file" && !said.empty()) cause_ = said;
   return cause_ == exclusiveFailure ? false : fail(failure);
 }
 
