@@ -41,6 +41,10 @@ CliHost::CliHost(Console& console, const CommandLine& line)
 }
 
 void CliHost::showStatus(TextView text) {
+  if (summary_ && text.starts_with(u"Done: ")) {
+    *summary_ = text;
+    return;
+  }
   if (!showsStatus()) return;
   endProgress();
   const std::size_t end = text.find(u'\n');

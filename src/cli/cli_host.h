@@ -28,6 +28,9 @@ class CliHost final : public Host {
   using Renderer = std::function<std::vector<std::unique_ptr<Waveform>>(const Item&)>;
   void setRenderer(Renderer renderer) { renderer_ = std::move(renderer); }
 
+  /// Where "Done: ..." goes from now on instead of being shown: something that may fail follows. Null: nowhere.
+  void keepSummary(Text* summary) { summary_ = summary; }
+
   bool cancelled() const { return console_.cancelRequested(); }
   /// Takes the progress line off the terminal before something else is printed.
   void endProgress();
@@ -39,6 +42,7 @@ class CliHost final : public Host {
   /// What the answers say where they name a file, and that file.
   std::vector<std::pair<Text, Text>> files_;
   bool drawsProgress_;
+  Text* summary_ = nullptr;
   int shownPercent_ = -1;
 };
 

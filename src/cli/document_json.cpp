@@ -14,20 +14,6 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
-const char* loopTypeName(LoopType type) {
-  switch (type) {
-    case LoopType::forward:
-      return "Forward";
-    case LoopType::reverse:
-      return "Reverse";
-    case LoopType::alternating:
-      return "Alternating";
-    case LoopType::off:
-      break;
-  }
-  return "Off";
-}
-
 Json tagsJson(const Tags& tags) {
   Json object = Json::object();
   for (std::size_t i = 0; i < tagCount; ++i) {
@@ -40,7 +26,7 @@ Json tagsJson(const Tags& tags) {
 
 // Regions select a marker by its number.
 Json loopJson(const Marker& loop, std::size_t number) {
-  return {{"number", number},    {"name", utf8(loop.name)}, {"type", loopTypeName(loop.loopType)},
+  return {{"number", number},    {"name", utf8(loop.name)}, {"type", utf8(nameOf(loop.loopType))},
           {"start", loop.start}, {"end", loop.end},         {"count", loop.loopCount}};
 }
 

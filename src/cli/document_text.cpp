@@ -9,6 +9,24 @@
 namespace tervo::cli {
 namespace {
 
+std::string loopText(const Marker& loop) {
+  std::string text = ", " + toUtf8(nameOf(loop.loopType));
+  if (loop.loopCount == loopUntilRelease) return text + ", until release";
+  return loop.loopCount == loopForever ? text : text + fmt::format(", {} times", loop.loopCount);
+}
+
+/// With the number by which "--marker" and regions name it.
+std::string markerLine(std::size_t number, const Marker& marker) {
+  const char* what = marker.type == MarkerType::loop      ? "loop"
+                     : marker.type == MarkerType::section ? "section"
+                                                          : "marker";
+  std::string text = fmt::format("    #{} {} {}", number, what, marker.start);
+  if (marker.type != MarkerType::position) text += fmt::format(" to {}", marker.end);
+  if (marker.type == MarkerType::loop) text += loopText(marker);
+  if (!marker.name.empty()) text += fmt::format(" \"{}\"", printable(marker.name));
+  return text + "\n";
+}
+
 std::string waveformLines(std::size_t index, const Waveform& waveform) {
   const double seconds = static_cast<double>(waveform.frames()) / waveform.sampleRate;
   std::string text =
@@ -18,15 +36,7 @@ std::string waveformLines(std::size_t index, const Waveform& waveform) {
   if (waveform.fineTune != 0) text += fmt::format(", fine tune {} cents", waveform.fineTune);
   if (waveform.gain != 0) text += fmt::format(", gain {} dB", waveform.gain);
   text += "\n";
-  for (const Marker& marker : waveform.markers) {
-    const char* what = marker.type == MarkerType::loop      ? "loop"
-                       : marker.type == MarkerType::section ? "section"
-                                                            : "marker";
-    text += fmt::format("    {} {}", what, marker.start);
-    if (marker.type != MarkerType::position) text += fmt::format(" to {}", marker.end);
-    if (!marker.name.empty()) text += fmt::format(" \"{}\"", printable(marker.name));
-    text += "\n";
-  }
+  for (std::size_t i = 0; i < waveform.markers.size(); ++i) text += markerLine(i + 1, waveform.markers[i]);
   return text;
 }
 

@@ -1,5 +1,7 @@
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "base/last_error.h"
 #include "cli/commands.h"
 #include "cli/document_json.h"
@@ -48,36 +50,61 @@ std::string operationText(const Operation& operation) {
   return text;
 }
 
-/// The items of the operation's kind: those that "--item" names, without it all. None where one is not there.
-std::vector<Item*> itemsToProcess(const CommandLine& line, const Collection& collection) {
+template <typename List>
+std::vector<Item*> all(const List& list) {
   std::vector<Item*> items;
-  const auto add = [&](ItemKind kind, const auto& list) {
-    if (kind != line.operation->kind) return;
-    for (const auto& item : list) items.push_back(item.get());
-  };
-  add(ItemKind::waveform, collection.waveforms());
-  add(ItemKind::instrument, collection.instruments());
-  add(ItemKind::song, collection.songs());
-  if (line.items.empty()) return items;
-  std::vector<Item*> named;
-  for (const Text& text : line.items) {
-    const auto name = itemNamed(text);
-    const bool isThere = name && name->kind == line.operation->kind && name->index < items.size();
-    if (!isThere) return {};
-    named.push_back(items[name->index]);
-  }
-  return named;
+  for (const auto& item : list) items.push_back(item.get());
+  return items;
 }
 
-bool process(Run& run, const Collection& collection) {
+std::vector<Item*> waveformsOf(const Instrument& instrument) {
+  std::vector<Item*> items;
+  for (const auto& layer : instrument.layers()) {
+    for (const auto& region : layer->regions())
+      if (Item* waveform = findItem<Waveform>(region->waveform)) items.push_back(waveform);
+  }
+  return items;
+}
+
+/// What an operation on items of a kind is to work on where an item is named.
+std::vector<Item*> meantBy(Item& item, ItemKind kind) {
+  if (item.kind() == kind) return {&item};
+  const bool isPlayed = item.kind() == ItemKind::instrument && kind == ItemKind::waveform;
+  return isPlayed ? waveformsOf(static_cast<const Instrument&>(item)) : std::vector<Item*>();
+}
+
+/// The items of the operation's kind: those that "--item" names, without it all. None with LastErrorText and a hint.
+std::vector<Item*> itemsToProcess(const CommandLine& line, const Collection& collection, Text& hint) {
+  const ItemKind kind = line.operation->kind;
+  std::vector<Item*> items;
+  if (line.items.empty()) items = kind == ItemKind::song ? all(collection.songs()) : all(collection.waveforms());
+  const auto named = namedItems(line.items, collection, hint);
+  if (named.empty() && !line.items.empty()) return {};
+  for (Item* item : named) {
+    for (Item* each : meantBy(*item, kind))
+      if (std::find(items.begin(), items.end(), each) == items.end()) items.push_back(each);
+  }
+  if (items.empty()) setLastErrorText(u"There is no " + Text(nameOf(kind)) + u" to process");
+  return items;
+}
+
+bool process(Run& run, const Collection& collection, Text& summary, Text& hint) {
   const Operation& operation = *run.line.operation;
   OptionValues values(operation.options);
   for (const auto& [name, value] : run.line.operationOptions) {
     if (!values.set(name, value)) return false;
   }
-  const auto items = itemsToProcess(run.line, collection);
-  if (items.empty()) return fail(u"There is no " + Text(nameOf(operation.kind)) + u" to process");
-  return RunOperation(operation, items, values, {run.host, run.report}) != Outcome::failed;
+  const auto items = itemsToProcess(run.line, collection, hint);
+  if (items.empty()) return false;
+  run.host.keepSummary(&summary);
+  const Outcome outcome = RunOperation(operation, items, values, {run.host, run.report});
+  run.host.keepSummary(nullptr);
+  return outcome != Outcome::failed;
+}
+
+/// "--item" says what is worked on. The rest of the document goes with it where the row can hold that.
+std::vector<Text> namesToSave(const CommandLine& line, FormatIndex row) {
+  return rowAt(row)->kindMask & kindBit(ItemKind::collection) ? std::vector<Text>() : line.items;
 }
 
 }  // namespace
@@ -90,13 +117,15 @@ int runProcess(const CommandLine& line, Console& console, const Settings& settin
   Run run{line, console, settings};
   Collection collection;
   if (!openAll(run, collection)) return run.failureStatus();
-  if (!process(run, collection)) {
+  Text summary;
+  if (!process(run, collection, summary, hint)) {
     run.host.endProgress();
-    console.failure(line.files.front().shown);
+    console.failure(line.files.front().shown, hint);
     return run.failureStatus();
   }
-  if (!saveDocument(run, collection, row)) return run.failureStatus();
+  if (!saveDocument(run, collection, row, namesToSave(line, row))) return run.failureStatus();
   run.host.endProgress();
+  if (!line.quiet) console.err(printable(summary) + "\n");
   if (!outputReport(run.report, line, console)) return console.failure(line.reportFile.shown), exitFailed;
   return exitDone;
 }

@@ -32,11 +32,11 @@ bool reportHidesAFile(const CommandLine& line) {
 namespace {
 
 /// One as it is, several as a document of their own.
-bool saveItems(const Collection& collection, const std::vector<const Item*>& items, FormatIndex row, TextView path,
+bool saveItems(const Collection& collection, const std::vector<Item*>& items, FormatIndex row, TextView path,
                const SaveContext& context) {
   if (items.size() == 1) return SaveItem(items[0], row, path, context);
   return guardMemory([&] {
-    const auto part = partOf(collection, items);
+    const auto part = partOf(collection, {items.begin(), items.end()});
     return SaveItem(part.get(), row, path, context);
   });
 }
@@ -64,10 +64,11 @@ void keepReportOf(const std::vector<const Item*>& items, const Collection& colle
 
 }  // namespace
 
-bool saveDocument(Run& run, const Collection& collection, FormatIndex row) {
+bool saveDocument(Run& run, Collection& collection, FormatIndex row, const std::vector<Text>& names) {
   Text hint;
-  const auto items = chosenItems(run.line, collection, row, hint);
-  if (!run.line.items.empty()) keepReportOf(items, collection, run.report);
+  const bool isSongWanted = names.empty() && run.line.command == Command::render;
+  const auto items = isSongWanted ? songToRender(collection, hint) : chosenItems(names, collection, row, hint);
+  if (!names.empty()) keepReportOf({items.begin(), items.end()}, collection, run.report);
   const SaveContext context{run.host, run.report, run.settings, run.line.save,
                             run.line.overwrite ? Overwrite::allowed : Overwrite::refused};
   SongRendering rendering(run, collection);
@@ -86,7 +87,7 @@ bool saveDocument(Run& run, const Collection& collection, FormatIndex row) {
 int openAndSave(const CommandLine& line, FormatIndex row, Console& console, const Settings& settings) {
   Run run{line, console, settings};
   Collection collection;
-  if (!openAll(run, collection) || !saveDocument(run, collection, row)) return run.failureStatus();
+  if (!openAll(run, collection) || !saveDocument(run, collection, row, line.items)) return run.failureStatus();
   run.host.endProgress();
   if (!outputReport(run.report, line, console)) return console.failure(line.reportFile.shown), exitFailed;
   return exitDone;

@@ -10,9 +10,9 @@ bool isOneOf(const NamedFile& file, const std::vector<NamedFile>& files);
 /// Whether the report would take the place of what it tells about; LastErrorText says so.
 bool reportHidesAFile(const CommandLine& line);
 
-/// Saves what the command line names of the document as its target, in a row of the table. False after printing why it
-/// failed.
-bool saveDocument(Run& run, const Collection& collection, FormatIndex row);
+/// Saves the items named, or what else is meant of the document, as the target of the command line, in a row of the
+/// table. False after printing why it failed.
+bool saveDocument(Run& run, Collection& collection, FormatIndex row, const std::vector<Text>& names);
 
 /// A whole command: opens the sources, saves the target and reports. The exit status, after printing what went wrong.
 int openAndSave(const CommandLine& line, FormatIndex row, Console& console, const Settings& settings);

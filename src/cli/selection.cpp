@@ -46,12 +46,12 @@ FormatIndex rowNamed(TextView name) {
 
 /// What may be saved in a row: all items of the kinds that it holds, songs and instruments for rendering too. Several
 /// waveforms that come with instruments are theirs, and nobody means one of them who does not name it.
-std::vector<const Item*> itemsFor(const FormatDescriptor& row, const Collection& collection) {
+std::vector<Item*> itemsFor(const FormatDescriptor& row, const Collection& collection) {
   const bool holdsWaveforms = row.kindMask & kindBit(ItemKind::waveform);
   const bool holdsInstruments = row.kindMask & kindBit(ItemKind::instrument);
   const bool rendersInstruments =
       holdsWaveforms && !holdsInstruments && !collection.instruments().empty() && collection.waveforms().size() > 1;
-  std::vector<const Item*> items;
+  std::vector<Item*> items;
   const auto addIf = [&](bool wanted, const auto& list) {
     if (wanted)
       for (const auto& item : list) items.push_back(item.get());
@@ -62,8 +62,8 @@ std::vector<const Item*> itemsFor(const FormatDescriptor& row, const Collection&
   return items;
 }
 
-const Item* itemAt(const Collection& collection, ItemName name) {
-  const auto at = [&](const auto& items) -> const Item* {
+Item* itemAt(const Collection& collection, ItemName name) {
+  const auto at = [&](const auto& items) -> Item* {
     return name.index < items.size() ? items[name.index].get() : nullptr;
   };
   if (name.kind == ItemKind::waveform) return at(collection.waveforms());
@@ -77,31 +77,8 @@ Text countsOf(const Collection& collection) {
                               collection.songs().size()));
 }
 
-std::vector<const Item*> noneSelected() {
+std::vector<Item*> noneSelected() {
   setLastErrorText(u"No item selected");
-  return {};
-}
-
-/// The items that "--item" names; none where one of them is not there.
-std::vector<const Item*> namedItems(const CommandLine& line, const Collection& collection, Text& hint) {
-  std::vector<const Item*> items;
-  for (const Text& text : line.items) {
-    const auto name = itemNamed(text);
-    const Item* item = name ? itemAt(collection, *name) : nullptr;
-    if (!item) return hint = u"there is no " + text + u"; " + countsOf(collection), noneSelected();
-    if (std::find(items.begin(), items.end(), item) == items.end()) items.push_back(item);
-  }
-  return items;
-}
-
-/// The only song.
-std::vector<const Item*> songToRender(const Collection& collection, Text& hint) {
-  if (collection.songs().size() != 1) {
-    hint = countsOf(collection) + (collection.songs().empty() ? u"" : u"; choose one with --item song:N");
-    return noneSelected();
-  }
-  if (collection.songs()[0]->holdsData()) return {collection.songs()[0].get()};
-  setLastErrorText(u"Done: No notes to render!");
   return {};
 }
 
@@ -137,10 +114,29 @@ std::optional<ItemName> itemNamed(TextView text) {
   return std::nullopt;
 }
 
-std::vector<const Item*> chosenItems(const CommandLine& line, const Collection& collection, FormatIndex row,
-                                     Text& hint) {
-  if (!line.items.empty()) return namedItems(line, collection, hint);
-  if (line.command == Command::render) return songToRender(collection, hint);
+std::vector<Item*> songToRender(const Collection& collection, Text& hint) {
+  if (collection.songs().size() != 1) {
+    hint = countsOf(collection) + (collection.songs().empty() ? u"" : u"; choose one with --item song:N");
+    return noneSelected();
+  }
+  if (collection.songs()[0]->holdsData()) return {collection.songs()[0].get()};
+  setLastErrorText(u"Done: No notes to render!");
+  return {};
+}
+
+std::vector<Item*> namedItems(const std::vector<Text>& names, const Collection& collection, Text& hint) {
+  std::vector<Item*> items;
+  for (const Text& text : names) {
+    const auto name = itemNamed(text);
+    Item* item = name ? itemAt(collection, *name) : nullptr;
+    if (!item) return hint = u"there is no " + text + u"; " + countsOf(collection), noneSelected();
+    if (std::find(items.begin(), items.end(), item) == items.end()) items.push_back(item);
+  }
+  return items;
+}
+
+std::vector<Item*> chosenItems(const std::vector<Text>& names, Collection& collection, FormatIndex row, Text& hint) {
+  if (!names.empty()) return namedItems(names, collection, hint);
   const FormatDescriptor& descriptor = *rowAt(row);
   const auto items = itemsFor(descriptor, collection);
   // Nothing but one sound becomes an instrument that plays it, where the row has instruments.
@@ -155,7 +151,7 @@ std::vector<const Item*> chosenItems(const CommandLine& line, const Collection& 
 
 const Item* chosenToPlay(const CommandLine& line, const Collection& collection, Text& hint) {
   if (!line.items.empty()) {
-    const auto items = namedItems(line, collection, hint);
+    const auto items = namedItems(line.items, collection, hint);
     return items.empty() ? nullptr : items.front();
   }
   // Instruments come with waveforms, which nobody means who does not name them.

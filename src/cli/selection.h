@@ -10,10 +10,16 @@ namespace tervo::cli {
 /// where several fit. noFormat with LastErrorText when there is none; `hint` then says what the user can do.
 FormatIndex chosenRow(const CommandLine& line, Text& hint);
 
-/// The items to save in that row: those of "--item", or else the one that is meant. None with LastErrorText and a hint:
-/// "No item selected" where "--item" names nothing, or several items could be meant.
-std::vector<const Item*> chosenItems(const CommandLine& line, const Collection& collection, FormatIndex row,
-                                     Text& hint);
+/// The items that names as "waveform:0" stand for, each once. None with "No item selected" and a hint where one of them
+/// is not there.
+std::vector<Item*> namedItems(const std::vector<Text>& names, const Collection& collection, Text& hint);
+
+/// The items to save in that row: those that are named, or else the one that is meant. None with LastErrorText and a
+/// hint: "No item selected" where a name stands for nothing, or several items could be meant.
+std::vector<Item*> chosenItems(const std::vector<Text>& names, Collection& collection, FormatIndex row, Text& hint);
+
+/// The only song, for `tervo render`. None with LastErrorText and a hint.
+std::vector<Item*> songToRender(const Collection& collection, Text& hint);
 
 /// The item to play: that of "--item", else the only song, instrument or waveform. Null with LastErrorText and a hint.
 const Item* chosenToPlay(const CommandLine& line, const Collection& collection, Text& hint);

@@ -72,7 +72,7 @@ int load(const CommandLine& line, Console& console, const Settings& settings) {
                           : documentText(file.shown, collection));
     return exitDone;
   }
-  if (!saveDocument(run, collection, row)) return run.failureStatus();
+  if (!saveDocument(run, collection, row, line.items)) return run.failureStatus();
   run.host.endProgress();
   if (!outputReport(run.report, line, console)) return console.failure(line.reportFile.shown), exitFailed;
   return exitDone;

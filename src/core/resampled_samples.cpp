@@ -44,7 +44,10 @@ class ResampledStream final : public SampleStream {
   bool refill() {
     const auto frames = source_->read(input_);
     if (!frames) return false;
-    pending_ = std::span<const float>(input_).first(*frames * channels_);
+    const auto read = std::span<float>(input_).first(*frames * channels_);
+    // One sample that is no finite number would spoil all those that the filter spreads it over.
+    for (float& sample : read) sample = std::isfinite(sample) ? sample : 0;
+    pending_ = read;
     sourceEnded_ = *frames == 0;
     return true;
   }

@@ -169,6 +169,8 @@ SampleFormat chooseSampleFormat(const TargetFile& file, const Waveform& waveform
     file.report.approximated(waveform.name, u"sample format", nameOf(requested), nameOf(chosen));
   else if (!keepsAll(chosen, stored))
     file.report.approximated(waveform.name, u"sample format", nameOf(stored), nameOf(chosen));
+  else if (chosen != stored && losesEachTime(stored))
+    file.report.add({waveform.name, u"sample format", ReportKind::kept, Text(nameOf(stored)), Text(nameOf(chosen))});
   return chosen;
 }
 

@@ -12,6 +12,7 @@ namespace tervo {
 namespace {
 
 std::optional<double> parsedNumber(const OptionInfo& option, TextView text) {
+  if (text.starts_with(u'+') && !text.starts_with(u"+-")) text.remove_prefix(1);
   const std::string digits = toUtf8(text);
   double value = 0;
   const char* end = digits.data() + digits.size();
@@ -68,11 +69,19 @@ Text joined(std::span<const TextView> words, TextView between) {
   return text;
 }
 
+/// What a text is not.
+Text expectedText(const OptionInfo& option) {
+  const bool isNumber = option.type == OptionType::integer || option.type == OptionType::number;
+  if (!isNumber) return u"not one of " + rangeText(option);
+  return fromUtf8(fmt::format("no {}number from {} to {}", option.type == OptionType::integer ? "whole " : "",
+                              option.lowest, option.highest));
+}
+
 }  // namespace
 
 std::optional<double> parseOption(const OptionInfo& option, TextView text) {
   const auto value = parsed(option, text);
-  if (!value) setLastErrorText(Text(u"\"").append(text).append(u"\" is not one of ").append(rangeText(option)));
+  if (!value) setLastErrorText(Text(u"\"").append(text).append(u"\" is ").append(expectedText(option)));
   return value;
 }
 

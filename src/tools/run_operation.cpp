@@ -8,29 +8,12 @@
 #include "core/history/document_history.h"
 #include "core/normalise/pass.h"
 #include "tools/operation.h"
+#include "tools/part_host.h"
 #include "tools/song/song_edit.h"
 #include "tools/wave/selectors.h"
 
 namespace tervo {
 namespace {
-
-/// Counts the progress of one item of several as a part of the whole.
-class PartHost final : public Host {
- public:
-  PartHost(Host& host, std::size_t part, std::size_t parts)
-      : host_(host), start_(static_cast<double>(part)), parts_(static_cast<double>(parts)) {}
-
-  void showStatus(TextView text) override { host_.showStatus(text); }
-  bool progress(double fraction) override { return host_.progress((start_ + fraction) / parts_); }
-  std::size_t ask(const Question& question) override { return host_.ask(question); }
-  std::optional<Text> locateFile(const FileRequest& request) override { return host_.locateFile(request); }
-  std::vector<std::unique_ptr<Waveform>> render(const Item& item) override { return host_.render(item); }
-
- private:
-  Host& host_;
-  double start_;
-  double parts_;
-};
 
 std::unique_ptr<Item> copyOf(const Item& item) {
   if (item.kind() == ItemKind::waveform) {
@@ -109,7 +92,8 @@ bool addAll(Changes& changes, const Operation& operation, std::span<Item* const>
             const OperationContext& context) {
   for (std::size_t i = 0; i < items.size(); ++i) {
     assert(items[i]->kind() == operation.kind);
-    PartHost host(context.host, i, items.size());
+    const auto count = static_cast<double>(items.size()), done = static_cast<double>(i);
+    PartHost host(context.host, done / count, (done + 1) / count);
     if (!host.progress(0)) return fail(u"Cancelled");
     if (items[i]->holdsData() &&
         !changes.add(operation, *items[i], values, {host, context.report, nullptr, items.size()}))

@@ -69,7 +69,7 @@ TEST_F(LookCommands, InfoShowsTheDocument) {
   ASSERT_EQ(run({u"info", u"tone.wav"}), 0);
   EXPECT_EQ(console.output,
             "tone.wav: Microsoft wave\n  waveform 0: tone\n"
-            "    8000 Hz, mono, 4 frames (0.001 s), PCM 16-bit, root key 61\n    loop 1 to 3\n");
+            "    8000 Hz, mono, 4 frames (0.001 s), PCM 16-bit, root key 61\n    #1 loop 1 to 3, Forward, 7 times\n");
 }
 
 TEST_F(LookCommands, InfoSaysWhyAndWhatToDo) {

@@ -135,8 +135,11 @@ TEST_F(WaveOperations, RegionsPlayTheSameFrames) {
 TEST_F(WaveOperations, OptionsSayWhatTheyTake) {
   OptionValues values(findOperation(u"gain")->options);
   EXPECT_FALSE(values.set(u"by", u"97"));
-  EXPECT_EQ(LastErrorText(), u"\"97\" is not one of -96..96");
-  for (const TextView wrong : {u"", u"nan", u"inf", u"1 dB", u"0x1"}) EXPECT_FALSE(values.set(u"by", wrong));
+  EXPECT_EQ(LastErrorText(), u"\"97\" is no number from -96 to 96");
+  for (const TextView wrong : {u"", u"nan", u"inf", u"1 dB", u"0x1", u"+-1", u"++1"})
+    EXPECT_FALSE(values.set(u"by", wrong));
+  EXPECT_TRUE(values.set(u"by", u"+3"));
+  EXPECT_EQ(values.number(u"by"), 3);
 }
 
 }  // namespace

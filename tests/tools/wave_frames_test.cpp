@@ -66,13 +66,15 @@ TEST_F(WaveOperations, MarkersGoWithTheirFrames) {
       {u"cut", {{u"marker", u"1"}}, 61, {{0, 10}, {5, 6}, {51, 61}}},
       {u"crop", {{u"marker", u"9"}}, 100, {{20.5, 60.25}, {0, 10}, {5, 6}, {50, 51}, {90, 100}}},
       {u"crop", {{u"start", u"200"}}, 100, {{20.5, 60.25}, {0, 10}, {5, 6}, {50, 51}, {90, 100}}},
+      {u"crop", {{u"start", u"50"}, {u"end", u"-0.5"}}, 100, {{20.5, 60.25}, {0, 10}, {5, 6}, {50, 51}, {90, 100}}},
   };
   for (const auto& each : cases) {
     document.collection.clear();
     Waveform& sound = wave(ramp(100, 2), markers);
     OptionTexts options = each.options;
     options.emplace_back(u"unit", u"frames");
-    EXPECT_NE(run(each.operation, options), Outcome::failed);
+    // A section that the only waveform does not have is a mistake.
+    EXPECT_EQ(run(each.operation, options), each.frames < 100 ? Outcome::changed : Outcome::failed);
     EXPECT_EQ(sound.frames(), each.frames) << toUtf8(each.options[0].second);
     EXPECT_EQ(rangesOf(sound), each.ranges) << toUtf8(each.operation) << toUtf8(each.options[0].second);
   }
@@ -165,6 +167,60 @@ TEST_F(WaveOperations, ResamplingKeepsPitchAndPlaces) {
   const auto frames = framesOf(sound.samples), wanted = framesOf(sine(1000, 0.5, 48000, 48000));
   ASSERT_EQ(frames.size(), wanted.size());
   for (std::size_t i = 500; i < 47500; ++i) ASSERT_NEAR(frames[i], wanted[i], 1e-5);
+  // What is no finite number is silence, not the end of everything near it.
+  std::vector<float> spoilt = framesOf(sine(1000, 0.5, 4000)), silenced = spoilt;
+  spoilt[1000] = std::nanf(""), spoilt[2000] = std::numeric_limits<float>::infinity();
+  silenced[1000] = silenced[2000] = 0;
+  EXPECT_EQ(result(u"resample", {{u"to", u"22050"}}, makeResident(spoilt, 1)),
+            result(u"resample", {{u"to", u"22050"}}, makeResident(silenced, 1)));
+}
+
+// The key that a region plays in tune, with what it was by itself: measured by how long the frames have become.
+TEST_F(WaveOperations, RegionsWithTuningOfTheirOwnAreInTuneToo) {
+  constexpr double key = 57.3;
+  struct Own {
+    std::optional<float> key;  ///< root key override
+    float tuning;              ///< semitones
+  };
+  const struct {
+    std::vector<Own> regions;
+    bool hasTuning;   ///< the first region can be in tune by fine tune
+    std::size_t out;  ///< regions behind the first one that stay out of tune
+  } cases[] = {
+      {{{57.0f, -0.3f}}, true, 0},
+      {{{58.0f, 0}, {std::nullopt, 0}, {58.0f, 0}}, true, 1},
+      {{{60.0f, 2.7f}, {57.0f, -0.3f}}, true, 0},
+      {{{57.0f, 11.6f}}, true, 0},  // an octave higher than it is, and a tenth out of tune
+      {{{45.0f, 0}}, false, 0},
+  };
+  for (const auto& each : cases) {
+    for (const TextView operation : {u"detect-root-key", u"tune-to-root", u"resampling"}) {
+      document.collection.clear();
+      document.report = {};
+      Waveform& sound = wave(sine(440 * std::exp2((key - 69) / 12), 0.5, 44100));
+      sound.sampleRate = 44100;
+      std::vector<Region*> regions;
+      for (const Own& own : each.regions) {
+        regions.push_back(&fixup_test::Document::region(document.layer(), sound));
+        if (own.key) regions.back()->trigger.set(ParameterId::rootKeyOverride, *own.key);
+        regions.back()->articulation.set(ParameterId::masterTuning, own.tuning);
+      }
+      if (operation == u"resampling")
+        run(u"tune-to-root", {{u"by", u"resampling"}});
+      else
+        run(operation);
+      const double heard = key + 12 * std::log2(44100 / static_cast<double>(sound.frames()));
+      std::size_t out = 0;
+      for (std::size_t i = 0; i < regions.size(); ++i) {
+        const double tuning = static_cast<double>(sound.fineTune) / 100 + static_cast<double>(each.regions[i].tuning);
+        const double off = heard - rootKeyOf(*regions[i]) + tuning;
+        const bool isInTune = std::abs(off - 12 * std::round(off / 12)) < 0.02;
+        if (i > 0 && !isInTune) ++out;
+        if (i == 0) EXPECT_EQ(isInTune, each.hasTuning || operation == u"resampling") << off << toUtf8(operation);
+      }
+      EXPECT_EQ(out, each.out) << toUtf8(operation);
+    }
+  }
 }
 
 TEST_F(WaveOperations, WaveformsAreTunedByWhatIsHeard) {

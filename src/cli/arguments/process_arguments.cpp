@@ -26,13 +26,20 @@ void addProcessCommands(CLI::App& app, CommandLine& line, Collected& got) {
   addCommonOptions(*process, line, got);
   for (const Operation& operation : Operations()) {
     CLI::App* sub = process->add_subcommand(toUtf8(operation.name), toUtf8(operation.text))->group("Operations");
-    addFiles(*sub, got, "the file to open");
+    sub->add_option("FILE", got.files, "the file to open")
+        ->required()
+        ->expected(1)
+        ->type_name("")
+        ->check(checkFileName);
     addOperationOptions(*sub, operation, got);
     addReadOptions(*sub, line, got);
     addWriteOptions(*sub, line, got);
+    sub->get_option("--item")->description(
+        "work on this item (may be repeated), counted from 0: waveform:0, song:0, or instrument:3 for all that it "
+        "plays; "
+        "what else the file holds is saved with it where TARGET can hold it");
     addCommonOptions(*sub, line, got);
-    sub->callback([&line, &got, &operation] {
-      if (got.files.size() > 1) throw CLI::ExtrasError(std::vector(got.files.begin() + 1, got.files.end()));
+    sub->callback([&line, &operation] {
       line.command = Command::process;
       line.operation = &operation;
     });

@@ -8,9 +8,9 @@
 namespace tervo::fixup {
 namespace {
 
-// Backwards, a source is opened anew for every block; a stream of adaptive codes then starts at its first frame, so the
-// blocks are large.
-constexpr int64_t backwardBlockFrames = int64_t{1} << 17;
+// Backwards, a source is opened anew for every block. What is no plain samples may then be decoded from its first
+// frame, so these blocks are large.
+constexpr std::size_t plainBlockSamples = std::size_t{1} << 17, codedBlockSamples = std::size_t{1} << 24;
 
 int64_t totalFrames(const std::vector<Piece>& pieces) {
   int64_t frames = 0;
@@ -80,7 +80,9 @@ class JoinedStream final : public SampleStream {
 
   /// Holds the frames of the piece that stand before frame `end` of the source.
   bool loadBlockBehind(int64_t end) {
-    const int64_t start = std::max(current().first, end - backwardBlockFrames);
+    const StoredSamples* stored = current().source->stored();
+    const std::size_t most = stored && stored->genericPcm ? plainBlockSamples : codedBlockSamples;
+    const int64_t start = std::max(current().first, end - static_cast<int64_t>(most / width_));
     const auto stream = current().source->open(start);
     if (!stream) return false;
     block_.resize(static_cast<std::size_t>(end - start) * width_);

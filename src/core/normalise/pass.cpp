@@ -27,12 +27,7 @@ bool isFinerThanFloats(const Waveform& waveform) {
 }
 
 void reportSamples(ConversionReport& report, const Waveform& waveform, TextView what, TextView from, TextView to) {
-  const SampleFormat stored = formatOf(waveform.storedFormat);
-  const bool losesByCoding =
-      (stored >= SampleFormat::gsm && stored <= SampleFormat::adpcm5) || stored == SampleFormat::compressed;
-  const TextView loss = isFinerThanFloats(waveform) ? u", in 32-bit floats"
-                        : losesByCoding             ? u", to be coded anew"
-                                                    : u"";
+  const TextView loss = isFinerThanFloats(waveform) ? u", in 32-bit floats" : u"";
   const ReportKind kind = loss.empty() ? ReportKind::kept : ReportKind::approximated;
   report.add({waveform.name, Text(what), kind, Text(from), Text(to) + Text(loss)});
 }

@@ -72,7 +72,7 @@ inline bool isActiveLoop(const Marker& marker) {
 bool isFinerThanFloats(const Waveform& waveform);
 
 /// Says that samples were rearranged. They are the same as before, unless they were finer than 32-bit floats, which is
-/// what they pass through when they are written, or are in a coding that loses something each time it is made.
+/// what they pass through when they are written.
 void reportSamples(ConversionReport& report, const Waveform& waveform, TextView what, TextView from, TextView to);
 
 }  // namespace tervo::fixup

@@ -5,6 +5,7 @@
 
 #include "base/last_error.h"
 #include "base/ordered_work.h"
+#include "formats/clipping.h"
 #include "formats/codec/compressed_stream.h"
 #include "formats/instrument/sf2_samples.h"
 #include "formats/wave/sample_encoder.h"
@@ -60,8 +61,11 @@ class SampleDataWriter {
           static_cast<double>(framesOf(sample)) * (part == Part::words ? 1 : 0.5) / std::max(total_, 1.0);
       PartOfProgress progress(file_.host, done_, share);
       const SampleData* data = decoded ? decoded.get() : sample.frames.get();
-      const bool isWritten = !data || (isDamaged(*data) ? replace(sample, part) : writeSample(*data, part, progress));
+      ClippingCount clipping;
+      const bool isWritten =
+          !data || (isDamaged(*data) ? replace(sample, part) : writeSample(*data, part, progress, clipping));
       if (!isWritten) return false;
+      if (part == Part::words) clipping.reportTo(file_.report, sample.waveform->name);
       writer_.zeros((part == Part::words ? 2 : 1) * wordsBetweenSamples);
       done_ += share;
       return writer_.ok();
@@ -105,8 +109,9 @@ class SampleDataWriter {
     return writer_.ok();
   }
 
-  bool writeSample(const SampleData& data, Part part, Host& progress) {
-    if (!plan_.is24Bit()) return writeSamples(writer_.sink(), data, formatWord(SampleFormat::pcm16), progress);
+  bool writeSample(const SampleData& data, Part part, Host& progress, ClippingCount& clipping) {
+    if (!plan_.is24Bit())
+      return writeSamples(writer_.sink(), data, formatWord(SampleFormat::pcm16), progress, &clipping);
     const auto frames = static_cast<uint64_t>(data.frames());
     if (const auto* split = dynamic_cast<const SplitSamples*>(&data)) {
       const bool copied = part == Part::words ? writer_.sink().writeFrom(split->source(), split->wordsAt(), 2 * frames)
@@ -114,11 +119,12 @@ class SampleDataWriter {
       return copied && proceed(progress);
     }
     if (isStored16(data)) {
-      if (part == Part::words) return writeSamples(writer_.sink(), data, formatWord(SampleFormat::pcm16), progress);
+      if (part == Part::words)
+        return writeSamples(writer_.sink(), data, formatWord(SampleFormat::pcm16), progress, &clipping);
       writer_.zeros(static_cast<std::size_t>(frames));
       return writer_.ok() && proceed(progress);
     }
-    return convert(data, part, progress);
+    return convert(data, part, progress, clipping);
   }
 
   static bool isStored16(const SampleData& data) {
@@ -128,7 +134,7 @@ class SampleDataWriter {
 
   static bool proceed(Host& progress) { return progress.progress(1) || fail(u"Save aborted!"); }
 
-  bool convert(const SampleData& data, Part part, Host& progress) {
+  bool convert(const SampleData& data, Part part, Host& progress, ClippingCount& clipping) {
     const auto stream = data.open();
     if (!stream) return false;
     std::vector<float> block(blockFrames);
@@ -138,6 +144,7 @@ class SampleDataWriter {
       const auto count = stream->read(std::span(block).first(std::min(blockFrames, frames - done)));
       if (!count) return false;
       if (*count == 0) return fail(u"Reading from file failed");
+      clipping.add(std::span(block).first(*count));
       writer_.bytes(encode(std::span(block).first(*count), part, bytes));
       done += *count;
       if (!writer_.ok()) return false;

@@ -96,7 +96,7 @@ bool writeSound(ByteWriter& writer, const AiffPlan& plan, const Waveform& wavefo
   const ChunkScope chunk(writer, "SSND", ByteOrder::big);
   writer.big<uint32_t>(0);  // offset
   writer.big<uint32_t>(0);  // block size: not aligned
-  return writer.ok() && writeSamples(file.sink, *waveform.samples, formatWord(plan.format, BigEndian), file.host);
+  return writer.ok() && writeSamples(file, waveform, formatWord(plan.format, BigEndian));
 }
 
 }  // namespace

@@ -103,7 +103,7 @@ bool writeHeaderless(const Item& item, TargetFile& file, uint32_t variant) {
   const auto& waveform = static_cast<const Waveform&>(item);
   const SampleFormat format = chooseSampleFormat(file, waveform);
   reportHeaderlessLosses(file, waveform, headerlessRate(format));
-  return writeSamples(file.sink, *waveform.samples, formatWord(format, variant), file.host);
+  return writeSamples(file, waveform, formatWord(format, variant));
 }
 
 int detectSignedBytes(std::span<const std::byte> head, uint32_t, uint64_t) {

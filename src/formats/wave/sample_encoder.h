@@ -9,6 +9,8 @@
 #include "core/sample_data.h"
 #include "dsp/packed_samples.h"
 #include "dsp/sample_kernels.h"
+#include "formats/clipping.h"
+#include "formats/format_table.h"
 #include "formats/wave/g711.h"
 
 namespace tervo {
@@ -38,7 +40,11 @@ class SampleEncoder {
 
 /// Writes all frames in a format of the generic PCM import, with SplitChannels one channel after the other. What the
 /// source already holds in that format is copied byte for byte; in another byte order or with the other kind of sign,
-/// integers and floats keep all their bits too. False with LastErrorText ("Save aborted!" when `host` wants to stop).
-bool writeSamples(ByteSink& sink, const SampleData& data, SampleFormatWord word, Host& host);
+/// integers and floats keep all their bits too. What integers cannot hold is counted. False with LastErrorText ("Save
+/// aborted!" when `host` wants to stop).
+bool writeSamples(ByteSink& sink, const SampleData& data, SampleFormatWord word, Host& host,
+                  ClippingCount* clipping = nullptr);
+/// All of a waveform as the samples of a file, with its report.
+bool writeSamples(TargetFile& file, const Waveform& waveform, SampleFormatWord word);
 
 }  // namespace tervo

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/last_error.h"
+#include "core/waveform.h"
 #include "dsp/word_order.h"
 #include "formats/wave/sample_decoder.h"
 #include "formats/wave/sample_encoder.h"
@@ -29,11 +30,19 @@ SampleFormatWord essential(SampleFormatWord word, int channels) {
   return formatWord(format, flags);
 }
 
+bool isFloat(SampleFormatWord word) {
+  return formatOf(word) == SampleFormat::float32 || formatOf(word) == SampleFormat::float64;
+}
+
 /// One save: where the bytes go and how far it is.
 class SampleWriter {
  public:
-  SampleWriter(ByteSink& sink, const SampleData& data, Host& host)
-      : sink_(sink), data_(data), host_(host), channels_(static_cast<std::size_t>(data.channels())) {}
+  SampleWriter(ByteSink& sink, const SampleData& data, Host& host, ClippingCount* clipping)
+      : sink_(sink),
+        data_(data),
+        host_(host),
+        clipping_(clipping),
+        channels_(static_cast<std::size_t>(data.channels())) {}
 
   bool copy(const StoredSamples& stored) {
     return forEachRun(stored, [&](uint64_t offset, uint64_t bytes) {
@@ -103,7 +112,9 @@ class SampleWriter {
       const auto wanted = std::min<uint64_t>(frames - done, blockSamples / channels_);
       const auto part = std::span(block).first(static_cast<std::size_t>(wanted) * channels_);
       if (!fill(*stream, part)) return false;
-      const std::size_t count = encoder.encode(select(part), bytes);
+      const auto selected = select(part);
+      if (clipping_ && !isFloat(word)) clipping_->add(selected);
+      const std::size_t count = encoder.encode(selected, bytes);
       if (!sink_.write(std::span(bytes).first(count))) return false;
       done += wanted;
       if (!advance(wanted * channels_, frames * passUnits)) return false;
@@ -130,14 +141,16 @@ class SampleWriter {
   ByteSink& sink_;
   const SampleData& data_;
   Host& host_;
+  ClippingCount* clipping_;
   std::size_t channels_;
   uint64_t done_ = 0;
 };
 
 }  // namespace
 
-bool writeSamples(ByteSink& sink, const SampleData& data, SampleFormatWord word, Host& host) try {
-  SampleWriter writer(sink, data, host);
+bool writeSamples(ByteSink& sink, const SampleData& data, SampleFormatWord word, Host& host,
+                  ClippingCount* clipping) try {
+  SampleWriter writer(sink, data, host, clipping);
   const SampleFormatWord target = essential(word, data.channels());
   if (const StoredSamples* stored = data.stored(); stored && stored->genericPcm) {
     const uint32_t changes = essential(stored->format, data.channels()) ^ target;
@@ -150,6 +163,13 @@ bool writeSamples(ByteSink& sink, const SampleData& data, SampleFormatWord word,
   return writer.convertChannel(target, 0) && writer.convertChannel(target, 1);
 } catch (const std::bad_alloc&) {
   return fail(u"Out of memory");
+}
+
+bool writeSamples(TargetFile& file, const Waveform& waveform, SampleFormatWord word) {
+  ClippingCount clipping;
+  const bool written = writeSamples(file.sink, *waveform.samples, word, file.host, &clipping);
+  clipping.reportTo(file.report, waveform.name);
+  return written;
 }
 
 }  // namespace tervo

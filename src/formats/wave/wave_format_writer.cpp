@@ -200,7 +200,7 @@ bool writeWaveData(const WavePlan& plan, const Waveform& waveform, TargetFile& f
     written = writeCoded(*waveform.samples, *encoder, file.sink, file.host);
   } else {
     const uint32_t flags = plan.sampleFormat == SampleFormat::pcm8 ? Unsigned : 0;
-    written = writeSamples(file.sink, *waveform.samples, formatWord(plan.sampleFormat, flags), file.host);
+    written = writeSamples(file, waveform, formatWord(plan.sampleFormat, flags));
   }
   if (!written) return false;
   return file.sink.position() - begin == plan.dataBytes || fail(u"Writing to file failed");

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 
 #include "dsp/high_pass.h"
 #include "dsp/interpolation.h"
@@ -37,13 +38,14 @@ std::vector<LoopCandidate> scoredByChannel(std::span<const LoopPair> pairs, std:
 }
 
 std::size_t chosen(const std::vector<LoopCandidate>& candidates, const LoopFinderOptions& options) {
-  const auto worst = [](const LoopCandidate& each) {
-    return *std::min_element(each.channelScores.begin(), each.channelScores.end());
+  const auto worst = [&](std::size_t i) {
+    return *std::min_element(candidates[i].channelScores.begin(), candidates[i].channelScores.end());
   };
-  if (!options.checkChannels) return std::min(options.take, candidates.size()) - 1;
-  const auto best = std::max_element(candidates.begin(), candidates.end(),
-                                     [&](const auto& a, const auto& b) { return worst(a) < worst(b); });
-  return static_cast<std::size_t>(best - candidates.begin());
+  std::vector<std::size_t> ranked(candidates.size());
+  std::iota(ranked.begin(), ranked.end(), std::size_t{0});
+  if (options.checkChannels)
+    std::stable_sort(ranked.begin(), ranked.end(), [&](std::size_t a, std::size_t b) { return worst(a) > worst(b); });
+  return ranked[std::min(options.take, ranked.size()) - 1];
 }
 
 }  // namespace
@@ -70,7 +72,9 @@ LoopFinding findLoop(std::span<float> interleaved, std::size_t channels, double 
     for (std::size_t i = 0; i < channels; ++i) highPassZeroPhase(interleaved, channels, i, cutoff, sampleRate);
     result.cutoff = cutoff;
   }
-  const LoopSearch search = findLoops(mono, range, std::max(options.candidates, options.take), progress);
+  constexpr std::size_t enoughToRank = 5;
+  const std::size_t most = std::max({options.candidates, options.take, options.checkChannels ? enoughToRank : 1});
+  const LoopSearch search = findLoops(mono, range, most, progress);
   result.stopped = search.stopped;
   if (search.loops.empty()) return result;
 

@@ -14,7 +14,7 @@ struct LoopFinderOptions {
   bool highPass = false;  ///< take away what is below the fundamental, from the waveform too
   bool fractionalStart = false;
   bool tune = false;
-  bool checkChannels = false;  ///< of the candidates take the one that fits best in the channel where it fits worse
+  bool checkChannels = false;  ///< candidates are ranked by the channel where they fit worse; at least five
   std::size_t candidates = 1;  ///< how many to look for
   std::size_t take = 1;        ///< which of them becomes the loop, counted from 1
 };
@@ -34,7 +34,7 @@ struct LoopFinding {
   bool stopped = false;
   double cutoff = 0;  ///< Hz, below which frames were filtered; 0 when they were not
   std::optional<FoundLoop> loop;
-  std::vector<LoopCandidate> candidates;  ///< best first
+  std::vector<LoopCandidate> candidates;  ///< by the score of the mono copy, best first
   std::size_t taken = 0;                  ///< the candidate that became the loop
 };
 

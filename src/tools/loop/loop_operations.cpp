@@ -10,6 +10,7 @@
 #include "tools/loop/loop_frames.h"
 #include "tools/loop/loop_regions.h"
 #include "tools/loop/zero_crossings.h"
+#include "tools/part_host.h"
 #include "tools/wave/sections.h"
 #include "tools/wave/wave_edit.h"
 
@@ -38,7 +39,12 @@ LoopFinderOptions finderOptions(const OptionValues& values) {
   return options;
 }
 
-void reportCandidates(const Waveform& waveform, const LoopFinding& found, ConversionReport& report) {
+void reportCandidates(const Waveform& waveform, const LoopFinding& found, std::size_t wanted,
+                      ConversionReport& report) {
+  const auto text = [](std::size_t number) { return fromUtf8(fmt::format("{}", number)); };
+  if (wanted > found.candidates.size())
+    report.approximated(waveform.name, u"loop candidate wanted", text(wanted),
+                        text(found.candidates.size()) + u", the last one");
   for (std::size_t i = 0; i < found.candidates.size(); ++i) {
     const LoopCandidate& each = found.candidates[i];
     std::string score = fmt::format("score {:.6f}", static_cast<double>(each.pair.score));
@@ -109,6 +115,19 @@ void takeFrames(Waveform& waveform, LoopFrames&& frames) {
   waveform.samples = makeResident(std::move(frames.interleaved), static_cast<int>(frames.channels));
 }
 
+/// False when the loop stays as it is.
+bool snap(Marker& loop, std::span<const ZeroCrossing> crossings, const Waveform& waveform, ConversionReport& report) {
+  const auto start = nearestCrossing(crossings, loop.start);
+  const auto end = start ? nearestCrossing(crossings, loop.end, start->rising) : std::nullopt;
+  if (!end || end->position <= start->position) return false;
+  const double from = start->position, to = end->position;
+  if (from == loop.start && to == loop.end) return false;
+  report.approximated(waveform.name, u"loop", rangeOf(loop.start, loop.end), rangeOf(from, to));
+  loop.start = from;
+  loop.end = to;
+  return true;
+}
+
 RegionsToLoop regionsToLoop(const OptionValues& values) {
   return static_cast<RegionsToLoop>(values.choice(u"regions"));
 }
@@ -124,16 +143,19 @@ TextView reasonToPass(const Waveform& waveform, const OptionValues& values, cons
 
 Outcome runFindLoop(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
+  if (values.number(u"from") >= values.number(u"to"))
+    return fail(u"The loop search range ends before it begins"), Outcome::failed;
   const TextView reason = reasonToPass(waveform, values, context);
   if (!reason.empty()) return noLoop(waveform, reason, context);
   context.host.showStatus(u"Finding loop for: \"" + waveform.name + u"\"");
-  auto frames = readLoopFrames(waveform, context.host);
+  PartHost reading(context.host, 0, 0.1), searching(context.host, 0.1, 1);
+  auto frames = readLoopFrames(waveform, reading);
   if (!frames) return Outcome::failed;
   const LoopFinding found = findLoop(frames->interleaved, frames->channels, waveform.sampleRate, finderOptions(values),
-                                     [&](double fraction) { return context.host.progress(fraction); });
+                                     [&](double fraction) { return searching.progress(fraction); });
   if (found.stopped) return fail(u"Cancelled"), Outcome::failed;
   if (!found.loop) return noLoop(waveform, u"none was found", context);
-  reportCandidates(waveform, found, context.report);
+  reportCandidates(waveform, found, static_cast<std::size_t>(values.integer(u"take")), context.report);
   setMainLoop(waveform, *found.loop, values.flag(u"until-release"));
   playFoundLoop(waveform, regionsToLoop(values), context);
   if (found.cutoff > 0)
@@ -150,13 +172,15 @@ Outcome runCrossfadeLoop(Item& copy, const OptionValues& values, const Operation
   LoopCrossfade fade{wholeStart(*loop), wholeEnd(*loop), 0, values.flag(u"reverse"), values.flag(u"exponential")};
   const uint32_t most = maximumCrossfade(fade.loopStart, fade.loopEnd);
   const double length = values.number(u"length");
+  if (context.items > 1 && length > 0)
+    return fail(u"The crossfade length of several waveforms is always the whole loop"), Outcome::failed;
   if (context.items == 1 && most > 0 && length > most) {
     constexpr const char* text =
         "The maximum crossfade length is {} wavesamples (minimum of the loop length and the number of wavesamples "
         "before the loop start point";
     return fail(fromUtf8(fmt::format(text, most))), Outcome::failed;
   }
-  if (context.items == 1) fade.length = static_cast<uint32_t>(length);
+  fade.length = static_cast<uint32_t>(length);
   auto frames = readLoopFrames(waveform, context.host);
   if (!frames) return Outcome::failed;
   const Crossfaded faded = crossfadeLoop(frames->interleaved, frames->channels, fade);
@@ -169,26 +193,19 @@ Outcome runCrossfadeLoop(Item& copy, const OptionValues& values, const Operation
 
 Outcome runSnapLoops(Item& copy, const OptionValues&, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
-  std::optional<std::vector<float>> mono;
+  auto& markers = waveform.markers;
+  if (std::none_of(markers.begin(), markers.end(), fixup::isActiveLoop))
+    return noLoop(waveform, u"there is none", context);
+  auto frames = readLoopFrames(waveform, context.host);
+  if (!frames) return Outcome::failed;
+  const auto mono = monoCopy(frames->interleaved, frames->channels);
+  const auto crossings = zeroCrossings(mono, 0, mono.size());
   bool changed = false;
-  for (Marker& loop : waveform.markers) {
-    if (!fixup::isActiveLoop(loop)) continue;
-    if (!mono) {
-      auto frames = readLoopFrames(waveform, context.host);
-      if (!frames) return Outcome::failed;
-      mono = monoCopy(frames->interleaved, frames->channels);
-    }
-    const auto start = nearestCrossing(*mono, loop.start);
-    const auto end = start ? nearestCrossing(*mono, loop.end, start->rising) : std::nullopt;
-    if (!end || end->position <= start->position) continue;
-    const double from = start->position, to = end->position;
-    if (from == loop.start && to == loop.end) continue;
-    context.report.approximated(waveform.name, u"loop", rangeOf(loop.start, loop.end), rangeOf(from, to));
-    loop.start = from;
-    loop.end = to;
-    changed = true;
+  for (Marker& loop : markers) {
+    if (!context.host.progress(1)) return fail(u"Cancelled"), Outcome::failed;
+    if (fixup::isActiveLoop(loop)) changed = snap(loop, crossings, waveform, context.report) || changed;
   }
-  return changed ? Outcome::changed : Outcome::nothingToDo;
+  return changed ? Outcome::changed : noLoop(waveform, u"no better place was found", context);
 }
 
 }  // namespace tervo

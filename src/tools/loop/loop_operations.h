@@ -23,11 +23,11 @@ inline constexpr OptionInfo findLoopOptions[] = {
     {u"skip-looped",    u"Skip already looped waves (keep existing)",       flag,    0, 1,   1,  {}, u"leaves waveforms alone that have a loop"},
     {u"regions",        u"Regions play the loop",                           choice,  0, 0,   0,  regionsToLoopChoices, u"the regions that are to play what is found; without drums: not those that play no loop in drum kits or as one-shots"},
     {u"candidates",     u"Candidates",                                      integer, 1, 20,  1,  {}, u"how many different loops to look for; the report lists them"},
-    {u"take",           u"Take candidate",                                  integer, 1, 20,  1,  {}, u"which of them becomes the loop, 1 being the best"},
-    {u"check-channels", u"Check both channels",                             flag,    0, 1,   0,  {}, u"takes the candidate that fits best in the channel where it fits worse"},
+    {u"take",           u"Take candidate",                                  integer, 1, 20,  1,  {}, u"which of them becomes the loop, 1 being the best, the last one where there are fewer"},
+    {u"check-channels", u"Check both channels",                             flag,    0, 1,   0,  {}, u"ranks candidates, at least five, by the channel where they fit worse"},
 };
 inline constexpr OptionInfo crossfadeLoopOptions[] = {
-    {u"length",         u"Crossfade length",                                integer, 0, 4294967295.0, 0, {}, u"in frames; 0: as long as possible, which it always is for several waveforms"},
+    {u"length",         u"Crossfade length",                                integer, 0, 4294967295.0, 0, {}, u"in frames; 0: as long as possible, which is the only choice for several waveforms"},
     {u"reverse",        u"Also reverse-crossfade any wavesamples after the loop end point (keeps interpolation algorithms happy and prevents pops).",
                                                                             flag,    0, 1,   1,  {}, u"also fades what follows the end from what follows the start"},
     {u"exponential",    u"Use exp. fading (fades linearly in 'log-space', which is how the ear perceive loudness).",

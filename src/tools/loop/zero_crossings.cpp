@@ -17,13 +17,17 @@ std::vector<ZeroCrossing> zeroCrossings(std::span<const float> mono, std::size_t
   return found;
 }
 
-std::optional<ZeroCrossing> nearestCrossing(std::span<const float> mono, double position, std::optional<bool> rising) {
-  const auto crossings = zeroCrossings(mono, 0, mono.size());
+std::optional<ZeroCrossing> nearestCrossing(std::span<const ZeroCrossing> crossings, double position,
+                                            std::optional<bool> rising) {
+  const auto behind = std::partition_point(crossings.begin(), crossings.end(),
+                                           [position](const ZeroCrossing& each) { return each.position < position; });
+  // Directions alternate, so there is one of each among the next two, and among the last two.
+  const auto first = behind - std::min<std::ptrdiff_t>(behind - crossings.begin(), 2);
+  const auto last = behind + std::min<std::ptrdiff_t>(crossings.end() - behind, 2);
   std::optional<ZeroCrossing> nearest;
-  for (const ZeroCrossing& crossing : crossings) {
-    if (rising && crossing.rising != *rising) continue;
-    const auto distance = [position](const ZeroCrossing& each) { return std::abs(each.position - position); };
-    if (!nearest || distance(crossing) < distance(*nearest)) nearest = crossing;
+  for (auto each = first; each != last; ++each) {
+    if (rising && each->rising != *rising) continue;
+    if (!nearest || std::abs(each->position - position) < std::abs(nearest->position - position)) nearest = *each;
   }
   return nearest;
 }

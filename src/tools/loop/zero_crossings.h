@@ -20,8 +20,9 @@ struct ZeroCrossing {
 /// Those whose position is in first..last, in ascending order.
 std::vector<ZeroCrossing> zeroCrossings(std::span<const float> mono, std::size_t first, std::size_t last);
 
-/// The one nearest to a position, the earlier one of two; with `rising` only those of that direction.
-std::optional<ZeroCrossing> nearestCrossing(std::span<const float> mono, double position,
+/// Of all crossings of a sound the one nearest to a position, the earlier one of two; with `rising` only those of that
+/// direction.
+std::optional<ZeroCrossing> nearestCrossing(std::span<const ZeroCrossing> crossings, double position,
                                             std::optional<bool> rising = std::nullopt);
 
 }  // namespace tervo

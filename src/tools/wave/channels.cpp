@@ -45,7 +45,9 @@ SampleRef converted(const SampleRef& samples, Channels to) {
 Outcome runChangeChannels(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
   const auto to = static_cast<Channels>(values.choice(u"to"));
-  if ((to == Channels::stereo) == (waveform.channels() == 2)) return Outcome::nothingToDo;
+  if ((to == Channels::stereo) == (waveform.channels() == 2))
+    return leftAlone(waveform, u"channels", waveform.channels() == 2 ? u"there are two" : u"there is one",
+                     context.report);
   const TextView before = waveform.channels() == 2 ? u"stereo" : u"mono";
   fixup::reportSamples(context.report, waveform, u"channels", before, channelChoices[values.choice(u"to")]);
   if (to == Channels::left || to == Channels::right)
@@ -57,7 +59,7 @@ Outcome runChangeChannels(Item& copy, const OptionValues& values, const Operatio
 Outcome runInvertPhase(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
   const std::size_t side = values.choice(u"channel");
-  if (waveform.channels() == 1 && side == 2) return Outcome::nothingToDo;
+  if (waveform.channels() == 1 && side > 0) return leftAlone(waveform, u"channels", u"there is one", context.report);
   const float left = side == 2 ? 1 : -1, right = side == 1 ? 1 : -1;
   const std::vector<float> factors = waveform.channels() == 1 ? std::vector{left} : std::vector{left, right};
   fixup::reportSamples(context.report, waveform, u"phase", u"", u"inverted");

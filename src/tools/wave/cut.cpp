@@ -13,8 +13,16 @@
 namespace tervo {
 namespace {
 
+constexpr double withTheWaveform = -1;  // of the option "end"
+
 Stretch within(const Waveform& waveform, int64_t start, int64_t end) {
   return {std::clamp<int64_t>(start, 0, waveform.frames()), std::clamp<int64_t>(end, 0, waveform.frames())};
+}
+
+/// A section that one waveform alone does not have is a mistake; of several some may lack it.
+Outcome noSection(const Waveform& waveform, TextView why, const OperationContext& context) {
+  if (context.items > 1) return leftAlone(waveform, u"section", why, context.report);
+  return fail(Text(u"\"").append(waveform.name).append(u"\" has no such section: ").append(why)), Outcome::failed;
 }
 
 /// The frames of the marker that the options name, else those between start and end. Empty when they hold none.
@@ -27,7 +35,17 @@ Stretch chosenStretch(const Waveform& waveform, const OptionValues& values) {
   }
   const double end = values.number(u"end");
   return within(waveform, framesOf(values.number(u"start"), values, waveform),
-                end < 0 ? waveform.frames() : framesOf(end, values, waveform));
+                end == withTheWaveform ? waveform.frames() : framesOf(end, values, waveform));
+}
+
+/// Why the section is none; empty where it holds frames.
+TextView missing(Stretch section, const Waveform& waveform, const OptionValues& values) {
+  const auto number = static_cast<std::size_t>(values.integer(u"marker"));
+  const double end = values.number(u"end");
+  if (section.frames() > 0) return {};
+  if (number > 0) return number > waveform.markers.size() ? u"there is no such marker" : u"the marker holds no frames";
+  if (end != withTheWaveform && end <= values.number(u"start")) return u"it ends before it begins";
+  return u"it begins behind the end";
 }
 
 bool isWhole(Stretch stretch, const Waveform& waveform) {
@@ -65,7 +83,8 @@ Stretch withLoops(Stretch stretch, const Waveform& waveform) {
 Outcome runCrop(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
   const Stretch kept = chosenStretch(waveform, values);
-  if (kept.frames() <= 0 || isWhole(kept, waveform)) return Outcome::nothingToDo;
+  if (const TextView why = missing(kept, waveform, values); !why.empty()) return noSection(waveform, why, context);
+  if (isWhole(kept, waveform)) return leftAlone(waveform, u"section", u"it is the whole waveform", context.report);
   keepOnly(waveform, {kept}, context);
   return Outcome::changed;
 }
@@ -73,7 +92,7 @@ Outcome runCrop(Item& copy, const OptionValues& values, const OperationContext& 
 Outcome runCut(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
   const Stretch gone = chosenStretch(waveform, values);
-  if (gone.frames() <= 0) return Outcome::nothingToDo;
+  if (const TextView why = missing(gone, waveform, values); !why.empty()) return noSection(waveform, why, context);
   if (isWhole(gone, waveform)) return fail(u"No frames would be left of \"" + waveform.name + u"\""), Outcome::failed;
   keepOnly(waveform, {{0, gone.start}, {gone.end, waveform.frames()}}, context);
   return Outcome::changed;
@@ -84,14 +103,14 @@ Outcome runTrimSilence(Item& copy, const OptionValues& values, const OperationCo
   const auto threshold = static_cast<float>(factorOf(values.number(u"below")));
   const auto loud = loudStretch(waveform, threshold, context.host);
   if (!loud) return Outcome::failed;
-  if (loud->frames() <= 0) return Outcome::nothingToDo;
+  if (loud->frames() <= 0) return leftAlone(waveform, u"silence", u"it is all that there is", context.report);
   const int64_t margin = std::llround(values.number(u"keep") * waveform.sampleRate);
   Stretch kept = withLoops({loud->start - margin, loud->end + margin}, waveform);
   enum class Side { both, start, end };
   const auto side = static_cast<Side>(values.choice(u"side"));
   if (side == Side::start) kept.end = waveform.frames();
   if (side == Side::end) kept.start = 0;
-  if (isWhole(kept, waveform)) return Outcome::nothingToDo;
+  if (isWhole(kept, waveform)) return leftAlone(waveform, u"silence", u"there is none to take away", context.report);
   keepOnly(waveform, {kept}, context);
   return Outcome::changed;
 }

@@ -31,7 +31,7 @@ Outcome runRemoveDcOffset(Item& copy, const OptionValues&, const OperationContex
   if (!means) return Outcome::failed;
   const double largest =
       *std::max_element(means->begin(), means->end(), [](double a, double b) { return std::abs(a) < std::abs(b); });
-  if (std::abs(largest) < lowest) return Outcome::nothingToDo;
+  if (std::abs(largest) < lowest) return leftAlone(waveform, u"DC offset", u"there is none", context.report);
   fixup::reportSamples(context.report, waveform, u"DC offset", decibelText(decibels(std::abs(largest))), u"none");
   std::vector<float> offsets;
   for (const double mean : *means) offsets.push_back(static_cast<float>(-mean));

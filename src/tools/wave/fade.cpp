@@ -14,7 +14,8 @@ void reportLoops(const Waveform& waveform, Stretch faded, ConversionReport& repo
   for (const Marker& marker : waveform.markers) {
     const bool isFaded = marker.end > static_cast<double>(faded.start) && marker.start < static_cast<double>(faded.end);
     if (fixup::isActiveLoop(marker) && isFaded)
-      report.approximated(waveform.name, u"loop", u"one level", u"a level that changes");
+      report.approximated(waveform.name, titleOf(marker) + u" " + placeOf(marker), u"one level",
+                          u"a level that changes");
   }
 }
 
@@ -34,7 +35,7 @@ SampleRef faded(const SampleRef& samples, Stretch stretch, const dsp::FadeCurve&
 Outcome fade(Waveform& waveform, dsp::FadeDirection direction, const OptionValues& values, ConversionReport& report) {
   const int64_t frames = waveform.frames();
   const int64_t length = std::min(framesOf(values.number(u"length"), values, waveform), frames);
-  if (length == 0) return Outcome::nothingToDo;
+  if (length == 0) return leftAlone(waveform, u"fade", u"it has no length", report);
   const auto shape = static_cast<dsp::FadeShape>(values.choice(u"curve"));
   const bool isIn = direction == dsp::FadeDirection::in;
   const Stretch stretch = isIn ? Stretch{0, length} : Stretch{frames - length, frames};

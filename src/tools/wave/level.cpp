@@ -12,16 +12,11 @@
 namespace tervo {
 namespace {
 
-/// Writers clip integers there.
-void reportClipping(const Waveform& waveform, double peak, ConversionReport& report) {
-  if (peak > 1) report.approximated(waveform.name, u"peak", decibelText(decibels(peak)), u"0 dB in integers");
-}
-
 Outcome amplify(Waveform& waveform, double factor, double peak, ConversionReport& report) {
   constexpr double inaudible = 1e-6;
-  if (std::abs(factor - 1) < inaudible) return Outcome::nothingToDo;
+  if (std::abs(factor - 1) < inaudible) return leftAlone(waveform, u"level", u"as wanted", report);
   fixup::reportSamples(report, waveform, u"level", u"", decibelText(decibels(factor)));
-  reportClipping(waveform, peak * factor, report);
+  reportPeak(waveform, peak * factor, report);
   waveform.samples = amplified(waveform.samples, factor);
   return Outcome::changed;
 }
@@ -30,6 +25,11 @@ Outcome amplify(Waveform& waveform, double factor, double peak, ConversionReport
 
 Text decibelText(double dB) {
   return std::isinf(dB) ? Text(u"silence") : fromUtf8(fmt::format("{:+.2f} dB", dB));
+}
+
+void reportPeak(const Waveform& waveform, double peak, ConversionReport& report) {
+  constexpr double rounded = 1.000001;
+  if (peak > rounded) report.approximated(waveform.name, u"peak", decibelText(decibels(peak)), u"0 dB in integers");
 }
 
 SampleRef amplified(SampleRef samples, double factor) {
@@ -49,7 +49,7 @@ Outcome runNormalise(Item& copy, const OptionValues& values, const OperationCont
   const auto peak = peakOf(*waveform.samples, context.host);
   if (!peak) return Outcome::failed;
   constexpr float silence = 1e-10f;  // what is softer would need gains that are no numbers
-  if (*peak < silence) return Outcome::nothingToDo;
+  if (*peak < silence) return leftAlone(waveform, u"level", u"there is just silence", context.report);
   const double target = factorOf(values.number(u"to"));
   return amplify(waveform, target / static_cast<double>(*peak), *peak, context.report);
 }

@@ -23,15 +23,18 @@ void keepSections(Waveform& waveform, Selectors& selectors) {
 Outcome runConvertLoops(Item& copy, const OptionValues&, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
   const auto& markers = waveform.markers;
-  if (std::none_of(markers.begin(), markers.end(), fixup::needsUnrolling)) return Outcome::nothingToDo;
+  if (std::none_of(markers.begin(), markers.end(), fixup::needsUnrolling))
+    return leftAlone(waveform, u"loop types", u"there is none to convert", context.report);
   if (context.selectors) keepSections(waveform, *context.selectors);
   fixup::makeLoopsForward(waveform, fixup::mainLoopOf(waveform), context.report);
   return Outcome::changed;
 }
 
 Outcome runAppendAfterLoop(Item& copy, const OptionValues& values, const OperationContext& context) {
-  const bool appended = fixup::appendBehindLoops(waveformIn(copy), values.integer(u"frames"), context.report);
-  return appended ? Outcome::changed : Outcome::nothingToDo;
+  Waveform& waveform = waveformIn(copy);
+  const bool appended = fixup::appendBehindLoops(waveform, values.integer(u"frames"), context.report);
+  return appended ? Outcome::changed
+                  : leftAlone(waveform, u"frames behind the loop", u"none are to be appended", context.report);
 }
 
 }  // namespace tervo

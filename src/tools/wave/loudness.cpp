@@ -20,23 +20,21 @@ Text loudnessText(double loudness) {
 Outcome runNormaliseLoudness(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
   const auto meter = dsp::LoudnessMeter::create(waveform.channels(), waveform.sampleRate);
-  if (!meter) return Outcome::failed;
+  if (!meter) return leftAlone(waveform, u"loudness", LastErrorText(), context.report);
   const bool read =
       scan(*waveform.samples, context.host, [&](std::span<const float> frames, int64_t) { return meter->add(frames); });
   if (!read) return Outcome::failed;
   const auto loudness = meter->loudness();
-  if (!loudness) {
-    context.report.add({waveform.name, u"loudness", ReportKind::kept, u"", u"too short or too soft to be measured"});
-    return Outcome::nothingToDo;
-  }
+  if (!loudness) return leftAlone(waveform, u"loudness", u"too short or too soft to be measured", context.report);
   const double wanted = values.number(u"to") - *loudness;
   const double most = values.number(u"peak") - decibels(meter->truePeak());
   const double gain = std::min(wanted, most);
-  if (std::abs(gain) < 1e-3) return Outcome::nothingToDo;
+  if (std::abs(gain) < 1e-3) return leftAlone(waveform, u"loudness", u"as wanted", context.report);
   fixup::reportSamples(context.report, waveform, u"loudness", loudnessText(*loudness), loudnessText(*loudness + gain));
   if (most < wanted)
     context.report.approximated(waveform.name, u"loudness wanted", loudnessText(values.number(u"to")),
                                 u"less, because of the peaks");
+  reportPeak(waveform, meter->truePeak() * factorOf(gain), context.report);
   waveform.samples = amplified(waveform.samples, factorOf(gain));
   return Outcome::changed;
 }

@@ -8,12 +8,15 @@
 #include "core/normalise/sample_views.h"
 #include "core/resampled_samples.h"
 #include "dsp/pitch_estimator.h"
+#include "tools/wave/played_pitch.h"
 #include "tools/wave/sample_scan.h"
 #include "tools/wave/wave_edit.h"
 #include "tools/wave/wave_operations.h"
 
 namespace tervo {
 namespace {
+
+constexpr double furthestTuning = 100;  // cents; what is further off is another note
 
 /// What there is to say about the pitch: it may be that there is none.
 struct Heard {
@@ -51,16 +54,21 @@ Text keyText(double key, double cents) {
 }
 
 Outcome nothingHeard(const Heard& heard, const Waveform& waveform, ConversionReport& report) {
-  if (heard.failed) return Outcome::failed;
-  report.add({waveform.name, u"pitch", ReportKind::kept, u"", u"no single one was found"});
-  return Outcome::nothingToDo;
+  return heard.failed ? Outcome::failed : leftAlone(waveform, u"pitch", u"no single one was found", report);
+}
+
+/// Where regions cannot all be in tune.
+void reportDifferent(const Waveform& waveform, const PlayedPitch& wanted, ConversionReport& report) {
+  if (wanted.different == 0) return;
+  const Text what = fromUtf8(fmt::format("tuning of {} of {} regions", wanted.different, wanted.regions));
+  report.add({waveform.name, what, ReportKind::kept, u"", u"they have another root key or tuning of their own"});
 }
 
 /// To where the waveform is in tune when it plays at the pitch that was heard.
 Outcome setTuning(Waveform& waveform, double rootKey, double cents, ConversionReport& report) {
   constexpr double inaudible = 0.1;
   if (rootKey == waveform.rootKey && std::abs(cents - static_cast<double>(waveform.fineTune)) < inaudible)
-    return Outcome::nothingToDo;
+    return leftAlone(waveform, u"tuning", u"as it should be", report);
   report.add({waveform.name, u"tuning", ReportKind::kept,
               keyText(waveform.rootKey, static_cast<double>(waveform.fineTune)), keyText(rootKey, cents)});
   waveform.rootKey = static_cast<uint8_t>(rootKey);
@@ -86,23 +94,33 @@ Outcome runDetectRootKey(Item& copy, const OptionValues& values, const Operation
   const Heard heard = heardIn(waveform, context.host);
   if (!heard.pitch) return nothingHeard(heard, waveform, context.report);
   const double key = keyOf(*heard.pitch), root = std::clamp(std::round(key), 0.0, 127.0);
-  return setTuning(waveform, root, values.flag(u"fine-tune") ? 100 * (root - key) : 0, context.report);
+  const PlayedPitch wanted = playedPitch(root, 100 * key, context);
+  const double before = static_cast<double>(waveform.fineTune), cents = wanted.cents - 100 * key;
+  if (!values.flag(u"fine-tune")) return setTuning(waveform, root, before, context.report);
+  reportDifferent(waveform, wanted, context.report);
+  if (std::abs(cents) <= furthestTuning) return setTuning(waveform, root, cents, context.report);
+  context.report.add({waveform.name, u"fine tune", ReportKind::kept, u"", u"regions play it at another pitch"});
+  return setTuning(waveform, root, before, context.report);
 }
 
 Outcome runTuneToRoot(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
   const Heard heard = heardIn(waveform, context.host);
   if (!heard.pitch) return nothingHeard(heard, waveform, context.report);
-  const double cents = 100 * (waveform.rootKey - keyOf(*heard.pitch));
+  const double key = keyOf(*heard.pitch);
+  const PlayedPitch wanted = playedPitch(waveform.rootKey, 100 * key, context);
+  const double cents = wanted.cents - 100 * key;
   const bool resamples = values.choice(u"by") == 1;
-  if (std::abs(cents) > (resamples ? 4800 : 100)) {
-    context.report.add({waveform.name, u"tuning", ReportKind::kept, keyText(std::round(keyOf(*heard.pitch)), 0),
-                        u"too far from the root key"});
+  if (std::abs(cents) > (resamples ? 4800 : furthestTuning)) {
+    context.report.add(
+        {waveform.name, u"tuning", ReportKind::kept, keyText(std::round(key), 0), u"too far from the root key"});
     return Outcome::nothingToDo;
   }
+  reportDifferent(waveform, wanted, context.report);
   if (!resamples) return setTuning(waveform, waveform.rootKey, cents, context.report);
-  return std::abs(cents) < 0.1 && waveform.fineTune == 0 ? Outcome::nothingToDo
-                                                         : transpose(waveform, cents, context.report);
+  if (std::abs(cents) < 0.1 && waveform.fineTune == 0)
+    return leftAlone(waveform, u"tuning", u"as it should be", context.report);
+  return transpose(waveform, cents, context.report);
 }
 
 }  // namespace tervo

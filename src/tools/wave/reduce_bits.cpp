@@ -28,7 +28,7 @@ Outcome runReduceBits(Item& copy, const OptionValues& values, const OperationCon
   Waveform& waveform = waveformIn(copy);
   const int bits = values.integer(u"bits"), channels = waveform.channels();
   const auto dither = static_cast<dsp::Dither>(values.choice(u"dither"));
-  if (hasSoFewBits(waveform, bits)) return Outcome::nothingToDo;
+  if (hasSoFewBits(waveform, bits)) return leftAlone(waveform, u"bits", u"there are no more", context.report);
   context.report.approximated(
       waveform.name, u"bits", nameOf(formatOf(waveform.storedFormat)),
       fromUtf8(fmt::format("{} bits, dither: ", bits)) + Text(ditherChoices[values.choice(u"dither")]));

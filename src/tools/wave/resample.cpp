@@ -10,7 +10,7 @@ namespace tervo {
 Outcome runResample(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
   const double before = waveform.sampleRate, rate = values.number(u"to");
-  if (rate == before) return Outcome::nothingToDo;
+  if (rate == before) return leftAlone(waveform, u"sample rate", u"as wanted", context.report);
   auto samples = resampled(waveform.samples, before, rate);
   if (!samples) return Outcome::failed;
   if (samples->frames() == 0) return fail(u"No frames would be left of \"" + waveform.name + u"\""), Outcome::failed;

@@ -11,17 +11,6 @@
 namespace tervo {
 namespace {
 
-Text placeOf(const Marker& marker) {
-  if (marker.type == MarkerType::position) return fromUtf8(fmt::format("at {:.12g}", marker.start));
-  return fromUtf8(fmt::format("{:.12g} to {:.12g}", marker.start, marker.end));
-}
-
-Text titleOf(const Marker& marker) {
-  Text title = marker.type == MarkerType::loop ? u"loop" : marker.type == MarkerType::section ? u"section" : u"marker";
-  if (!marker.name.empty()) title += u" \"" + marker.name + u"\"";
-  return title;
-}
-
 /// Where frames are that were somewhere else before.
 class Moves {
  public:
@@ -62,6 +51,17 @@ bool move(Marker& marker, const Moves& moves, bool isPlayedFrom, double frames) 
 }
 
 }  // namespace
+
+Text placeOf(const Marker& marker) {
+  if (marker.type == MarkerType::position) return fromUtf8(fmt::format("at {:.12g}", marker.start));
+  return fromUtf8(fmt::format("{:.12g} to {:.12g}", marker.start, marker.end));
+}
+
+Text titleOf(const Marker& marker) {
+  Text title = marker.type == MarkerType::loop ? u"loop" : marker.type == MarkerType::section ? u"section" : u"marker";
+  if (!marker.name.empty()) title += u" \"" + marker.name + u"\"";
+  return title;
+}
 
 int64_t framesOf(double length, const OptionValues& values, const Waveform& waveform) {
   const auto unit = static_cast<LengthUnit>(values.choice(u"unit"));

@@ -21,6 +21,11 @@ enum class LengthUnit : uint8_t { seconds, frames, percent };
 /// The frames of a waveform that a length of the option "unit" comes to, rounded.
 int64_t framesOf(double length, const OptionValues& values, const Waveform& waveform);
 
+/// "loop", "section" or "marker", with its name.
+Text titleOf(const Marker& marker);
+/// "100 to 200", "at 100".
+Text placeOf(const Marker& marker);
+
 /// Moves the markers of a waveform of which stretches are kept, as below. It has so many frames then.
 void moveMarkers(Waveform& waveform, const std::vector<Stretch>& kept, int64_t frames, const OperationContext& context);
 

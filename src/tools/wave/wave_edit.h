@@ -24,6 +24,9 @@ inline double decibels(double factor) {
 /// "-3.01 dB"; "silence" for minus infinity.
 Text decibelText(double dB);
 
+/// Reports a peak beyond full scale, where writers clip integers.
+void reportPeak(const Waveform& waveform, double peak, ConversionReport& report);
+
 /// Says why nothing is done to a waveform.
 inline Outcome leftAlone(const Waveform& waveform, TextView what, TextView why, ConversionReport& report) {
   report.add({waveform.name, Text(what), ReportKind::kept, u"", Text(why)});

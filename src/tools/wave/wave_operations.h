@@ -52,14 +52,14 @@ inline constexpr OptionInfo channelOptions[] = {
     {u"to",         u"Channels",        choice,  0,     0,      0,    channelChoices,    u"mono is the mean of both, difference half of left minus right"},
 };
 inline constexpr OptionInfo invertOptions[] = {
-    {u"channel",    u"Channel",         choice,  0,     0,      0,    phaseChoices,      u"the channel that is inverted"},
+    {u"channel",    u"Channel",         choice,  0,     0,      0,    phaseChoices,      u"the channel of stereo that is inverted"},
 };
 inline constexpr OptionInfo reduceBitsOptions[] = {
     {u"bits",       u"Bits",            integer, 1,     24,     16,   {},                u"bits per sample"},
     {u"dither",     u"Dither",          choice,  0,     0,      2,    ditherChoices,     u"noise that takes the place of distortion"},
 };
 inline constexpr OptionInfo rootKeyOptions[] = {
-    {u"fine-tune",  u"Fine tune",       flag,    0,     1,      1,    {},                u"also what the pitch is beside the key"},
+    {u"fine-tune",  u"Fine tune",       flag,    0,     1,      1,    {},                u"also what the pitch is beside the key; off: the tuning stays"},
 };
 inline constexpr OptionInfo tuneOptions[] = {
     {u"by",         u"Tune by",         choice,  0,     0,      0,    tuneChoices,       u"the tuning, up to a semitone, or other frames, up to four octaves"},

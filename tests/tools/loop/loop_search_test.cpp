@@ -179,10 +179,10 @@ TEST(ZeroCrossings, leaveOutZerosAndNameTheEarlierSample) {
   EXPECT_EQ(zeroCrossings(x, 0, 12), all);
   EXPECT_EQ(zeroCrossings(x, 2, 9), all);
   EXPECT_EQ(zeroCrossings(x, 3, 8), std::vector<ZeroCrossing>({{5, true}}));
-  EXPECT_EQ(nearestCrossing(x, 3.5)->position, 2u);
-  EXPECT_EQ(nearestCrossing(x, 3.6)->position, 5u);
-  EXPECT_EQ(nearestCrossing(x, 5, false)->position, 2u);
-  EXPECT_FALSE(nearestCrossing(Sound(10, 1.0f), 5));
+  EXPECT_EQ(nearestCrossing(zeroCrossings(x, 0, x.size()), 3.5)->position, 2u);
+  EXPECT_EQ(nearestCrossing(zeroCrossings(x, 0, x.size()), 3.6)->position, 5u);
+  EXPECT_EQ(nearestCrossing(zeroCrossings(x, 0, x.size()), 5, false)->position, 2u);
+  EXPECT_FALSE(nearestCrossing({}, 5));
 }
 
 TEST(LoopRangeRule, followsPercentagesAndPeriods) {
