@@ -61,6 +61,8 @@ NamedCommand commandNamed(const CLI::App& app, const std::vector<Text>& argument
 
 std::string usageError(const CLI::App& app, const CLI::ParseError& error, const std::vector<Text>& arguments) {
   std::string message = error.what();
+  if (const auto twice = message.find(": At Most 1 required"); twice != std::string::npos)
+    message = message.substr(0, twice) + " may be given only once";
   const auto [words, unknown] = commandNamed(app, arguments);
   if (unknown)
     message = fmt::format("there is no command \"{}{}\"", words, *unknown);

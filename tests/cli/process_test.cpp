@@ -1,5 +1,9 @@
 // What `tervo process` works on, saves and says.
 
+#include <gmock/gmock.h>
+
+#include <array>
+
 #include "tests/cli/command_fixture.h"
 
 namespace tervo::test {
@@ -65,6 +69,7 @@ TEST_F(Process, SaysWhatIsWrong) {
       {{u"find-loop", u"--from", u"90", u"--to", u"10"}, 1, "The loop search range ends before it begins"},
       {{u"crossfade-loop", u"--length", u"10"}, 1, "always the whole loop"},
       {{u"gain", u"--by", u"97"}, 2, "is no number from -96 to 96"},
+      {{u"gain", u"--by", u"1", u"--by", u"2"}, 2, "--by may be given only once"},
       {{u"reduce-bits", u"--bits", u"1.5"}, 2, "is no whole number from 1 to 24"},
   };
   for (const auto& each : cases) {

@@ -216,7 +216,8 @@ TEST_F(WaveOperations, RegionsWithTuningOfTheirOwnAreInTuneToo) {
         const double off = heard - rootKeyOf(*regions[i]) + tuning;
         const bool isInTune = std::abs(off - 12 * std::round(off / 12)) < 0.02;
         if (i > 0 && !isInTune) ++out;
-        if (i == 0) EXPECT_EQ(isInTune, each.hasTuning || operation == u"resampling") << off << toUtf8(operation);
+        if (i > 0) continue;
+        EXPECT_EQ(isInTune, each.hasTuning || operation == u"resampling") << off << toUtf8(operation);
       }
       EXPECT_EQ(out, each.out) << toUtf8(operation);
     }

@@ -10,6 +10,7 @@
 #include "formats/codec/encode_stream.h"
 #include "formats/codec/g726.h"
 #include "formats/codec/gsm0610.h"
+#include "formats/number_text.h"
 #include "formats/wave/sample_encoder.h"
 #include "formats/wave/wave_format.h"
 #include "formats/writer_rules.h"
@@ -192,6 +193,8 @@ std::optional<WavePlan> planWave(const Waveform& waveform, const TargetFile& fil
 bool writeWaveData(const WavePlan& plan, const Waveform& waveform, TargetFile& file) {
   const uint64_t begin = file.sink.position();
   bool written = false;
+  if (const double rate = waveform.sampleRate, whole = std::round(rate); rate != whole)
+    file.report.approximated(waveform.name, u"sample rate", numberText(rate) + u" Hz", numberText(whole) + u" Hz");
   if (plan.isVerbatim) {
     const auto& stored = *waveform.samples->stored();
     written = copyBytes(*stored.source, stored.offset, stored.bytes, file.sink, file.host);

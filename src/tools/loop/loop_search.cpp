@@ -65,12 +65,11 @@ class Search {
   /// All pairs, or those of which a span is not where it is in all others.
   bool compareOneByOne(LoopContest& contest, Which which, const SearchProgress& progress) const {
     constexpr std::size_t endsBetween = 64;  // two asks for progress
-    const auto partDone = [](std::size_t left, std::size_t of) {
-      return 1 - static_cast<double>(left) / static_cast<double>(of);
-    };
+    std::size_t ends = 0, done = 0;
+    for (const LoopPlaces& places : directions_) ends += places.all.size();
     for (const LoopPlaces& places : directions_) {
       for (std::size_t i = places.all.size(); i-- > 0;) {
-        if (i % endsBetween == 0 && !progress(partDone(i, places.all.size()))) return false;
+        if (done++ % endsBetween == 0 && !progress(static_cast<double>(done) / static_cast<double>(ends))) return false;
         const std::size_t end = places.all[i];
         const bool endIsInner = end + spanBefore <= x_.size();
         if (which == Which::outer && endIsInner && end >= range_.longest + spanBefore) continue;
