@@ -59,10 +59,22 @@ NamedCommand commandNamed(const CLI::App& app, const std::vector<Text>& argument
   return named;
 }
 
+/// An option that the command does not have: what follows it looks like one file too many.
+std::optional<std::string> unknownOption(const CLI::App& app, const std::vector<Text>& arguments) {
+  const CLI::App* command = &app;
+  while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
+  for (const Text& argument : arguments) {
+    const std::string name = toUtf8(TextView(argument).substr(0, argument.find(u'=')));
+    if (name.size() > 2 && name.starts_with("--") && !command->get_option_no_throw(name)) return name;
+  }
+  return std::nullopt;
+}
+
 std::string usageError(const CLI::App& app, const CLI::ParseError& error, const std::vector<Text>& arguments) {
   std::string message = error.what();
   if (const auto twice = message.find(": At Most 1 required"); twice != std::string::npos)
     message = message.substr(0, twice) + " may be given only once";
+  if (const auto option = unknownOption(app, arguments)) message = fmt::format("there is no option {}", *option);
   const auto [words, unknown] = commandNamed(app, arguments);
   if (unknown)
     message = fmt::format("there is no command \"{}{}\"", words, *unknown);

@@ -138,7 +138,7 @@ TEST_F(Convert, SaysWhatIsWrongAndLeavesNothing) {
       {{u"a.sw", u"-o", u"out.sb", u"--report=a.sw"}, 2, "tervo: a.sw: The report would replace a file of this conv"},
       {{u"a.sw", u"-o", u"out.sb", u"--report=out.sb"}, 2, "tervo: out.sb: The report would replace"},
       {{u"a.sw", u"-o", u"out.sb", u"--item", u"wave:0"}, 2, "tervo: --item: \"wave:0\" is no item"},
-      {{u"a.sw", u"-o", u"out.sb", u"-o", u"out.ub"}, 2, "tervo: --output: "},
+      {{u"a.sw", u"-o", u"out.sb", u"-o", u"out.ub"}, 2, "tervo: --output may be given only once"},
       {{u"a.sw", u"-o", u""}, 2, "tervo: --output: the name of a file cannot be empty"},
       {{u"", u"-o", u"out.sb"}, 2, "tervo: FILE: the name of a file cannot be empty"},
       {{u"a.sw", u"-o", u"out.sb", u"--report="}, 2, "tervo: --report=FILE: the name of a file cannot be empty"},

@@ -34,7 +34,8 @@ TEST(MidiPort, FilesTakeAndGiveMessages) {
   const Text name = u"file:" + folder.text(u"port.syx");
   {
     const auto out = platform::MidiOutput::open(name);
-    ASSERT_TRUE(out && out->send(std::vector<uint8_t>{0x90, 1, 2}) && out->send(std::vector<uint8_t>{0xF0, 5, 0xF7}));
+    ASSERT_TRUE(out && out->send(std::vector<uint8_t>{0x90, 1, 2}) && out->send(std::vector<uint8_t>{0xF0, 5, 0xF7}) &&
+                out->finish());
   }
   Messages got;
   const auto in = platform::MidiInput::open(

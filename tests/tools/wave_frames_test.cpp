@@ -171,8 +171,8 @@ TEST_F(WaveOperations, ResamplingKeepsPitchAndPlaces) {
   std::vector<float> spoilt = framesOf(sine(1000, 0.5, 4000)), silenced = spoilt;
   spoilt[1000] = std::nanf(""), spoilt[2000] = std::numeric_limits<float>::infinity();
   silenced[1000] = silenced[2000] = 0;
-  EXPECT_EQ(result(u"resample", {{u"to", u"22050"}}, makeResident(spoilt, 1)),
-            result(u"resample", {{u"to", u"22050"}}, makeResident(silenced, 1)));
+  EXPECT_EQ(result(u"resample", {{u"to", u"48000"}}, makeResident(spoilt, 1)),
+            result(u"resample", {{u"to", u"48000"}}, makeResident(silenced, 1)));
 }
 
 // The key that a region plays in tune, with what it was by itself: measured by how long the frames have become.

@@ -18,6 +18,7 @@ class RenderSink {
 
   /// False with LastErrorText once the file has failed.
   bool append(std::span<const float> stereo);
+  float peak() const { return peak_; }
   /// So many frames of silence, which take no room.
   bool appendSilence(int64_t frames);
 

@@ -155,6 +155,7 @@ void addSaveOptions(CLI::App& app, CommandLine& line, Collected& got) {
       ->type_name("KIND:N")
       ->expected(1)
       ->take_all()
+      ->allow_extra_args(false)
       ->check(checkItem);
   app.add_flag("--report", got.reportWanted, "say what was lost, on standard error; --report=FILE: in a file");
   app.add_option("--report-file", got.report)->group("");
@@ -166,6 +167,7 @@ void addRenderOptions(CLI::App& app, CommandLine& line, Collected& got) {
       ->type_name("FILE")
       ->expected(1)
       ->take_all()
+      ->allow_extra_args(false)
       ->check(checkFileName);
   app.add_option("--voices", line.rendering.voices, "songs: voices that may sound at once, 1 to 4096")
       ->type_name("N")
