@@ -36,16 +36,16 @@ void refuseEmptyReport(const std::vector<std::string>& arguments) {
 
 /// The command that the first words name, as far as they do.
 struct NamedCommand {
+  const CLI::App* command;
   std::string words;                   ///< each with a space behind it
   std::optional<std::string> unknown;  ///< the word that should be a command and is none
 };
 
 NamedCommand commandNamed(const CLI::App& app, const std::vector<Text>& arguments) {
-  NamedCommand named;
-  const CLI::App* command = &app;
+  NamedCommand named{&app, {}, {}};
   for (const Text& argument : arguments) {
     const std::string word = printable(argument);
-    const auto commands = command->get_subcommands([](const CLI::App*) { return true; });
+    const auto commands = named.command->get_subcommands([](const CLI::App*) { return true; });
     if (commands.empty() || word.starts_with('-')) return named;
     const auto found =
         std::find_if(commands.begin(), commands.end(), [&](const CLI::App* each) { return each->get_name() == word; });
@@ -53,29 +53,29 @@ NamedCommand commandNamed(const CLI::App& app, const std::vector<Text>& argument
       named.unknown = word;
       return named;
     }
-    command = *found;
+    named.command = *found;
     named.words += word + " ";
   }
   return named;
 }
 
 /// An option that the command does not have: what follows it looks like one file too many.
-std::optional<std::string> unknownOption(const CLI::App& app, const std::vector<Text>& arguments) {
-  const CLI::App* command = &app;
-  while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
+std::optional<std::string> unknownOption(const CLI::App& command, const std::vector<Text>& arguments) {
   for (const Text& argument : arguments) {
     const std::string name = toUtf8(TextView(argument).substr(0, argument.find(u'=')));
-    if (name.size() > 2 && name.starts_with("--") && !command->get_option_no_throw(name)) return name;
+    if (name.size() > 2 && name.starts_with("--") && !command.get_option_no_throw(name)) return name;
   }
   return std::nullopt;
 }
 
 std::string usageError(const CLI::App& app, const CLI::ParseError& error, const std::vector<Text>& arguments) {
   std::string message = error.what();
-  if (const auto twice = message.find(": At Most 1 required"); twice != std::string::npos)
-    message = message.substr(0, twice) + " may be given only once";
-  if (const auto option = unknownOption(app, arguments)) message = fmt::format("there is no option {}", *option);
-  const auto [words, unknown] = commandNamed(app, arguments);
+  const auto [command, words, unknown] = commandNamed(app, arguments);
+  if (const auto twice = message.find(": At Most 1 required"); twice != std::string::npos) {
+    const auto option = unknownOption(*command, arguments);
+    message =
+        option ? fmt::format("there is no option {}", *option) : message.substr(0, twice) + " may be given only once";
+  }
   if (unknown)
     message = fmt::format("there is no command \"{}{}\"", words, *unknown);
   else if (words.empty() && error.get_name() == "RequiredError")

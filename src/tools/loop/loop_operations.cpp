@@ -166,14 +166,14 @@ Outcome runFindLoop(Item& copy, const OptionValues& values, const OperationConte
 }
 
 Outcome runCrossfadeLoop(Item& copy, const OptionValues& values, const OperationContext& context) {
+  const double length = values.number(u"length");
+  if (context.items > 1 && length > 0)
+    return fail(u"The crossfade length of several waveforms is always the whole loop"), Outcome::failed;
   Waveform& waveform = waveformIn(copy);
   const Marker* loop = mainLoop(waveform);
   if (!loop || !fixup::isActiveLoop(*loop)) return noLoop(waveform, u"there is none", context);
   LoopCrossfade fade{wholeStart(*loop), wholeEnd(*loop), 0, values.flag(u"reverse"), values.flag(u"exponential")};
   const uint32_t most = maximumCrossfade(fade.loopStart, fade.loopEnd);
-  const double length = values.number(u"length");
-  if (context.items > 1 && length > 0)
-    return fail(u"The crossfade length of several waveforms is always the whole loop"), Outcome::failed;
   if (context.items == 1 && most > 0 && length > most) {
     constexpr const char* text =
         "The maximum crossfade length is {} wavesamples (minimum of the loop length and the number of wavesamples "
