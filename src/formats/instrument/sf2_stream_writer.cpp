@@ -13,7 +13,10 @@ namespace {
 // The list that holds the streams has a 32-bit size, and as much again is kept for everything else.
 constexpr uint64_t mostBytes = 0xFE000000;
 
-/// A stream, or why there is none.
+// Frames that stand in memory for a stream that cannot be decoded; such a stream can say that it has far more.
+constexpr int64_t longestSilence = 16 << 20;
+
+/// A stream, or why there is none, or why it is silent.
 struct Encoded {
   std::optional<std::vector<std::byte>> bytes;
   Text failure;
@@ -50,20 +53,26 @@ class StreamWriter {
 
   /// Runs on any thread.
   Encoded encoded(std::size_t i) const {
-    if (!sample(i).frames || copyOf(i)) return {};
+    const SampleRef& frames = sample(i).frames;
+    if (!frames || copyOf(i)) return {};
     Encoded result;
-    result.bytes = guardMemory([&] { return encode(i); });
-    if (!result.bytes) result.failure = LastErrorText();
+    result.bytes = encode(i, *frames);
+    if (result.bytes) return result;
+    result.failure = LastErrorText();
+    if (result.failure == damagedStream && frames->frames() <= longestSilence)
+      result.bytes = guardMemory(
+          [&] { return encode(i, *makeResident(std::vector<float>(static_cast<std::size_t>(frames->frames())), 1)); });
     return result;
   }
 
-  std::optional<std::vector<std::byte>> encode(std::size_t i) const {
-    const auto& [frames, record, stream, waveform] = sample(i);
-    const double rate = uint32_t{record.sampleRate};
-    if (stream.losslessBits > 0) return encodeFlac(*frames, rate, stream.losslessBits);
+  std::optional<std::vector<std::byte>> encode(std::size_t i, const SampleData& frames) const {
+    const StreamChoice& stream = sample(i).stream;
+    const double rate = uint32_t{sample(i).record.sampleRate};
     VorbisQuality quality;
     quality.kbitPerSecond = stream.kbitPerSecond;
-    return encodeVorbis(*frames, rate, quality, static_cast<uint32_t>(i));
+    return guardMemory([&, bits = stream.losslessBits] {
+      return bits > 0 ? encodeFlac(frames, rate, bits) : encodeVorbis(frames, rate, quality, static_cast<uint32_t>(i));
+    });
   }
 
   bool put(std::size_t i, const Encoded& stream) {
@@ -86,6 +95,7 @@ class StreamWriter {
 
   bool putNew(std::size_t i, const Encoded& stream) {
     if (!stream.bytes) return fail(stream.failure);
+    if (!stream.failure.empty()) file_.report.dropped(sample(i).waveform->name, u"frames", stream.failure);
     writer_.bytes(*stream.bytes);
     reportLoss(i);
     return writer_.ok();

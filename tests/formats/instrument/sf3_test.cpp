@@ -140,6 +140,23 @@ TEST(Sf3, FewerBitsAreReportedOnce) {
   EXPECT_TRUE(says(written.report, u"sample format"));
 }
 
+TEST(Sf3, WhatCannotBeDecodedDoesNotKeepABankFromBeingSaved) {
+  if (!canDecode(flacName)) GTEST_SKIP();
+  // More metadata should follow the first block.
+  Bytes stream = flacHead(64);
+  stream[4] &= std::byte{0x7F};
+  stream.resize(300, std::byte{0xFF});
+  const ReadBank bank(bankOf({stream, *encodeFlac(*ramp(500), 22050, 16)}).build());
+  for (const WrittenBank& written :
+       {writeCompressed(bank.collection, {.coding = SampleCoding::pcm16}), writeBank(bank.collection)}) {
+    ASSERT_TRUE(written.ok);
+    EXPECT_TRUE(says(written.report, u"frames"));
+    const ReadBank again(written.bytes);
+    EXPECT_EQ(framesOf(waveformOf(again)), std::vector<float>(64));
+    EXPECT_EQ(framesOf(waveformOf(again, 1)), framesOf(waveformOf(bank, 1)));
+  }
+}
+
 TEST(Sf3, DamageIsReportedOnceItIsHeard) {
   if (!canDecode(flacName)) GTEST_SKIP();
   Bytes stream = *encodeFlac(*ramp(20000), 22050, 16);
