@@ -111,7 +111,11 @@ void addCommonOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_flag("--json", line.json, "one JSON document on standard output");
   app.add_flag("--quiet", line.quiet, "less on standard error");
   app.add_flag("--no-progress", line.noProgress, "no progress, even on a terminal");
-  app.add_option("--set", got.sets, "a setting for this run only")->type_name("KEY=VALUE")->expected(1)->take_all();
+  app.add_option("--set", got.sets, "a setting for this run only")
+      ->type_name("KEY=VALUE")
+      ->expected(1)
+      ->take_all()
+      ->allow_extra_args(false);
 }
 
 void addFiles(CLI::App& app, Collected& got, const char* description) {
@@ -135,7 +139,8 @@ void addReadOptions(CLI::App& app, CommandLine& line, Collected& got) {
   app.add_option("--answer", got.answers, "answers a question in advance")
       ->type_name("yes|no|TEXT=BUTTON|TEXT=FILE")
       ->expected(1)
-      ->take_all();
+      ->take_all()
+      ->allow_extra_args(false);
 }
 
 void addWriteOptions(CLI::App& app, CommandLine& line, Collected& got) {

@@ -67,10 +67,10 @@ void reportDifferent(const Waveform& waveform, const PlayedPitch& wanted, Conver
 /// To where the waveform is in tune when it plays at the pitch that was heard.
 Outcome setTuning(Waveform& waveform, double rootKey, double cents, ConversionReport& report) {
   constexpr double inaudible = 0.1;
-  if (rootKey == waveform.rootKey && std::abs(cents - static_cast<double>(waveform.fineTune)) < inaudible)
-    return leftAlone(waveform, u"tuning", u"as it should be", report);
-  report.add({waveform.name, u"tuning", ReportKind::kept,
-              keyText(waveform.rootKey, static_cast<double>(waveform.fineTune)), keyText(rootKey, cents)});
+  const double before = static_cast<double>(waveform.fineTune);
+  if (std::abs(cents - before) < inaudible) cents = before;
+  if (rootKey == waveform.rootKey && cents == before) return leftAlone(waveform, u"tuning", u"as it should be", report);
+  report.add({waveform.name, u"tuning", ReportKind::kept, keyText(waveform.rootKey, before), keyText(rootKey, cents)});
   waveform.rootKey = static_cast<uint8_t>(rootKey);
   waveform.fineTune = static_cast<float>(cents);
   return Outcome::changed;
