@@ -130,7 +130,8 @@ def compare(what, *arguments, same=lambda got, expected: got == expected, excuse
         got, run = recorded(*arguments)
         if run.returncode == 0 and expected and same(got, expected):
             return result(what, True)
-    if expected and run.returncode == 0 and busy() and excused(got, expected):
+    starved = run.returncode == 124  # songs of three seconds have been seen to take thirty
+    if expected and busy() and (starved or (run.returncode == 0 and excused(got, expected))):
         return skipped(what, busy())
     result(what, False, f"status {run.returncode} {run.stderr} {len(got) // FRAME} frames of {len(expected) // FRAME}")
 
