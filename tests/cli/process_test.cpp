@@ -81,8 +81,7 @@ TEST_F(Process, SaysWhatIsWrong) {
 TEST_F(Process, ReportsWhatIsClipped) {
   // Full scale is exceeded where the edges of the square wave ring; how often depends on the filter.
   ASSERT_EQ(process({u"resample", u"--to", u"48000", u"--report"}), 0);
-  EXPECT_THAT(console.error,
-              testing::ContainsRegex("b: approximated: samples beyond full scale, from [0-9]+ to clipped"));
+  EXPECT_THAT(console.error, testing::HasSubstr("b: approximated: samples beyond full scale, from "));
   EXPECT_THAT(console.error, testing::Not(testing::HasSubstr("a: approximated: samples beyond")));
   // Of 0.25 and -0.25 every sample, of the square wave too.
   ASSERT_EQ(process({u"gain", u"--by", u"+13", u"--report"}), 0);

@@ -194,7 +194,7 @@ TEST(Sf2Pack, NeverTakesStreamsForWords) {
     const ReadBank bank(builder.build());
     ASSERT_TRUE(bank.ok);
     EXPECT_EQ(waveformOf(bank).frames(), stream == flacHead(64) ? 60 : 0);
-    EXPECT_EQ(says(bank.report, u"samples"), stream != flacHead(64));
+    EXPECT_EQ(says(bank.report, u"samples"), stream != flacHead(64) || !canDecode(flacName));
   }
 }
 
