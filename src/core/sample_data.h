@@ -34,6 +34,7 @@ struct StoredSamples {
   bool genericPcm = false;            ///< laid out exactly as the generic PCM import reads it
   std::vector<std::byte> waveFormat;  ///< body of the "fmt " chunk that describes the bytes, when they came from one
   Text coding;                        ///< of a compressed family: BlockDecoder::coding()
+  bool isRearranged = false;          ///< the frames are not those of the file, or not in its order
 };
 
 class SampleData {

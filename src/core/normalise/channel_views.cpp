@@ -2,7 +2,7 @@
 #include <cassert>
 
 #include "base/last_error.h"
-#include "core/normalise/sample_views.h"
+#include "core/normalise/rearranged_bytes.h"
 #include "dsp/channel_kernels.h"
 #include "dsp/frame_kernels.h"
 
@@ -33,7 +33,10 @@ class OneChannelStream final : public SampleStream {
 class OneChannel final : public SampleData {
  public:
   OneChannel(SampleRef stereo, int channel)
-      : SampleData(1, stereo->frames()), stereo_(std::move(stereo)), channel_(channel) {}
+      : SampleData(1, stereo->frames()),
+        bytes_(bytesOf(stereo, {channel})),
+        stereo_(std::move(stereo)),
+        channel_(channel) {}
 
   std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
     auto source = stereo_->open(firstFrame);
@@ -41,12 +44,46 @@ class OneChannel final : public SampleData {
     return std::make_unique<OneChannelStream>(std::move(source), channel_);
   }
   bool isDamaged() const override { return stereo_->isDamaged(); }
+  const StoredSamples* stored() const override { return bytes_ ? &*bytes_ : nullptr; }
   const SampleRef& stereo() const { return stereo_; }
   int channel() const { return channel_; }
 
  private:
+  std::optional<StoredSamples> bytes_;
   SampleRef stereo_;
   int channel_;
+};
+
+class SwappedStream final : public SampleStream {
+ public:
+  explicit SwappedStream(std::unique_ptr<SampleStream> source) : source_(std::move(source)) {}
+
+  std::optional<std::size_t> read(std::span<float> out) override {
+    const auto frames = source_->read(out.first(std::min(out.size(), 2 * blockFrames)));
+    if (frames) dsp::swapChannels(out.first(2 * *frames));
+    return frames;
+  }
+
+ private:
+  std::unique_ptr<SampleStream> source_;
+};
+
+class Swapped final : public SampleData {
+ public:
+  explicit Swapped(SampleRef stereo)
+      : SampleData(2, stereo->frames()), bytes_(bytesOf(stereo, {1, 0})), stereo_(std::move(stereo)) {}
+
+  std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
+    auto source = stereo_->open(firstFrame);
+    if (!source) return nullptr;
+    return std::make_unique<SwappedStream>(std::move(source));
+  }
+  bool isDamaged() const override { return stereo_->isDamaged(); }
+  const StoredSamples* stored() const override { return bytes_ ? &*bytes_ : nullptr; }
+
+ private:
+  std::optional<StoredSamples> bytes_;
+  SampleRef stereo_;
 };
 
 class TwoChannelStream final : public SampleStream {
@@ -121,6 +158,11 @@ SampleRef channelOf(const SampleRef& stereo, int channel) {
     if (pair->side(channel)->frames() == stereo->frames()) return pair->side(channel);
   }
   return std::make_shared<OneChannel>(stereo, channel);
+}
+
+SampleRef swapped(const SampleRef& stereo) {
+  assert(stereo && stereo->channels() == 2);
+  return std::make_shared<Swapped>(stereo);
 }
 
 SampleRef interleavedOf(const SampleRef& left, const SampleRef& right) {

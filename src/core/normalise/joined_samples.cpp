@@ -2,7 +2,7 @@
 #include <cassert>
 
 #include "base/last_error.h"
-#include "core/normalise/sample_views.h"
+#include "core/normalise/rearranged_bytes.h"
 #include "dsp/frame_kernels.h"
 
 namespace tervo::fixup {
@@ -103,6 +103,7 @@ class JoinedSamples final : public SampleData {
  public:
   explicit JoinedSamples(std::vector<Piece> pieces)
       : SampleData(pieces.front().source->channels(), totalFrames(pieces)),
+        bytes_(bytesOf(pieces)),
         pieces_(std::make_shared<const std::vector<Piece>>(std::move(pieces))) {}
 
   std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
@@ -111,8 +112,10 @@ class JoinedSamples final : public SampleData {
   bool isDamaged() const override {
     return std::any_of(pieces_->begin(), pieces_->end(), [](const Piece& piece) { return piece.source->isDamaged(); });
   }
+  const StoredSamples* stored() const override { return bytes_ ? &*bytes_ : nullptr; }
 
  private:
+  std::optional<StoredSamples> bytes_;
   Pieces pieces_;
 };
 

@@ -9,6 +9,9 @@ namespace tervo::fixup {
 /// One of the channels (0 or 1) of two-channel frames.
 SampleRef channelOf(const SampleRef& stereo, int channel);
 
+/// The right channel of two-channel frames as the left one, and the other way round.
+SampleRef swapped(const SampleRef& stereo);
+
 /// Two one-channel sounds as the channels of one; a shorter one is continued with silence. The two channels of the same
 /// data give that data again, stored bytes and all.
 SampleRef interleavedOf(const SampleRef& left, const SampleRef& right);

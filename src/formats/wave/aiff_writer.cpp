@@ -32,7 +32,7 @@ int wholeBytes(SampleFormat format) {
 // Whether every value is going to be the source's.
 bool samplesAreSame(const Waveform& waveform, SampleFormat format) {
   const auto* stored = waveform.samples->stored();
-  return stored && stored->genericPcm && formatOf(stored->format) == format;
+  return stored && stored->genericPcm && !stored->isRearranged && formatOf(stored->format) == format;
 }
 
 std::vector<const ForeignChunk*> fittingChunks(const Waveform& waveform, bool beforeSamples, const AiffPlan& plan,

@@ -35,7 +35,7 @@ SampleRef converted(const SampleRef& samples, Channels to) {
     case Channels::difference:
       return differenceOf(samples);
     case Channels::swapped:
-      return mapped(samples, [](std::span<float> frames, int64_t) { dsp::swapChannels(frames); });
+      return fixup::swapped(samples);
   }
   return samples;
 }
