@@ -91,32 +91,38 @@ void CellSearch::fillCells(double width) {
 }
 
 SearchEnd CellSearch::compareCells(double seconds, const SearchProgress& progress) {
-  constexpr double secondsBetween = 0.01;  // two asks for progress
   updateLimits();
   std::size_t next[std::size(neighbours)] = {};
-  const double before = secondsSpent();
-  double asked = before;
+  pass_ = {&progress, seconds, secondsSpent(), secondsSpent(), SearchEnd::done};
   for (const Cell& cell : cells_) {
     compare(cell, cell);
     for (std::size_t k = 0; k < std::size(neighbours); ++k) {
       while (next[k] < cells_.size() && cells_[next[k]].key < cell.key + neighbours[k]) ++next[k];
       if (next[k] < cells_.size() && cells_[next[k]].key == cell.key + neighbours[k]) compare(cell, cells_[next[k]]);
     }
-    if (secondsSpent() < asked + secondsBetween) continue;
-    asked = secondsSpent();
-    const double part = static_cast<double>(cell.last) / static_cast<double>(sorted_.size());
-    if (!progress(part)) return SearchEnd::stopped;
-    if (asked - before > seconds / 4 && asked - before > seconds * part) return SearchEnd::tooSlow;
+    if (pass_.end != SearchEnd::done) break;
   }
-  return SearchEnd::done;
+  return pass_.end;
+}
+
+bool CellSearch::goesOn(uint32_t entry) {
+  constexpr double secondsBetween = 0.01;  // two asks for progress
+  if (pass_.end != SearchEnd::done) return false;
+  const double now = secondsSpent(), spent = now - pass_.begin;
+  if (now < pass_.asked + secondsBetween) return true;
+  pass_.asked = now;
+  const double part = static_cast<double>(entry) / static_cast<double>(sorted_.size());
+  if (!(*pass_.progress)(part)) pass_.end = SearchEnd::stopped;
+  if (spent > pass_.seconds / 4 && spent > pass_.seconds * part) pass_.end = SearchEnd::tooSlow;
+  return pass_.end == SearchEnd::done;
 }
 
 void CellSearch::compare(const Cell& a, const Cell& b) {
   compareSingle(a, b);
   const bool isOne = &a == &b;
-  for (uint32_t i = a.several; i < a.last; ++i)
+  for (uint32_t i = a.several; i < a.last && goesOn(i); ++i)
     for (uint32_t j = b.first; j < (isOne ? i + 1 : b.last); ++j) compare(sorted_[i], sorted_[j]);
-  for (uint32_t i = a.first; !isOne && i < a.several; ++i)
+  for (uint32_t i = a.first; !isOne && i < a.several && b.several < b.last && goesOn(i); ++i)
     for (uint32_t j = b.several; j < b.last; ++j) compare(sorted_[i], sorted_[j]);
 }
 
@@ -125,7 +131,7 @@ void CellSearch::compareSingle(const Cell& a, const Cell& b) {
   const LoopRange& range = contest_.range();
   const std::size_t shortest = range.shortest - 1, longest = range.longest;
   Window before{b.first, b.first}, after{b.first, b.first};
-  for (uint32_t i = a.first; i < a.several; ++i) {
+  for (uint32_t i = a.first; i < a.several && goesOn(i); ++i) {
     const std::size_t here = sorted_[i].position;
     if (here >= shortest) before.move(sorted_, b.several, here - std::min(here, longest), here - shortest);
     for (uint32_t j = before.first; j < before.last; ++j) compare(sorted_[i], sorted_[j]);

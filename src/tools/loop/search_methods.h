@@ -40,6 +40,16 @@ class CellSearch {
   bool project(const SearchProgress& progress);
   void fillCells(double width);
   SearchEnd compareCells(double seconds, const SearchProgress& progress);
+  /// One going through all cells.
+  struct Pass {
+    const SearchProgress* progress = nullptr;
+    double seconds = 0;           ///< that it may take
+    double begin = 0, asked = 0;  ///< what secondsSpent() was
+    SearchEnd end = SearchEnd::done;
+  };
+
+  /// Asks for progress now and then; false when it is to stop or too slow.
+  bool goesOn(uint32_t entry);
   void compare(const Cell& a, const Cell& b);
   void compareSingle(const Cell& a, const Cell& b);
   void compare(const Entry& a, const Entry& b);
@@ -52,6 +62,7 @@ class CellSearch {
   std::vector<Cell> cells_;
   float nearProjections_ = 0, nearSpans_ = 0;  ///< squares of distances that are worth a closer look
   double looked_ = 0, compared_ = 0;
+  Pass pass_;
 };
 
 /// Goes through all pairs, also those that are no crossings, by the distance between start and end: the product of two
