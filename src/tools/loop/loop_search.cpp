@@ -64,12 +64,16 @@ class Search {
 
   /// All pairs, or those of which a span is not where it is in all others.
   bool compareOneByOne(LoopContest& contest, Which which, const SearchProgress& progress) const {
-    constexpr std::size_t endsBetween = 64;  // two asks for progress
-    std::size_t ends = 0, done = 0;
+    constexpr std::size_t pairsBetween = 1 << 14;  // two asks for progress
+    std::size_t ends = 0, done = 0, looked = 0;
+    const auto goesOn = [&] {
+      return ++looked % pairsBetween != 0 || progress(static_cast<double>(done) / static_cast<double>(ends));
+    };
     for (const LoopPlaces& places : directions_) ends += places.all.size();
     for (const LoopPlaces& places : directions_) {
       for (std::size_t i = places.all.size(); i-- > 0;) {
-        if (done++ % endsBetween == 0 && !progress(static_cast<double>(done) / static_cast<double>(ends))) return false;
+        ++done;
+        if (!goesOn()) return false;
         const std::size_t end = places.all[i];
         const bool endIsInner = end + spanBefore <= x_.size();
         if (which == Which::outer && endIsInner && end >= range_.longest + spanBefore) continue;
@@ -77,6 +81,7 @@ class Search {
         for (std::size_t s = starts.first; s < starts.last; ++s) {
           if (which == Which::outer && endIsInner && places.all[s] >= spanBefore) break;
           contest.offer(places.all[s], end);
+          if (!goesOn()) return false;
         }
       }
     }
