@@ -1,5 +1,5 @@
 """playback_peers.py FOLDER WRAPPER TERVO: what playback.sh compares. Prints "ok WHAT" or "FAIL WHAT" for each, and
-"skipped WHAT: WHY" where the machine is too busy for sound to be played in time."""
+"skipped WHAT: WHY" where only the time at which sound came was wrong, unless TERVO_QUIET is set."""
 import array, contextlib, json, os, struct, subprocess, sys, time
 
 FOLDER, WRAPPER, TERVO = sys.argv[1:4]
@@ -23,9 +23,11 @@ def result(what, good, details=""):
 
 
 def busy():
-    """Why sound may have come too late for it to be anybody's fault: nothing on a machine that does nothing else."""
-    load, processors = os.getloadavg()[0], os.cpu_count()
-    return f"machine busy (load {load:.1f} on {processors} processors)" if load > 0.75 * processors else ""
+    """Why sound that came too late may be nobody's fault: a virtual machine may be halted for some milliseconds without
+    any load of its own. TERVO_QUIET says that this machine does nothing else, and that gaps are faults."""
+    if os.environ.get("TERVO_QUIET"):
+        return ""
+    return f"sound came too late (load {os.getloadavg()[0]:.1f} on {os.cpu_count()} processors)"
 
 
 def skipped(what, why):
