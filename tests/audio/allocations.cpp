@@ -1,25 +1,31 @@
 #include "tests/audio/allocations.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <new>
 
 namespace {
 thread_local bool countsAllocations = false;
 thread_local int allocations = 0;
+std::atomic<int64_t> live = 0;
+
+void count(int64_t change) {
+  live.fetch_add(change, std::memory_order_relaxed);
+  if (countsAllocations) ++allocations;
+}
 }  // namespace
 
 void* operator new(std::size_t size) {
-  if (countsAllocations) ++allocations;
+  count(1);
   if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
   throw std::bad_alloc();
 }
 void operator delete(void* memory) noexcept {
-  if (countsAllocations) ++allocations;
+  if (memory) count(-1);
   std::free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
-  if (countsAllocations) ++allocations;
-  std::free(memory);
+  operator delete(memory);
 }
 
 int tervo::test::allocationsOf(const std::function<void()>& operation) {
@@ -28,4 +34,8 @@ int tervo::test::allocationsOf(const std::function<void()>& operation) {
   operation();
   countsAllocations = false;
   return allocations;
+}
+
+int64_t tervo::test::liveAllocations() {
+  return live;
 }

@@ -1,6 +1,8 @@
 #include "audio/engine/chorus.h"
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace tervo::audio {
 namespace {
@@ -9,19 +11,14 @@ constexpr float noDenormal = 1e-18f;
 
 /// Bounds what is fed back: straight up to half, then bending over to 1.
 float softClip(float x) noexcept {
-  const float size = std::fabs(x);
-  if (size <= 0.5f) return x;
-  const float bent = size < 1.5f ? size - (size - 0.5f) * (size - 0.5f) / 2 : 1.0f;
-  return std::copysign(bent, x);
+  const float size = std::min(std::fabs(x), 1.5f), over = std::max(size - 0.5f, 0.0f);
+  return std::copysign(size - over * over / 2, x);
 }
 
-float readCubic(const DelayLine& line, float delay) noexcept {
-  const auto whole = static_cast<std::size_t>(delay);
-  const float t = 1 - (delay - static_cast<float>(whole));
-  const float p0 = line.behind(whole + 2), p1 = line.behind(whole + 1), p2 = line.behind(whole),
-              p3 = line.behind(whole - 1);
-  return p1 +
-         t * (0.5f * (p2 - p0) + t * ((p0 - 2.5f * p1 + 2 * p2 - 0.5f * p3) + t * 0.5f * (3 * (p1 - p2) + p3 - p0)));
+/// Four-point, third-order interpolation (Catmull-Rom) at fraction t behind p[1].
+Quad cubic(const Quad (&p)[4], Quad t) noexcept {
+  return p[1] + t * (0.5f * (p[2] - p[0]) + t * ((p[0] - 2.5f * p[1] + 2.0f * p[2] - 0.5f * p[3]) +
+                                                 t * 0.5f * (3.0f * (p[1] - p[2]) + p[3] - p[0])));
 }
 
 }  // namespace
@@ -34,44 +31,47 @@ float EffectTail::delaysUntilSilent(float feedback) noexcept {
 Chorus::Chorus(const ChorusSettings& settings, float sampleRate)
     : settings_(settings),
       sampleRate_(sampleRate),
-      sides_{Side(static_cast<std::size_t>((settings.delaySeconds + settings.depthSeconds) * sampleRate) + 4),
-             Side(static_cast<std::size_t>((settings.delaySeconds + settings.depthSeconds) * sampleRate) + 4)},
+      lines_{DelayLine(static_cast<std::size_t>((settings.delaySeconds + settings.depthSeconds) * sampleRate) + 4),
+             DelayLine(static_cast<std::size_t>((settings.delaySeconds + settings.depthSeconds) * sampleRate) + 4)},
       tail_(EffectTail::delaysUntilSilent(settings.feedback) * (settings.delaySeconds + settings.depthSeconds) *
             sampleRate) {
-  for (std::size_t s = 0; s < sides_.size(); ++s) {
-    for (std::size_t t = 0; t < taps; ++t) {
-      // The right channel starts half a turn after the left, the taps share the turn between them.
-      const float phase = 0.5f * static_cast<float>(s) + static_cast<float>(t) / taps / 2;
-      sides_[s].tap[t] = {phase, delayAt(phase)};
-    }
+  for (std::size_t i = 0; i < all; ++i) {
+    // The right channel starts half a turn after the left, the taps share the turn between them.
+    phases_[i] = 0.5f * static_cast<float>(i / taps) + static_cast<float>(i % taps) / taps / 2;
+    delays_[i] = delayAt(phases_[i]);
   }
 }
 
 float Chorus::delayAt(float phase) const noexcept {
-  return (settings_.delaySeconds + settings_.depthSeconds * sineOfTurn(phase)) * sampleRate_;
+  constexpr float shortest = blockFrames + 3;  // a block is read before it is written
+  return std::max((settings_.delaySeconds + settings_.depthSeconds * sineOfTurn(phase)) * sampleRate_, shortest);
 }
 
-void Chorus::processSide(Side& side, std::span<const float, blockFrames> in,
-                         std::span<float, blockFrames> out) noexcept {
-  std::array<float, taps> delay, step;
-  for (std::size_t t = 0; t < taps; ++t) {
-    Tap& tap = side.tap[t];
-    tap.phase += settings_.hertz * blockFrames / sampleRate_;
-    tap.phase -= std::floor(tap.phase);
-    delay[t] = tap.delay;
-    tap.delay = delayAt(tap.phase);
-    step[t] = (tap.delay - delay[t]) * (1.0f / blockFrames);
+void Chorus::readTaps(float (&wet)[sides][blockFrames]) noexcept {
+  const float* frames[all];
+  Quad position{}, step{};
+  for (std::size_t i = 0; i < all; ++i) {
+    phases_[i] += settings_.hertz * blockFrames / sampleRate_;
+    phases_[i] -= std::floor(phases_[i]);
+    const float before = std::exchange(delays_[i], delayAt(phases_[i]));
+    const float whole = std::ceil(before);
+    frames[i] = lines_[i / taps].read(static_cast<std::size_t>(whole) + 1);
+    position[i] = whole - before;
+    step[i] = 1 - (delays_[i] - before) * (1.0f / blockFrames);
   }
-  for (std::size_t n = 0; n < blockFrames; ++n) {
-    float wet = 0;
-    for (std::size_t t = 0; t < taps; ++t) {
-      wet += readCubic(side.line, delay[t]);
-      delay[t] += step[t];
+  for (std::size_t n = 0; n < blockFrames; n += 4) {
+    Quad heard[4];
+    for (Quad& each : heard) {
+      const IntQuad index = __builtin_convertvector(position, IntQuad);
+      Quad p[4];
+      for (std::size_t i = 0; i < all; ++i) p[i] = loadQuad(frames[i] + index[i]);
+      transpose(p);
+      each = cubic(p, position - __builtin_convertvector(index, Quad));
+      position += step;
     }
-    wet *= 1.0f / taps;
-    const float fed = settings_.feedback * wet + in[n];
-    side.line.write(softClip(fed + noDenormal) - noDenormal);
-    out[n] += settings_.level * wet;
+    transpose(heard);  // from all taps of a frame to four frames of a tap
+    for (std::size_t side = 0; side < sides; ++side)
+      store((heard[side * taps] + heard[side * taps + 1]) * (1.0f / taps), wet[side] + n);
   }
 }
 
@@ -82,11 +82,21 @@ void Chorus::process(std::span<const float, blockFrames> in, std::span<float, bl
   isRunning_ = tail_.goesOn(hasInput);
   if (!isRunning_) {
     if (wasRunning)
-      for (Side& side : sides_) side.line.clear();
+      for (DelayLine& line : lines_) line.clear();
     return;
   }
-  processSide(sides_[0], in, left);
-  processSide(sides_[1], in, right);
+  float wet[sides][blockFrames];
+  readTaps(wet);
+  for (std::size_t side = 0; side < sides; ++side) {
+    const std::span<float, blockFrames> out = side == 0 ? left : right;
+    float* next = lines_[side].next();
+    for (std::size_t n = 0; n < blockFrames; ++n) {
+      const float fed = settings_.feedback * wet[side][n] + in[n];
+      next[n] = softClip(fed + noDenormal) - noDenormal;
+      out[n] += settings_.level * wet[side][n];
+    }
+    lines_[side].written();
+  }
 }
 
 }  // namespace tervo::audio

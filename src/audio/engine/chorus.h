@@ -5,6 +5,7 @@
 #include <span>
 
 #include "audio/engine/delay_line.h"
+#include "audio/engine/quad.h"
 #include "audio/engine/units.h"
 
 namespace tervo::audio {
@@ -28,21 +29,15 @@ class Chorus {
   bool isIdle() const { return !isRunning_; }
 
  private:
-  struct Tap {
-    float phase;
-    float delay;  ///< frames, at the end of the last block
-  };
-  struct Side {
-    explicit Side(std::size_t need) : line(need) {}
-    DelayLine line;
-    std::array<Tap, taps> tap{};
-  };
+  static constexpr std::size_t sides = 2, all = sides * taps;
   float delayAt(float phase) const noexcept;
-  void processSide(Side& side, std::span<const float, blockFrames> in, std::span<float, blockFrames> out) noexcept;
+  void readTaps(float (&wet)[sides][blockFrames]) noexcept;
 
   ChorusSettings settings_;
   float sampleRate_;
-  std::array<Side, 2> sides_;
+  std::array<DelayLine, sides> lines_;
+  std::array<float, all> phases_{};  ///< of the taps, the left side's first
+  std::array<float, all> delays_{};  ///< frames, at the end of the last block
   EffectTail tail_;
   bool isRunning_ = false;
 };

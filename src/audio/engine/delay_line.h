@@ -1,9 +1,8 @@
 #pragma once
-// A ring of samples whose length is a power of two, read with a mask.
+// A ring of samples whose length is a power of two, read with a mask and written block by block.
 
 #include <algorithm>
 #include <cstddef>
-#include <span>
 #include <vector>
 
 #include "audio/engine/block.h"
@@ -12,30 +11,26 @@ namespace tervo::audio {
 
 class DelayLine {
  public:
+  static constexpr std::size_t inARow = 2 * blockFrames;
+
   /// Room for delays of up to `need` frames.
   explicit DelayLine(std::size_t need) {
+    need = std::max<std::size_t>(need, blockFrames);
     std::size_t length = 4;
     while (length <= need) length *= 2;
-    samples_.resize(length);
+    samples_.resize(length + inARow);
     mask_ = length - 1;
   }
 
-  /// What was written `delay` frames ago; 0 is written next.
-  float behind(std::size_t delay) const noexcept { return samples_[(write_ - delay) & mask_]; }
-  void write(float sample) noexcept {
-    samples_[write_] = sample;
-    write_ = (write_ + 1) & mask_;
-  }
-  /// A block in a row; `delay` is not below its length, so nothing of it is written while it is read.
-  void readBlock(std::size_t delay, std::span<float, blockFrames> out) const noexcept {
-    const std::size_t first = (write_ - delay) & mask_;
-    const std::size_t untilEnd = std::min<std::size_t>(samples_.size() - first, out.size());
-    std::copy_n(samples_.data() + first, untilEnd, out.data());
-    std::copy_n(samples_.data(), out.size() - untilEnd, out.data() + untilEnd);
-  }
-  /// For lines that are only written block by block: their length is a multiple of a block.
-  void writeBlock(std::span<const float, blockFrames> in) noexcept {
-    std::copy(in.begin(), in.end(), samples_.data() + write_);
+  /// What was written `delay` frames before the block that is written next, and what follows: `inARow` frames, as far
+  /// as they are written. With delays of at least a block, frame n may be read when frame n of the next block is put
+  /// in.
+  const float* read(std::size_t delay) const noexcept { return samples_.data() + ((write_ - delay) & mask_); }
+  /// Where the next block is to be put before written() is called.
+  float* next() noexcept { return samples_.data() + write_; }
+  void written() noexcept {
+    // The first frames stand behind the last ones too, so that none of them is the end of a row.
+    if (write_ < inARow) std::copy_n(next(), blockFrames, next() + mask_ + 1);
     write_ = (write_ + blockFrames) & mask_;
   }
   void clear() noexcept { std::fill(samples_.begin(), samples_.end(), 0.0f); }

@@ -10,6 +10,7 @@ namespace tervo::audio {
 namespace {
 
 constexpr std::size_t ringCapacity = 4096;
+constexpr int mostVoices = 65000;  // notes have 16-bit numbers
 
 int workersFor(const Engine::Setup& setup) {
   return setup.workers > 0 ? setup.workers : static_cast<int>(std::max(std::thread::hardware_concurrency(), 1u));
@@ -22,9 +23,9 @@ Engine::Engine(const Setup& setup)
       context_{static_cast<float>(setup.sampleRate), setup.masterGain, setup.hasEffects,
                setup.interpolation == Interpolation::sinc ? &SincOscillator::shared() : nullptr},
       ring_(ringCapacity),
-      performer_(static_cast<std::size_t>(std::clamp(setup.voices, 1, 65535)), context_),
-      workers_(workersFor(setup), static_cast<std::size_t>(std::clamp(setup.voices, 1, 65535)),
-               setup.kernel ? setup.kernel : bestRenderLanes(), setup.use),
+      performer_(static_cast<std::size_t>(std::clamp(setup.voices, 1, mostVoices)), context_),
+      workers_(workersFor(setup), performer_.pool().capacity(), setup.kernel ? setup.kernel : bestRenderLanes(),
+               setup.use),
       chorus_({}, context_.sampleRate),
       reverb_({}, context_.sampleRate),
       current_(std::make_unique<Loaded>()) {

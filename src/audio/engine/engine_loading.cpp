@@ -31,7 +31,9 @@ bool Engine::change(Loading loading, std::unique_ptr<Loaded> next) {
   next->generation = current_->generation + 1;
   retired_.push_back(std::exchange(current_, std::move(next)));
   if (loading == Loading::replace) {
-    pending_ = current_.get();
+    // What the audio thread has not taken, it never will.
+    if (const Loaded* untaken = pending_.exchange(current_.get()))
+      std::erase_if(retired_, [&](const auto& loaded) { return loaded.get() == untaken; });
     reclaim();
     return true;
   }

@@ -11,22 +11,24 @@ namespace {
 constexpr float invSqrt2 = 0.70710678f;
 constexpr float sqrt2 = 1.41421356f;
 constexpr float pi = 3.14159265f;
-constexpr float firstQ24 = 0.54119610f;  // of the Butterworth filter of fourth order: 1 / (2 cos(pi / 8))
+constexpr double firstQ24 = 0.54119610014619698;  // of the Butterworth filter of fourth order: 1 / (2 cos(pi / 8))
 
-/// |H|^2 of the low-pass of 18 and 24 dB/oct at the squared frequency x, cutoff 1, with the resonant stage's q.
-double response18(double x, double q) {
-  return 1 / ((1 + x) * ((1 - x) * (1 - x) + x / (q * q)));
+/// The height of the peak of the low-pass of 18 and 24 dB/oct with the resonant stage's q. By the squared frequency x,
+/// cutoff 1, |H|^2 is 1 / ((1 + x) u) and 1 / (u v) with u = (1 - x)^2 + x / q^2 and v the same of the first stage.
+double peakOf18(double q) {
+  const double b = 1 - 1 / (q * q);
+  const double x = (b + std::sqrt(b * (b + 3))) / 3;  // where the derivative of 1 - b x - b x^2 + x^3 is 0
+  return 1 / std::sqrt(1 - x * (b + x * (b - x)));
 }
-double response24(double x, double q) {
-  const double u = (1 - x) * (1 - x);
-  return 1 / ((u + x / (firstQ24 * firstQ24)) * (u + x / (q * q)));
-}
-
-double peakOf(double (*response)(double, double), double q) {
-  double peak = 1;
-  // Peaks lie below the cutoff, and the nearer to it the higher they are.
-  for (double x = 0.3; x < 1.02; x += 0.0015) peak = std::max(peak, response(x, q));
-  return std::sqrt(peak);
+double peakOf24(double q) {
+  const double first = 1 / (firstQ24 * firstQ24) - 2, second = 1 / (q * q) - 2;
+  const double sum = first + second, product = 2 + first * second;
+  double x = 1;  // Newton's way down to the last minimum of 1 + sum x + product x^2 + sum x^3 + x^4
+  for (int i = 0; i < 8; ++i) {
+    const double slope = sum + x * (2 * product + x * (3 * sum + x * 4));
+    x -= slope / (2 * product + x * (6 * sum + x * 12));
+  }
+  return 1 / std::sqrt(1 + x * (sum + x * (product + x * (sum + x))));
 }
 
 /// For peaks of 0 to 24 dB: the q of the resonant stage by that for which a peak so high needs when it is much higher.
@@ -34,14 +36,14 @@ class PeakTable {
  public:
   static constexpr int entries = 25;
 
-  PeakTable(double (*response)(double, double), double asymptote, double flatQ) {
+  PeakTable(double (*peakOf)(double), double asymptote, double flatQ) {
     factors_[0] = static_cast<float>(flatQ / asymptote);
     for (std::size_t dB = 1; dB < entries; ++dB) {
       const double wanted = std::pow(10, static_cast<double>(dB) / 20);
       double low = flatQ, high = asymptote * wanted * 1.5;
       for (int i = 0; i < 24; ++i) {
         const double middle = 0.5 * (low + high);
-        (peakOf(response, middle) < wanted ? low : high) = middle;
+        (peakOf(middle) < wanted ? low : high) = middle;
       }
       factors_[dB] = static_cast<float>(low / (asymptote * wanted));
     }
@@ -61,11 +63,11 @@ class PeakTable {
 };
 
 const PeakTable& table18() {
-  static const PeakTable table(response18, sqrt2, 1);
+  static const PeakTable table(peakOf18, sqrt2, 1);
   return table;
 }
 const PeakTable& table24() {
-  static const PeakTable table(response24, 1 / static_cast<double>(firstQ24), 1.3065629648763766);
+  static const PeakTable table(peakOf24, 1 / firstQ24, 1.3065629648763766);
   return table;
 }
 
@@ -147,7 +149,7 @@ void designFilter(FilterType type, float cutoffHertz, float resonanceDb, float s
       break;
     case FilterType::lowPass24:
     case FilterType::highPass24:
-      stages = {svf(g, firstQ24, tap), svf(g, table24().qFor(resonanceDb), tap)};
+      stages = {svf(g, static_cast<float>(firstQ24), tap), svf(g, table24().qFor(resonanceDb), tap)};
       break;
     case FilterType::bandPass6:
       stages[0] = svf(g, invSqrt2 * gainOfDb(resonanceDb), Tap::band);

@@ -74,8 +74,11 @@ void Performer::exclude(uint8_t channel, uint8_t key, const Note& starting) noex
   }
 }
 
+/// A note that is cut off would click; it fades instead, unless too many do so already.
 bool Performer::makeRoom(const Note* keep) noexcept {
-  return !pool_.isFull() || pool_.steal(Stealing::hard, context_, keep);
+  while (pool_.isFull())
+    if (!pool_.steal(Stealing::soft, context_, keep)) return false;
+  return !pool_.isExhausted() || pool_.steal(Stealing::hard, context_, keep);
 }
 
 void Performer::startNote(Stroke stroke, Cause cause) noexcept {

@@ -6,7 +6,8 @@ namespace tervo::audio {
 namespace {
 
 // At 44100 Hz. The right channel's are longer by the spread.
-constexpr int combLengths[] = {1116, 1188, 1277, 1356, 1422, 1491, 1557, 1617};
+constexpr std::size_t combCount = 8;
+constexpr int combLengths[combCount] = {1116, 1188, 1277, 1356, 1422, 1491, 1557, 1617};
 constexpr int allPassLengths[] = {556, 441, 341, 225};
 constexpr int stereoSpread = 23;
 constexpr float perLengthRate = 2.2675737e-5f;  // 1 / 44100
@@ -20,6 +21,15 @@ std::size_t scaledLength(int length, std::size_t channel, float sampleRate) {
   return std::max(static_cast<std::size_t>(frames), static_cast<std::size_t>(blockFrames));
 }
 
+void passBlock(const float* delayed, float* kept, float (&wet)[blockFrames]) noexcept {
+  const Quad gain = quadOf(allPassGain);
+  for (std::size_t n = 0; n < blockFrames; n += 4) {
+    const Quad before = loadQuad(delayed + n), now = loadQuad(wet + n);
+    store(now + before * gain, kept + n);
+    store(before - now, wet + n);
+  }
+}
+
 }  // namespace
 
 Reverb::Reverb(const ReverbSettings& settings, float sampleRate)
@@ -27,49 +37,57 @@ Reverb::Reverb(const ReverbSettings& settings, float sampleRate)
       damping_(settings.damp * 0.4f),
       level_(settings.level),
       tail_(EffectTail::delaysUntilSilent(feedback_) *
-            static_cast<float>(scaledLength(combLengths[combs - 1], channels - 1, sampleRate))) {
-  for (std::size_t i = 0; i < lines; ++i) {
-    delays_[i] = scaledLength(combLengths[i % combs], i / combs, sampleRate);
-    combs_.emplace_back(delays_[i]);
+            static_cast<float>(scaledLength(combLengths[combCount - 1], channels - 1, sampleRate))) {
+  for (std::size_t c = 0; c < channels; ++c) {
+    for (const int frames : combLengths) channels_[c].combs.emplace_back(scaledLength(frames, c, sampleRate));
+    for (const int frames : allPassLengths) channels_[c].allPasses.emplace_back(scaledLength(frames, c, sampleRate));
   }
-  for (std::size_t c = 0; c < channels; ++c)
-    for (const int frames : allPassLengths) allPasses_[c].emplace_back(scaledLength(frames, c, sampleRate));
 }
 
 void Reverb::clear() noexcept {
-  for (DelayLine& comb : combs_) comb.clear();
-  for (auto& channel : allPasses_)
-    for (AllPass& allPass : channel) allPass.line.clear();
-  damped_ = {};
+  for (Channel& channel : channels_) {
+    for (Delay& comb : channel.combs) comb.line.clear();
+    for (Delay& allPass : channel.allPasses) allPass.line.clear();
+    channel.damped[0] = channel.damped[1] = Quad{};
+  }
 }
 
-void Reverb::combBlock(std::span<const float, blockFrames> in, float (&wet)[channels][blockFrames]) noexcept {
-  // Delays are longer than a block, so what is read here was written before. Frame by frame all lines side by side,
-  // because the damping of each goes from frame to frame.
-  alignas(32) float taps[blockFrames][lines];
-  for (std::size_t i = 0; i < lines; ++i) {
-    float line[blockFrames];
-    combs_[i].readBlock(delays_[i], line);
-    for (std::size_t n = 0; n < blockFrames; ++n) taps[n][i] = line[n];
+/// All combs of a channel side by side, because the damping of each goes from frame to frame.
+void Reverb::combBlock(Channel& channel, std::span<const float, blockFrames> in,
+                       float (&wet)[blockFrames]) const noexcept {
+  const Quad keep = quadOf(damping_), pass = quadOf(1 - damping_), feedback = quadOf(feedback_);
+  const float* from[combCount];
+  float* to[combCount];
+  for (std::size_t i = 0; i < combCount; ++i) {
+    from[i] = channel.combs[i].read();
+    to[i] = channel.combs[i].line.next();
   }
-  const float keep = damping_, pass = 1 - damping_;
-  for (std::size_t n = 0; n < blockFrames; ++n) {
-    float* tap = taps[n];
-    for (std::size_t c = 0; c < channels; ++c) {
-      const float* t = tap + c * combs;
-      wet[c][n] = ((t[0] + t[1]) + (t[2] + t[3])) + ((t[4] + t[5]) + (t[6] + t[7]));
+  Quad low = channel.damped[0], high = channel.damped[1];
+  for (std::size_t n = 0; n < blockFrames; n += 4) {
+    Quad first[4], second[4], sum[4];
+    for (std::size_t i = 0; i < 4; ++i) {
+      first[i] = loadQuad(from[i] + n);
+      second[i] = loadQuad(from[i + 4] + n);
     }
-    const float input = in[n] * inputGain;
-    for (std::size_t i = 0; i < lines; ++i) {
-      damped_[i] = tap[i] * pass + damped_[i] * keep;
-      tap[i] = input + damped_[i] * feedback_;
+    transpose(first), transpose(second);  // from four frames of a comb to four combs of a frame
+    for (std::size_t i = 0; i < 4; ++i) {
+      const Quad input = quadOf(in[n + i] * inputGain);
+      sum[i] = first[i] + second[i];
+      low = first[i] * pass + low * keep;
+      high = second[i] * pass + high * keep;
+      first[i] = input + low * feedback;
+      second[i] = input + high * feedback;
     }
+    transpose(first), transpose(second), transpose(sum);
+    for (std::size_t i = 0; i < 4; ++i) {
+      store(first[i], to[i] + n);
+      store(second[i], to[i + 4] + n);
+    }
+    store((sum[0] + sum[1]) + (sum[2] + sum[3]), wet + n);
   }
-  for (std::size_t i = 0; i < lines; ++i) {
-    float line[blockFrames];
-    for (std::size_t n = 0; n < blockFrames; ++n) line[n] = taps[n][i];
-    combs_[i].writeBlock(line);
-  }
+  channel.damped[0] = low;
+  channel.damped[1] = high;
+  for (Delay& comb : channel.combs) comb.line.written();
 }
 
 void Reverb::process(std::span<const float, blockFrames> in, std::span<float, blockFrames> left,
@@ -81,21 +99,16 @@ void Reverb::process(std::span<const float, blockFrames> in, std::span<float, bl
     if (wasRunning) clear();
     return;
   }
-  float wet[channels][blockFrames];
-  combBlock(in, wet);
   for (std::size_t c = 0; c < channels; ++c) {
-    for (AllPass& allPass : allPasses_[c]) {
-      float delayed[blockFrames], kept[blockFrames];
-      allPass.line.readBlock(allPass.delay, delayed);
-      for (std::size_t n = 0; n < blockFrames; ++n) {
-        kept[n] = wet[c][n] + delayed[n] * allPassGain;
-        wet[c][n] = delayed[n] - wet[c][n];
-      }
-      allPass.line.writeBlock(kept);
+    alignas(16) float wet[blockFrames];
+    combBlock(channels_[c], in, wet);
+    for (Delay& allPass : channels_[c].allPasses) {
+      passBlock(allPass.read(), allPass.line.next(), wet);
+      allPass.line.written();
     }
+    const std::span<float, blockFrames> out = c == 0 ? left : right;
+    for (std::size_t n = 0; n < blockFrames; ++n) out[n] += level_ * wet[n];
   }
-  for (std::size_t n = 0; n < blockFrames; ++n) left[n] += level_ * wet[0][n];
-  for (std::size_t n = 0; n < blockFrames; ++n) right[n] += level_ * wet[1][n];
 }
 
 }  // namespace tervo::audio

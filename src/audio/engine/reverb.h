@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "audio/engine/delay_line.h"
-#include "audio/engine/units.h"
+#include "audio/engine/quad.h"
 
 namespace tervo::audio {
 
@@ -26,20 +26,24 @@ class Reverb {
   bool isIdle() const { return !isRunning_; }
 
  private:
-  static constexpr std::size_t combs = 8, allPasses = 4, channels = 2, lines = combs * channels;
-  struct AllPass {
-    AllPass(std::size_t frames) : line(frames), delay(frames) {}
+  static constexpr std::size_t channels = 2;
+  /// A delay line with the place it is read from.
+  struct Delay {
+    explicit Delay(std::size_t need) : line(need), frames(need) {}
+    const float* read() const noexcept { return line.read(frames); }
+
     DelayLine line;
-    std::size_t delay;
+    std::size_t frames;
   };
-  void combBlock(std::span<const float, blockFrames> in, float (&wet)[channels][blockFrames]) noexcept;
+  struct Channel {
+    std::vector<Delay> combs, allPasses;
+    Quad damped[2] = {};  ///< of the first four combs and of the others
+  };
+  void combBlock(Channel& channel, std::span<const float, blockFrames> in, float (&wet)[blockFrames]) const noexcept;
   void clear() noexcept;
 
   float feedback_, damping_, level_;
-  std::array<std::size_t, lines> delays_{};
-  std::vector<DelayLine> combs_;
-  std::array<float, lines> damped_{};
-  std::array<std::vector<AllPass>, channels> allPasses_;
+  std::array<Channel, channels> channels_;
   EffectTail tail_;
   bool isRunning_ = false;
 };

@@ -13,7 +13,8 @@ float exponential(float x) noexcept {
   const auto n = static_cast<int64_t>(y + (y < 0 ? -0.5 : 0.5));
   const double f = (y - static_cast<double>(n)) * 0.6931471805599453;
   const double series =
-      1 + f * (1 + f * (1 / 2.0 + f * (1 / 6.0 + f * (1 / 24.0 + f * (1 / 120.0 + f * (1 / 720.0 + f / 5040))))));
+      1 +
+      f * (1 + f * (1 / 2.0 + f * (1 / 6.0 + f * (1 / 24.0 + f * (1 / 120.0 + f * (1 / 720.0 + f * (1 / 5040.0)))))));
   return static_cast<float>(series * std::bit_cast<double>(static_cast<uint64_t>(n + 1023) << 52));
 }
 
@@ -32,10 +33,11 @@ float logarithm(float x) noexcept {
 }
 
 float tangent(float x) noexcept {
-  // Half of the angle by a continued fraction, then tan(2 a) = 2 tan(a) / (1 - tan(a)^2).
+  // Half of the angle by the sixth convergent n / d of the continued fraction a / (1 - u / (3 - u / (5 - ...))), then
+  // tan(2 a) = 2 tan(a) / (1 - tan(a)^2).
   const double a = 0.5 * static_cast<double>(x), u = a * a;
-  const double half = a / (1 - u / (3 - u / (5 - u / (7 - u / (9 - u / 11)))));
-  return static_cast<float>(2 * half / (1 - half * half));
+  const double n = a * (10395 - u * (1260 - u * 21)), d = 10395 - u * (4725 - u * (210 - u));
+  return static_cast<float>(2 * n * d / (d * d - n * n));
 }
 
 float sineOfTurn(float phase) noexcept {

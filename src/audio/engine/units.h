@@ -3,6 +3,7 @@
 // calls of a mathematical library: the same song gives the same samples with every library and instruction set.
 
 #include <cstdint>
+#include <limits>
 
 #include "audio/engine/block.h"
 
@@ -42,6 +43,20 @@ inline float pitchRatio(float semitones) noexcept {
 inline float hertzOfKey(float key) noexcept {
   return keyZeroHertz * exponential(key * lnPerSemitone);
 }
+
+/// Remembers what a function gave for its argument, which is often the same from block to block.
+class LastResult {
+ public:
+  template <typename Function>
+  float of(float argument, const Function& function) noexcept {
+    if (!(argument == argument_)) result_ = function(argument_ = argument);
+    return result_;
+  }
+
+ private:
+  float argument_ = std::numeric_limits<float>::quiet_NaN();
+  float result_ = 0;
+};
 
 /// Random numbers that are the same in every run.
 class Random {

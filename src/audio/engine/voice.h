@@ -128,6 +128,7 @@ class Voice {
   float cutoff_ = 0, resonance_ = 0;  ///< that the filter is designed for
   std::array<VoiceStage, maxStages> stages_{};
   LaneGains gains_[2];
+  LastResult pitchRatio_, dbGain_, leftGain_, rightGain_;
 
   float level_ = 0;
   int delayBlocks_ = 0;

@@ -92,7 +92,7 @@ void Voice::updatePitch() noexcept {
     glide_ = glide_ > 0 ? std::max(glide_ - glideStep_, 0.0f) : std::min(glide_ + glideStep_, 0.0f);
   }
   if (loops() && position_ >= zone_->played.loop->start) semitones += zone_->played.loop->pitch;
-  const double frames = static_cast<double>(pitchRatio(semitones)) * zone_->framesPerFrame;
+  const double frames = static_cast<double>(pitchRatio_.of(semitones, pitchRatio)) * zone_->framesPerFrame;
   const double increment = frames * static_cast<double>(fixedOne) + 0.5;
   increment_ = static_cast<uint32_t>(std::clamp(increment, 1.0, static_cast<double>(largestIncrement)));
 }
@@ -131,7 +131,8 @@ void Voice::updateGains(const VoiceContext& context) noexcept {
   if (usesLfo_[at(Modulator::volume)])
     dB += lfo_[at(Modulator::volume)] *
           depth(P::vLfoToVolume, P::modWheelToVLfoToVolume, P::aftertouchToVLfoToVolume, P::velocityToVLfoToVolume);
-  level_ = envelope_[at(Modulator::volume)] * gainOfDb(dB) * noteGain_ * channel_->value(ChannelValue::gain);
+  level_ =
+      envelope_[at(Modulator::volume)] * dbGain_.of(dB, gainOfDb) * noteGain_ * channel_->value(ChannelValue::gain);
   const float gain = level_ * context.masterGain;
   const auto send = [](float amount) { return std::clamp(amount, 0.0f, 1.0f); };
   const float reverb = send(zone[P::send1Level] + zone[P::cc91ToSend1] * channel_->value(ChannelValue::reverb));
@@ -140,7 +141,7 @@ void Voice::updateGains(const VoiceContext& context) noexcept {
   const float toReverb = context.hasEffects ? gain * reverb : 0.0f;
   const float toChorus = context.hasEffects ? gain * chorus : 0.0f;
   const float turn = (pan() + 1) * 0.5f * quarterTurn;
-  const float left = sineOfTurn(quarterTurn - turn), right = sineOfTurn(turn);
+  const float left = leftGain_.of(quarterTurn - turn, sineOfTurn), right = rightGain_.of(turn, sineOfTurn);
   if (channels() == 1) {
     gains_[0].target = {gain * left, gain * right, toChorus, toReverb};
     return;

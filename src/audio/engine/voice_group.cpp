@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "audio/engine/quad.h"
+
 namespace tervo::audio {
 namespace {
 
@@ -115,12 +117,14 @@ void VoiceGroup::render(std::span<Voice* const> voices, const VoiceContext& cont
     renderBundle(std::span(lanes_).subspan(i, std::min<std::size_t>(lanes, count - i)), kernel, context.sinc);
   for (std::size_t i = 0; i < count; ++i)
     if (lanes_[i].channel == 0) lanes_[i].voice->finishBlock();
-  for (std::size_t bus = 0; bus < busCount; ++bus) {
-    for (std::size_t n = 0; n < blockFrames; ++n) {
-      const float* sum = sums_.bus[bus][n];
-      out.bus[bus][n] = ((sum[0] + sum[4]) + (sum[2] + sum[6])) + ((sum[1] + sum[5]) + (sum[3] + sum[7]));
+  for (std::size_t bus = 0; bus < busCount; ++bus)
+    for (std::size_t n = 0; n < blockFrames; n += 4) {
+      Quad sums[4];
+      for (std::size_t i = 0; i < 4; ++i)
+        sums[i] = loadQuad(sums_.bus[bus][n + i]) + loadQuad(sums_.bus[bus][n + i] + 4);
+      transpose(sums);
+      store((sums[0] + sums[2]) + (sums[1] + sums[3]), out.bus[bus] + n);
     }
-  }
 }
 
 }  // namespace tervo::audio

@@ -3,11 +3,17 @@
 #include <algorithm>
 
 namespace tervo::audio {
+namespace {
 
-VoicePool::VoicePool(std::size_t voices) : voicePool_(voices), notes_(voices), scores_(voices) {
-  voiceOrder_.reserve(voices);
-  noteOrder_.reserve(voices);
-  freeNotes_.reserve(voices);
+constexpr std::size_t mostFading = 64;
+
+}  // namespace
+
+VoicePool::VoicePool(std::size_t voices)
+    : limit_(voices), voicePool_(voices + std::min(voices, mostFading)), notes_(capacity()), scores_(capacity()) {
+  voiceOrder_.reserve(capacity());
+  noteOrder_.reserve(capacity());
+  freeNotes_.reserve(capacity());
   clear();
 }
 
@@ -30,7 +36,7 @@ Note* VoicePool::addNote() noexcept {
 }
 
 Voice* VoicePool::addVoice(Note& note) noexcept {
-  if (isFull()) return nullptr;
+  if (isExhausted()) return nullptr;
   Voice* voice = voiceOrder_[voiceCount_++];
   voice->note = static_cast<uint16_t>(&note - notes_.data());
   ++note.voices;

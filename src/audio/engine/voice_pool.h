@@ -1,7 +1,7 @@
 #pragma once
 // The voices and the notes that own them: records that exist from the start and are handed out. Audio thread.
 
-#include <atomic>
+#include <algorithm>
 #include <span>
 #include <vector>
 
@@ -26,6 +26,7 @@ enum class Stealing : uint8_t { soft, hard };
 
 class VoicePool {
  public:
+  /// So many may sound at once; further ones let those that are stolen fade.
   explicit VoicePool(std::size_t voices);
 
   /// A note record at the end of the list; null while all are in use. It goes again with its last voice.
@@ -46,7 +47,15 @@ class VoicePool {
   std::size_t noteCount() const { return noteOrder_.size(); }
   Note& noteAt(std::size_t place) { return notes_[noteOrder_[place]]; }
   Note& noteOf(const Voice& voice) { return notes_[voice.note]; }
-  bool isFull() const { return voiceCount_ == voicePool_.size(); }
+  std::size_t capacity() const { return voicePool_.size(); }
+  /// All sound that may, not counting those that were stolen.
+  bool isFull() const {
+    const auto all = voices();
+    const auto isFading = [](const Voice* voice) { return voice->fastRelease; };
+    return all.size() >= limit_ &&
+           all.size() - static_cast<std::size_t>(std::count_if(all.begin(), all.end(), isFading)) >= limit_;
+  }
+  bool isExhausted() const { return voiceCount_ == capacity(); }
 
   template <typename Use>
   void forEachVoice(const Note& note, const Use& use) {
@@ -58,6 +67,7 @@ class VoicePool {
   void remove(const Note& note) noexcept;
   void compact() noexcept;
 
+  std::size_t limit_;
   std::vector<Voice> voicePool_;
   std::vector<Voice*> voiceOrder_;  ///< the active ones, then free ones
   std::size_t voiceCount_ = 0;
