@@ -138,9 +138,9 @@ Parsed parseCommandLine(const std::vector<Text>& arguments) {
   app.get_formatter()->column_width(36);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.footer(footer);
-  addCommands(app, line, got);
-
   auto strings = prepared(arguments);
+  got.words.insert(strings.begin(), strings.end());
+  addCommands(app, line, got);
   std::reverse(strings.begin(), strings.end());
   Parsed parsed;
   try {

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@ namespace tervo::cli {
 
 /// CLI11 works on 8-bit strings; what it collects is turned into a CommandLine when everything has been parsed.
 struct Collected {
+  std::set<std::string> words;  ///< all arguments, before they are parsed
   std::vector<std::string> files, items, answers, sets, banks;
   std::map<const OptionInfo*, std::string> operationOptions;
   std::string target, format, coding, report, key, value, rawFormat, rawOrder, device, notes, midiIn, midiOut,

@@ -26,6 +26,8 @@ void addProcessCommands(CLI::App& app, CommandLine& line, Collected& got) {
   addCommonOptions(*process, line, got);
   for (const Operation& operation : Operations()) {
     CLI::App* sub = process->add_subcommand(toUtf8(operation.name), toUtf8(operation.text))->group("Operations");
+    // All options of all operations would take longer than most commands.
+    if (!got.words.contains(toUtf8(operation.name))) continue;
     sub->add_option("FILE", got.files, "the file to open")
         ->required()
         ->expected(1)

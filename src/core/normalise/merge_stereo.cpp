@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <map>
+#include <span>
 #include <unordered_set>
 
 #include "core/levels.h"
@@ -31,19 +33,32 @@ bool couldBePair(const Waveform& left, const Waveform& right) {
          left.coding == right.coding && left.preferredFormat == right.preferredFormat && sameMarkers(left, right);
 }
 
-ParameterSet without(ParameterSet set, ParameterId row) {
-  set.erase(row);
-  return set;
+bool sameButPan(const ArticulationSet& a, const ArticulationSet& b) {
+  const auto parts = [](std::span<const ArticulationSet::Entry> entries) {
+    constexpr ParameterId pan = ParameterId::panPosition;
+    const auto isBefore = [](const auto& entry, ParameterId row) { return entry.first < row; };
+    const auto place = std::lower_bound(entries.begin(), entries.end(), pan, isBefore);
+    const auto before = static_cast<std::size_t>(place - entries.begin());
+    const bool isSet = place != entries.end() && place->first == pan;
+    return std::array{entries.first(before), entries.subspan(before + (isSet ? 1 : 0))};
+  };
+  return std::ranges::equal(parts(a.entries()), parts(b.entries()), [](const auto& one, const auto& other) {
+    return std::equal(one.begin(), one.end(), other.begin(), other.end());
+  });
 }
 
+/// Of two regions of an instrument. Mostly their layers say the same or nothing, and only their own rows tell.
 bool sameArticulation(const Region& a, const Region& b) {
-  constexpr ParameterId pan = ParameterId::panPosition;
-  if (a.parent() == b.parent() && without(a.articulation, pan) == without(b.articulation, pan)) return true;
-  return without(effectiveArticulation(a), pan) == without(effectiveArticulation(b), pan);
+  const ArticulationSet &aboveA = layerOf(a).articulation, &aboveB = layerOf(b).articulation;
+  if (aboveA == aboveB) {
+    if (sameButPan(a.articulation, b.articulation)) return true;
+    if (aboveA.empty() && static_cast<const Instrument*>(layerOf(a).parent())->articulation.empty()) return false;
+  }
+  return sameButPan(effectiveArticulation(a), effectiveArticulation(b));
 }
 
 bool sameTrigger(const Region& a, const Region& b) {
-  if (a.parent() == b.parent() && a.trigger == b.trigger) return true;
+  if (a.trigger == b.trigger && layerOf(a).trigger == layerOf(b).trigger) return true;
   for (int row = indexOf(ParameterId::triggerType); row <= indexOf(ParameterId::phaseGroup); ++row) {
     const auto id = static_cast<ParameterId>(row);
     if ((isTrigger(id) || isWaveformOverride(id)) && effectiveValue(a, id) != effectiveValue(b, id)) return false;
