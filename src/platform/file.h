@@ -5,6 +5,7 @@
 #include <array>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 #include "base/byte_source.h"
@@ -70,8 +71,14 @@ bool removeFile(TextView path);
 /// A name that nobody can guess and that no other program uses: ".tervo-" and 16 hexadecimal digits.
 Text temporaryName();
 
-/// Names of the files and folders in a folder, in no order; empty when it cannot be read.
+/// Names of the files and folders in a folder, in no order. Nothing with "Could not read folder".
+std::optional<std::vector<Text>> listFolder(TextView folder);
+/// The same, empty when it cannot be read.
 std::vector<Text> namesIn(TextView folder);
+
+/// Adds bytes to the end of a file, which is made when it is not there; what one call writes stays together, whoever
+/// else appends. False with "Writing to file failed" or "Could not open file".
+bool appendToFile(TextView path, std::string_view bytes);
 
 /// Says to other processes that this one is alive: held until it is destroyed or the process ends, however it ends.
 class PresenceFile {

@@ -12,6 +12,11 @@ namespace tervo::platform {
 /// ones.
 std::vector<Text> programArguments(int argc, char** argv);
 
+/// The path of the running program itself; empty where the system does not tell.
+Text programFile();
+/// The path of another program of ours, which stands beside the running one; `name` without ".exe".
+Text siblingProgram(TextView name);
+
 /// Writes UTF-8 at once. False, with systemErrorCause(), when nobody reads any more or the disk is full. A Windows
 /// console gets the characters whatever its code page.
 bool writeStandardOutput(std::string_view utf8);

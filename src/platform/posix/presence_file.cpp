@@ -1,4 +1,3 @@
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -34,18 +33,6 @@ std::unique_ptr<PresenceFile> PresenceFile::tryHold(TextView path) {
   FileDescriptor file(open(bytes.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
   if (!file || flock(file.get(), LOCK_EX | LOCK_NB) != 0 || !stillBears(file.get(), bytes)) return nullptr;
   return std::make_unique<LockedFile>(std::move(file), std::move(bytes));
-}
-
-std::vector<Text> namesIn(TextView folder) {
-  std::vector<Text> names;
-  DIR* entries = opendir(toPathBytes(folder).c_str());
-  if (!entries) return names;
-  while (const dirent* entry = readdir(entries)) {
-    const std::string_view name = entry->d_name;
-    if (name != "." && name != "..") names.push_back(fromPathBytes(name));
-  }
-  closedir(entries);
-  return names;
 }
 
 }  // namespace tervo::platform

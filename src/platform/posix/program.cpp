@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <thread>
 
+#include "platform/path.h"
 #include "platform/posix/temporary_file.h"
 #include "platform/system_error.h"
 
@@ -54,6 +56,17 @@ std::vector<Text> programArguments(int argc, char** argv) {
   std::vector<Text> arguments;
   for (int i = 1; i < argc; ++i) arguments.push_back(fromPathBytes(argv[i]));
   return arguments;
+}
+
+Text programFile() {
+  std::string path(PATH_MAX, '\0');
+  const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());
+  path.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+  return fromPathBytes(path);
+}
+
+Text siblingProgram(TextView name) {
+  return join(folderOf(programFile()), name);
 }
 
 bool writeStandardOutput(std::string_view utf8) {

@@ -1,5 +1,4 @@
 #include "platform/file.h"
-#include "platform/path.h"
 #include "platform/windows/handle.h"
 #include "platform/windows/wide.h"
 
@@ -21,19 +20,6 @@ std::unique_ptr<PresenceFile> PresenceFile::tryHold(TextView path) {
                           nullptr));
   if (!file) return nullptr;
   return std::make_unique<HeldFile>(std::move(file));
-}
-
-std::vector<Text> namesIn(TextView folder) {
-  std::vector<Text> names;
-  WIN32_FIND_DATAW entry{};
-  const HANDLE search = FindFirstFileW(nativePath(join(folder, u"*")).c_str(), &entry);
-  if (search == INVALID_HANDLE_VALUE) return names;
-  do {
-    const std::wstring_view name = entry.cFileName;
-    if (name != L"." && name != L"..") names.push_back(fromWide(name));
-  } while (FindNextFileW(search, &entry));
-  FindClose(search);
-  return names;
 }
 
 }  // namespace tervo::platform

@@ -1,5 +1,6 @@
 #include "platform/program.h"
 
+#include "platform/path.h"
 #include "platform/system_error.h"
 #include "platform/windows/wide.h"
 // Needs windows.h before it.
@@ -60,6 +61,16 @@ std::vector<Text> programArguments(int, char**) {
   std::vector<Text> arguments;
   for (int i = 1; all && i < count; ++i) arguments.push_back(fromWide(all.get()[i]));
   return arguments;
+}
+
+Text programFile() {
+  std::wstring path(32768, L'\0');
+  path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+  return fromWide(path);
+}
+
+Text siblingProgram(TextView name) {
+  return join(folderOf(programFile()), Text(name) + u".exe");
 }
 
 bool writeStandardOutput(std::string_view utf8) {
