@@ -54,11 +54,21 @@ void CliHost::showStatus(TextView text) {
 
 bool CliHost::progress(double fraction) {
   const int percent = static_cast<int>(std::clamp(fraction, 0.0, 1.0) * 100);
+  if (line_.progressLines) tellProgress(percent);
   if (drawsProgress_ && percent != shownPercent_) {
     shownPercent_ = percent;
     console_.err(fmt::format("\r{:3} %", percent));
   }
   return !cancelled();
+}
+
+void CliHost::tellProgress(int percent) {
+  // Also where nothing advances: it says that this program is alive.
+  const auto now = std::chrono::steady_clock::now();
+  if (percent == toldPercent_ && now - toldAt_ < std::chrono::seconds(1)) return;
+  toldPercent_ = percent;
+  toldAt_ = now;
+  console_.err(fmt::format("{} %\n", percent));
 }
 
 void CliHost::endProgress() {

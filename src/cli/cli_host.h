@@ -1,6 +1,7 @@
 #pragma once
 // The world as a command sees it: progress on a terminal, questions answered in advance or by the safe answer.
 
+#include <chrono>
 #include <functional>
 
 #include "cli/command_line.h"
@@ -36,6 +37,8 @@ class CliHost final : public Host {
   void endProgress();
 
  private:
+  void tellProgress(int percent);
+
   Console& console_;
   const CommandLine& line_;
   Renderer renderer_;
@@ -43,7 +46,8 @@ class CliHost final : public Host {
   std::vector<std::pair<Text, Text>> files_;
   bool drawsProgress_;
   Text* summary_ = nullptr;
-  int shownPercent_ = -1;
+  int shownPercent_ = -1, toldPercent_ = -1;
+  std::chrono::steady_clock::time_point toldAt_{};
 };
 
 /// The button that the given answers choose ("yes", "no", "TEXT=BUTTON" where TEXT is part of the question and BUTTON

@@ -101,13 +101,15 @@ void addCommands(CLI::App& app, CommandLine& line, Collected& got) {
   addFiles(*info, got, "files to look into");
   addReadOptions(*info, line, got);
   info->add_flag("--raw-model", line.rawModel, "as it was read, before the load-time normalisation");
-  addConversion(*command("convert", "open the first file, merge the others, save as TARGET", Command::convert), line,
-                got, "the file to open, and those to merge with it");
+  CLI::App* convert = command("convert", "open the first file, merge the others, save as TARGET", Command::convert);
+  addConversion(*convert, line, got, "the file to open, and those to merge with it");
+  convert->add_flag("--progress-lines", line.progressLines)->group("");
   addConversion(*command("render", "render a song, save as TARGET", Command::render), line, got,
                 "the song, and files to merge with it");
   addPlayCommand(app, line, got);
   command("devices", "audio outputs and MIDI ports", Command::devices);
   addProcessCommands(app, line, got);
+  addBatchCommand(app, line, got);
   command("formats", "the format table", Command::formats);
   addSettingsCommands(app, line, got);
   addStateCommands(app, line, got);
@@ -117,6 +119,7 @@ void complete(CommandLine& line, const Collected& got) {
   completeShared(line, got);
   completePlay(line, got);
   completeProcess(line, got);
+  completeBatch(line, got);
 }
 
 }  // namespace

@@ -20,6 +20,7 @@ enum class Command {
   devices,
   process,
   processList,
+  batch,
   formats,
   settingsList,
   settingsGet,
@@ -60,6 +61,16 @@ struct PlayRequest {
   std::optional<Text> midiOut;  ///< the port that a song is sent to
 };
 
+/// Many files.
+struct BatchArguments {
+  std::vector<Text> rows;  ///< as they were named, several joined by commas
+  NamedFile folder;
+  int workers = 0;  ///< 0: one a processor
+  double stallSeconds = 600;
+  bool dryRun = false;
+  bool resume = false;
+};
+
 struct CommandLine {
   Command command = Command::formats;
   std::vector<NamedFile> files;
@@ -80,6 +91,8 @@ struct CommandLine {
   RawRequest raw;
   RenderRequest rendering;
   PlayRequest playing;
+  BatchArguments batch;
+  bool progressLines = false;  ///< progress for the program that started this one, a line each: "42 %"
   const Operation* operation = nullptr;
   std::vector<std::pair<TextView, Text>> operationOptions;  ///< name and value, as far as they were given
   Text settingKey;

@@ -8,14 +8,6 @@
 namespace tervo::cli {
 namespace {
 
-bool isControl(char16_t c) {
-  return c < 0x20 || (c >= 0x7F && c < 0xA0);
-}
-
-}  // namespace
-
-namespace {
-
 /// Messages that a window shows in paragraphs.
 Text onOneLine(TextView message) {
   Text line;
@@ -36,17 +28,6 @@ void Console::failure(TextView file, TextView detail) {
   const Text more = detail.empty() ? failureCause() : Text(detail);
   const std::string cause = more.empty() ? std::string() : fmt::format(" ({})", printable(more));
   err(fmt::format("tervo: {}: {}{}\n", printable(file), printable(onOneLine(message)), cause));
-}
-
-std::string printable(TextView text) {
-  Text plain;
-  for (const char16_t c : text) {
-    if (isControl(c))
-      plain += c == u'\n' ? u"\\n" : c == u'\t' ? u"\\t" : fromUtf8(fmt::format("\\x{:02X}", unsigned{c}));
-    else
-      plain += c;
-  }
-  return toPathBytes(plain);
 }
 
 }  // namespace tervo::cli

@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/printable.h"
 #include "base/text.h"
 
 namespace tervo::cli {
@@ -31,9 +32,5 @@ class Console {
  private:
   bool outputFailed_ = false;
 };
-
-/// Text from the user or out of a file for one line of a terminal: control characters as escapes, since names may hold
-/// line ends and worse. The bytes of a path stay as they are.
-std::string printable(TextView text);
 
 }  // namespace tervo::cli

@@ -20,14 +20,30 @@ std::string reportText(const ConversionReport& report) {
   return text;
 }
 
+ConversionReport reportFrom(const nlohmann::ordered_json& json) {
+  ConversionReport report;
+  if (!json.is_array()) return report;
+  for (const auto& each : json) {
+    const auto text = [&](const char* name) { return each.is_object() ? fromUtf8(each.value(name, "")) : Text(); };
+    ReportEntry entry{text("item"), text("what"), ReportKind::dropped, text("from"), text("to")};
+    for (const ReportKind kind : {ReportKind::kept, ReportKind::approximated})
+      if (text("kind") == nameOf(kind)) entry.kind = kind;
+    report.add(std::move(entry));
+  }
+  return report;
+}
+
+bool writeReport(const CommandLine& line, const nlohmann::ordered_json& json, const std::string& text) {
+  const bool isJson = line.json || equalNoCase(platform::extensionOf(line.reportFile.path), u"json");
+  const std::string content = isJson ? dumped(json) : text;
+  const auto file = platform::OutputFile::create(line.reportFile.path, platform::Replace::allowed);
+  return file && file->write(std::as_bytes(std::span(content))) && file->commit();
+}
+
 bool outputReport(const ConversionReport& report, const CommandLine& line, Console& console) {
   if (line.json) console.out(dumped(reportJson(report)));
   if (line.report == ReportOutput::standardError && !line.json) console.err(reportText(report));
-  if (line.report != ReportOutput::file) return true;
-  const bool json = line.json || equalNoCase(platform::extensionOf(line.reportFile.path), u"json");
-  const std::string text = json ? dumped(reportJson(report)) : reportText(report);
-  const auto file = platform::OutputFile::create(line.reportFile.path, platform::Replace::allowed);
-  return file && file->write(std::as_bytes(std::span(text))) && file->commit();
+  return line.report != ReportOutput::file || writeReport(line, reportJson(report), reportText(report));
 }
 
 }  // namespace tervo::cli

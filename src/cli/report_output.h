@@ -1,6 +1,8 @@
 #pragma once
 // The conversion report as text and as JSON.
 
+#include <nlohmann/json.hpp>
+
 #include "cli/command_line.h"
 #include "cli/console.h"
 #include "core/report.h"
@@ -9,9 +11,14 @@ namespace tervo::cli {
 
 std::string reportText(const ConversionReport& report);
 
+/// The report that reportJson() made; what is not of that form is left out.
+ConversionReport reportFrom(const nlohmann::ordered_json& json);
+
 /// Prints the report where the command line wants it: `--json` on standard output, `--report` alone as text on standard
 /// error. A file is JSON when its name ends in ".json" or `--json` is set. False with LastErrorText when the file
 /// cannot be written.
 bool outputReport(const ConversionReport& report, const CommandLine& line, Console& console);
+/// Writes the report file: one of the two forms.
+bool writeReport(const CommandLine& line, const nlohmann::ordered_json& json, const std::string& text);
 
 }  // namespace tervo::cli

@@ -38,6 +38,8 @@ int runCommand(const CommandLine& line, Console& console) {
       return runProcess(line, console, *settings);
     case Command::processList:
       return runProcessList(line, console);
+    case Command::batch:
+      return runBatch(line, console);
     case Command::formats:
       return runFormats(line, console);
     case Command::stateSave:

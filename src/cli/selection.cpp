@@ -84,20 +84,33 @@ std::vector<Item*> noneSelected() {
 
 }  // namespace
 
-FormatIndex chosenRow(const CommandLine& line, Text& hint) {
-  const Text extension(platform::extensionOf(line.target.path));
-  const FormatIndex index = line.format ? rowNamed(*line.format) : rowOfExtension(extension);
+namespace {
+
+/// The row where it can write; else noFormat with LastErrorText, and a hint unless there is one.
+FormatIndex writing(FormatIndex index, Text& hint) {
   const FormatDescriptor* row = rowAt(index);
   if (row && row->write) return index;
   if (row) {
     const bool later = row->declared & DeclaredOps::write;
     hint = (later ? u"known, but not writable yet: " : u"only read, never written: ") + Text(row->description);
   } else {
-    hint = line.format ? u"no row has the index, extension or description \"" + *line.format + u"\""
-                       : u"no format has the extension \"" + extension + u"\"; choose one with --format";
     hint += u"; \"tervo formats\" lists them";
   }
   return setLastErrorText(u"Invalid export format selected"), noFormat;
+}
+
+}  // namespace
+
+FormatIndex writerNamed(TextView name, Text& hint) {
+  hint = u"no row has the index, extension or description \"" + Text(name) + u"\"";
+  return writing(rowNamed(name), hint);
+}
+
+FormatIndex chosenRow(const CommandLine& line, Text& hint) {
+  if (line.format) return writerNamed(*line.format, hint);
+  const Text extension(platform::extensionOf(line.target.path));
+  hint = u"no format has the extension \"" + extension + u"\"; choose one with --format";
+  return writing(rowOfExtension(extension), hint);
 }
 
 std::optional<ItemName> itemNamed(TextView text) {

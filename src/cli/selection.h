@@ -10,6 +10,9 @@ namespace tervo::cli {
 /// where several fit. noFormat with LastErrorText when there is none; `hint` then says what the user can do.
 FormatIndex chosenRow(const CommandLine& line, Text& hint);
 
+/// The same for what "--format" says.
+FormatIndex writerNamed(TextView name, Text& hint);
+
 /// The items that names as "waveform:0" stand for, each once. None with "No item selected" and a hint where one of them
 /// is not there.
 std::vector<Item*> namedItems(const std::vector<Text>& names, const Collection& collection, Text& hint);

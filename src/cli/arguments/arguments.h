@@ -16,9 +16,9 @@ namespace tervo::cli {
 /// CLI11 works on 8-bit strings; what it collects is turned into a CommandLine when everything has been parsed.
 struct Collected {
   std::set<std::string> words;  ///< all arguments, before they are parsed
-  std::vector<std::string> files, items, answers, sets, banks;
+  std::vector<std::string> files, items, answers, sets, banks, rows;
   std::map<const OptionInfo*, std::string> operationOptions;
-  std::string target, format, coding, report, key, value, rawFormat, rawOrder, device, notes, midiIn, midiOut,
+  std::string target, folder, format, coding, report, key, value, rawFormat, rawOrder, device, notes, midiIn, midiOut,
       interpolation;
   double rate = 0;
   int channels = 0;
@@ -43,6 +43,8 @@ void completeShared(CommandLine& line, const Collected& got);
 // Commands.
 void addPlayCommand(CLI::App& app, CommandLine& line, Collected& got);
 void completePlay(CommandLine& line, const Collected& got);
+void addBatchCommand(CLI::App& app, CommandLine& line, Collected& got);
+void completeBatch(CommandLine& line, const Collected& got);
 void addProcessCommands(CLI::App& app, CommandLine& line, Collected& got);
 void completeProcess(CommandLine& line, const Collected& got);
 void addSettingsCommands(CLI::App& app, CommandLine& line, Collected& got);
@@ -51,6 +53,8 @@ void addStateCommands(CLI::App& app, CommandLine& line, Collected& got);
 /// A command with the common options.
 CLI::App* addCommand(CLI::App& app, CommandLine& line, Collected& got, const char* name, const char* description,
                      Command value);
+std::vector<Text> texts(const std::vector<std::string>& strings);
+NamedFile named(const std::string& file);
 std::string checkFileName(const std::string& name);
 std::string checkItem(const std::string& name);
 /// A check that the help text does not mention: it says what to give in words.

@@ -58,17 +58,6 @@ std::string checkRawFormat(const std::string& name) {
   return fmt::format("\"{}\" is no format of raw data; there are {}", name, namesUpTo(SampleFormat::aLaw));
 }
 
-std::vector<Text> texts(const std::vector<std::string>& strings) {
-  std::vector<Text> result;
-  for (const std::string& each : strings) result.push_back(fromPathBytes(each));
-  return result;
-}
-
-NamedFile named(const std::string& file) {
-  const Text shown = fromPathBytes(file);
-  return {shown, shown.empty() ? Text() : platform::absolute(shown)};
-}
-
 RawRequest rawRequest(const Collected& got) {
   RawRequest raw;
   if (!got.rawFormat.empty()) raw.format = rawFormatNamed(got.rawFormat);
@@ -81,6 +70,17 @@ RawRequest rawRequest(const Collected& got) {
 }
 
 }  // namespace
+
+std::vector<Text> texts(const std::vector<std::string>& strings) {
+  std::vector<Text> result;
+  for (const std::string& each : strings) result.push_back(fromPathBytes(each));
+  return result;
+}
+
+NamedFile named(const std::string& file) {
+  const Text shown = fromPathBytes(file);
+  return {shown, shown.empty() ? Text() : platform::absolute(shown)};
+}
 
 std::string checkFileName(const std::string& name) {
   return name.empty() ? "the name of a file cannot be empty" : std::string();
