@@ -170,7 +170,7 @@ TEST_F(LookCommands, ResultsThatNobodyGotAreAFailure) {
 }
 
 TEST(Printable, KeepsOneLineAndTheTerminal) {
-  EXPECT_EQ(cli::printable(u"a\nb\t\x1B[2J\x7F\x9B é\xDCFF"), "a\\nb\\t\\x1B[2J\\x7F\\x9B \xC3\xA9\xFF");
+  EXPECT_EQ(printable(u"a\nb\t\x1B[2J\x7F\x9B é\xDCFF"), "a\\nb\\t\\x1B[2J\\x7F\\x9B \xC3\xA9\xFF");
   MemoryConsole memory;
   setLastErrorText(u"Too much data!\n\nRemove some...\n");
   memory.failure(u"a\nb", u"why");

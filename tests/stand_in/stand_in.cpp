@@ -1,6 +1,7 @@
 // Stands in for other programs: for a child process to be started, and for the worker of a batch. What it does is said
 // by the first word of its first argument, or of the file that the second argument names ("convert SOURCE -o TARGET").
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
@@ -29,7 +30,8 @@ std::string contentOf(TextView path) {
 int convert(const std::vector<Text>& arguments) {
   const std::string content = contentOf(arguments[1]);
   const std::string word = content.substr(0, content.find(' '));
-  const auto target = OutputFile::create(arguments[3], Replace::never);
+  const bool overwrite = std::find(arguments.begin(), arguments.end(), u"--overwrite") != arguments.end();
+  const auto target = OutputFile::create(arguments[3], overwrite ? Replace::allowed : Replace::never);
   if (word == "crash") std::abort();
   if (word == "hang") hang();
   if (word == "slow") {
@@ -38,7 +40,8 @@ int convert(const std::vector<Text>& arguments) {
       std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
   }
-  if (word == "foreign") return writeStandardError("tervo: x: Not detected as any supported file type (ask)\n"), 1;
+  if (word == "foreign")
+    return writeStandardError("tervo: " + toPathBytes(arguments[1]) + ": Not detected as any supported file type\n"), 1;
   if (word == "fail")
     return writeStandardError("tervo: " + toPathBytes(arguments[1]) + ": It is broken (so it is)\n"), 1;
   writeStandardOutput("[{\"what\":\"a loss\"}]\n");

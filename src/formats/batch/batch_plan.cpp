@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <map>
 #include <set>
 #include <tuple>
 
@@ -27,8 +28,10 @@ class TargetNames {
     const Text dot = u"." + Text(extension);
     const Text stem = platform::join(source.folder, platform::stemOf(source.path));
     const Text whole = platform::join(source.folder, platform::fileNameOf(source.path));
-    const bool wholeHelps = !equalNoCase(whole, stem + dot) && lastSource_ != source.path;
     if (Text name = stem + dot; take(name, source)) return name;
+    const auto holder = taken_.find(folded(stem + dot));
+    const bool isOfOtherRow = holder != taken_.end() && holder->second == source.path;
+    const bool wholeHelps = !equalNoCase(whole, stem + dot) && !isOfOtherRow;
     if (Text name = whole + dot; wholeHelps && take(name, source)) return name;
     for (int number = 2;; ++number) {
       Text name = stem + fromUtf8(fmt::format(" ({})", number)) + dot;
@@ -54,15 +57,13 @@ class TargetNames {
     if (sourcePaths_.contains(folded(path))) return false;
     const auto identity = platform::fileIdentity(path);
     if (identity && sources_.contains(keyOf(*identity))) return false;
-    if (!taken_.insert(folded(name)).second) return false;
-    lastSource_ = source.path;
-    return true;
+    return taken_.emplace(folded(name), source.path).second;
   }
 
   const Text& folder_;
-  std::set<Text> sourcePaths_, taken_;
+  std::set<Text> sourcePaths_;
+  std::map<Text, Text> taken_;  ///< by which source
   std::set<Key> sources_;
-  Text lastSource_;
 };
 
 BatchEntry entryOf(const BatchSource& source, FormatIndex row) {
