@@ -90,7 +90,7 @@ void BatchPrinter::progress(const std::vector<BatchEntry>& entries) {
 }
 
 void BatchPrinter::endProgress() {
-  if (!shown_.empty()) console_.err("\r" + std::string(shown_.size(), ' ') + "\r");
+  if (!shown_.empty()) console_.err(fmt::format("\r{:{}}\r", "", shown_.size()));
   shown_.clear();
 }
 
