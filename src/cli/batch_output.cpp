@@ -69,7 +69,8 @@ void BatchPrinter::plan(const std::vector<BatchEntry>& entries) {
 
 void BatchPrinter::ended(const BatchEntry& entry) {
   endProgress();
-  if (!line_.quiet && !entry.messages.empty()) {
+  // What was only found in a folder is not worth the question whether it is raw data.
+  if (!line_.quiet && !entry.messages.empty() && entry.state != BatchState::unrecognised) {
     console_.err(fmt::format("{}:\n{}", shortened(entry.source), toPathBytes(entry.messages)));
   }
   if (hasCause(entry)) console_.err(fmt::format("tervo: {}: {}\n", nameOfEntry(entry), toPathBytes(entry.cause)));
@@ -107,9 +108,11 @@ void BatchPrinter::summary(const std::vector<BatchEntry>& entries, bool isCancel
 bool BatchPrinter::reports(const std::vector<BatchEntry>& entries) {
   std::string text;
   for (const BatchEntry& entry : entries) {
-    if (entry.state == BatchState::done)
-      text += nameOfEntry(entry) + ":\n" + reportText(reportFrom(reportOf(entry))) + "\n";
+    if (entry.state != BatchState::done) continue;
+    if (const auto report = reportFrom(reportOf(entry)); !report.entries().empty())
+      text += nameOfEntry(entry) + ":\n" + reportText(report) + "\n";
   }
+  if (text.empty()) text = reportText({});
   if (line_.report == ReportOutput::standardError && !line_.json) console_.err(text);
   return line_.report != ReportOutput::file || writeReport(line_, json(entries), text);
 }

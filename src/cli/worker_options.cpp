@@ -52,6 +52,7 @@ void addRendering(Options& options, const RenderRequest& rendering) {
   for (const NamedFile& bank : rendering.banks) options.text(u"--bank", bank.path);
   options.number(u"--voices", rendering.voices);
   options.flag(u"--no-effects", rendering.noEffects);
+  if (rendering.usesSinc) options.text(u"--interpolation", u"sinc");
   if (rendering.normalise) options.flag(*rendering.normalise ? u"--normalise" : u"--no-normalise", true);
   options.number(u"--tail", rendering.tailSeconds);
   if (rendering.threads > 0) options.number(u"--threads", std::optional(rendering.threads));
