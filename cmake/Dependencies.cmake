@@ -55,6 +55,10 @@ if(NOT WIN32)
   endforeach()
 endif()
 
+if(TERVO_WINDOW)
+  find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
+endif()
+
 if(TERVO_TESTS)
   if(WIN32 OR TERVO_SANITIZE MATCHES thread)
     # Debian ships GoogleTest's sources too; they are built with the flags of this build.

@@ -52,6 +52,10 @@ class EditRing {
   int oldest() const { return oldest_; }
   int newest() const { return newest_; }
   int current() const { return current_; }
+  bool canUndo() const { return current_ != oldest_; }
+  bool canRedo() const { return current_ != newest_; }
+  /// What Redo() would go to; null when there is none.
+  const EditEntry* nextEntry() const { return canRedo() ? &at((current_ + 1) % capacity) : nullptr; }
   const EditEntry* currentEntry() const { return current_ < 0 ? nullptr : &at(current_); }
 
  private:

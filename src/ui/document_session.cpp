@@ -1,0 +1,161 @@
+#include "ui/document_session.h"
+
+#include "base/last_error.h"
+#include "base/memory_guard.h"
+#include "core/history/collection_part.h"
+#include "formats/stored_samples.h"
+#include "ui/qt_text.h"
+
+namespace tervo::ui {
+namespace {
+
+constexpr TextView undetected = u"Not detected as any supported file type";
+
+/// The nearest item that owns all of them, or is the only one.
+ItemId commonOwner(std::span<const ItemId> items, const Collection& document) {
+  const Item* owner = items.empty() ? nullptr : findItem(items[0]);
+  const auto holds = [&](const Item* above, ItemId id) {
+    const Item* item = findItem(id);
+    while (item && item != above) item = item->parent();
+    return item != nullptr;
+  };
+  for (const ItemId id : items) {
+    while (owner && !holds(owner, id)) owner = owner->parent();
+  }
+  return owner ? owner->id() : document.id();
+}
+
+}  // namespace
+
+DocumentSession::DocumentSession(Settings& settings, WindowHost& host, Text folder)
+    : settings_(settings),
+      host_(host),
+      history_(document_, host, folder, openStoredSamples),
+      recovery_(folder, openStoredSamples) {
+  history_.refreshViews = [this] { Q_EMIT replaced(); };
+  connect(&recoveryTimer_, &QTimer::timeout, this, [this] {
+    // In the middle of an operation the document may be half of something.
+    if (!host_.isBusy()) recovery_.tend(history_, document_, std::chrono::steady_clock::now());
+  });
+  recoveryTimer_.start(std::chrono::seconds(5));
+}
+
+bool DocumentSession::openOnce(TextView path, OpenMode mode, RawFallback fallback) {
+  OpenContext context{host_, report_, settings_};
+  context.history = &history_;
+  if (mode == OpenMode::replace) return OpenFile(document_, path, fallback, context);
+  if (mode == OpenMode::merge) return MergeFile(document_, path, fallback, context);
+  return ReplaceSameName(document_, path, fallback, context).has_value();
+}
+
+bool DocumentSession::open(TextView path, OpenMode mode) {
+  report_ = {};
+  const auto operation = host_.beginOperation();
+  bool done = openOnce(path, mode, RawFallback::refused);
+  if (!done && LastErrorText() == undetected && askRawFallback(host_, rawChoice_) == RawFallback::allowed)
+    done = openOnce(path, mode, RawFallback::allowed);
+  if (done) {
+    RememberFile(settings_, path);
+    if (mode == OpenMode::replace) path_ = path;
+  }
+  const Text failure = LastErrorText();
+  Q_EMIT replaced();
+  setLastErrorText(failure);
+  if (done) tellLosses(tr("Opening %1").arg(qt(path)));
+  return done;
+}
+
+bool DocumentSession::save(std::span<const ItemId> items, FormatIndex row, TextView path, const SaveOptions& options) {
+  report_ = {};
+  const auto operation = host_.beginOperation();
+  const SaveContext context{host_, report_, settings_, options, Overwrite::allowed, &history_};
+  std::vector<const Item*> chosen;
+  for (const ItemId id : items) chosen.push_back(findItem(id));
+  const bool saved =
+      chosen.size() <= 1 ? SaveItem(chosen.empty() ? nullptr : chosen[0], row, path, context) : guardMemory([&] {
+        const auto part = partOf(document_, chosen);
+        return SaveItem(part.get(), row, path, context);
+      });
+  if (!saved) return false;
+  if (chosen.size() == 1 && chosen[0] == &document_) history_.markSaved();
+  host_.showStatus(u"Done: Saved " + Text(path));
+  tellLosses(tr("Saving %1").arg(qt(path)));
+  Q_EMIT changed();
+  return true;
+}
+
+bool DocumentSession::saveEach(std::vector<SavedItem>& items, FormatIndex row, const SaveOptions& options) {
+  report_ = {};
+  const auto operation = host_.beginOperation();
+  const bool allSaved = SaveEach(items, row, {host_, report_, settings_, options, Overwrite::refused, &history_});
+  tellLosses(tr("Saving %1 items").arg(items.size()));
+  Q_EMIT replaced();
+  return allSaved;
+}
+
+void DocumentSession::tellLosses(const QString& doing) {
+  if (report_.lostSomething()) Q_EMIT lostSomething(doing);
+}
+
+void DocumentSession::clear() {
+  document_.clear();
+  history_.startNewDocument();
+  path_.clear();
+  host_.showStatus(u"Done: Collection cleared.");
+  Q_EMIT replaced();
+}
+
+void DocumentSession::edit(std::span<const ItemId> items, const QString& label, const std::function<void()>& change,
+                           const Gesture& gesture) {
+  history_.edit(commonOwner(items, document_), textOf(label), change, gesture);
+  Q_EMIT changed();
+}
+
+bool DocumentSession::process(const Operation& operation, std::span<const ItemId> items, const OptionValues& values) {
+  report_ = {};
+  std::vector<Item*> chosen;
+  for (const ItemId id : items) {
+    Item* item = findItem(id);
+    if (item && item->kind() == operation.kind) chosen.push_back(item);
+  }
+  if (chosen.empty()) return fail(u"There is no " + Text(nameOf(operation.kind)) + u" to process");
+  const auto running = host_.beginOperation();
+  if (RunOperation(operation, chosen, values, {host_, report_}, &history_) == Outcome::failed) return false;
+  Q_EMIT changed();
+  tellLosses(qt(operation.title));
+  return true;
+}
+
+void DocumentSession::announceChange() {
+  Q_EMIT changed();
+}
+
+bool DocumentSession::undo() {
+  return history_.Undo();
+}
+
+bool DocumentSession::redo() {
+  return history_.Redo();
+}
+
+bool DocumentSession::saveState() {
+  const auto operation = host_.beginOperation();
+  return history_.SaveState();
+}
+
+bool DocumentSession::restoreState(int offset) {
+  const auto operation = host_.beginOperation();
+  return history_.RestoreState(offset);
+}
+
+bool DocumentSession::saveSession(TextView name) {
+  return guardMemory(
+      [&] { return writeStateFile(history_.states().pathOf(name), imageOf(document_), openStoredSamples); });
+}
+
+QString DocumentSession::title() const {
+  const bool isNew = !document_.holdsData() && path_.empty();
+  return (isNew ? QStringLiteral("Unnamed ") : qt(document_.name)) + QStringLiteral(" - Tervo Studio");
+}
+
+}  // namespace tervo::ui

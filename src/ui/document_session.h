@@ -1,0 +1,89 @@
+#pragma once
+// The document of the window with everything around it: undo, opening and saving, recovery, and who has to look again
+// after a change. Document thread.
+
+#include <QObject>
+#include <QTimer>
+#include <span>
+#include <vector>
+
+#include "core/collection.h"
+#include "core/history/document_history.h"
+#include "core/history/recovery.h"
+#include "core/settings.h"
+#include "formats/open_flow.h"
+#include "formats/save_each.h"
+#include "tools/operation.h"
+#include "ui/window_host.h"
+
+namespace tervo::ui {
+
+enum class OpenMode : uint8_t { replace, merge, replaceSameName };
+
+class DocumentSession final : public QObject {
+  Q_OBJECT
+ public:
+  /// Saved states and recovery states live in `folder`.
+  DocumentSession(Settings& settings, WindowHost& host, Text folder);
+
+  Collection& document() { return document_; }
+  const Collection& document() const { return document_; }
+  Settings& settings() { return settings_; }
+  WindowHost& host() { return host_; }
+  DocumentHistory& history() { return history_; }
+  /// Of the last open or save.
+  const ConversionReport& report() const { return report_; }
+  /// The file that was opened last in place of the document; empty when there is none.
+  const Text& path() const { return path_; }
+
+  /// False with LastErrorText. When the user was asked about raw data and declined, too.
+  bool open(TextView path, OpenMode mode);
+  /// Several items are saved as a document of their own.
+  bool save(std::span<const ItemId> items, FormatIndex row, TextView path, const SaveOptions& options);
+  /// Each item into a file of its own; what became of it stands in the list. True when all were saved.
+  bool saveEach(std::vector<SavedItem>& items, FormatIndex row, const SaveOptions& options);
+  void clear();
+
+  /// One undo step of all the items, whatever `change` does to them.
+  void edit(std::span<const ItemId> items, const QString& label, const std::function<void()>& change,
+            const Gesture& gesture = {});
+  /// Runs an operation on items of its kind, as one undo step. False with LastErrorText.
+  bool process(const Operation& operation, std::span<const ItemId> items, const OptionValues& values);
+  /// After something else has changed the document through history().
+  void announceChange();
+
+  bool undo();
+  bool redo();
+  bool saveState();
+  bool restoreState(int offset);
+  /// Writes the document as the state of that name, beside the ring of states.
+  bool saveSession(TextView name);
+
+  /// "Unnamed  - Tervo Studio", "Piano - Tervo Studio".
+  QString title() const;
+
+ Q_SIGNALS:
+  /// Items have come, gone or changed.
+  void changed();
+  /// The whole document is another one.
+  void replaced();
+  /// Something was lost; report() tells what.
+  void lostSomething(const QString& doing);
+
+ private:
+  RawFallback fallbackFor(TextView path);
+  bool openOnce(TextView path, OpenMode mode, RawFallback fallback);
+  void tellLosses(const QString& doing);
+
+  Settings& settings_;
+  WindowHost& host_;
+  Collection document_;
+  DocumentHistory history_;
+  RecoveryKeeper recovery_;
+  QTimer recoveryTimer_;
+  ConversionReport report_;
+  RawChoice rawChoice_ = RawChoice::askEachTime;
+  Text path_;
+};
+
+}  // namespace tervo::ui

@@ -1,0 +1,121 @@
+// The main window's menus.
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QMenuBar>
+#include <QToolBar>
+
+#include "ui/dialogs/save_each_dialog.h"
+#include "ui/edit_commands.h"
+#include "ui/main_window.h"
+#include "ui/property_pane.h"
+#include "ui/qt_text.h"
+#include "ui/sound/keyboard_view.h"
+#include "ui/sound/player.h"
+
+namespace tervo::ui {
+
+void MainWindow::buildMenus() {
+  buildFileMenu();
+  buildEditMenu();
+  buildProcessMenu();
+  buildSoundMenu();
+  buildToolBar();
+}
+
+void MainWindow::buildProcessMenu() {
+  QMenu* menu = menuBar()->addMenu(tr("&Process"));
+  menu->addAction(tr("&Wizard..."), QKeySequence(tr("Ctrl+P")), this, [this] { process(nullptr); });
+  menu->addSeparator();
+  QMenu* waves = menu->addMenu(tr("Wa&veforms"));
+  QMenu* songs = menu->addMenu(tr("&Songs"));
+  for (const Operation& operation : Operations()) {
+    QMenu* place = operation.kind == ItemKind::song ? songs : waves;
+    place
+        ->addAction(qt(operation.title) + (operation.options.empty() ? QString() : QStringLiteral("...")), this,
+                    [this, &operation] { process(&operation); })
+        ->setStatusTip(qt(operation.text));
+  }
+}
+
+void MainWindow::buildSoundMenu() {
+  QMenu* menu = menuBar()->addMenu(tr("&Sound"));
+  play_ = menu->addAction(tr("&Play"), QKeySequence(Qt::Key_Space), this, &MainWindow::playOrStop);
+  audition_ = menu->addAction(QStringLiteral("Auditioning: Off"));
+  audition_->setCheckable(true);
+  connect(audition_, &QAction::triggered, this, [this](bool on) {
+    session_.settings().aio.enable = on;
+    refreshState();
+  });
+  QAction* keyboard = menu->addAction(tr("Virtual &Keyboard"));
+  keyboard->setCheckable(true);
+  keyboard->setChecked(session_.settings().aio.vKeyboard != 0);
+  connect(keyboard, &QAction::toggled, this, [this](bool on) {
+    session_.settings().aio.vKeyboard = on;
+    keyboard_->setVisible(on);
+  });
+}
+
+void MainWindow::buildToolBar() {
+  auto* bar = addToolBar(tr("Main tool bar"));
+  bar->setObjectName(QStringLiteral("mainToolBar"));
+  bar->addActions({open_, save_});
+  bar->addSeparator();
+  bar->addActions({undo_, redo_});
+  bar->addSeparator();
+  bar->addActions({play_, audition_});
+}
+
+void MainWindow::buildFileMenu() {
+  QMenu* menu = menuBar()->addMenu(tr("&File"));
+  const auto add = [&](const QString& text, const QKeySequence& keys, auto run) {
+    QAction* action = menu->addAction(text);
+    action->setShortcut(keys);
+    connect(action, &QAction::triggered, this, run);
+    return action;
+  };
+  add(tr("&New"), QKeySequence::New, [this] {
+    if (confirmDiscarding()) session_.clear();
+  });
+  open_ = add(tr("&Open..."), QKeySequence::Open, [this] { openChosen(OpenMode::replace, tr("Open")); });
+  add(tr("&Merge..."), tr("Ctrl+M"), [this] { openChosen(OpenMode::merge, tr("Merge")); });
+  add(tr("Replace Waveforms of the Same &Name..."), {},
+      [this] { openChosen(OpenMode::replaceSameName, tr("Replace Waveforms of the Same Name")); });
+  recent_ = menu->addMenu(tr("&Recent Files"));
+  connect(recent_, &QMenu::aboutToShow, this, &MainWindow::showRecentFiles);
+  menu->addSeparator();
+  save_ = add(tr("&Save Collection As..."), QKeySequence::Save, [this] { save({session_.document().id()}); });
+  add(tr("Save S&elected As..."), QKeySequence::SaveAs, [this] { save(chosen_); });
+  add(tr("Save &Each As..."), QKeySequence(tr("Ctrl+Shift+E")),
+      [this] { SaveEachDialog(session_, chosen_, this).exec(); });
+  menu->addSeparator();
+  add(tr("&Quit"), QKeySequence::Quit, [this] { close(); });
+}
+
+void MainWindow::buildEditMenu() {
+  QMenu* menu = menuBar()->addMenu(tr("&Edit"));
+  undo_ = menu->addAction(tr("&Undo"), QKeySequence::Undo, this, [this] { session_.undo(); });
+  redo_ = menu->addAction(tr("&Redo"), QKeySequence::Redo, this, [this] { session_.redo(); });
+  menu->addSeparator();
+  edit_->addTo(*menu);
+  menu->addSeparator();
+  menu->addAction(tr("Save S&tate"), QKeySequence(tr("Ctrl+T")), this, [this] {
+    if (!session_.saveState()) showFailure({});
+  });
+  QMenu* states = menu->addMenu(tr("Saved &States"));
+  connect(states, &QMenu::aboutToShow, this, [this, states] { showStates(*states); });
+  menu->addSeparator();
+  menu->addAction(tr("&Preferences..."), QKeySequence::Preferences, this, &MainWindow::editPreferences);
+}
+
+void MainWindow::showRecentFiles() {
+  recent_->clear();
+  for (const Text& path : session_.settings().app.lastFiles) {
+    recent_->addAction(QFileInfo(qt(path)).fileName(), this, [this, path] { openFiles({path}, OpenMode::replace); })
+        ->setToolTip(qt(path));
+  }
+  recent_->setToolTipsVisible(true);
+  if (recent_->isEmpty()) recent_->addAction(tr("(none)"))->setEnabled(false);
+}
+
+}  // namespace tervo::ui

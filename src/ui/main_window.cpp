@@ -1,0 +1,290 @@
+#include "ui/main_window.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QTabWidget>
+#include <QVBoxLayout>
+#include <algorithm>
+
+#include "base/last_error.h"
+#include "core/levels.h"
+#include "ui/collection_tree.h"
+#include "ui/dialogs/operation_dialog.h"
+#include "ui/dialogs/preferences_dialog.h"
+#include "ui/dialogs/report_window.h"
+#include "ui/edit_commands.h"
+#include "ui/file_dialogs.h"
+#include "ui/property_pane.h"
+#include "ui/qt_text.h"
+#include "ui/sound/keyboard_view.h"
+#include "ui/sound/player.h"
+#include "ui/wave/waveform_pane.h"
+#include "ui/waveform_list.h"
+
+namespace tervo::ui {
+namespace {
+
+/// The first waveform among the items, or the one that the first region plays.
+ItemId waveformOf(const std::vector<ItemId>& items) {
+  for (const ItemId id : items) {
+    if (kindOf(id) == ItemKind::waveform) return id;
+    if (const auto* region = findItem<Region>(id)) return region->waveform;
+  }
+  return noItem;
+}
+
+}  // namespace
+
+MainWindow::MainWindow(DocumentSession& session, Player& player) : session_(session), player_(player) {
+  setObjectName(QStringLiteral("muiWindow"));
+  setWindowTitle(QStringLiteral("Tervo Studio v12.9"));
+  setAcceptDrops(true);
+  session_.host().setWindow(this);
+  buildPanes();
+  edit_ = new EditCommands(session_, this, [this] {
+    return EditCommands::Target{chosen_, properties_->currentRow(), waveform_->view().chosenMarker()};
+  });
+  buildMenus();
+  connectSession();
+  restoreGeometryFromSettings();
+}
+
+MainWindow::~MainWindow() = default;
+
+void MainWindow::buildPanes() {
+  across_ = new QSplitter(Qt::Horizontal, this);
+  tree_ = new CollectionTree(session_, across_);
+  auto* right = new QSplitter(Qt::Vertical, across_);
+  list_ = new WaveformList(session_, right);
+  tabs_ = new QTabWidget(right);
+  properties_ = new PropertyPane(session_, tabs_);
+  tabs_->addTab(properties_, tr("&Parameters"));
+  waveform_ = new WaveformPane(session_, tabs_);
+  tabs_->addTab(waveform_, tr("&Waveform"));
+  right->setSizes({200, 480});
+  across_->setStretchFactor(1, 1);
+  keyboard_ = new KeyboardView(player_, session_.settings(), this);
+  keyboard_->setVisible(session_.settings().aio.vKeyboard != 0);
+  auto* centre = new QWidget(this);
+  auto* layout = new QVBoxLayout(centre);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->addWidget(across_, 1);
+  layout->addWidget(keyboard_);
+  setCentralWidget(centre);
+  status_ = new QLabel(this);
+  status_->setTextFormat(Qt::PlainText);
+  statusBar()->addWidget(status_, 1);
+  engineStatus_ = new QLabel(this);
+  engineStatus_->setTextFormat(Qt::PlainText);
+  statusBar()->addPermanentWidget(engineStatus_);
+}
+
+void MainWindow::connectSession() {
+  connect(&session_, &DocumentSession::replaced, this, [this] {
+    tree_->rebuild();
+    list_->rebuild();
+    choose(activeList_ ? list_->selectedItems() : tree_->selectedItems());
+    refreshState();
+  });
+  connect(&session_, &DocumentSession::changed, this, [this] {
+    tree_->refresh();
+    list_->refresh();
+    properties_->refresh();
+    player_.reload();
+    showPlayableKeys();
+    waveform_->refresh();
+    refreshState();
+  });
+  connect(&session_.host(), &WindowHost::statusShown, status_, &QLabel::setText);
+  connect(&session_, &DocumentSession::lostSomething, this, [this](const QString& doing) {
+    if (messageBoxesAllowed_) (new ReportWindow(doing, session_.report(), this))->show();
+  });
+  connect(&player_, &Player::statusShown, engineStatus_, &QLabel::setText);
+  connect(&player_, &Player::playingChanged, this,
+          [this](bool playing) { play_->setText(playing ? tr("&Stop") : tr("&Play")); });
+  connect(&player_, &Player::positionChanged, this, [this] { waveform_->view().setPlayPosition(player_.position()); });
+  connect(edit_, &EditCommands::made, this, &MainWindow::selectItems);
+  connect(tree_, &CollectionTree::selectedItemsChanged, this, [this] {
+    activeList_ = false;
+    choose(tree_->selectedItems());
+    if (chosen_.size() == 1) player_.audition(chosen_[0]);
+  });
+  connect(list_, &WaveformList::selectedItemsChanged, this, [this] {
+    activeList_ = true;
+    choose(list_->selectedItems());
+    if (chosen_.size() == 1) player_.audition(chosen_[0]);
+  });
+}
+
+void MainWindow::selectItems(const std::vector<ItemId>& items) {
+  const bool areWaveforms = !items.empty() && kindOf(items[0]) == ItemKind::waveform;
+  areWaveforms ? list_->select(items) : tree_->select(items);
+}
+
+void MainWindow::choose(const std::vector<ItemId>& items) {
+  chosen_ = items;
+  properties_->setItems(chosen_);
+  waveform_->setWaveform(waveformOf(chosen_));
+  player_.setPlayed(chosen_.empty() ? noItem : chosen_[0]);
+  showPlayableKeys();
+}
+
+void MainWindow::showPlayableKeys() {
+  std::array<bool, 128> playable{};
+  const Instrument* instrument = chosen_.empty() ? nullptr : containingInstrument(chosen_[0]);
+  if (!instrument) playable.fill(true);
+  for (std::size_t i = 0; instrument && i < instrument->layers().size(); ++i) {
+    for (const auto& region : instrument->layers()[i]->regions()) {
+      const Range keys = keyRange(*region);
+      for (int key = keys.low; key <= std::min<int>(keys.high, 127); ++key)
+        playable[static_cast<std::size_t>(key)] = true;
+    }
+  }
+  keyboard_->setPlayableKeys(playable);
+}
+
+void MainWindow::keyPressEvent(QKeyEvent* event) {
+  if (keyboard_->isHidden() || !keyboard_->handleKey(*event)) QMainWindow::keyPressEvent(event);
+}
+
+void MainWindow::keyReleaseEvent(QKeyEvent* event) {
+  if (keyboard_->isHidden() || !keyboard_->handleKey(*event)) QMainWindow::keyReleaseEvent(event);
+}
+
+void MainWindow::playOrStop() {
+  if (player_.isPlaying()) return player_.stop();
+  const bool inEditor = tabs_->currentWidget() == waveform_ && waveform_->view().waveform();
+  const ItemId item = inEditor ? waveform_->view().waveform()->id() : chosen_.empty() ? noItem : chosen_[0];
+  if (!player_.play(item, inEditor ? waveform_->view().cursor() : 0)) session_.host().showStatus(LastErrorText());
+}
+
+void MainWindow::process(const Operation* operation) {
+  OperationDialog(session_, chosen_, operation, this).exec();
+}
+
+void MainWindow::editPreferences() {
+  if (PreferencesDialog(session_.settings(), this).exec() != QDialog::Accepted) return;
+  player_.restart();
+  keyboard_->setVisible(session_.settings().aio.vKeyboard != 0);
+  session_.announceChange();
+}
+
+void MainWindow::showStates(QMenu& menu) {
+  menu.clear();
+  const StateRing& states = session_.history().states();
+  if (states.oldest() < 0) return menu.addAction(tr("(none)"))->setEnabled(false);
+  const int count = (states.newest() - states.oldest() + StateRing::capacity) % StateRing::capacity + 1;
+  for (int i = 0; i < count; ++i) {
+    const int index = (states.newest() - i + StateRing::capacity) % StateRing::capacity;
+    // Older entries are positive.
+    const int offset = (states.current() - index + StateRing::capacity) % StateRing::capacity;
+    const bool isNewer = (index - states.oldest() + StateRing::capacity) % StateRing::capacity >
+                         (states.current() - states.oldest() + StateRing::capacity) % StateRing::capacity;
+    QAction* action = menu.addAction(qt(states.name(index)), this, [this, offset, isNewer] {
+      if (!session_.restoreState(isNewer ? offset - StateRing::capacity : offset)) showFailure({});
+    });
+    action->setCheckable(true);
+    action->setChecked(index == states.current());
+  }
+}
+
+void MainWindow::refreshState() {
+  setWindowTitle(session_.title());
+  const EditRing& edits = session_.history().edits();
+  undo_->setEnabled(edits.canUndo());
+  redo_->setEnabled(edits.canRedo());
+  const bool on = session_.settings().aio.enable != 0;
+  audition_->setText(on ? QStringLiteral("Auditioning: On") : QStringLiteral("Auditioning: Off"));
+  audition_->setChecked(on);
+}
+
+void MainWindow::showFailure(const QString& what) {
+  // Whoever cancelled knows why.
+  if (session_.host().cancelled()) return session_.host().showStatus(LastErrorText());
+  if (!messageBoxesAllowed_) return;
+  QMessageBox box(QMessageBox::Warning, QStringLiteral("Error!"), qt(LastErrorText()), QMessageBox::Ok, this);
+  box.setInformativeText(what);
+  box.exec();
+}
+
+bool MainWindow::confirmDiscarding() {
+  if (!session_.settings().load.confirm || !session_.history().hasUnsavedChanges()) return true;
+  const QString text = QStringLiteral(
+      "This will discard any changes made to the loaded data!\n\nAre you sure that you want to proceed?");
+  return QMessageBox::warning(this, QStringLiteral("Warning: Discarding changes!"), text,
+                              QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
+}
+
+void MainWindow::openFiles(const std::vector<Text>& paths, OpenMode mode) {
+  if (mode == OpenMode::replace && !confirmDiscarding()) return;
+  for (const Text& path : paths) {
+    if (!session_.open(path, mode)) showFailure(qt(path));
+    if (session_.host().cancelled()) break;
+    if (mode == OpenMode::replace) mode = OpenMode::merge;
+  }
+}
+
+void MainWindow::openChosen(OpenMode mode, const QString& title) {
+  openFiles(chooseFilesToOpen(this, title, session_.settings()), mode);
+}
+
+void MainWindow::save(const std::vector<ItemId>& items) {
+  if (items.empty()) return;
+  const ItemKind kind = items.size() == 1 ? kindOf(items[0]) : ItemKind::collection;
+  const auto choice = chooseFileToSave(this, tr("Save As"), kind, qt(session_.document().name), session_.settings());
+  if (!choice) return;
+  if (!session_.save(items, choice->row, choice->path, {})) showFailure(qt(choice->path));
+}
+
+void MainWindow::restoreGeometryFromSettings() {
+  const Settings::App& app = session_.settings().app;
+  resize(app.lastSize[0] > 0 ? app.lastSize[0] : 1180, app.lastSize[1] > 0 ? app.lastSize[1] : 760);
+  if (app.lastSize[0] > 0) move(app.lastPos[0], app.lastPos[1]);
+  across_->setSizes({app.paneSplitL, std::max(width() - app.paneSplitL, 100)});
+}
+
+void MainWindow::rememberGeometry() {
+  Settings::App& app = session_.settings().app;
+  app.lastPos = {pos().x(), pos().y()};
+  app.lastSize = {width(), height()};
+  app.paneSplitL = across_->sizes().value(0);
+  list_->rememberWidths();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  // The operation that runs would come back to a window that is gone.
+  if (session_.host().isBusy() || !confirmDiscarding()) return event->ignore();
+  rememberGeometry();
+  event->accept();
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+  if (event->mimeData()->hasUrls()) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+  std::vector<Text> paths;
+  for (const QUrl& url : event->mimeData()->urls()) {
+    if (url.isLocalFile()) paths.push_back(textOf(url.toLocalFile()));
+  }
+  if (paths.empty()) return;
+  event->acceptProposedAction();
+  if (!session_.document().holdsData()) return openFiles(paths, OpenMode::replace);
+  QMessageBox box(QMessageBox::Question, QStringLiteral("Tervo Studio"),
+                  QStringLiteral("How would you like to open the file?"), QMessageBox::NoButton, this);
+  const QAbstractButton* merge = box.addButton(QStringLiteral("&Merge w current"), QMessageBox::AcceptRole);
+  const QAbstractButton* replace = box.addButton(QStringLiteral("&Replace current"), QMessageBox::AcceptRole);
+  box.setEscapeButton(box.addButton(QStringLiteral("&Cancel"), QMessageBox::RejectRole));
+  box.exec();
+  if (box.clickedButton() == replace) openFiles(paths, OpenMode::replace);
+  if (box.clickedButton() == merge) openFiles(paths, OpenMode::merge);
+}
+
+}  // namespace tervo::ui

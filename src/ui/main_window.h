@@ -1,0 +1,106 @@
+#pragma once
+// The main window: menus and tool bar, the tree and the list, the panes for what is selected, the status line.
+
+#include <QMainWindow>
+#include <memory>
+
+#include "ui/document_session.h"
+
+class QLabel;
+class QMenu;
+class QSplitter;
+class QTabWidget;
+
+namespace tervo::ui {
+
+class CollectionTree;
+class EditCommands;
+class KeyboardView;
+class Player;
+class PropertyPane;
+class WaveformList;
+class WaveformPane;
+
+class MainWindow final : public QMainWindow {
+  Q_OBJECT
+ public:
+  MainWindow(DocumentSession& session, Player& player);
+  ~MainWindow() override;
+
+  /// Opens the first file in place of the document and merges the others. Failures show in message boxes, unless the
+  /// user switched them off.
+  void openFiles(const std::vector<Text>& paths, OpenMode mode);
+  /// In the tree, or in the list where they are waveforms.
+  void selectItems(const std::vector<ItemId>& items);
+  /// The title, and the menu's auditioning state.
+  void refreshState();
+  void setMessageBoxesAllowed(bool allowed) { messageBoxesAllowed_ = allowed; }
+  void showFailure(const QString& what);
+  /// Asks before loaded data are lost, where the settings want that. True to go on.
+  bool confirmDiscarding();
+  /// What the commands work on: what is selected where the focus was last, else the whole collection.
+  const std::vector<ItemId>& chosenItems() const { return chosen_; }
+
+  DocumentSession& session() { return session_; }
+  CollectionTree& tree() { return *tree_; }
+  WaveformList& list() { return *list_; }
+  EditCommands& edit() { return *edit_; }
+  KeyboardView& keyboard() { return *keyboard_; }
+  PropertyPane& properties() { return *properties_; }
+  WaveformPane& waveform() { return *waveform_; }
+  QTabWidget& tabs() { return *tabs_; }
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void keyReleaseEvent(QKeyEvent* event) override;
+
+ private:
+  void buildPanes();
+  void buildMenus();
+  void buildFileMenu();
+  void buildEditMenu();
+  void buildProcessMenu();
+  void buildSoundMenu();
+  void buildToolBar();
+  void connectSession();
+  void choose(const std::vector<ItemId>& items);
+  void openChosen(OpenMode mode, const QString& title);
+  void save(const std::vector<ItemId>& items);
+  void showStates(QMenu& menu);
+  void editPreferences();
+  void process(const Operation* operation);
+  void playOrStop();
+  /// Keys that the chosen instrument answers to.
+  void showPlayableKeys();
+  void showRecentFiles();
+  void restoreGeometryFromSettings();
+  void rememberGeometry();
+
+  DocumentSession& session_;
+  Player& player_;
+  bool messageBoxesAllowed_ = true;
+  std::vector<ItemId> chosen_;
+  bool activeList_ = false;  ///< the list of waveforms, not the tree, was chosen from last
+  CollectionTree* tree_;
+  WaveformList* list_;
+  PropertyPane* properties_;
+  WaveformPane* waveform_;
+  QSplitter* across_;
+  QTabWidget* tabs_;
+  KeyboardView* keyboard_;
+  QLabel* status_;
+  QLabel* engineStatus_;
+  QMenu* recent_;
+  EditCommands* edit_;
+  QAction* open_;
+  QAction* save_;
+  QAction* undo_;
+  QAction* redo_;
+  QAction* audition_;
+  QAction* play_;
+};
+
+}  // namespace tervo::ui

@@ -1,0 +1,18 @@
+#pragma once
+// Text at the border to Qt. Both sides are UTF-16, so nothing is lost, lone surrogates of odd file names included.
+
+#include <QString>
+
+#include "base/text.h"
+
+namespace tervo::ui {
+
+inline QString qt(TextView text) {
+  return QString::fromUtf16(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+inline Text textOf(const QString& text) {
+  return text.toStdU16String();
+}
+
+}  // namespace tervo::ui

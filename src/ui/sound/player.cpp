@@ -1,0 +1,208 @@
+#include "ui/sound/player.h"
+
+#include "audio/output/note_messages.h"
+#include "audio/output/output_format.h"
+#include "audio/output/synth_front.h"
+#include "audio/output/waveform_player.h"
+#include "base/last_error.h"
+#include "core/levels.h"
+#include "ui/document_session.h"
+#include "ui/qt_text.h"
+
+namespace tervo::ui {
+namespace {
+
+constexpr int watchMs = 33;
+constexpr uint8_t noteOn = 0x90, noteOff = 0x80, controlChange = 0xB0, allNotesOff = 123;
+
+}  // namespace
+
+Player::Player(DocumentSession& session, audio::AudioOutput::Opener opener)
+    : session_(session), opener_(std::move(opener)), bank_(session) {
+  session_.host().setRenderer([this](const Item& item) { return bank_.render(item); });
+  connect(&watcher_, &QTimer::timeout, this, &Player::watch);
+  restart();
+}
+
+Player::~Player() {
+  session_.host().setRenderer(nullptr);
+  midiInput_.reset();
+  stop();
+  audition_.reset();
+}
+
+void Player::restart() {
+  midiInput_.reset();
+  stop();
+  audition_.reset();
+  if (keys_) keys_->stop();
+  keys_.reset();
+  isLoaded_ = false;
+  output_ = std::make_unique<audio::AudioOutput>(audio::outputRequest(session_.settings().aio), opener_);
+  audition_ = std::make_unique<audio::Audition>(*output_, session_.settings());
+  openMidiInput();
+}
+
+void Player::openMidiInput() {
+  const Text& name = session_.settings().aio.midiInDev;
+  if (name.empty() || name == noMidiDevice) return;
+  midiInput_ = platform::MidiInput::open(name, [this](std::span<const uint8_t> message) {
+    if (message.size() < 3) return;
+    const std::vector<uint8_t> copy(message.begin(), message.end());
+    // To the document thread: the instrument may have to be loaded first.
+    QMetaObject::invokeMethod(this, [this, copy] {
+      const int kind = copy[0] & 0xF0;
+      const bool isOn = kind == noteOn && copy[2] > 0;
+      if (isOn && !prepareKeys()) return;
+      if (keys_) audio::postFromKeyboard(*keys_, copy, channel_);
+      if (kind == noteOn || kind == noteOff) Q_EMIT keySounded(copy[1], isOn);
+    });
+  });
+  if (!midiInput_) session_.host().showStatus(LastErrorText());
+}
+
+std::shared_ptr<audio::SynthFront> Player::startSynth(bool hasEffects) {
+  audio::SynthFront::Setup setup;
+  setup.voices = session_.settings().mid2wav.maxPolyphony;
+  setup.outputGain = audio::gainOf(session_.settings().aio.mixGain);
+  setup.hasEffects = hasEffects;
+  return audio::startSynth(*output_, setup);
+}
+
+void Player::setPlayed(ItemId id) {
+  if (id == played_) return;
+  allKeysUp();
+  played_ = id;
+  isLoaded_ = false;
+}
+
+bool Player::loadPlayed() {
+  const Instrument* instrument = containingInstrument(played_);
+  if (kindOf(played_) == ItemKind::waveform && findItem(played_)) {
+    ownInstrument_ = std::make_unique<Instrument>();
+    ownInstrument_->add(std::make_unique<Layer>()).add(std::make_unique<Region>()).waveform = played_;
+    instrument = ownInstrument_.get();
+  }
+  if (!instrument) return fail(u"No item selected");
+  channel_ = instrument->drum ? audio::drumChannel : audio::melodicChannel;
+  return keys_->engine().loadInstrumentAs(*instrument, audio::numberOnChannel(channel_), audio::Loading::replace);
+}
+
+bool Player::prepareKeys() {
+  if (keys_ && output_->state() == audio::AudioOutput::State::lost) keys_.reset();
+  if (!keys_) {
+    keys_ = startSynth(true);
+    isLoaded_ = false;
+    if (!keys_ || !output_->attach(keys_)) return keys_.reset(), false;
+  }
+  if (!isLoaded_) isLoaded_ = loadPlayed();
+  if (isLoaded_ && !watcher_.isActive()) watcher_.start(watchMs);
+  return isLoaded_;
+}
+
+bool Player::keyDown(int key, int velocity) {
+  if (!prepareKeys()) return false;
+  const uint8_t message[] = {noteOn, static_cast<uint8_t>(key), static_cast<uint8_t>(velocity)};
+  audio::postFromKeyboard(*keys_, message, channel_);
+  Q_EMIT keySounded(key, true);
+  return true;
+}
+
+void Player::keyUp(int key) {
+  if (!keys_) return;
+  const uint8_t message[] = {noteOff, static_cast<uint8_t>(key), 64};
+  audio::postFromKeyboard(*keys_, message, channel_);
+  Q_EMIT keySounded(key, false);
+}
+
+void Player::allKeysUp() {
+  if (!keys_) return;
+  const uint8_t message[] = {controlChange, allNotesOff, 0};
+  audio::postFromKeyboard(*keys_, message, channel_);
+}
+
+void Player::audition(ItemId id) {
+  const Item* item = findItem(id);
+  if (!session_.settings().aio.enable || !item) return;
+  if (!audition_->selected(*item)) session_.host().showStatus(LastErrorText());
+}
+
+bool Player::perform(std::shared_ptr<audio::SynthFront> synth, audio::SongEvents events) {
+  synth->perform(std::move(events), std::nullopt);
+  if (!output_->attach(synth)) return false;
+  song_ = std::move(synth);
+  return true;
+}
+
+bool Player::playSong(const Song& song) {
+  audio::SongEvents events = audio::flatten(song);
+  if (events.notes == 0) return fail(u"Done: No notes to render!");
+  auto synth = startSynth(session_.settings().mid2wav.effects != 0);
+  const auto running = session_.host().beginOperation();
+  return synth && bank_.supply(synth->engine(), events) && perform(std::move(synth), std::move(events));
+}
+
+bool Player::playInstrument(const Instrument& instrument) {
+  auto synth = startSynth(true);
+  const uint8_t channel = instrument.drum ? audio::drumChannel : audio::melodicChannel;
+  if (!synth || !synth->engine().loadInstrumentAs(instrument, audio::numberOnChannel(channel), audio::Loading::stopped))
+    return false;
+  const auto key = audio::auditionKey(instrument);
+  return perform(std::move(synth), audio::notesInTurn({{key}}, 100, channel, 1));
+}
+
+bool Player::play(ItemId id, double startFrame) {
+  stop();
+  bool playing = false;
+  if (const auto* waveform = findItem<Waveform>(id)) {
+    waveform_ = audio::playWaveform(*output_, *waveform, startFrame, audio::gainOf(session_.settings().aio.waveGain));
+    playing = waveform_ != nullptr;
+  } else if (const Song* song = containingSong(id)) {
+    playing = playSong(*song);
+  } else if (const Instrument* instrument = containingInstrument(id)) {
+    playing = playInstrument(*instrument);
+  } else {
+    return fail(u"No item selected");
+  }
+  if (!playing) return false;
+  wasPlaying_ = true;
+  watcher_.start(watchMs);
+  Q_EMIT playingChanged(true);
+  return true;
+}
+
+void Player::stop() {
+  if (audition_) audition_->stop();
+  if (waveform_) waveform_->stop();
+  if (song_) song_->stop();
+  waveform_.reset();
+  song_.reset();
+  if (!wasPlaying_) return;
+  wasPlaying_ = false;
+  Q_EMIT playingChanged(false);
+  Q_EMIT positionChanged();
+}
+
+bool Player::isPlaying() const {
+  return (waveform_ && output_->isPlaying(*waveform_)) || (song_ && output_->isPlaying(*song_));
+}
+
+std::optional<double> Player::position() const {
+  return waveform_ ? std::optional(waveform_->position()) : std::nullopt;
+}
+
+void Player::watch() {
+  if (output_->state() == audio::AudioOutput::State::lost) {
+    keys_.reset();
+    stop();
+    output_->close();
+    Q_EMIT statusShown(tr("The audio device was lost"));
+  }
+  if (wasPlaying_ && !isPlaying()) stop();
+  if (wasPlaying_) Q_EMIT positionChanged();
+  const auto& sounding = song_ ? song_ : keys_;
+  Q_EMIT statusShown(sounding ? qt(sounding->engine().statusText()) : QString());
+  if (!wasPlaying_ && !keys_) watcher_.stop();
+}
+
+}  // namespace tervo::ui

@@ -1,0 +1,85 @@
+#pragma once
+// What the window lets sound: what was selected for a second, an item from the start to its end, keys of the virtual
+// keyboard and of a MIDI port. Document thread; the port's thread only posts messages.
+
+#include <QObject>
+#include <QTimer>
+#include <memory>
+#include <optional>
+
+#include "audio/output/audio_output.h"
+#include "audio/output/audition.h"
+#include "platform/midi_port.h"
+#include "ui/sound/song_bank.h"
+
+namespace tervo::audio {
+class SynthFront;
+class WaveformPlayer;
+}  // namespace tervo::audio
+
+namespace tervo::ui {
+
+class Player final : public QObject {
+  Q_OBJECT
+ public:
+  explicit Player(DocumentSession& session, audio::AudioOutput::Opener opener = platform::AudioDevice::open);
+  ~Player() override;
+
+  /// What keys play from now on: the instrument of a region or layer, a waveform at its root key, nothing for others.
+  void setPlayed(ItemId item);
+  /// Sounds what was selected, where the settings want that. Silent where it cannot.
+  void audition(ItemId item);
+  /// False with LastErrorText.
+  bool play(ItemId item, double startFrame = 0);
+  void stop();
+  bool isPlaying() const;
+  /// The frame of the waveform that is played now; nothing for other items.
+  std::optional<double> position() const;
+
+  /// False with LastErrorText where nothing can sound.
+  bool keyDown(int key, int velocity);
+  void keyUp(int key);
+  void allKeysUp();
+
+  /// After the settings of devices and ports have changed: everything stops, and opens anew when it is needed.
+  void restart();
+  /// After items have changed: keys play them as they are now.
+  void reload() { isLoaded_ = false; }
+  SongBank& bank() { return bank_; }
+
+ Q_SIGNALS:
+  void playingChanged(bool playing);
+  void positionChanged();
+  /// From a MIDI port, too; any thread.
+  void keySounded(int key, bool on);
+  /// "%d regions", or what became of the device.
+  void statusShown(const QString& text);
+
+ private:
+  bool prepareKeys();
+  bool loadPlayed();
+  void openMidiInput();
+  bool playSong(const Song& song);
+  bool playInstrument(const Instrument& instrument);
+  bool perform(std::shared_ptr<audio::SynthFront> synth, audio::SongEvents events);
+  std::shared_ptr<audio::SynthFront> startSynth(bool hasEffects);
+  void watch();
+
+  DocumentSession& session_;
+  audio::AudioOutput::Opener opener_;
+  std::unique_ptr<audio::AudioOutput> output_;
+  std::unique_ptr<audio::Audition> audition_;
+  SongBank bank_;
+  std::shared_ptr<audio::SynthFront> keys_;  ///< what keys play on
+  std::shared_ptr<audio::SynthFront> song_;
+  std::shared_ptr<audio::WaveformPlayer> waveform_;
+  std::unique_ptr<Instrument> ownInstrument_;  ///< of a waveform that is played by keys
+  ItemId played_ = noItem;
+  uint8_t channel_ = 0;
+  bool isLoaded_ = false;
+  bool wasPlaying_ = false;
+  std::unique_ptr<platform::MidiInput> midiInput_;
+  QTimer watcher_;
+};
+
+}  // namespace tervo::ui
