@@ -27,6 +27,11 @@ ItemId commonOwner(std::span<const ItemId> items, const Collection& document) {
 
 }  // namespace
 
+uint64_t newGesture() {
+  static uint64_t last = 0;
+  return ++last;
+}
+
 DocumentSession::DocumentSession(Settings& settings, WindowHost& host, Text folder)
     : settings_(settings),
       host_(host),

@@ -18,6 +18,9 @@
 
 namespace tervo::ui {
 
+/// The number of a gesture that begins: no other view has one like it.
+uint64_t newGesture();
+
 enum class OpenMode : uint8_t { replace, merge, replaceSameName };
 
 class DocumentSession final : public QObject {

@@ -20,6 +20,9 @@
 #include "ui/dialogs/preferences_dialog.h"
 #include "ui/dialogs/report_window.h"
 #include "ui/edit_commands.h"
+#include "ui/editors/graphic_pane.h"
+#include "ui/editors/key_map.h"
+#include "ui/editors/song_pane.h"
 #include "ui/file_dialogs.h"
 #include "ui/property_pane.h"
 #include "ui/qt_text.h"
@@ -64,10 +67,15 @@ void MainWindow::buildPanes() {
   auto* right = new QSplitter(Qt::Vertical, across_);
   list_ = new WaveformList(session_, right);
   tabs_ = new QTabWidget(right);
-  properties_ = new PropertyPane(session_, tabs_);
-  tabs_->addTab(properties_, tr("&Parameters"));
+  auto* parameters = new QSplitter(Qt::Horizontal, tabs_);
+  properties_ = new PropertyPane(session_, parameters);
+  graphics_ = new GraphicPane(session_, properties_->model(), parameters);
+  parameters->setSizes({420, 480});
+  tabs_->addTab(parameters, tr("&Parameters"));
   waveform_ = new WaveformPane(session_, tabs_);
   tabs_->addTab(waveform_, tr("&Waveform"));
+  song_ = new SongPane(tabs_);
+  tabs_->addTab(song_, tr("Son&g"));
   right->setSizes({200, 480});
   across_->setStretchFactor(1, 1);
   keyboard_ = new KeyboardView(player_, session_.settings(), this);
@@ -97,6 +105,8 @@ void MainWindow::connectSession() {
     tree_->refresh();
     list_->refresh();
     properties_->refresh();
+    graphics_->refresh();
+    song_->refresh();
     player_.reload();
     showPlayableKeys();
     waveform_->refresh();
@@ -106,6 +116,9 @@ void MainWindow::connectSession() {
   connect(&session_, &DocumentSession::lostSomething, this, [this](const QString& doing) {
     if (messageBoxesAllowed_) (new ReportWindow(doing, session_.report(), this))->show();
   });
+  connect(properties_, &PropertyPane::rowChosen, graphics_, &GraphicPane::showRow);
+  connect(graphics_, &GraphicPane::itemsChosen, tree_, &CollectionTree::select);
+  connect(&player_, &Player::keySounded, &graphics_->keys(), &KeyMap::showKey);
   connect(&player_, &Player::statusShown, engineStatus_, &QLabel::setText);
   connect(&player_, &Player::playingChanged, this,
           [this](bool playing) { play_->setText(playing ? tr("&Stop") : tr("&Play")); });
@@ -131,6 +144,8 @@ void MainWindow::selectItems(const std::vector<ItemId>& items) {
 void MainWindow::choose(const std::vector<ItemId>& items) {
   chosen_ = items;
   properties_->setItems(chosen_);
+  graphics_->setItems(chosen_);
+  song_->setItems(chosen_);
   waveform_->setWaveform(waveformOf(chosen_));
   player_.setPlayed(chosen_.empty() ? noItem : chosen_[0]);
   showPlayableKeys();

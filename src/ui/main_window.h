@@ -15,9 +15,11 @@ namespace tervo::ui {
 
 class CollectionTree;
 class EditCommands;
+class GraphicPane;
 class KeyboardView;
 class Player;
 class PropertyPane;
+class SongPane;
 class WaveformList;
 class WaveformPane;
 
@@ -48,6 +50,8 @@ class MainWindow final : public QMainWindow {
   KeyboardView& keyboard() { return *keyboard_; }
   PropertyPane& properties() { return *properties_; }
   WaveformPane& waveform() { return *waveform_; }
+  GraphicPane& graphics() { return *graphics_; }
+  SongPane& song() { return *song_; }
   QTabWidget& tabs() { return *tabs_; }
 
  protected:
@@ -87,6 +91,8 @@ class MainWindow final : public QMainWindow {
   CollectionTree* tree_;
   WaveformList* list_;
   PropertyPane* properties_;
+  GraphicPane* graphics_;
+  SongPane* song_;
   WaveformPane* waveform_;
   QSplitter* across_;
   QTabWidget* tabs_;

@@ -113,10 +113,22 @@ bool PropertyModel::setText(ParameterId row, const QString& text) {
   return setNumber(row, *number);
 }
 
-void PropertyModel::resetToDefault(ParameterId row) {
-  const double standard = double{rowOf(row).defaultValue};
-  change(row, 0, [&](ItemId id) {
-    if (!clearParameterValue(id, row)) setParameterValue(id, row, standard);
+void PropertyModel::setNumbers(std::span<const std::pair<ParameterId, double>> numbers, const QString& what,
+                               uint64_t gesture) {
+  const auto propagation = session_.settings().app.propagateDownDelta ? Propagation::deltaDownwards : Propagation::none;
+  const auto changeAll = [&] {
+    for (const ItemId id : items_) {
+      for (const auto& [row, number] : numbers) setParameterValue(id, row, number, propagation);
+    }
+  };
+  session_.edit(items_, tr("Edit %1").arg(what), changeAll, {gesture, numbers.front().first});
+}
+
+void PropertyModel::resetToDefault(std::span<const ParameterId> rows) {
+  change(rows.front(), 0, [&](ItemId id) {
+    for (const ParameterId row : rows) {
+      if (!clearParameterValue(id, row)) setParameterValue(id, row, double{rowOf(row).defaultValue});
+    }
   });
 }
 

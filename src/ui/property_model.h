@@ -32,8 +32,11 @@ class PropertyModel final : public QAbstractItemModel {
   // Edits of all items, one undo step each; those of one gesture are one step together.
   bool setText(ParameterId row, const QString& text);
   bool setNumber(ParameterId row, double number, uint64_t gesture = 0);
-  /// Leaves the row to the levels above, or gives it its default where there are none.
-  void resetToDefault(ParameterId row);
+  /// Several rows together; `what` names them in the undo list. A gesture has the same first row all along.
+  void setNumbers(std::span<const std::pair<ParameterId, double>> numbers, const QString& what, uint64_t gesture);
+  /// Leaves the rows to the levels above, or gives them their defaults where there are none.
+  void resetToDefault(std::span<const ParameterId> rows);
+  void resetToDefault(ParameterId row) { resetToDefault({&row, 1}); }
   /// Moves each item's own value by so many steps; a step is what the row's editor moves by.
   void stepBy(ParameterId row, double steps, uint64_t gesture);
 

@@ -53,7 +53,7 @@ void PropertyView::keyPressEvent(QKeyEvent* event) {
   if (isRow && event->key() == Qt::Key_Delete) return model_.resetToDefault(row);
   const bool withControl = event->modifiers() & Qt::ControlModifier;
   if (isRow && withControl && isSteppable(row) && (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down)) {
-    if (!event->isAutoRepeat()) ++gesture_;
+    if (!event->isAutoRepeat()) gesture_ = newGesture();
     const double step = event->modifiers() & Qt::ShiftModifier ? 10 : 1;
     return model_.stepBy(row, event->key() == Qt::Key_Up ? step : -step, gesture_);
   }
@@ -63,7 +63,7 @@ void PropertyView::keyPressEvent(QKeyEvent* event) {
 void PropertyView::wheelEvent(QWheelEvent* event) {
   const auto row = numberRowAt(event->position().toPoint());
   if (!row || !(event->modifiers() & Qt::ControlModifier)) return QTreeView::wheelEvent(event);
-  model_.stepBy(*row, event->angleDelta().y() / 120.0, ++gesture_);
+  model_.stepBy(*row, event->angleDelta().y() / 120.0, newGesture());
   event->accept();
 }
 
@@ -79,7 +79,7 @@ void PropertyView::mouseMoveEvent(QMouseEvent* event) {
   if (!draggedRow_ || !(event->buttons() & Qt::LeftButton)) return QTreeView::mouseMoveEvent(event);
   const int steps = (dragged_.y() - event->position().toPoint().y()) / pixelsPerStep;
   if (steps == 0) return;
-  if (!isDragging_) ++gesture_;
+  if (!isDragging_) gesture_ = newGesture();
   isDragging_ = true;
   dragged_.ry() -= steps * pixelsPerStep;
   const bool isFine = event->modifiers() & Qt::ShiftModifier;

@@ -48,6 +48,16 @@ Response filtered(FilterType type, float hertz, float resonance) {
   });
 }
 
+TEST(Filter, PicturesShowWhatIsHeard) {
+  for (int type = 1; type <= 12; ++type) {
+    const Response heard = filtered(static_cast<FilterType>(type), 1000, 9);
+    for (const double hertz : {125.0, 700.0, 1010.0, 3000.0}) {
+      const double shown = audio::filterDb(static_cast<FilterType>(type), 1000, 9, hertz, float{rate});
+      EXPECT_NEAR(shown, heard.at(hertz), 0.1) << type << " at " << hertz;
+    }
+  }
+}
+
 TEST(Filter, SlopesAndCutoffsAreTheirNames) {
   struct Case {
     FilterType type;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <complex>
+#include <numbers>
 
 #include "audio/engine/units.h"
 
@@ -182,6 +184,24 @@ FilterStage designBand(FilterType type, float hertz, float gainDb, float q, floa
   FilterStage stage = svf(g, width * a, Tap::notch);
   mix(stage, 1, (a * a - 1) / (width * a), 0);
   return stage;
+}
+
+double magnitudeOf(const FilterStage& stage, double turnsPerFrame) {
+  // The two states as transfer functions: s1 = a2 (z - 1) / d and s2 = ((z - a1) a3 + a2^2) / d.
+  const std::complex<double> z = std::polar(1.0, 2 * std::numbers::pi * turnsPerFrame);
+  const double a1 = double{stage.a1}, a2 = double{stage.a2}, a3 = double{stage.a3};
+  const std::complex<double> d = (z - a1) * (z - 1.0 + a3) + a2 * a2;
+  const std::complex<double> band = a2 * (z - 1.0) / d, low = ((z - a1) * a3 + a2 * a2) / d;
+  return std::abs(double{stage.m0} + (1.0 + z) * (double{stage.m1} * band + double{stage.m2} * low));
+}
+
+double filterDb(FilterType type, float cutoffHertz, float resonanceDb, double hertz, float sampleRate) {
+  std::array<FilterStage, 2> stages;
+  designFilter(type, cutoffHertz, resonanceDb, sampleRate, stages);
+  double gain = 1;
+  for (int i = 0; i < stagesOf(type); ++i)
+    gain *= magnitudeOf(stages[static_cast<std::size_t>(i)], hertz / double{sampleRate});
+  return 20 * std::log10(std::max(gain, 1e-10));
 }
 
 }  // namespace tervo::audio

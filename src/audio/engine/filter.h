@@ -51,6 +51,12 @@ void designFilter(FilterType type, float cutoffHertz, float resonanceDb, float s
 /// One band of the equalizer: peak, lowShelf or highShelf.
 FilterStage designBand(FilterType type, float hertz, float gainDb, float q, float sampleRate) noexcept;
 
+/// What a stage does to a sine: the factor of its amplitude at a frequency as a part of the sample rate, 0..0.5. For
+/// pictures; any thread.
+double magnitudeOf(const FilterStage& stage, double turnsPerFrame);
+/// Of a whole filter, in dB, not below -200.
+double filterDb(FilterType type, float cutoffHertz, float resonanceDb, double hertz, float sampleRate);
+
 /// Makes the tables that designFilter needs; it does so itself when it is called first, but not on the audio thread.
 void prepareFilters();
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "core/parameter_lists.h"
+#include "ui/piano_keys.h"
 #include "ui/qt_text.h"
 #include "ui/sound/player.h"
 
@@ -14,11 +15,6 @@ namespace {
 constexpr int lowestKey = 0, highestKey = 127, whiteKeys = 75;
 constexpr int keyVelocity = 100;
 constexpr double blackHeight = 0.62, blackWidth = 0.6;
-
-bool isBlack(int key) {
-  constexpr bool black[] = {false, true, false, true, false, false, true, false, true, false, true, false};
-  return black[key % 12];
-}
 
 /// How many white keys lie before it.
 int whitesBefore(int key) {
@@ -56,7 +52,7 @@ void KeyboardView::showKey(int key, bool isDown) {
 QRectF KeyboardView::rectOf(int key) const {
   const double white = width() / static_cast<double>(whiteKeys);
   const double left = whitesBefore(key) * white;
-  if (!isBlack(key)) return {left, 0, white, static_cast<double>(height())};
+  if (!isBlackKey(key)) return {left, 0, white, static_cast<double>(height())};
   return {left - white * blackWidth / 2, 0, white * blackWidth, height() * blackHeight};
 }
 
@@ -64,7 +60,7 @@ int KeyboardView::keyAt(const QPointF& point) const {
   // Black keys lie on top of the white ones.
   for (const bool black : {true, false}) {
     for (int key = lowestKey; key <= highestKey; ++key) {
-      if (isBlack(key) == black && rectOf(key).contains(point)) return key;
+      if (isBlackKey(key) == black && rectOf(key).contains(point)) return key;
     }
   }
   return -1;
@@ -151,7 +147,7 @@ void KeyboardView::paintEvent(QPaintEvent*) {
   const MiddleC middleC = settings_.app.midIsNamedC3 ? MiddleC::c3 : MiddleC::c4;
   for (const bool black : {false, true}) {
     for (int key = lowestKey; key <= highestKey; ++key) {
-      if (isBlack(key) != black) continue;
+      if (isBlackKey(key) != black) continue;
       QColor colour = black ? QColor(0x28, 0x28, 0x28) : QColor(0xfa, 0xfa, 0xf6);
       if (!playable_[static_cast<std::size_t>(key)])
         colour = black ? QColor(0x80, 0x80, 0x80) : QColor(0xd0, 0xd0, 0xce);

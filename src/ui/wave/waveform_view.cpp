@@ -137,7 +137,7 @@ std::optional<WaveformView::Grip> WaveformView::gripAt(const QPointF& point) con
 
 void WaveformView::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton || !waveform()) return;
-  ++gesture_;
+  gesture_ = newGesture();
   dragged_ = gripAt(event->position());
   if (dragged_) return chooseMarker(dragged_->marker);
   isSelecting_ = true;
@@ -192,7 +192,7 @@ bool WaveformView::nudgeMarker(QKeyEvent& event) {
   const Waveform* now = waveform();
   if (chosenMarker_ < 0 || !(event.modifiers() & Qt::AltModifier)) return false;
   if (event.key() != Qt::Key_Left && event.key() != Qt::Key_Right) return false;
-  if (!event.isAutoRepeat()) ++gesture_;
+  if (!event.isAutoRepeat()) gesture_ = newGesture();
   const bool isEnd = event.modifiers() & Qt::ShiftModifier;
   const Marker& marker = now->markers[static_cast<std::size_t>(chosenMarker_)];
   const double step = event.key() == Qt::Key_Left ? -1 : 1;
