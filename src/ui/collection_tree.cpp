@@ -1,6 +1,7 @@
 #include "ui/collection_tree.h"
 
 #include <QHeaderView>
+#include <QScrollBar>
 
 #include "ui/collection_model.h"
 #include "ui/document_session.h"
@@ -62,6 +63,12 @@ void CollectionTree::rebuild() {
   select(selected);
   isRebuilding_ = false;
   selected_ = itemsOfSelection();
+}
+
+void CollectionTree::scrollTo(const QModelIndex& index, ScrollHint hint) {
+  const int across = horizontalScrollBar()->value();
+  QTreeView::scrollTo(index, hint);
+  horizontalScrollBar()->setValue(across);
 }
 
 void CollectionTree::refresh() {

@@ -23,6 +23,8 @@ class CollectionTree final : public QTreeView {
   /// Items have come or gone: what is still there stays selected and open.
   void rebuild();
   void refresh();
+  /// Names stay in sight: only up and down.
+  void scrollTo(const QModelIndex& index, ScrollHint hint = EnsureVisible) override;
 
  Q_SIGNALS:
   /// By the user or by select(); not by rebuild().

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QMenuBar>
+#include <QStyle>
 #include <QToolBar>
 
 #include "ui/dialogs/save_each_dialog.h"
@@ -59,6 +60,12 @@ void MainWindow::buildSoundMenu() {
 void MainWindow::buildToolBar() {
   auto* bar = addToolBar(tr("Main tool bar"));
   bar->setObjectName(QStringLiteral("mainToolBar"));
+  bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+  open_->setIcon(style()->standardIcon(QStyle::SP_DialogOpenButton));
+  save_->setIcon(style()->standardIcon(QStyle::SP_DialogSaveButton));
+  undo_->setIcon(style()->standardIcon(QStyle::SP_ArrowBack));
+  redo_->setIcon(style()->standardIcon(QStyle::SP_ArrowForward));
+  save_->setIconText(tr("Save"));
   bar->addActions({open_, save_});
   bar->addSeparator();
   bar->addActions({undo_, redo_});
@@ -77,10 +84,13 @@ void MainWindow::buildFileMenu() {
   add(tr("&New"), QKeySequence::New, [this] {
     if (confirmDiscarding()) session_.clear();
   });
-  open_ = add(tr("&Open..."), QKeySequence::Open, [this] { openChosen(OpenMode::replace, tr("Open")); });
-  add(tr("&Merge..."), tr("Ctrl+M"), [this] { openChosen(OpenMode::merge, tr("Merge")); });
-  add(tr("Replace Waveforms of the Same &Name..."), {},
-      [this] { openChosen(OpenMode::replaceSameName, tr("Replace Waveforms of the Same Name")); });
+  open_ = add(tr("&Open..."), QKeySequence::Open,
+              [this] { openChosen(OpenMode::replace, tr("Open files - Tervo Studio")); });
+  add(tr("&Merge..."), tr("Ctrl+M"),
+      [this] { openChosen(OpenMode::merge, QStringLiteral("Open files to merge with - Tervo Studio")); });
+  add(tr("Replace Waveforms of the Same &Name..."), {}, [this] {
+    openChosen(OpenMode::replaceSameName, QStringLiteral("Select waves to replace current waves of the same name"));
+  });
   recent_ = menu->addMenu(tr("&Recent Files"));
   connect(recent_, &QMenu::aboutToShow, this, &MainWindow::showRecentFiles);
   menu->addSeparator();

@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QSplitter>
 #include <QStatusBar>
+#include <QStyle>
 #include <QTabWidget>
 #include <QVBoxLayout>
 #include <algorithm>
@@ -55,6 +56,7 @@ MainWindow::MainWindow(DocumentSession& session, Player& player) : session_(sess
     return EditCommands::Target{chosen_, properties_->currentRow(), waveform_->view().chosenMarker()};
   });
   buildMenus();
+  showPlaying(false);
   connectSession();
   restoreGeometryFromSettings();
 }
@@ -120,8 +122,7 @@ void MainWindow::connectSession() {
   connect(graphics_, &GraphicPane::itemsChosen, tree_, &CollectionTree::select);
   connect(&player_, &Player::keySounded, &graphics_->keys(), &KeyMap::showKey);
   connect(&player_, &Player::statusShown, engineStatus_, &QLabel::setText);
-  connect(&player_, &Player::playingChanged, this,
-          [this](bool playing) { play_->setText(playing ? tr("&Stop") : tr("&Play")); });
+  connect(&player_, &Player::playingChanged, this, &MainWindow::showPlaying);
   connect(&player_, &Player::positionChanged, this, [this] { waveform_->view().setPlayPosition(player_.position()); });
   connect(edit_, &EditCommands::made, this, &MainWindow::selectItems);
   connect(tree_, &CollectionTree::selectedItemsChanged, this, [this] {
@@ -210,6 +211,11 @@ void MainWindow::showStates(QMenu& menu) {
   }
 }
 
+void MainWindow::showPlaying(bool playing) {
+  play_->setText(playing ? tr("&Stop") : tr("&Play"));
+  play_->setIcon(style()->standardIcon(playing ? QStyle::SP_MediaStop : QStyle::SP_MediaPlay));
+}
+
 void MainWindow::refreshState() {
   setWindowTitle(session_.title());
   const EditRing& edits = session_.history().edits();
@@ -262,7 +268,10 @@ void MainWindow::restoreGeometryFromSettings() {
   const Settings::App& app = session_.settings().app;
   resize(app.lastSize[0] > 0 ? app.lastSize[0] : 1180, app.lastSize[1] > 0 ? app.lastSize[1] : 760);
   if (app.lastSize[0] > 0) move(app.lastPos[0], app.lastPos[1]);
-  across_->setSizes({app.paneSplitL, std::max(width() - app.paneSplitL, 100)});
+  int tree = app.paneSplitL;
+  // Until somebody moves it, the names of instruments and what they hold fit, whatever the font.
+  if (tree == Settings{}.app.paneSplitL) tree = std::max(tree, 44 * tree_->fontMetrics().averageCharWidth());
+  across_->setSizes({tree, std::max(width() - tree, 100)});
 }
 
 void MainWindow::rememberGeometry() {

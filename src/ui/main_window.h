@@ -77,6 +77,7 @@ class MainWindow final : public QMainWindow {
   void editPreferences();
   void process(const Operation* operation);
   void playOrStop();
+  void showPlaying(bool playing);
   /// Keys that the chosen instrument answers to.
   void showPlayableKeys();
   void showRecentFiles();

@@ -25,9 +25,26 @@ WaveformList::WaveformList(DocumentSession& session, QWidget* parent) : QTreeVie
   header()->setSortIndicatorClearable(true);
   header()->setSortIndicator(-1, Qt::AscendingOrder);
   setSortingEnabled(true);
-  const auto& widths = session.settings().app.colWidths;
-  for (int column = 0; column < WaveformListModel::columns; ++column)
-    header()->resizeSection(column, widths[static_cast<std::size_t>(column)]);
+  header()->setStretchLastSection(false);
+  setWidths();
+}
+
+void WaveformList::setWidths() {
+  const auto& widths = session_.settings().app.colWidths;
+  // Until somebody sets them, columns are wide enough for what usually stands in them, whatever the font.
+  const bool areUsual = widths == Settings{}.app.colWidths;
+  const QString usual[] = {{},
+                           QStringLiteral("PCM 16-bit stereo"),
+                           QStringLiteral("192000"),
+                           QStringLiteral("C#-1"),
+                           QStringLiteral("59:59.999")};
+  for (int column = 0; column < WaveformListModel::columns; ++column) {
+    int width = widths[static_cast<std::size_t>(column)];
+    if (areUsual)
+      width = std::max({width, header()->sectionSizeHint(column),
+                        fontMetrics().horizontalAdvance(usual[column]) + 2 * fontMetrics().averageCharWidth()});
+    header()->resizeSection(column, width);
+  }
 }
 
 void WaveformList::rememberWidths() {

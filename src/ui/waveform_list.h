@@ -34,6 +34,7 @@ class WaveformList final : public QTreeView {
 
  private:
   std::vector<ItemId> itemsOfSelection() const;
+  void setWidths();
 
   DocumentSession& session_;
   WaveformListModel* model_;

@@ -120,7 +120,7 @@ void EnvelopeEditor::paintTimes(QPainter& painter, const EnvelopeGraph& graph, c
   const QRectF box = area();
   const QFontMetricsF metrics(painter.font());
   const auto label = [&](double from, double to, double y, const QString& text) {
-    if (metrics.horizontalAdvance(text) < to - from + 6)
+    if (metrics.horizontalAdvance(text) < to - from - 2)
       painter.drawText(QRectF(from - 20, y, to - from + 40, 16), Qt::AlignCenter, text);
   };
   const double sustainFrom = places.to[attackSegments - 1], sustainTo = places.from[attackSegments];

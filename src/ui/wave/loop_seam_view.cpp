@@ -10,7 +10,7 @@
 namespace tervo::ui {
 
 LoopSeamView::LoopSeamView(QWidget* parent) : QWidget(parent) {
-  setMinimumSize(120, 60);
+  setMinimumSize(160, 60);
   setAccessibleName(tr("Loop seam"));
   setToolTip(tr("The end of the loop and its start as they follow each other; the wheel zooms"));
 }
@@ -58,6 +58,9 @@ void LoopSeamView::paintEvent(QPaintEvent*) {
   painter.drawLine(QPointF(width() / 2.0, 0), QPointF(width() / 2.0, height()));
   painter.drawLine(QPointF(0, height() / 2.0), QPointF(width(), height() / 2.0));
   painter.setRenderHint(QPainter::Antialiasing);
+  const QRect margin = rect().adjusted(6, 4, -6, -4);
+  painter.drawText(margin, Qt::AlignLeft | Qt::AlignTop, tr("Loop end"));
+  painter.drawText(margin, Qt::AlignRight | Qt::AlignTop, tr("Loop start"));
   const Marker& loop = waveform->markers[static_cast<std::size_t>(marker_)];
   paintSide(painter, *waveform, loop.end, true);
   paintSide(painter, *waveform, loop.start, false);

@@ -42,6 +42,10 @@ WaveformPane::WaveformPane(DocumentSession& session, QWidget* parent) : QWidget(
                           QAbstractItemView::AnyKeyPressed);
   table_->verticalHeader()->setDefaultSectionSize(22);
   table_->setAccessibleName(tr("Markers and loops"));
+  table_->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+  const int digits = table_->fontMetrics().averageCharWidth();
+  const int widths[MarkerModel::columns] = {16, 10, 11, 11, 18, 13, 8};
+  for (int column = 0; column < MarkerModel::columns; ++column) table_->setColumnWidth(column, widths[column] * digits);
   seam_ = new LoopSeamView(this);
   spectrum_ = new SpectrumView(this);
   buildToolBar();
@@ -50,7 +54,7 @@ WaveformPane::WaveformPane(DocumentSession& session, QWidget* parent) : QWidget(
   below->addWidget(table_);
   below->addWidget(seam_);
   below->addWidget(spectrum_);
-  below->setSizes({420, 200, 260});
+  below->setSizes({620, 200, 260});
   auto* picture = new QWidget(this);
   auto* pictureLayout = new QVBoxLayout(picture);
   pictureLayout->setContentsMargins(0, 0, 0, 0);
