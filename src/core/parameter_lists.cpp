@@ -141,9 +141,8 @@ Text valueText(ParameterId id, double value, MiddleC middleC) {
   const auto number = inRange(id, value);
   if (!number) return {};
   const auto choices = choicesOf(row.editor);
-  if (const auto index = static_cast<std::size_t>(std::max(*number, 0.0)); index < choices.size()) {
-    return Text(choices[index]);
-  }
+  if (!choices.empty() && *number < static_cast<double>(choices.size()))
+    return Text(choices[static_cast<std::size_t>(std::max(*number, 0.0))]);
   if (row.editor == EditorKind::key) return keyName(static_cast<int>(*number), middleC);
   if (id == ParameterId::loopCount && *number == loopForever) return u"Infinite";
   if (id == ParameterId::loopCount && *number == loopUntilRelease) return u"Until Release";
