@@ -87,7 +87,15 @@ void voices(benchmark::State& state) {
   state.counters["core"] =  // share of one that playing takes
       benchmark::Counter(frames / rate, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
-BENCHMARK(voices)->Args({64, 1, 0})->Args({256, 1, 0})->Args({256, 1, 1})->Args({256, 2, 1})->UseRealTime();
+BENCHMARK(voices)
+    ->Args({64, 1, 0})
+    ->Args({256, 1, 0})
+    ->Args({130, 1, 1})
+    ->Args({130, 2, 1})
+    ->Args({256, 1, 1})
+    ->Args({256, 2, 1})
+    ->MeasureProcessCPUTime()
+    ->UseRealTime();
 
 /// Both effects for one second of sound.
 void effects(benchmark::State& state) {

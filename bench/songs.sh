@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # songs.sh TERVO [SONG...]: processor time for whole songs against FluidSynth, same bank, rate and one thread, dry and
-# with reverb and chorus. Three runs each, the fastest counts. Writing the file is part of it.
+# with reverb and chorus. Three runs each, the fastest counts. Opening the bank (TERVO_BANK, or a small one) and writing
+# the file are part of it.
 set -euo pipefail
 tervo=$(readlink -f "$1")
 shift
-bank=/usr/share/sounds/sf2/TimGM6mb.sf2
+bank=${TERVO_BANK-/usr/share/sounds/sf2/TimGM6mb.sf2}
 [ $# -gt 0 ] || set -- /usr/share/games/openttd/baseset/openmsx/{city_blues_redfarn,flying_scotsman,tttheme2}.mid
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT

@@ -1,10 +1,10 @@
 #include "audio/engine/engine.h"
 
 #include <algorithm>
-#include <cmath>
 #include <thread>
 
 #include "audio/engine/denormals.h"
+#include "dsp/frame_kernels.h"
 
 namespace tervo::audio {
 namespace {
@@ -71,6 +71,7 @@ void Engine::takeInstruments() noexcept {
 }
 
 void Engine::publishGeneration() noexcept {
+  if (oldestGeneration_ == playedGeneration_) return;
   uint32_t oldest = playedGeneration_;
   for (const Voice* voice : performer_.pool().voices()) oldest = std::min(oldest, voice->generation);
   oldestGeneration_ = oldest;
@@ -82,7 +83,7 @@ void Engine::renderBlock() noexcept {
   while (ring_.popUntil(time_, message)) performer_.execute(message);
   performer_.advanceRamps();
   mixBlock(workers_.render(performer_.pool().voices(), context_));
-  performer_.pool().collect();
+  if (workers_.hasEndedVoices()) performer_.pool().collect();
   activeVoices_ = static_cast<uint32_t>(performer_.pool().voices().size());
   publishGeneration();
   measurePeak();
@@ -107,8 +108,7 @@ void Engine::mixBlock(std::span<const BusBlock> groups) noexcept {
 }
 
 void Engine::measurePeak() noexcept {
-  float peak = 0;
-  for (const float sample : block_) peak = std::max(peak, std::fabs(sample));
+  const float peak = dsp::peakOf(block_);
   peak_ = peak;
   if (peak <= 1) return;
   clipped_ = true;

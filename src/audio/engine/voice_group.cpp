@@ -109,8 +109,8 @@ void VoiceGroup::renderBundle(std::span<const Lane> part, RenderLanes kernel, co
   }
 }
 
-void VoiceGroup::render(std::span<Voice* const> voices, const VoiceContext& context, RenderLanes kernel,
-                        BusBlock& out) noexcept {
+uint32_t VoiceGroup::render(std::span<Voice* const> voices, const VoiceContext& context, RenderLanes kernel,
+                            BusBlock& out) noexcept {
   sums_ = {};
   const std::size_t count = collectLanes(voices, context);
   for (std::size_t i = 0; i < count; i += lanes)
@@ -125,6 +125,8 @@ void VoiceGroup::render(std::span<Voice* const> voices, const VoiceContext& cont
       transpose(sums);
       store((sums[0] + sums[2]) + (sums[1] + sums[3]), out.bus[bus] + n);
     }
+  return static_cast<uint32_t>(
+      std::count_if(voices.begin(), voices.end(), [](const Voice* voice) { return voice->isDone(); }));
 }
 
 }  // namespace tervo::audio

@@ -18,8 +18,9 @@ class VoiceGroup {
  public:
   VoiceGroup();
 
-  /// Advances the voices by a block and puts their sums into `out`.
-  void render(std::span<Voice* const> voices, const VoiceContext& context, RenderLanes kernel, BusBlock& out) noexcept;
+  /// Advances the voices by a block and puts their sums into `out`. How many of them are done then.
+  uint32_t render(std::span<Voice* const> voices, const VoiceContext& context, RenderLanes kernel,
+                  BusBlock& out) noexcept;
 
  private:
   struct Lane {

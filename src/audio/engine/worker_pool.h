@@ -21,6 +21,9 @@ class WorkerPool {
 
   /// Audio thread. Renders all voices; `out` gets a block of sums for each group, in the order of the groups.
   std::span<const BusBlock> render(std::span<Voice* const> voices, const VoiceContext& context) noexcept;
+  /// Whether voices of the last block are done. Only then does the audio thread look at all of them: what another
+  /// thread has written takes long to read.
+  bool hasEndedVoices() const { return voicesEnded_ != 0; }
   int workers() const { return static_cast<int>(groups_.size()); }
 
  private:
@@ -41,7 +44,8 @@ class WorkerPool {
   std::span<Voice* const> voices_;
   const VoiceContext* context_ = nullptr;
   std::size_t sharers_ = 1;
-  std::atomic<uint32_t> voicesDone_{0};
+  std::atomic<uint32_t> voicesDone_{0};   ///< rendered, whatever becomes of them
+  std::atomic<uint32_t> voicesEnded_{0};  ///< will not sound again
   std::atomic<bool> ending_{false};
 };
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "base/last_error.h"
+#include "dsp/frame_kernels.h"
 
 namespace tervo::audio {
 namespace {
@@ -60,8 +61,7 @@ bool RenderSink::flush() {
 
 bool RenderSink::append(std::span<const float> stereo) {
   constexpr std::size_t bufferSamples = 1 << 15;
-  float peak = 0;
-  for (const float sample : stereo) peak = std::max(peak, std::fabs(sample));
+  const float peak = dsp::peakOf(stereo);
   const auto frames = static_cast<int64_t>(stereo.size() / channelCount);
   if (peak == 0) return appendSilence(frames);
   peak_ = std::max(peak_, peak);
