@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QMessageBox>
 
 #include "app/start_arguments.h"
 #include "base/last_error.h"
@@ -11,6 +12,7 @@
 #include "platform/path.h"
 #include "platform/program.h"
 #include "platform/settings_backend.h"
+#include "ui/batch/batch_wizard.h"
 #include "ui/main_window.h"
 #include "ui/qt_text.h"
 #include "ui/sound/player.h"
@@ -34,6 +36,13 @@ void restoreLastSession(ui::MainWindow& window, const Settings& settings) {
   if (isFile(path) && !session.history().LoadState(path)) session.host().showStatus(LastErrorText());
 }
 
+/// Neither settings nor a session are saved, so nothing but the wizard is made.
+int runBatch(const std::vector<Text>& files, const Settings& settings, bool showsBoxes) {
+  if (!ui::runBatchWizard(files, ui::qt(settings.app.lastPathOut)) && showsBoxes)
+    QMessageBox::warning(nullptr, QStringLiteral("Error!"), ui::qt(LastErrorText()));
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -49,6 +58,7 @@ int main(int argc, char** argv) {
   const auto backend = platform::openUserSettings();
   Settings settings;
   LoadSettings(settings, *backend);
+  if (start.runsBatch) return runBatch(files, settings, start.showsBoxes);
   ui::WindowHost host;
   ui::DocumentSession session(settings, host, stateFolder());
   ui::Player player(session);

@@ -6,6 +6,7 @@
 #include <QStyle>
 #include <QToolBar>
 
+#include "ui/batch/batch_wizard.h"
 #include "ui/dialogs/save_each_dialog.h"
 #include "ui/edit_commands.h"
 #include "ui/main_window.h"
@@ -98,6 +99,8 @@ void MainWindow::buildFileMenu() {
   add(tr("Save S&elected As..."), QKeySequence::SaveAs, [this] { save(chosen_); });
   add(tr("Save &Each As..."), QKeySequence(tr("Ctrl+Shift+E")),
       [this] { SaveEachDialog(session_, chosen_, this).exec(); });
+  add(tr("&Batch Conversion..."), QKeySequence(tr("Ctrl+B")),
+      [this] { BatchWizard(qt(session_.settings().app.lastPathOut), this).exec(); });
   menu->addSeparator();
   add(tr("&Quit"), QKeySequence::Quit, [this] { close(); });
 }

@@ -1,0 +1,167 @@
+#include "ui/batch/batch_wizard.h"
+
+#include <QHeaderView>
+#include <QLabel>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTableView>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include "base/last_error.h"
+#include "platform/file.h"
+#include "platform/program.h"
+#include "ui/batch/batch_model.h"
+#include "ui/qt_text.h"
+
+namespace tervo::ui {
+namespace {
+
+constexpr int pollMilliseconds = 100;
+
+double shareDone(const std::vector<BatchEntry>& entries) {
+  double done = 0;
+  for (const BatchEntry& entry : entries) {
+    if (entry.state == BatchState::running) done += entry.progress;
+    if (entry.state != BatchState::running && entry.state != BatchState::waiting) done += 1;
+  }
+  return entries.empty() ? 1 : done / static_cast<double>(entries.size());
+}
+
+}  // namespace
+
+BatchRunPage::BatchRunPage(const BatchSourcesPage& sources, const BatchTargetsPage& targets, Text program)
+    : sources_(sources), targets_(targets), program_(std::move(program)) {
+  setTitle(tr("Convert"));
+  setSubTitle(tr("This is what will be done. Nothing has been written yet."));
+  model_ = new BatchModel(this);
+  table_ = new QTableView;
+  table_->setModel(model_);
+  table_->setAccessibleName(tr("Conversions"));
+  table_->setSelectionBehavior(QAbstractItemView::SelectRows);
+  table_->verticalHeader()->hide();
+  table_->horizontalHeader()->setStretchLastSection(true);
+  const int widths[] = {230, 230, 60, 110};
+  for (int column = 0; column < 4; ++column) table_->setColumnWidth(column, widths[column]);
+  bar_ = new QProgressBar;
+  bar_->setRange(0, 1000);
+  summary_ = new QLabel;
+  summary_->setTextFormat(Qt::PlainText);
+  summary_->setWordWrap(true);
+  start_ = new QPushButton(tr("&Start"));
+  cancel_ = new QPushButton(tr("Stop"));
+  connect(start_, &QPushButton::clicked, this, &BatchRunPage::start);
+  connect(cancel_, &QPushButton::clicked, this, &BatchRunPage::cancel);
+  timer_ = new QTimer(this);
+  connect(timer_, &QTimer::timeout, this, &BatchRunPage::poll);
+
+  auto* buttons = new QHBoxLayout;
+  buttons->addWidget(bar_, 1);
+  buttons->addWidget(start_);
+  buttons->addWidget(cancel_);
+  auto* layout = new QVBoxLayout(this);
+  layout->addWidget(table_, 1);
+  layout->addWidget(summary_);
+  layout->addLayout(buttons);
+}
+
+BatchRunPage::~BatchRunPage() = default;
+
+void BatchRunPage::initializePage() {
+  plan();
+}
+
+void BatchRunPage::cleanupPage() {
+  timer_->stop();
+  model_->setEntries(nullptr);
+  run_.reset();
+  isStarted_ = false;
+}
+
+void BatchRunPage::plan() {
+  BatchRequest request = targets_.request();
+  request.sources = sources_.sources();
+  model_->setEntries(nullptr);
+  run_ = std::make_unique<BatchRun>(PlanBatch(std::move(request)), BatchRunOptions{targets_.workers(), 600, program_});
+  isStarted_ = false;
+  model_->setEntries(&run_->entries());
+  show();
+}
+
+bool BatchRunPage::isRunning() const {
+  return isStarted_ && !run_->isOver();
+}
+
+bool BatchRunPage::isComplete() const {
+  return run_ && isStarted_ && run_->isOver();
+}
+
+const std::vector<BatchEntry>& BatchRunPage::entries() const {
+  return run_->entries();
+}
+
+void BatchRunPage::start() {
+  if (isStarted_) plan();  // again, for what failed or was cancelled
+  if (!run_->start()) return summary_->setText(qt(LastErrorText()));
+  isStarted_ = true;
+  timer_->start(pollMilliseconds);
+  show();
+}
+
+void BatchRunPage::cancel() {
+  if (isRunning()) run_->cancel();
+}
+
+void BatchRunPage::poll() {
+  model_->changed(run_->poll(std::chrono::milliseconds(0)));
+  if (run_->isOver()) timer_->stop();
+  show();
+}
+
+void BatchRunPage::show() {
+  const bool canStart = !isRunning() && countsOf(entries()).waiting + countsOf(entries()).cancelled > 0;
+  start_->setEnabled(canStart);
+  start_->setText(isStarted_ ? tr("&Go on") : tr("&Start"));
+  cancel_->setEnabled(isRunning());
+  bar_->setValue(static_cast<int>(1000 * (isStarted_ ? shareDone(entries()) : 0)));
+  QString text = summaryOf(entries());
+  if (isStarted_ && run_->isOver()) text.prepend(tr("Done: "));
+  if (!run_->journalProblem().empty()) text += u'\n' + qt(run_->journalProblem());
+  summary_->setText(text);
+  setSubTitle(isStarted_ ? tr("One process converts each file, so that a bad one harms no other.")
+                         : tr("This is what will be done. Nothing has been written yet."));
+  Q_EMIT completeChanged();
+}
+
+BatchWizard::BatchWizard(const QString& folder, QWidget* parent, Text program) : QWizard(parent) {
+  setWindowTitle(tr("Batch conversion"));
+  setWizardStyle(QWizard::ModernStyle);
+  setOption(QWizard::NoBackButtonOnStartPage);
+  sources_ = new BatchSourcesPage;
+  targets_ = new BatchTargetsPage(folder);
+  run_ = new BatchRunPage(*sources_, *targets_, std::move(program));
+  addPage(sources_);
+  addPage(targets_);
+  addPage(run_);
+  resize(860, 560);
+}
+
+void BatchWizard::reject() {
+  if (run_->isRunning())
+    run_->cancel();
+  else
+    QWizard::reject();
+}
+
+bool runBatchWizard(const std::vector<Text>& sources, const QString& folder) {
+  const Text worker = platform::siblingProgram(u"tervo");
+  if (!platform::fileExists(worker)) return fail(u"The program that converts is missing: " + worker);
+  BatchWizard wizard(folder);
+  QStringList paths;
+  for (const Text& source : sources) paths << qt(source);
+  wizard.sources().add(paths);
+  wizard.exec();
+  return true;
+}
+
+}  // namespace tervo::ui

@@ -1,0 +1,88 @@
+#include "ui/batch/batch_wizard.h"
+
+#include <gmock/gmock.h>
+
+#include <QAbstractButton>
+#include <QDropEvent>
+#include <QFile>
+#include <QMimeData>
+#include <QSignalSpy>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUrl>
+
+#include "platform/program.h"
+#include "ui/qt_text.h"
+
+namespace tervo::ui {
+namespace {
+
+using testing::ElementsAre;
+
+class BatchWizardTest : public testing::Test {
+ protected:
+  BatchWizardTest() { QDir(dir.path()).mkpath(QStringLiteral("in/sub")); }
+
+  /// What the worker does with it: see tests/stand_in.
+  void put(const QString& name, const QByteArray& word) {
+    QFile file(dir.filePath(name));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(word);
+  }
+
+  void toLastPage() {
+    wizard.show();
+    QMimeData dropped;
+    dropped.setUrls({QUrl::fromLocalFile(dir.filePath(QStringLiteral("in")))});
+    EXPECT_FALSE(wizard.sources().isComplete());
+    QDropEvent drop({5, 5}, Qt::CopyAction, &dropped, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&wizard.sources(), &drop);
+    wizard.next();
+    wizard.targets().setRows({writerForExtension(u"wav"), writerForExtension(u"aif")});
+    wizard.next();
+    ASSERT_EQ(wizard.currentPage(), &wizard.run());
+  }
+
+  std::vector<std::string> states() {
+    std::vector<std::string> all;
+    for (const BatchEntry& entry : wizard.run().entries()) all.push_back(toUtf8(nameOf(entry.state)));
+    return all;
+  }
+
+  QTemporaryDir dir;
+  BatchWizard wizard{dir.filePath(QStringLiteral("out")), nullptr, platform::siblingProgram(u"stand_in")};
+};
+
+TEST_F(BatchWizardTest, ShowsThePlanThenConvertsAndSaysWhatFailed) {
+  put(QStringLiteral("in/a"), "copy"), put(QStringLiteral("in/sub/b"), "fail");
+  toLastPage();
+  EXPECT_THAT(states(), ElementsAre("waiting", "waiting", "waiting", "waiting"));
+  EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("out")))) << "it has not been told to start";
+  EXPECT_FALSE(wizard.button(QWizard::FinishButton)->isEnabled());
+  wizard.run().start();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return wizard.run().isComplete(); }, 20000));
+  EXPECT_THAT(states(), ElementsAre("done", "done", "failed", "failed"));
+  EXPECT_TRUE(QFile::exists(dir.filePath(QStringLiteral("out/a.wav"))));
+  EXPECT_TRUE(wizard.button(QWizard::FinishButton)->isEnabled());
+  const auto* model = wizard.run().findChild<QTableView*>()->model();
+  EXPECT_EQ(model->index(2, 4).data().toString().toStdString(), "It is broken (so it is)");
+}
+
+TEST_F(BatchWizardTest, EscapeStopsTheWorkAndItCanGoOn) {
+  put(QStringLiteral("in/a"), "hang"), put(QStringLiteral("in/b"), "hang");
+  toLastPage();
+  wizard.run().start();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return countsOf(wizard.run().entries()).running > 0; }, 20000));
+  QTest::keyClick(&wizard, Qt::Key_Escape);
+  EXPECT_TRUE(wizard.isVisible());
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !wizard.run().isRunning(); }, 20000));
+  EXPECT_THAT(states(), ElementsAre("cancelled", "cancelled", "cancelled", "cancelled"));
+  put(QStringLiteral("in/a"), "copy"), put(QStringLiteral("in/b"), "copy");
+  wizard.run().start();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return wizard.run().isComplete(); }, 20000));
+  EXPECT_THAT(states(), ElementsAre("done", "done", "done", "done"));
+}
+
+}  // namespace
+}  // namespace tervo::ui
