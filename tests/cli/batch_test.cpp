@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "platform/path.h"
 #include "tests/cli/command_fixture.h"
 
 namespace tervo::test {
@@ -47,8 +48,11 @@ TEST_F(BatchCommand, SaysWhatFailedAndWhy) {
   folder.put(u"in/broken.wav", wavOf(1000).substr(0, 30));
   EXPECT_EQ(run({u"batch", u"in", u"missing.wav", u"--to", u"aif", u"-d", u"out", u"--report=r.json"}), 1);
   EXPECT_THAT(console.output, HasSubstr("Done: 2 converted, 1 not recognised, 2 failed\n"));
-  EXPECT_THAT(console.error, HasSubstr("tervo: in/broken.wav -> out/broken.aif: "));
-  EXPECT_THAT(console.error, HasSubstr("tervo: missing.wav -> out/missing.aif: Could not open file"));
+  const auto below = [](TextView from, TextView name) { return toUtf8(platform::join(from, name)); };
+  EXPECT_THAT(console.error,
+              HasSubstr("tervo: " + below(u"in", u"broken.wav") + " -> " + below(u"out", u"broken.aif") + ": "));
+  EXPECT_THAT(console.error,
+              HasSubstr("tervo: missing.wav -> " + below(u"out", u"missing.aif") + ": Could not open file"));
   EXPECT_EQ(nlohmann::json::parse(folder.get(u"r.json"))["counts"]["failed"], 2);
   EXPECT_EQ(run({u"batch", u"in/a.wav", u"--to", u"aif", u"-d", u"out"}), 1) << "it is there already";
   EXPECT_EQ(run({u"batch", u"in/a.wav", u"--to", u"aif", u"-d", u"out", u"--overwrite", u"--quiet"}), 0);

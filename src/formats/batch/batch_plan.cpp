@@ -109,6 +109,9 @@ BatchJournal::Task taskOf(const BatchRequest& request, const BatchEntry& entry) 
 }
 
 BatchPlan PlanBatch(BatchRequest request) {
+  // One spelling each: paths are compared.
+  for (Text& source : request.sources) source = platform::absolute(source);
+  request.targetFolder = platform::absolute(request.targetFolder);
   BatchJournal journal(request.targetFolder);
   BatchPlan plan{std::move(request), {}, std::move(journal)};
   auto sources = batchSources(plan.request.sources, plan.request.targetFolder);
