@@ -122,6 +122,23 @@ TEST(Engine, LoadIsShedByTheQuietestNotes) {
   EXPECT_EQ(lab.engine->activeVoices(), 29u);
 }
 
+TEST(Engine, OfEqualNotesTheFirstIsStolen) {
+  const auto heardAfter = [](audio::Stealing stealing) {
+    SoundLab lab;
+    lab.addSine(480, 0.5);
+    lab.start();
+    for (const int key : {60, 72, 84}) lab.press(key);
+    lab.render(0.1);
+    EXPECT_TRUE(lab.engine->stealNote(stealing));
+    EXPECT_TRUE(lab.engine->stealNote(stealing));  // not the one that fades already
+    lab.render(0.05);
+    const Frames sound = lab.left(0.2);
+    return std::array{levelAt(sound, 480) > 0.01, levelAt(sound, 960) > 0.01, levelAt(sound, 1920) > 0.01};
+  };
+  for (const auto stealing : {audio::Stealing::soft, audio::Stealing::hard})
+    EXPECT_EQ(heardAfter(stealing), (std::array{false, false, true}));
+}
+
 TEST(Engine, InstrumentsAreReplacedWhileNotesSound) {
   SoundLab lab;
   lab.addSine(480);
