@@ -17,11 +17,14 @@ ItemMap& map() {
 /// One count for all kinds. It starts at 1, so 0 is never an identifier, and after 2^28 items it goes round and passes
 /// over the numbers that are still in use.
 uint32_t lastSerial = 0;
+/// Until then no item has a number above the last one.
+bool hasGoneRound = false;
 
 ItemId freshId(ItemKind kind) {
   do {
     lastSerial = (lastSerial + 1) & 0x0FFFFFFF;
-  } while (lastSerial == 0 || map().find(makeItemId(kind, lastSerial)));
+    if (lastSerial == 0) hasGoneRound = true;
+  } while (lastSerial == 0 || (hasGoneRound && map().find(makeItemId(kind, lastSerial))));
   return makeItemId(kind, lastSerial);
 }
 

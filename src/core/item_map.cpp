@@ -35,8 +35,9 @@ void ItemMap::insert(ItemId id, Item* item) {
 }
 
 void ItemMap::erase(ItemId id) {
-  if (!find(id)) return;
+  if (buckets_.empty()) return;
   std::size_t hole = bucketOf(id);
+  if (!buckets_[hole].item) return;
   // Later entries of the run move up into the hole unless that would put them before their home bucket, so that no
   // search ever stops short of an entry.
   for (std::size_t bucket = next(hole); buckets_[bucket].item; bucket = next(bucket)) {

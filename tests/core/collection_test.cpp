@@ -2,6 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <array>
+#include <map>
+#include <random>
+
 namespace tervo {
 namespace {
 
@@ -147,6 +152,34 @@ TEST(ParameterSet, StaysSortedAndSparse) {
   EXPECT_EQ(set.get(ParameterId(2)), std::nullopt);
   for (const int row : {1, 0, 24}) other.set(ParameterId(row), row == 1 ? 7.f : static_cast<float>(row));
   EXPECT_EQ(set, other);
+}
+
+TEST(ParameterSet, CopiesThatShareEntriesGoTheirOwnWays) {
+  std::mt19937 random(1);
+  std::array<ParameterSet, 4> sets;
+  std::array<std::map<ParameterId, float>, 4> expected;
+  for (int round = 0; round < 5000; ++round) {
+    const std::size_t i = random() % 4, j = random() % 4;
+    const auto row = ParameterId(random() % 40);
+    switch (random() % 5) {
+      case 0:
+        sets[i] = sets[j], expected[i] = expected[j];
+        break;
+      case 1:
+        sets[i].erase(row), expected[i].erase(row);
+        break;
+      case 2:
+        if (i != j) sets[i] = std::move(sets[j]), expected[i] = std::exchange(expected[j], {});
+        break;
+      default:
+        sets[i].set(row, static_cast<float>(round)), expected[i][row] = static_cast<float>(round);
+    }
+    for (std::size_t k = 0; k < 4; ++k)
+      ASSERT_TRUE(std::equal(sets[k].entries().begin(), sets[k].entries().end(), expected[k].begin(), expected[k].end(),
+                             [](const auto& a, const auto& b) { return a.first == b.first && a.second == b.second; }))
+          << round;
+    ASSERT_EQ(sets[i] == sets[j], expected[i] == expected[j]) << round;
+  }
 }
 
 }  // namespace

@@ -144,15 +144,15 @@ bool RowValues::isJust(const ArticulationSet& rows) const {
 }
 
 ArticulationSet RowValues::toSet() const {
-  std::vector<ArticulationSet::Entry> entries;
-  entries.reserve(size());
+  std::array<ArticulationSet::Entry, count> entries;
+  std::size_t size = 0;
   for (std::size_t word = 0; word < isSet_.size(); ++word) {
     for (uint64_t bits = isSet_[word]; bits != 0; bits &= bits - 1) {
       const auto at = 64 * word + static_cast<std::size_t>(std::countr_zero(bits));
-      entries.emplace_back(static_cast<P>(at), values_[at]);
+      entries[size++] = {static_cast<P>(at), values_[at]};
     }
   }
-  return ArticulationSet(std::move(entries));
+  return ArticulationSet(std::span(entries).first(size));
 }
 
 const RowValues& RowValues::defaults() {
