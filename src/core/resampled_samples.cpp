@@ -74,7 +74,7 @@ class ResampledSamples final : public SampleData {
     // A frame out depends on many frames before it, so reading from the middle starts at the front.
     return skipFrames(*stream, firstFrame, channels()) ? std::move(stream) : nullptr;
   }
-  bool isDamaged() const override { return source_->isDamaged(); }
+  const void* damage() const override { return source_->damage(); }
 
  private:
   SampleRef source_;
@@ -91,11 +91,16 @@ SampleRef resampled(const SampleRef& data, double fromHz, double toHz) {
   return std::make_shared<ResampledSamples>(data, fromHz, toHz, static_cast<int64_t>(frames));
 }
 
-std::vector<Marker> scaledMarkers(const std::vector<Marker>& markers, double ratio) {
+std::vector<Marker> scaledMarkers(const std::vector<Marker>& markers, double ratio, int64_t frames) {
+  const auto last = static_cast<double>(frames);
+  const auto moved = [&](double position) {
+    const double now = position * ratio;
+    return now > last && now < last + 1 ? last : now;
+  };
   std::vector<Marker> scaled = markers;
   for (Marker& marker : scaled) {
-    marker.start *= ratio;
-    marker.end *= ratio;
+    marker.start = moved(marker.start);
+    marker.end = moved(marker.end);
   }
   return scaled;
 }

@@ -10,7 +10,8 @@ namespace tervo {
 /// LastErrorText when the rates cannot be converted.
 SampleRef resampled(const SampleRef& data, double fromHz, double toHz);
 
-/// Markers moved to their places at another rate: start and end are scaled, fractions kept.
-std::vector<Marker> scaledMarkers(const std::vector<Marker>& markers, double ratio);
+/// Markers moved to their places at another rate: start and end are scaled, fractions kept. What rounding the number of
+/// frames cut off, they lose too.
+std::vector<Marker> scaledMarkers(const std::vector<Marker>& markers, double ratio, int64_t frames);
 
 }  // namespace tervo

@@ -21,7 +21,7 @@ bool convertRate(Waveform& waveform, double rate, ConversionReport& report) {
   if (waveform.sampleRate == rate) return true;
   waveform.samples = resampled(waveform.samples, waveform.sampleRate, rate);
   if (!waveform.samples) return false;
-  waveform.markers = scaledMarkers(waveform.markers, rate / waveform.sampleRate);
+  waveform.markers = scaledMarkers(waveform.markers, rate / waveform.sampleRate, waveform.frames());
   report.approximated(waveform.name, u"sample rate", numberText(waveform.sampleRate) + u" Hz",
                       numberText(rate) + u" Hz");
   waveform.sampleRate = rate;

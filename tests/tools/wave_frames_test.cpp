@@ -276,5 +276,19 @@ TEST_F(WaveOperations, ConvertedLoopsSoundTheSame) {
   }
 }
 
+TEST_F(WaveOperations, LoopsAreConvertedForMostOfTheRegions) {
+  Waveform& sound =
+      wave(ramp(50, 2), {loopMarker(10, 20, LoopType::alternating), loopMarker(30, 40, LoopType::reverse)});
+  Layer& layer = document.layer();
+  for (const float loop : {2.0f, 2.0f, 0.0f})
+    fixup_test::Document::region(layer, sound).trigger.set(ParameterId::loopSection, loop);
+  const auto before = fixup_test::heard(sound, {0, 50}, sound.markers[1], 1, 100);
+  ASSERT_EQ(run(u"convert-loops"), Outcome::changed);
+  EXPECT_EQ(fixup_test::heard(sound, {0, static_cast<double>(sound.frames())}, sound.markers[1], 1, 100), before);
+  const auto& entries = document.report.entries();
+  EXPECT_TRUE(std::any_of(entries.begin(), entries.end(),
+                          [](const ReportEntry& entry) { return entry.what == u"regions that play otherwise: 1"; }));
+}
+
 }  // namespace
 }  // namespace tervo

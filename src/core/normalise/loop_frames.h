@@ -3,6 +3,7 @@
 
 #include <cstddef>
 
+#include "core/instrument.h"
 #include "core/report.h"
 #include "core/waveform.h"
 
@@ -17,6 +18,8 @@ using LoopIndex = std::ptrdiff_t;
 inline constexpr LoopIndex noLoop = -1;
 /// The first loop, unless it is off.
 LoopIndex mainLoopOf(const Waveform& waveform);
+/// The loop that a region plays of its waveform, or of one with the same markers.
+LoopIndex playedLoopOf(const Region& region, const Waveform& waveform);
 
 /// Whether a marker is an active loop of another type than forward.
 bool needsUnrolling(const Marker& marker);

@@ -110,6 +110,14 @@ class Rearrangement {
 
 }  // namespace
 
+LoopIndex playedLoopOf(const Region& region, const Waveform& waveform) {
+  const float selector = region.trigger.get(ParameterId::loopSection).value_or(-1.0f);
+  if (selector < 0) return mainLoopOf(waveform);
+  const LoopIndex index = static_cast<LoopIndex>(selector) - 1;
+  const bool isThere = index >= 0 && index < std::ssize(waveform.markers);
+  return isThere && isActiveLoop(waveform.markers[static_cast<std::size_t>(index)]) ? index : noLoop;
+}
+
 bool needsUnrolling(const Marker& marker) {
   return isActiveLoop(marker) && marker.loopType != LoopType::forward;
 }
@@ -172,14 +180,6 @@ void keepSections(Waveform& waveform, const std::vector<Region*>& regions) {
     if (needsUnrolling(marker))
       region->trigger.set(ParameterId::playSection, static_cast<float>(sectionLike(waveform, marker)));
   }
-}
-
-/// Selectors have been repaired: they name loops that are there.
-LoopIndex playedLoopOf(const Region& region, const Waveform& waveform) {
-  const float selector = region.trigger.get(ParameterId::loopSection).value_or(-1.0f);
-  if (selector < 0) return mainLoopOf(waveform);
-  const LoopIndex index = static_cast<LoopIndex>(selector) - 1;
-  return index >= 0 && isActiveLoop(waveform.markers[static_cast<std::size_t>(index)]) ? index : noLoop;
 }
 
 /// The regions by the loop that they play.

@@ -82,7 +82,7 @@ Outcome transpose(Waveform& waveform, double cents, ConversionReport& report) {
   if (!samples) return Outcome::failed;
   report.approximated(waveform.name, u"pitch", u"", fromUtf8(fmt::format("{:+.1f} cents, resampled", cents)));
   waveform.samples = std::move(samples);
-  waveform.markers = scaledMarkers(waveform.markers, 1 / ratio);
+  waveform.markers = scaledMarkers(waveform.markers, 1 / ratio, waveform.frames());
   waveform.fineTune = 0;
   return Outcome::changed;
 }

@@ -17,7 +17,7 @@ Outcome runResample(Item& copy, const OptionValues& values, const OperationConte
   const auto text = [](double hertz) { return fromUtf8(fmt::format("{:.12g} Hz", hertz)); };
   context.report.approximated(waveform.name, u"sample rate", text(before), text(rate));
   waveform.samples = std::move(samples);
-  waveform.markers = scaledMarkers(waveform.markers, rate / before);
+  waveform.markers = scaledMarkers(waveform.markers, rate / before, waveform.frames());
   waveform.sampleRate = rate;
   return Outcome::changed;
 }
