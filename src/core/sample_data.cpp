@@ -101,7 +101,7 @@ class ChannelView final : public SampleData {
     if (!stream) return nullptr;
     return std::make_unique<ChannelStream>(std::move(stream), channels());
   }
-  bool isDamaged() const override { return source_->isDamaged(); }
+  const void* damage() const override { return source_->damage(); }
 
  private:
   SampleRef source_;

@@ -50,8 +50,9 @@ class SampleData {
   virtual std::span<const float> resident() const { return {}; }
   /// The stored bytes, when these frames are exactly what the source holds; else null.
   virtual const StoredSamples* stored() const { return nullptr; }
-  /// Whether frames turned out to be damaged or missing while somebody read them, and were silent. Any thread.
-  virtual bool isDamaged() const { return false; }
+  /// Null unless frames turned out to be damaged or missing while somebody read them, and were silent; else what they
+  /// are decoded from, which is the same for all that come from one stream. Any thread.
+  virtual const void* damage() const { return nullptr; }
 
  protected:
   SampleData(int channels, int64_t frames) : channels_(channels), frames_(frames) {}

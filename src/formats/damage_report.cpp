@@ -1,34 +1,60 @@
 #include "formats/damage_report.h"
 
+#include <unordered_map>
 #include <unordered_set>
 
 #include "core/collection.h"
+#include "formats/number_text.h"
 
 namespace tervo {
 namespace {
 
-void reportDamage(const Waveform& waveform, ConversionReport& report) {
-  if (!waveform.samples || !waveform.samples->isDamaged()) return;
-  report.dropped(waveform.name, u"some frames", u"they are damaged in the file and silent here");
-}
+using Waveforms = std::vector<const Waveform*>;
 
-void reportDamage(const Instrument& instrument, ConversionReport& report) {
+Waveforms waveformsOf(const Instrument& instrument) {
+  Waveforms waveforms;
   std::unordered_set<ItemId> seen;
   for (const auto& layer : instrument.layers()) {
     for (const auto& region : layer->regions()) {
       const auto* waveform = findItem<Waveform>(region->waveform);
-      if (waveform && seen.insert(waveform->id()).second) reportDamage(*waveform, report);
+      if (waveform && seen.insert(waveform->id()).second) waveforms.push_back(waveform);
     }
   }
+  return waveforms;
+}
+
+Waveforms waveformsOf(const Item& item) {
+  if (item.kind() == ItemKind::waveform) return {static_cast<const Waveform*>(&item)};
+  if (item.kind() == ItemKind::instrument) return waveformsOf(static_cast<const Instrument&>(item));
+  Waveforms waveforms;
+  if (item.kind() == ItemKind::collection)
+    for (const auto& waveform : static_cast<const Collection&>(item).waveforms()) waveforms.push_back(waveform.get());
+  return waveforms;
+}
+
+/// Those that are damaged; together where they stand in one stream, as nobody knows which of them it is.
+std::vector<Waveforms> damagedAmong(const Waveforms& waveforms) {
+  std::vector<Waveforms> all;
+  std::unordered_map<const void*, std::size_t> places;
+  for (const Waveform* waveform : waveforms) {
+    const void* where = waveform->samples ? waveform->samples->damage() : nullptr;
+    if (!where) continue;
+    const auto [place, isNew] = places.try_emplace(where, all.size());
+    if (isNew) all.emplace_back();
+    all[place->second].push_back(waveform);
+  }
+  return all;
 }
 
 }  // namespace
 
 void reportDamage(const Item& item, ConversionReport& report) {
-  if (item.kind() == ItemKind::waveform) return reportDamage(static_cast<const Waveform&>(item), report);
-  if (item.kind() == ItemKind::instrument) return reportDamage(static_cast<const Instrument&>(item), report);
-  if (item.kind() != ItemKind::collection) return;
-  for (const auto& waveform : static_cast<const Collection&>(item).waveforms()) reportDamage(*waveform, report);
+  for (const Waveforms& waveforms : damagedAmong(waveformsOf(item))) {
+    Text what = u"some frames";
+    if (waveforms.size() > 1)
+      what += u" of " + numberText(static_cast<double>(waveforms.size())) + u" sounds of one stream";
+    report.dropped(waveforms.front()->name, what, u"they are damaged in the file and silent here");
+  }
 }
 
 }  // namespace tervo

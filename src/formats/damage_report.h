@@ -6,7 +6,8 @@
 
 namespace tervo {
 
-/// Reports each waveform of the item, or that its regions play, whose frames turned out to be damaged.
+/// Reports each waveform of the item, or that its regions play, whose frames turned out to be damaged; once where
+/// several stand in one stream.
 void reportDamage(const Item& item, ConversionReport& report);
 
 }  // namespace tervo

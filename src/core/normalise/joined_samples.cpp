@@ -109,8 +109,10 @@ class JoinedSamples final : public SampleData {
   std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
     return std::make_unique<JoinedStream>(pieces_, std::clamp<int64_t>(firstFrame, 0, frames()));
   }
-  bool isDamaged() const override {
-    return std::any_of(pieces_->begin(), pieces_->end(), [](const Piece& piece) { return piece.source->isDamaged(); });
+  const void* damage() const override {
+    for (const Piece& piece : *pieces_)
+      if (const void* damage = piece.source->damage()) return damage;
+    return nullptr;
   }
   const StoredSamples* stored() const override { return bytes_ ? &*bytes_ : nullptr; }
 

@@ -93,7 +93,7 @@ class CompressedSamples final : public SampleData {
     return fail(u"Out of memory");
   }
 
-  bool isDamaged() const override { return *isDamaged_; }
+  const void* damage() const override { return *isDamaged_ ? this : nullptr; }
   const StoredSamples* stored() const override { return &stored_; }
 
  private:

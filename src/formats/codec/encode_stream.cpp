@@ -12,7 +12,7 @@ bool advance(Host& host, uint64_t done, uint64_t total) {
   return fail(u"Save aborted!");
 }
 
-bool encodeAll(const SampleData& samples, BlockEncoder& encoder, ByteSink& sink, Host& host) {
+bool encodeAll(const SampleData& samples, BlockEncoder& encoder, ByteSink& sink, Host& host, ClippingCount& clipping) {
   constexpr std::size_t aimedFrames = 16384;
   const auto stream = samples.open();
   if (!stream) return false;
@@ -25,8 +25,10 @@ bool encodeAll(const SampleData& samples, BlockEncoder& encoder, ByteSink& sink,
     const auto count = stream->read(frames);
     if (!count) return false;
     coded.clear();
+    const auto read = std::span<const float>(frames).first(*count * channels);
+    clipping.add(read);
     if (*count > 0)
-      encoder.encode(std::span<const float>(frames).first(*count * channels), coded);
+      encoder.encode(read, coded);
     else
       encoder.finish(coded);
     if (!sink.write(coded)) return false;
@@ -51,8 +53,8 @@ void reportRecoding(const Waveform& waveform, const BlockEncoder& encoder, Conve
   report.approximated(waveform.name, u"coding", before, encoder.coding());
 }
 
-bool writeCoded(const SampleData& samples, BlockEncoder& encoder, ByteSink& sink, Host& host) {
-  if (!isCodedAs(samples, encoder)) return encodeAll(samples, encoder, sink, host);
+bool writeCoded(const SampleData& samples, BlockEncoder& encoder, ByteSink& sink, Host& host, ClippingCount& clipping) {
+  if (!isCodedAs(samples, encoder)) return encodeAll(samples, encoder, sink, host, clipping);
   const StoredSamples& stored = *samples.stored();
   return copyBytes(*stored.source, stored.offset, encoder.bytesFor(static_cast<uint64_t>(samples.frames())), sink,
                    host);

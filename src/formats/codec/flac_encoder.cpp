@@ -91,7 +91,7 @@ int32_t quantised(float sample, double half) {
   return value >= -half ? static_cast<int32_t>(std::min(value, half - 1)) : static_cast<int32_t>(-half);
 }
 
-bool encodeAll(const Functions& f, Coder& coder, const SampleData& samples, int bits) {
+bool encodeAll(const Functions& f, Coder& coder, const SampleData& samples, int bits, ClippingCount* clipping) {
   const auto source = samples.open();
   if (!source) return false;
   const auto channels = static_cast<std::size_t>(samples.channels());
@@ -103,6 +103,7 @@ bool encodeAll(const Functions& f, Coder& coder, const SampleData& samples, int 
     const auto frames = source->read(std::span(block).first(wanted * channels));
     if (!frames) return false;
     if (*frames == 0) return fail(u"Reading from file failed");
+    if (clipping) clipping->add(std::span(block).first(*frames * channels));
     std::transform(block.begin(), block.begin() + static_cast<std::ptrdiff_t>(*frames * channels), words.begin(),
                    [half](float sample) { return quantised(sample, half); });
     if (f.process(&coder, words.data(), static_cast<uint32_t>(*frames)) == 0) return fail(u"Out of memory");
@@ -113,7 +114,8 @@ bool encodeAll(const Functions& f, Coder& coder, const SampleData& samples, int 
 
 }  // namespace
 
-std::optional<std::vector<std::byte>> encodeFlac(const SampleData& samples, double sampleRate, int bits) {
+std::optional<std::vector<std::byte>> encodeFlac(const SampleData& samples, double sampleRate, int bits,
+                                                 ClippingCount* clipping) {
   const auto* f = codecFunctions<Functions>();
   if (!f) return std::nullopt;
   const std::unique_ptr<Coder, void (*)(Coder*)> coder(f->make(), f->remove);
@@ -125,7 +127,7 @@ std::optional<std::vector<std::byte>> encodeFlac(const SampleData& samples, doub
                        f->setBits(coder.get(), static_cast<uint32_t>(bits)) && f->setRate(coder.get(), rate) &&
                        f->open(coder.get(), Output::onWrite, Output::onSeek, Output::onTell, nullptr, &output) == 0;
   if (!isReady) return fail(u"The sound cannot be encoded as FLAC");
-  if (!encodeAll(*f, *coder, samples, bits)) return std::nullopt;
+  if (!encodeAll(*f, *coder, samples, bits, clipping)) return std::nullopt;
   return output.take();
 }
 

@@ -20,6 +20,7 @@ constexpr int64_t longestSilence = 16 << 20;
 struct Encoded {
   std::optional<std::vector<std::byte>> bytes;
   Text failure;
+  ClippingCount clipping = {};
 };
 
 class StreamWriter {
@@ -56,22 +57,25 @@ class StreamWriter {
     const SampleRef& frames = sample(i).frames;
     if (!frames || copyOf(i)) return {};
     Encoded result;
-    result.bytes = encode(i, *frames);
+    result.bytes = encode(i, *frames, result.clipping);
     if (result.bytes) return result;
     result.failure = LastErrorText();
     if (result.failure == damagedStream && frames->frames() <= longestSilence)
-      result.bytes = guardMemory(
-          [&] { return encode(i, *makeResident(std::vector<float>(static_cast<std::size_t>(frames->frames())), 1)); });
+      result.bytes = guardMemory([&] {
+        return encode(i, *makeResident(std::vector<float>(static_cast<std::size_t>(frames->frames())), 1),
+                      result.clipping);
+      });
     return result;
   }
 
-  std::optional<std::vector<std::byte>> encode(std::size_t i, const SampleData& frames) const {
+  std::optional<std::vector<std::byte>> encode(std::size_t i, const SampleData& frames, ClippingCount& clipping) const {
     const StreamChoice& stream = sample(i).stream;
     const double rate = uint32_t{sample(i).record.sampleRate};
     VorbisQuality quality;
     quality.kbitPerSecond = stream.kbitPerSecond;
     return guardMemory([&, bits = stream.losslessBits] {
-      return bits > 0 ? encodeFlac(frames, rate, bits) : encodeVorbis(frames, rate, quality, static_cast<uint32_t>(i));
+      return bits > 0 ? encodeFlac(frames, rate, bits, &clipping)
+                      : encodeVorbis(frames, rate, quality, static_cast<uint32_t>(i));
     });
   }
 
@@ -97,6 +101,7 @@ class StreamWriter {
     if (!stream.bytes) return fail(stream.failure);
     if (!stream.failure.empty()) file_.report.dropped(sample(i).waveform->name, u"frames", stream.failure);
     writer_.bytes(*stream.bytes);
+    stream.clipping.reportTo(file_.report, sample(i).waveform->name);
     reportLoss(i);
     return writer_.ok();
   }

@@ -72,7 +72,10 @@ bool writeCodedWaveform(const Item& item, TargetFile& file, const RawCoding& cod
   if (!samples) return fail(u"Empty item - nothing to save");
   reportCoding(file, waveform, coding, *encoder);
   reportHeaderlessLosses(file, waveform, coding.rate);
-  return writeCoded(*samples, *encoder, file.sink, file.host);
+  ClippingCount clipping;
+  const bool written = writeCoded(*samples, *encoder, file.sink, file.host, clipping);
+  clipping.reportTo(file.report, waveform.name);
+  return written;
 }
 
 }  // namespace tervo

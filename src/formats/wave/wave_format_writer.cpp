@@ -200,7 +200,9 @@ bool writeWaveData(const WavePlan& plan, const Waveform& waveform, TargetFile& f
     written = copyBytes(*stored.source, stored.offset, stored.bytes, file.sink, file.host);
   } else if (const auto encoder = makeEncoder(plan.sampleFormat, waveform.channels())) {
     if (plan.sampleFormat == formatOf(waveform.storedFormat)) reportRecoding(waveform, *encoder, file.report);
-    written = writeCoded(*waveform.samples, *encoder, file.sink, file.host);
+    ClippingCount clipping;
+    written = writeCoded(*waveform.samples, *encoder, file.sink, file.host, clipping);
+    clipping.reportTo(file.report, waveform.name);
   } else {
     const uint32_t flags = plan.sampleFormat == SampleFormat::pcm8 ? Unsigned : 0;
     written = writeSamples(file, waveform, formatWord(plan.sampleFormat, flags));

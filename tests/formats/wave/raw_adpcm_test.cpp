@@ -173,8 +173,9 @@ TEST_F(RawAdpcm, WritersReportWhatTheFileCannotSay) {
   report_ = {};
   waveform.markers.push_back({});
   waveform.sampleRate = 32000;
+  waveform.samples = makeResident(std::vector<float>(101, 1.25f), 1);
   EXPECT_EQ(written(writeYamahaAdpcm, waveform, 0, rowNamed(u"yadpcm")).size(), 51u);
-  EXPECT_EQ(report_.entries().size(), 3u);  // the markers and the rate as well
+  EXPECT_EQ(report_.entries().size(), 4u);  // the markers, the rate, and samples beyond full scale as well
 
   EXPECT_TRUE(written(writeVox, collection_, 0, rowNamed(u"vox")).empty());
   EXPECT_EQ(LastErrorText(), u"The file format can not save this item");
