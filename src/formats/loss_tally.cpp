@@ -6,28 +6,33 @@
 
 namespace tervo {
 
+bool LossTally::countAgain(TextView what, ReportKind kind, TextView to, std::size_t count) {
+  const auto known = std::find_if(losses_.begin(), losses_.end(), [&](const Loss& loss) {
+    return loss.entry.kind == kind && loss.entry.what == what &&
+           (kind == ReportKind::approximated || loss.entry.to == to);
+  });
+  if (known == losses_.end()) return false;
+  known->count += count;
+  return true;
+}
+
 void LossTally::dropped(TextView what, TextView why) {
-  add({{}, Text(what), ReportKind::dropped, {}, Text(why)});
+  if (!countAgain(what, ReportKind::dropped, why))
+    losses_.push_back({{{}, Text(what), ReportKind::dropped, {}, Text(why)}, 1});
 }
 
 void LossTally::approximated(TextView what, TextView from, TextView to) {
-  add({{}, Text(what), ReportKind::approximated, Text(from), Text(to)});
+  if (!countAgain(what, ReportKind::approximated, to))
+    losses_.push_back({{{}, Text(what), ReportKind::approximated, Text(from), Text(to)}, 1});
+}
+
+void LossTally::approximated(TextView what, double from, double to) {
+  if (!countAgain(what, ReportKind::approximated, {})) approximated(what, numberText(from), numberText(to));
 }
 
 void LossTally::add(const LossTally& other) {
-  for (const Loss& loss : other.losses_) add(loss.entry, loss.count);
-}
-
-void LossTally::add(ReportEntry entry, std::size_t count) {
-  const auto isSame = [&](const Loss& loss) {
-    return loss.entry.what == entry.what && loss.entry.kind == entry.kind &&
-           (entry.kind == ReportKind::approximated || loss.entry.to == entry.to);
-  };
-  const auto known = std::find_if(losses_.begin(), losses_.end(), isSame);
-  if (known != losses_.end())
-    known->count += count;
-  else
-    losses_.push_back({std::move(entry), count});
+  for (const auto& [entry, count] : other.losses_)
+    if (!countAgain(entry.what, entry.kind, entry.to, count)) losses_.push_back({entry, count});
 }
 
 void LossTally::reportTo(ConversionReport& report, TextView item) {

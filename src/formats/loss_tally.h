@@ -13,6 +13,7 @@ class LossTally {
   void dropped(TextView what, TextView why);
   /// The values are those of the first time.
   void approximated(TextView what, TextView from, TextView to);
+  void approximated(TextView what, double from, double to);
 
   /// What another one counted.
   void add(const LossTally& other);
@@ -25,7 +26,8 @@ class LossTally {
     ReportEntry entry;
     std::size_t count = 0;
   };
-  void add(ReportEntry entry, std::size_t count = 1);
+  /// False when it is the first loss of this kind.
+  bool countAgain(TextView what, ReportKind kind, TextView to, std::size_t count = 1);
 
   std::vector<Loss> losses_;
 };

@@ -172,11 +172,13 @@ std::size_t ConvertedArticulations::Hash::operator()(const ArticulationSet& rows
 }
 
 const ConvertedArticulations::Converted& ConvertedArticulations::of(const ArticulationSet& rows) {
+  if (const auto same = byEntries_.find(rows.entries().data()); same != byEntries_.end()) return *same->second;
   const auto [place, isNew] = known_.try_emplace(rows);
   Converted& converted = place->second;
   if (!isNew) return converted;
   converted.values = zoneValuesOf(rows);
   converted.isExact = readsAs(converted.values, rows);
+  byEntries_[place->first.entries().data()] = &converted;
   return converted;
 }
 

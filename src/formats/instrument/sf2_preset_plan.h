@@ -39,6 +39,8 @@ class ConvertedArticulations {
     std::size_t operator()(const ArticulationSet& rows) const;
   };
   std::unordered_map<ArticulationSet, Converted, Hash> known_;
+  /// By where the entries of the sets in known_ stand, which most others share.
+  std::unordered_map<const ArticulationSet::Entry*, const Converted*> byEntries_;
 };
 
 /// What a bank cannot say goes into the report.

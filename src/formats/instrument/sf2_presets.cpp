@@ -2,17 +2,12 @@
 
 #include <algorithm>
 #include <optional>
-#include <string_view>
-#include <unordered_map>
 #include <unordered_set>
 
-#include "core/parameter_table.h"
-#include "formats/instrument/sf1_zone.h"
-#include "formats/instrument/sf2_articulation.h"
+#include "formats/instrument/sf2_combined_zones.h"
 #include "formats/instrument/sf2_layer_maker.h"
 #include "formats/instrument/sf2_region.h"
 #include "formats/instrument/sf2_zone_reader.h"
-#include "formats/number_text.h"
 
 namespace tervo::sf2 {
 namespace {
@@ -24,114 +19,6 @@ std::size_t mostRegions(const Bank& bank) {
   const auto bySize = static_cast<std::size_t>(std::clamp(bank.source->size() / bytesPerRegion, few, many));
   return bySize + bank.instrumentZones.bags.size();
 }
-
-std::optional<Range> rangeOf(int16_t amount) {
-  const auto bits = static_cast<uint16_t>(amount);
-  const Range range{static_cast<uint8_t>(bits & 0xFF), static_cast<uint8_t>(std::min(bits >> 8, 127))};
-  return range.low <= range.high ? std::optional(range) : std::nullopt;
-}
-
-std::optional<Range> common(const ZoneValues& a, const ZoneValues& b, Gen generator) {
-  const auto one = rangeOf(a[generator]), other = rangeOf(b[generator]);
-  if (!one || !other || !one->overlaps(*other)) return std::nullopt;
-  return Range{std::max(one->low, other->low), std::min(one->high, other->high)};
-}
-
-int16_t heldSum(int sum, LossTally& losses) {
-  const int held = std::clamp(sum, -32768, 32767);
-  if (sum != held)
-    losses.approximated(u"sum of a preset's and an instrument's amount", numberText(sum), numberText(held));
-  return static_cast<int16_t>(held);
-}
-
-/// Adds amounts. Sums hardly ever leave 16 bits, so that is looked for in all of them at once.
-template <std::size_t Size>
-void addAmounts(std::array<int16_t, Size>& to, const std::array<int16_t, Size>& amounts, LossTally& losses) {
-  std::array<int16_t, Size> sums;
-  int beyond = 0;
-  for (std::size_t i = 0; i < Size; ++i) {
-    const int sum = to[i] + amounts[i];
-    sums[i] = static_cast<int16_t>(sum);
-    beyond |= sum ^ sums[i];
-  }
-  for (std::size_t i = 0; beyond != 0 && i < Size; ++i) sums[i] = heldSum(to[i] + amounts[i], losses);
-  to = sums;
-}
-
-ZoneValues summed(const ZoneValues& instrument, const ZoneValues& preset, LossTally& losses) {
-  ZoneValues values = instrument;
-  std::array<int16_t, generatorCount> generators;
-  for (std::size_t i = 0; i < generatorCount; ++i)
-    generators[i] = static_cast<int16_t>(preset.generators[i] & summedMask[i]);
-  addAmounts(values.generators, generators, losses);
-  addAmounts(values.slots, preset.slots, losses);
-  return values;
-}
-
-void noteLosses(const std::vector<ClippedRow>& clipped, LossTally& losses) {
-  for (const ClippedRow& row : clipped)
-    losses.approximated(rowOf(row.row).name, numberText(row.from), numberText(row.to));
-}
-
-/// How the zones of a bank's format are read and put together.
-struct ZoneRules {
-  const ZoneValues& instrument;  ///< what a zone has where it says nothing
-  const ZoneValues& preset;
-  ZoneValues (*combine)(const ZoneValues& instrument, const ZoneValues& preset, const SampleRecord& sample,
-                        LossTally& losses);
-};
-
-ZoneRules rulesFor(const Bank& bank) {
-  const auto add = [](const ZoneValues& instrument, const ZoneValues& preset, const SampleRecord&, LossTally& losses) {
-    return summed(instrument, preset, losses);
-  };
-  const auto fillIn = [](const ZoneValues& instrument, const ZoneValues& preset, const SampleRecord& sample,
-                         LossTally&) { return sf1Combined(instrument, preset, sample); };
-  if (bank.majorVersion == 1) return {unsaidZone(), unsaidZone(), fillIn};
-  return {instrumentDefaults(), presetDefaults(), add};
-}
-
-/// Rows that a preset's global zone says: those in which it differs from a zone that says nothing.
-ArticulationSet globalRows(const ZoneRules& rules, const ZoneValues& global) {
-  LossTally whatItsZonesReport;
-  const ArticulationSet rows = articulationOf(rules.combine(rules.instrument, global, {}, whatItsZonesReport));
-  const ArticulationSet usual = articulationOf(rules.combine(rules.instrument, rules.preset, {}, whatItsZonesReport));
-  ArticulationSet said;
-  for (const auto& [row, value] : rows.entries())
-    if (usual.get(row) != value) said.set(row, value);
-  return said;
-}
-
-/// Regions by the values that their articulation came from: presets of large banks play the same zones again and again.
-/// Those that lost something are not among them, so that each loss is reported.
-class KnownArticulations {
- public:
-  void set(Region& region, ZoneValues values, LossTally& losses) {
-    for (const Gen generator :
-         {Gen::keyRange, Gen::velocityRange, Gen::sampleId, Gen::instrument, Gen::sampleModes, Gen::startOffset,
-          Gen::endOffset, Gen::loopStartOffset, Gen::loopEndOffset, Gen::rootKey, Gen::exclusiveClass})
-      values[generator] = 0;
-    const auto known = regions_.find(values);
-    if (known != regions_.end()) {
-      region.articulation = known->second->articulation;
-      return;
-    }
-    std::vector<ClippedRow> clipped;
-    region.articulation = articulationOf(values, &clipped);
-    noteLosses(clipped, losses);
-    if (clipped.empty()) regions_.emplace(values, &region);
-  }
-
- private:
-  struct Hash {
-    std::size_t operator()(const ZoneValues& values) const {
-      const auto bytes = std::as_bytes(std::span(&values, 1));
-      return std::hash<std::string_view>()({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-    }
-  };
-  static_assert(std::has_unique_object_representations_v<ZoneValues>);
-  std::unordered_map<ZoneValues, const Region*, Hash> regions_;
-};
 
 class PresetReader {
  public:
@@ -147,7 +34,8 @@ class PresetReader {
         instrumentZones_(bank.instrumentZones, losses),
         presetBags_(bagSpans(bank.presets, bank.presetBagsEnd, losses)),
         instrumentBags_(bagSpans(bank.instruments, bank.instrumentBagsEnd, losses)),
-        zonesOf_(bank.instruments.size()) {}
+        zonesOf_(bank.instruments.size()),
+        articulations_(bank) {}
 
   void readAll() {
     std::vector<std::vector<ZoneValues>> zones;
@@ -272,7 +160,8 @@ class PresetReader {
   }
 
   void addRegion(LayerMaker& layers, const ZoneValues& zone, const ZoneValues& preset, LossTally& losses) {
-    const auto keys = common(zone, preset, Gen::keyRange), velocities = common(zone, preset, Gen::velocityRange);
+    const auto keys = commonRange(zone, preset, Gen::keyRange),
+               velocities = commonRange(zone, preset, Gen::velocityRange);
     if (!keys || !velocities)
       return losses.dropped(u"zone of an instrument", u"the preset plays none of its keys or velocities");
     Waveform* waveform = waveformOf(zone);
@@ -282,7 +171,7 @@ class PresetReader {
     Region& region = layers.add(*keys, *velocities, sample, bank_.samples[sample]);
     region.waveform = waveform->id();
     const ZoneValues values = rules_.combine(zone, preset, bank_.samples[sample], losses);
-    articulations_.set(region, values, losses);
+    region.articulation = articulations_.of(values, losses);
     setPlayback(region, *waveform, values, losses);
     if (const auto group = static_cast<uint16_t>(values[Gen::exclusiveClass]); group != 0)
       region.trigger.set(ParameterId::keyExclusionGroup, group);

@@ -12,16 +12,24 @@ namespace {
 
 constexpr std::size_t firstListAt = 12;
 
-/// The major version, which stands in the first chunk of the first list; nothing where it does not.
+/// The major version, from "ifil" in the first list; nothing where it is not there.
 std::optional<int> versionIn(std::span<const std::byte> head) {
-  ByteReader reader(head.subspan(firstListAt));
+  ByteReader reader(head.subspan(std::min(head.size(), firstListAt)));
   const FourCC list = reader.fourCC();
-  reader.skip(4);
-  const FourCC info = reader.fourCC(), version = reader.fourCC();
-  reader.skip(4);
-  const int major = reader.little<uint16_t>();
-  const bool isThere = list == FourCC("LIST") && info == FourCC("INFO") && version == FourCC("ifil") && reader.ok();
-  return isThere ? std::optional(major) : std::nullopt;
+  std::size_t left = reader.little<uint32_t>();
+  if (list != FourCC("LIST") || reader.fourCC() != FourCC("INFO")) return std::nullopt;
+  for (left -= std::min<std::size_t>(left, 4); reader.ok() && left >= 8;) {
+    const FourCC id = reader.fourCC();
+    const std::size_t size = reader.little<uint32_t>();
+    if (id == FourCC("ifil")) {
+      const int major = reader.little<uint16_t>();
+      return reader.ok() ? std::optional(major) : std::nullopt;
+    }
+    const std::size_t padded = size + size % 2;
+    reader.skip(padded);
+    left -= std::min(left, 8 + padded);
+  }
+  return std::nullopt;
 }
 
 }  // namespace

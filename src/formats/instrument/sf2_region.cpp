@@ -87,19 +87,6 @@ void setLoop(Region& region, Waveform& waveform, const ZoneValues& values, LossT
   region.trigger.set(P::loopSection, number);
 }
 
-TextView loopName(LoopType type) {
-  return type == LoopType::reverse ? u"reverse" : u"alternating";
-}
-
-void noteLoopLosses(const Marker& loop, LossTally& losses) {
-  if (loop.loopType != LoopType::forward) losses.approximated(u"loop type", loopName(loop.loopType), u"forward");
-  if (loop.loopCount != loopForever && loop.loopCount != loopUntilRelease)
-    losses.approximated(u"loop count", numberText(loop.loopCount), u"infinite");
-  if (loop.loopPitch != 0) losses.dropped(u"pitch while the loop plays", u"the file has no place for it");
-  if (loop.start != std::round(loop.start) || loop.end != std::round(loop.end))
-    losses.approximated(u"loop points", u"fractions", u"whole frames");
-}
-
 }  // namespace
 
 void setPlayback(Region& region, Waveform& waveform, const ZoneValues& values, LossTally& losses) {
@@ -126,6 +113,16 @@ void setPlaybackValues(ZoneValues& values, const Region& region, const Waveform&
   const FrameLoop main = recordLoop(written);
   setOffset(values, loopStartOffset, std::round(loop->start * ratio) - main.start);
   setOffset(values, loopEndOffset, std::round(loop->end * ratio) - main.end);
+}
+
+void noteLoopLosses(const Marker& loop, LossTally& losses) {
+  if (loop.loopType != LoopType::forward)
+    losses.approximated(u"loop type", nameOf(loop.loopType), nameOf(LoopType::forward));
+  if (loop.loopCount != loopForever && loop.loopCount != loopUntilRelease)
+    losses.approximated(u"loop count", numberText(loop.loopCount), u"infinite");
+  if (loop.loopPitch != 0) losses.dropped(u"pitch while the loop plays", u"the file has no place for it");
+  if (loop.start != std::round(loop.start) || loop.end != std::round(loop.end))
+    losses.approximated(u"loop points", u"fractions", u"whole frames");
 }
 
 FrameLoop recordLoop(const Waveform& waveform) {

@@ -15,6 +15,9 @@ void setPlayback(Region& region, Waveform& waveform, const ZoneValues& values, L
 /// has no place for goes into `losses`.
 void setPlaybackValues(ZoneValues& values, const Region& region, const Waveform& written, LossTally& losses);
 
+/// What a bank cannot say of a loop, played or not.
+void noteLoopLosses(const Marker& loop, LossTally& losses);
+
 /// A waveform's loop as its record holds it, in frames from its start; both 0 when there is none.
 struct FrameLoop {
   uint32_t start = 0, end = 0;

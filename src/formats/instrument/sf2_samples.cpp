@@ -8,7 +8,6 @@
 #include "core/parameter_table.h"
 #include "formats/instrument/sf2_rom.h"
 #include "formats/instrument/sf2_streams.h"
-#include "formats/number_text.h"
 #include "formats/wave/pcm_import.h"
 
 namespace tervo::sf2 {
@@ -76,7 +75,7 @@ SampleRef openFrames(const Bank& bank, WordRange range) {
 /// A number of a record as the document's row can hold it.
 double heldNumber(ParameterId row, double number, LossTally& losses) {
   const double held = inRange(row, number).value_or(0);
-  if (held != number) losses.approximated(rowOf(row).name, numberText(number), numberText(held));
+  if (held != number) losses.approximated(rowOf(row).name, number, held);
   return held;
 }
 

@@ -88,9 +88,10 @@ ZoneGroups groupsOf(const std::vector<ZoneValues>& zones, Packing packing) {
       return runsOf(zones);
     case Packing::byVelocity:
       return velocitiesOf(zones);
-    default:
-      return {zones};
+    case Packing::byLayer:
+      break;
   }
+  return ZoneGroups(1, zones);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #pragma once
 // SoundFont banks made in memory, record by record, with any lie in them; reading and writing without a disk.
 
-#include <functional>
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,6 +65,7 @@ class BankBuilder {
   std::string form = "sfbk";
   ChunkBody info = {};
   bool padded = true;
+  bool versionComesLast = false;
   std::string behind;  ///< what stands behind the last list
 
   BankBuilder() {
@@ -144,7 +145,9 @@ class BankBuilder {
     writer.chars(form);
     ChunkBody ifil;
     ifil.add(version, uint16_t{1});
-    list(writer, "INFO", {{"ifil", &ifil}, {"INAM", &info}});
+    std::vector<Part> texts = {{"ifil", &ifil}, {"INAM", &info}};
+    if (versionComesLast) std::swap(texts[0], texts[1]);
+    list(writer, "INFO", texts);
     list(writer, "sdta", {{"snam", &snam}, {"smpl", &smpl}, {"sm24", &sm24}});
     list(writer, "pdta",
          {{"phdr", &phdr},
@@ -160,6 +163,18 @@ class BankBuilder {
     return sink.take();
   }
 };
+
+/// A zone that plays the sample.
+inline Zone playing(int sample, std::vector<Amount> generators = {}, std::vector<Mod> modulators = {}) {
+  generators.push_back({53, sample});
+  return {std::move(generators), std::move(modulators)};
+}
+
+inline bool says(const ConversionReport& report, TextView what) {
+  const auto& entries = report.entries();
+  return std::any_of(entries.begin(), entries.end(),
+                     [what](const ReportEntry& entry) { return entry.what.find(what) != Text::npos; });
+}
 
 /// One preset with one zone, one instrument with one zone, one looped sample.
 inline BankBuilder smallBank(Zone instrument = {}, Zone preset = {}) {
@@ -197,6 +212,10 @@ struct ReadBank {
   }
 };
 
+inline bool says(const ReadBank& bank, TextView what) {
+  return says(bank.report, what);
+}
+
 /// A bank of these streams, one sample each.
 inline BankBuilder bankOf(const std::vector<std::vector<std::byte>>& streams, uint16_t type = 17) {
   BankBuilder bank = smallBank();
@@ -218,13 +237,14 @@ struct WrittenBank {
   ConversionReport report;
   bool ok = false;
 };
-inline WrittenBank writeBank(const Item& item, SaveOptions options = {}) {
+inline WrittenBank writeBank(const Item& item, SaveOptions options = {}, uint32_t variant = 0) {
   WrittenBank written;
   MemorySink sink;
   Host host;
   const Settings settings;
-  TargetFile file{sink, u"bank.sf2", host, written.report, settings, FormatTable()[392], options};
-  written.ok = writeSf2(item, file, 0);
+  const FormatDescriptor& row = FormatTable()[variant == compressedBank ? 394 : 392];
+  TargetFile file{sink, u"bank", host, written.report, settings, row, options};
+  written.ok = writeSf2(item, file, variant);
   written.bytes = sink.take();
   return written;
 }

@@ -17,15 +17,6 @@ using namespace std::string_literals;
 constexpr int range(int low, int high) {
   return low | high << 8;
 }
-Zone playing(int sample, std::vector<Amount> generators = {}) {
-  generators.push_back({53, sample});
-  return {generators};
-}
-bool says(const ReadBank& bank, TextView what) {
-  for (const ReportEntry& entry : bank.report.entries())
-    if (entry.what.find(what) != Text::npos) return true;
-  return false;
-}
 
 TEST(Sf2Reader, readsPresetsAsInstruments) {
   const ReadBank bank(BankBuilder()
@@ -131,77 +122,49 @@ TEST(Sf2Reader, readsBothWidthsOfSamples) {
 // One lie each. What is sound is read; -1 regions: the file is refused.
 struct BrokenCase {
   const char* what;
-  std::function<void(BankBuilder&)> lie;
+  void (*lie)(BankBuilder&);
   int regions;
   std::size_t waveforms = 1;
 };
+/// A second preset, which plays a second instrument of these zones.
+void addInstrument(BankBuilder& bank, const std::vector<Zone>& zones) {
+  bank.instrument("B", zones).preset("B", 1, 0, {{{{41, 1}}}});
+}
+void addPreset(BankBuilder& bank, uint16_t firstBag) {
+  bank.phdr.text("B").add(uint32_t{0}, firstBag).text("", 12);
+}
+// clang-format off
 const BrokenCase brokenCases[] = {
-    {"another form", [](BankBuilder& bank) { bank.form = "WAVE"; }, -1, 0},
-    {"version 1", [](BankBuilder& bank) { bank.version = 1; }, -1, 0},
-    {"odd list without its pad byte",
-     [](BankBuilder& bank) {
-       bank.info.text("name", 5);
-       bank.padded = false;
-     },
-     1},
-    {"no ends", [](BankBuilder& bank) { bank.ends = false; }, 0},
-    {"no samples' words", [](BankBuilder& bank) { bank.smpl = {}; }, 1},
-    {"instrument out of range",
-     [](BankBuilder& bank) {
-       bank.preset("B", 0, 0, {{{{41, 9}}}});
-     },
-     1},
-    {"sample out of range",
-     [](BankBuilder& bank) {
-       bank.instrument("B", {playing(9)}).preset("B", 1, 0, {{{{41, 1}}}});
-     },
-     1},
-    {"sample number that means none",
-     [](BankBuilder& bank) {
-       bank.instrument("B", {playing(40000)}).preset("B", 1, 0, {{{{41, 1}}}});
-     },
-     1},
-    {"bags run backwards", [](BankBuilder& bank) { bank.phdr.text("B").add(uint32_t{0}, uint16_t{0}).text("", 12); },
-     1},
-    {"bags out of range", [](BankBuilder& bank) { bank.phdr.text("B").add(uint32_t{0}, uint16_t{500}).text("", 12); },
-     1},
+    {"another form",            [](BankBuilder& bank) { bank.form = "WAVE"; }, -1, 0},
+    {"version 1",               [](BankBuilder& bank) { bank.version = 1; }, -1, 0},
+    {"no pad byte",             [](BankBuilder& bank) { bank.info.text("name", 5); bank.padded = false; }, 1},
+    {"no ends",                 [](BankBuilder& bank) { bank.ends = false; }, 0},
+    {"no words",                [](BankBuilder& bank) { bank.smpl = {}; }, 1},
+    {"instrument out of range", [](BankBuilder& bank) { bank.preset("B", 0, 0, {{{{41, 9}}}}); }, 1},
+    {"sample out of range",     [](BankBuilder& bank) { addInstrument(bank, {playing(9)}); }, 1},
+    {"number that means none",  [](BankBuilder& bank) { addInstrument(bank, {playing(40000)}); }, 1},
+    {"bags run backwards",      [](BankBuilder& bank) { addPreset(bank, 0); }, 1},
+    {"bags out of range",       [](BankBuilder& bank) { addPreset(bank, 500); }, 1},
     {"generators out of range", [](BankBuilder& bank) { bank.ibag.add(uint16_t{60000}, uint16_t{0}); }, 1},
     {"modulators out of range", [](BankBuilder& bank) { bank.ibag.add(uint16_t{2}, uint16_t{60000}); }, 1},
-    {"two presets of one number",
-     [](BankBuilder& bank) {
-       bank.preset("Preset", 5, 3, {{{{41, 0}}}});
-     },
-     2},
-    {"a preset's global zone behind another one",
-     [](BankBuilder& bank) {
-       bank.preset("B", 6, 0, {{{{41, 0}}}, {{{48, 900}}}});
-     },
-     2},
-    {"no samples", [](BankBuilder& bank) { bank.shdr = {}; }, 0, 0},
-    {"links that do not lead back",
-     [](BankBuilder& bank) {
+    {"two presets of a number", [](BankBuilder& bank) { bank.preset("Preset", 5, 3, {{{{41, 0}}}}); }, 2},
+    {"global zone comes late",  [](BankBuilder& bank) { bank.preset("B", 6, 0, {{{{41, 0}}}, {{{48, 900}}}}); }, 2},
+    {"no samples",              [](BankBuilder& bank) { bank.shdr = {}; }, 0, 0},
+    {"a remainder",             [](BankBuilder& bank) { bank.shdr.text("x", 7); }, 1},
+    {"unknown generator",       [](BankBuilder& bank) { bank.instrument("B", {{{{61, 1}}}}); }, 1},
+    {"modulator of nothing",    [](BankBuilder& bank) { bank.instrument("B", {{{}, {{99, 99, 1}}}}); }, 1},
+    {"ends before it starts",   [](BankBuilder& bank) { bank.sample({.start = 60, .end = 50}); }, 1, 2},
+    {"behind the words",        [](BankBuilder& bank) { bank.sample({.start = 5000, .end = 0xFFFFFFFF}); }, 1, 2},
+    {"half behind the words",   [](BankBuilder& bank) { bank.sample({.start = 190, .end = 5000}); }, 1, 2},
+    {"loop outside",            [](BankBuilder& bank) { bank.sample({.loopStart = 70, .loopEnd = 900}); }, 1, 2},
+    {"loop of zero length",     [](BankBuilder& bank) { bank.sample({.loopStart = 9, .loopEnd = 9}); }, 1, 2},
+    {"link to nowhere",         [](BankBuilder& bank) { bank.sample({.link = 77, .type = 4}); }, 1, 2},
+    {"links that lead on",      [](BankBuilder& bank) {
        bank.sample({.link = 2, .type = 4}).sample({.link = 1, .type = 4}).sample({.link = 3, .type = 2});
-       bank.instrument("B", {playing(1), playing(2), playing(3)}).preset("B", 1, 0, {{{{41, 1}}}});
-     },
-     4, 4},
-    {"a remainder", [](BankBuilder& bank) { bank.shdr.text("x", 7); }, 1},
-    {"unknown generator",
-     [](BankBuilder& bank) {
-       bank.instrument("B", {{{{61, 1}}}});
-     },
-     1},
-    {"modulator of nothing",
-     [](BankBuilder& bank) {
-       bank.instrument("B", {{{}, {{99, 99, 1}}}});
-     },
-     1},
-    {"ends before it starts", [](BankBuilder& bank) { bank.sample({.start = 60, .end = 50}); }, 1, 2},
-    {"behind the words", [](BankBuilder& bank) { bank.sample({.start = 5000, .end = 0xFFFFFFFF}); }, 1, 2},
-    {"half behind the words", [](BankBuilder& bank) { bank.sample({.start = 190, .end = 5000}); }, 1, 2},
-    {"loop outside", [](BankBuilder& bank) { bank.sample({.loopStart = 70, .loopEnd = 900}); }, 1, 2},
-    {"loop of zero length", [](BankBuilder& bank) { bank.sample({.loopStart = 9, .loopEnd = 9}); }, 1, 2},
-    {"link to nowhere", [](BankBuilder& bank) { bank.sample({.link = 77, .type = 4}); }, 1, 2},
+       addInstrument(bank, {playing(1), playing(2), playing(3)});
+     }, 4, 4},
 };
+// clang-format on
 
 TEST(Sf2Reader, readsWhatIsSoundOfBrokenBanks) {
   for (const BrokenCase& each : brokenCases) {
@@ -254,12 +217,24 @@ TEST(Sf2Reader, reportsWhatOtherwiseWouldBeMissedUnseen) {
   EXPECT_FALSE(says(ReadBank(bank.build()), u"link"));
 }
 
-TEST(Sf2Reader, detectsOtherVersionsToRefuseThem) {
-  BankBuilder builder = smallBank();
-  builder.version = 4;
-  const auto bytes = builder.build();
-  EXPECT_EQ(detectSf2(bytes, 0, bytes.size()), 1);
-  EXPECT_EQ(ReadBank(bytes).error, u"Not a Sound Font v2.x file");
+TEST(Sf2Reader, looksForTheVersionInAllOfInfo) {
+  for (const bool comesLast : {false, true}) {
+    BankBuilder builder = smallBank();
+    builder.versionComesLast = comesLast;
+    builder.info.text("Odd", 5);
+    const struct {
+      uint16_t version;
+      int confidence, ofCompressed, ofVersion1;
+    } cases[] = {{1, 1, 0, 6}, {2, 6, 5, 0}, {3, 5, 6, 0}, {4, 1, 0, 0}};
+    for (const auto& [version, confidence, ofCompressed, ofVersion1] : cases) {
+      builder.version = version;
+      const auto bytes = builder.build();
+      EXPECT_EQ(detectSf2(bytes, 0, bytes.size()), confidence) << version;
+      EXPECT_EQ(detectSf2(bytes, compressedBank, bytes.size()), ofCompressed) << version;
+      EXPECT_EQ(detectSf1(bytes, 0, bytes.size()), ofVersion1) << version;
+      EXPECT_EQ(ReadBank(bytes).error, confidence == 1 ? TextView(u"Not a Sound Font v2.x file") : TextView());
+    }
+  }
 }
 
 TEST(Sf2Reader, cutAnywhereABankIsReadOrRefused) {
@@ -306,43 +281,42 @@ class RomHost final : public Host {
 
 TEST(Sf2Reader, takesRomSamplesFromTheBankThatHasThem) {
   TestFolder folder;
-  const auto romBank = smallBank().build();
-  folder.put(u"rom.sf2", {reinterpret_cast<const char*>(romBank.data()), romBank.size()});
+  const auto put = [&](TextView name, std::string_view form) {
+    BankBuilder rom = smallBank();
+    rom.form = form;
+    const auto bytes = rom.build();
+    folder.put(name, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+  };
+  put(u"rom.sf2", "sfbk");
+  put(u"packed.sf2", "sfpk");
   BankBuilder builder = smallBank();
-  builder.sample({.type = 0x8001}).instrument("Rom", {playing(1)}).preset("Rom", 1, 0, {{{{41, 1}}}});
-  builder.shdr = ChunkBody();
-  builder.sample({.type = 0x8001}).sample({.type = 0x8001});
-
-  RomHost host(folder.text(u"rom.sf2"));
-  const ReadBank used(builder.build(), host);
-  EXPECT_EQ(host.questions, 1);
-  EXPECT_EQ(host.asked, u"Please locate 1mgm.sf2");
-  EXPECT_EQ(used.collection.waveforms().size(), 1u);  // the other bank has no second one
-  EXPECT_EQ(used.instrument(0).regionCount(), 1u);
-
-  RomHost mistaken(folder.text(u"absent.sf2"));
-  const ReadBank without(builder.build(), mistaken);
-  EXPECT_TRUE(without.collection.waveforms().empty());
-  const auto& entries = without.report.entries();
-  EXPECT_TRUE(std::any_of(entries.begin(), entries.end(),
-                          [](const ReportEntry& entry) { return entry.to == u"Invalid 1mgm.sf2 - skipping ROM"; }));
-
-  folder.put(u"1mgm.sf2", {reinterpret_cast<const char*>(romBank.data()), romBank.size()});
+  builder.shdr = {};  // the other bank has no second one
+  const auto bank = builder.sample({.type = 0x8001}).sample({.type = 0x8001}).build();
+  const struct {
+    TextView file;
+    bool uses;
+    std::size_t waveforms;
+  } cases[] = {{u"rom.sf2", true, 1}, {u"absent.sf2", true, 0}, {u"packed.sf2", true, 0}, {u"rom.sf2", false, 0}};
+  for (const auto& [file, uses, waveforms] : cases) {
+    RomHost host(folder.text(file));
+    host.uses = uses;
+    const ReadBank read(bank, host);
+    EXPECT_EQ(host.questions, 1);
+    EXPECT_EQ(host.asked, uses ? TextView(u"Please locate 1mgm.sf2") : TextView());
+    EXPECT_EQ(read.collection.waveforms().size(), waveforms) << toUtf8(file);
+    EXPECT_EQ(read.instrument().regionCount(), waveforms);
+    const auto& entries = read.report.entries();
+    const bool isInvalid = std::any_of(entries.begin(), entries.end(), [](const ReportEntry& entry) {
+      return entry.to == u"Invalid 1mgm.sf2 - skipping ROM";
+    });
+    EXPECT_EQ(isInvalid, uses && waveforms == 0) << toUtf8(file);
+  }
+  put(u"1mgm.sf2", "sfbk");
   std::filesystem::current_path(folder / u"");
   RomHost unasked({});
-  EXPECT_EQ(ReadBank(builder.build(), unasked).collection.waveforms().size(), 1u);
+  EXPECT_EQ(ReadBank(bank, unasked).collection.waveforms().size(), 1u);
   EXPECT_TRUE(unasked.asked.empty());
   std::filesystem::current_path(std::filesystem::temp_directory_path());
-
-  BankBuilder packed = smallBank();
-  packed.form = "sfpk";
-  const auto packedBank = packed.build();
-  folder.put(u"rom.sf2", {reinterpret_cast<const char*>(packedBank.data()), packedBank.size()});
-  EXPECT_TRUE(ReadBank(builder.build(), host).collection.waveforms().empty());
-
-  host.uses = false;
-  EXPECT_TRUE(ReadBank(builder.build(), host).collection.waveforms().empty());
-  EXPECT_EQ(host.questions, 3);
 }
 
 }  // namespace

@@ -14,12 +14,6 @@ namespace {
 
 using Bytes = std::vector<std::byte>;
 
-bool says(const ConversionReport& report, TextView what) {
-  for (const ReportEntry& entry : report.entries())
-    if (entry.what.find(what) != Text::npos) return true;
-  return false;
-}
-
 SampleRef ramp(std::size_t frames) {
   std::vector<float> samples(frames);
   for (std::size_t i = 0; i < frames; ++i)
@@ -49,14 +43,17 @@ std::vector<float> framesOf(const Waveform& waveform) {
 }
 
 WrittenBank writeCompressed(const Item& item, SaveOptions options = {}) {
-  WrittenBank written;
-  MemorySink sink;
-  Host host;
-  const Settings settings;
-  TargetFile file{sink, u"bank.sf3", host, written.report, settings, FormatTable()[394], options};
-  written.ok = writeSf2(item, file, compressedBank);
-  written.bytes = sink.take();
-  return written;
+  return writeBank(item, options, compressedBank);
+}
+
+/// A bank whose words are one stream.
+BankBuilder packedBank(const Bytes& stream, const std::vector<Sample>& samples) {
+  BankBuilder bank = bankOf({stream});
+  bank.form = "sfpk";
+  bank.version = 2;
+  bank.shdr = {};
+  for (const Sample& sample : samples) bank.sample(sample);
+  return bank;
 }
 
 /// The body of a chunk that stands anywhere; its name must not occur before.
@@ -170,6 +167,13 @@ TEST(Sf3, DamageIsReportedOnceItIsHeard) {
   EXPECT_FALSE(after.lostSomething());
   reportDamage(bank.collection, after);
   EXPECT_EQ(after.entries().size(), 1u);
+
+  const ReadBank packed(packedBank(stream, {{.start = 0, .end = 100}, {.start = 5000, .end = 19000}}).build());
+  for (const std::size_t sample : {0u, 1u}) framesOf(waveformOf(packed, sample));
+  ConversionReport once;
+  reportDamage(packed.collection, once);
+  ASSERT_EQ(once.entries().size(), 1u);
+  EXPECT_EQ(once.entries()[0].what, u"some frames of 2 sounds of one stream");
 }
 
 TEST(Sf3, VorbisIsUsualAndReported) {
@@ -186,12 +190,7 @@ TEST(Sf3, VorbisIsUsualAndReported) {
 TEST(Sf2Pack, NeverTakesStreamsForWords) {
   // The first sample ends behind the last byte, because it counts words; what no codec knows is no sound either.
   for (const Bytes& stream : {flacHead(64), Bytes(500)}) {
-    BankBuilder builder = bankOf({stream});
-    builder.form = "sfpk";
-    builder.version = 2;
-    builder.shdr = {};
-    builder.sample({.start = 0, .end = 60});
-    const ReadBank bank(builder.build());
+    const ReadBank bank(packedBank(stream, {{.start = 0, .end = 60}}).build());
     ASSERT_TRUE(bank.ok);
     EXPECT_EQ(waveformOf(bank).frames(), stream == flacHead(64) ? 60 : 0);
     EXPECT_EQ(says(bank.report, u"samples"), stream != flacHead(64) || !canDecode(flacName));
@@ -201,12 +200,8 @@ TEST(Sf2Pack, NeverTakesStreamsForWords) {
 TEST(Sf2Pack, PlaysStretchesOfOneStream) {
   if (!canDecode(flacName)) GTEST_SKIP();
   const SampleRef sound = ramp(9000);
-  BankBuilder builder = bankOf({*encodeFlac(*sound, 44100, 16)});
-  builder.form = "sfpk";
-  builder.version = 2;
-  builder.shdr = {};
-  builder.sample({.start = 0, .end = 100}).sample({.start = 5000, .end = 9000, .loopStart = 5010, .loopEnd = 8000});
-  const ReadBank bank(builder.build());
+  const Sample second{.start = 5000, .end = 9000, .loopStart = 5010, .loopEnd = 8000};
+  const ReadBank bank(packedBank(*encodeFlac(*sound, 44100, 16), {{.start = 0, .end = 100}, second}).build());
   ASSERT_TRUE(bank.ok);
   const auto expected = sound->resident().subspan(5000, 4000);
   EXPECT_EQ(framesOf(waveformOf(bank, 1)), std::vector(expected.begin(), expected.end()));
