@@ -14,6 +14,7 @@
 #include "cli/commands.h"
 #include "cli/document_json.h"
 #include "cli/opening.h"
+#include "cli/report_output.h"
 #include "cli/saving.h"
 #include "cli/selection.h"
 #include "cli/song_rendering.h"
@@ -37,6 +38,7 @@ class Playing {
     if (!song) return fail(u"No item selected");
     return run_.line.playing.midiOut ? sendSong(*song) : playSong(*song);
   }
+  void noteDamage() { bank_.noteDamage(); }
   /// Where it failed: the device or port, or nothing.
   const std::optional<Text>& failedAt() const { return failedAt_; }
   const Text& cause() const { return output_.cause(); }
@@ -44,12 +46,15 @@ class Playing {
   bool isSaid() const { return isSaid_; }
   /// What the device took, and how much of its time that needed.
   nlohmann::ordered_json json() const {
-    if (format_.sampleRate == 0) return nlohmann::ordered_json::object();
-    return {{"sampleRate", format_.sampleRate},
-            {"channels", format_.channels},
-            {"coding", utf8(audio::nameOf(format_.coding))},
-            {"bufferFrames", bufferFrames_},
-            {"highestLoad", shortest(highestLoad_)}};
+    nlohmann::ordered_json object = nlohmann::ordered_json::object();
+    if (format_.sampleRate != 0)
+      object = {{"sampleRate", format_.sampleRate},
+                {"channels", format_.channels},
+                {"coding", utf8(audio::nameOf(format_.coding))},
+                {"bufferFrames", bufferFrames_},
+                {"highestLoad", shortest(highestLoad_)}};
+    object["report"] = reportJson(run_.report);
+    return object;
   }
 
  private:
@@ -188,6 +193,8 @@ bool mayWrite(const CommandLine& line, const std::optional<Text>& device, Text& 
   const NamedFile file{path, path};
   std::vector<NamedFile> played = line.files;
   played.insert(played.end(), line.rendering.banks.begin(), line.rendering.banks.end());
+  if (line.report == ReportOutput::file && isOneOf(line.reportFile, {file}))
+    return fail(u"The report would replace what is played into a file");
   if (isOneOf(file, played)) return fail(u"The file would be replaced by what is played from it");
   if (line.overwrite || !platform::fileExists(path)) return true;
   hint = u"--overwrite replaces it";
@@ -197,6 +204,7 @@ bool mayWrite(const CommandLine& line, const std::optional<Text>& device, Text& 
 }  // namespace
 
 int runPlay(const CommandLine& line, Console& console, const Settings& settings) {
+  if (reportHidesAFile(line)) return console.failure(line.reportFile.shown), exitWrongUsage;
   Text hint;
   for (const auto& target : {line.playing.device, line.playing.midiOut})
     if (!mayWrite(line, target, hint)) return console.failure(*target, hint), exitFailed;
@@ -207,11 +215,16 @@ int runPlay(const CommandLine& line, Console& console, const Settings& settings)
   const Item* item = chosenToPlay(line, collection, hint);
   if (!item) return console.failure(line.files.front().shown, hint), exitFailed;
   Playing playing(run, collection);
-  if (!playing.play(*item)) {
+  keepReportOf({item}, collection, run.report);
+  const bool isPlayed = playing.play(*item);
+  playing.noteDamage();
+  if (!isPlayed) {
     if (!playing.isSaid()) console.failure(playing.failedAt().value_or(line.files.front().shown), playing.cause());
     return run.failureStatus();
   }
   if (line.json) console.out(dumped(playing.json()));
+  if (!(line.json ? saveReport(run.report, line) : outputReport(run.report, line, console)))
+    return console.failure(line.reportFile.shown), exitFailed;
   return run.host.cancelled() ? exitCancelled : exitDone;
 }
 

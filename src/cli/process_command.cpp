@@ -102,6 +102,16 @@ bool process(Run& run, const Collection& collection, Text& summary, Text& hint) 
   return outcome != Outcome::failed;
 }
 
+/// Whether the report is what an option asks for, and nothing says where it is to go.
+bool asksForReport(const CommandLine& line) {
+  if (line.json || line.report != ReportOutput::none) return false;
+  const auto& options = line.operation->options;
+  return std::any_of(options.begin(), options.end(), [&](const OptionInfo& option) {
+    const auto isIt = [&](const auto& given) { return given.first == option.name; };
+    return option.isAnsweredByReport && std::any_of(line.operationOptions.begin(), line.operationOptions.end(), isIt);
+  });
+}
+
 /// "--item" says what is worked on. The rest of the document goes with it where the row can hold that.
 std::vector<Text> namesToSave(const CommandLine& line, FormatIndex row) {
   return rowAt(row)->kindMask & kindBit(ItemKind::collection) ? std::vector<Text>() : line.items;
@@ -126,6 +136,7 @@ int runProcess(const CommandLine& line, Console& console, const Settings& settin
   if (!saveDocument(run, collection, row, namesToSave(line, row))) return run.failureStatus();
   run.host.endProgress();
   if (!line.quiet) console.err(printable(summary) + "\n");
+  if (asksForReport(line)) console.err(reportText(run.report));
   if (!outputReport(run.report, line, console)) return console.failure(line.reportFile.shown), exitFailed;
   return exitDone;
 }

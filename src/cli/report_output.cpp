@@ -43,6 +43,10 @@ bool writeReport(const CommandLine& line, const nlohmann::ordered_json& json, co
 bool outputReport(const ConversionReport& report, const CommandLine& line, Console& console) {
   if (line.json) console.out(dumped(reportJson(report)));
   if (line.report == ReportOutput::standardError && !line.json) console.err(reportText(report));
+  return saveReport(report, line);
+}
+
+bool saveReport(const ConversionReport& report, const CommandLine& line) {
   return line.report != ReportOutput::file || writeReport(line, reportJson(report), reportText(report));
 }
 

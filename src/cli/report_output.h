@@ -18,6 +18,8 @@ ConversionReport reportFrom(const nlohmann::ordered_json& json);
 /// error. A file is JSON when its name ends in ".json" or `--json` is set. False with LastErrorText when the file
 /// cannot be written.
 bool outputReport(const ConversionReport& report, const CommandLine& line, Console& console);
+/// Only the file, if one is wanted: for a command whose own document holds the report.
+bool saveReport(const ConversionReport& report, const CommandLine& line);
 /// Writes the report file: one of the two forms.
 bool writeReport(const CommandLine& line, const nlohmann::ordered_json& json, const std::string& text);
 

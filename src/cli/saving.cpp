@@ -29,19 +29,6 @@ bool reportHidesAFile(const CommandLine& line) {
   return true;
 }
 
-namespace {
-
-/// One as it is, several as a document of their own.
-bool saveItems(const Collection& collection, const std::vector<Item*>& items, FormatIndex row, TextView path,
-               const SaveContext& context) {
-  if (items.size() == 1) return SaveItem(items[0], row, path, context);
-  return guardMemory([&] {
-    const auto part = partOf(collection, {items.begin(), items.end()});
-    return SaveItem(part.get(), row, path, context);
-  });
-}
-
-/// Forgets what other items of the document lost when they were opened: they are not in the target.
 void keepReportOf(const std::vector<const Item*>& items, const Collection& collection, ConversionReport& report) {
   std::set<Text> chosen, others;
   const auto isChosen = [&](const Item& item) { return std::find(items.begin(), items.end(), &item) != items.end(); };
@@ -60,6 +47,18 @@ void keepReportOf(const std::vector<const Item*>& items, const Collection& colle
   for (const ReportEntry& entry : report.entries())
     if (chosen.contains(entry.item) || !others.contains(entry.item)) kept.add(entry);
   report = std::move(kept);
+}
+
+namespace {
+
+/// One as it is, several as a document of their own.
+bool saveItems(const Collection& collection, const std::vector<Item*>& items, FormatIndex row, TextView path,
+               const SaveContext& context) {
+  if (items.size() == 1) return SaveItem(items[0], row, path, context);
+  return guardMemory([&] {
+    const auto part = partOf(collection, {items.begin(), items.end()});
+    return SaveItem(part.get(), row, path, context);
+  });
 }
 
 }  // namespace

@@ -113,8 +113,7 @@ std::vector<std::unique_ptr<Waveform>> SongRendering::render(const Item& item) {
     result = renderNotes(static_cast<const Instrument&>(item));
   else if (auto sound = renderSong(static_cast<const Song&>(item)))
     result.push_back(std::move(sound));
-  reportDamage(document_, run_.report);
-  if (bank_) reportDamage(*bank_, run_.report);
+  noteDamage();
   if (run_.host.cancelled()) {
     setLastErrorText(u"Done: Rendered aborted!");
     result.clear();
@@ -122,6 +121,11 @@ std::vector<std::unique_ptr<Waveform>> SongRendering::render(const Item& item) {
     explainFailure();
   }
   return result;
+}
+
+void SongRendering::noteDamage() {
+  reportDamage(document_, run_.report);
+  if (bank_) reportDamage(*bank_, run_.report);
 }
 
 std::unique_ptr<Waveform> SongRendering::renderSong(const Song& song) {

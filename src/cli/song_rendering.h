@@ -25,6 +25,8 @@ class SongRendering {
   std::vector<std::unique_ptr<Waveform>> render(const Item& item);
   /// Loads what the events of a song need. False with LastErrorText. After hasNamedBanks().
   bool supply(audio::Engine& engine, const audio::SongEvents& events, const Song& song);
+  /// Puts into the report what turned out to be damaged while it was played.
+  void noteDamage();
 
  private:
   std::unique_ptr<Waveform> renderSong(const Song& song);

@@ -32,7 +32,8 @@ struct OptionInfo {
   double highest;  ///< of a number
   double usual;    ///< what holds when the user says nothing
   std::span<const TextView> choices;
-  TextView text;  ///< one sentence that says what it does, without a full stop
+  TextView text;                    ///< one sentence that says what it does, without a full stop
+  bool isAnsweredByReport = false;  ///< what it asks for stands in the report, which the user then wants to see
 };
 
 /// Values for the options of one operation; all are set.

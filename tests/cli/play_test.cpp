@@ -1,4 +1,7 @@
+#include "formats/codec/compressed_stream.h"
+#include "formats/codec/flac.h"
 #include "tests/cli/command_fixture.h"
+#include "tests/formats/instrument/sf2_builder.h"
 
 namespace tervo::test {
 namespace {
@@ -46,6 +49,26 @@ TEST_F(PlayTest, ReplacesNothingUnasked) {
   console.onPoll = nullptr;
   EXPECT_EQ(run({u"play", u"a.wav", u"--device", u"file:old.wav", u"--overwrite"}), 0);
   EXPECT_NE(folder.get(u"old.wav"), "old");
+}
+
+TEST_F(PlayTest, ReportsWhatIsLost) {
+  if (!canDecode(flacName)) GTEST_SKIP();
+  std::vector<float> frames(20000);
+  for (std::size_t i = 0; i < frames.size(); ++i) frames[i] = static_cast<float>(i * 37 % 2000) / 32768;
+  auto stream = *encodeFlac(*makeResident(std::move(frames), 1), 22050, 16);
+  for (std::size_t i = 0; i < 20; ++i) stream[stream.size() / 2 + i] ^= std::byte{0x55};
+  const auto bank = bankOf({stream}).build();
+  folder.put(u"bank.sf3", {reinterpret_cast<const char*>(bank.data()), bank.size()});
+  std::vector<Text> arguments = {u"play",     u"bank.sf3", u"--item",    u"waveform:0",
+                                 u"--device", u"null",     u"--seconds", u"0.1"};
+  arguments.push_back(u"--report");
+  EXPECT_EQ(run(arguments), 0);
+  EXPECT_NE(console.error.find("Sample: dropped: some frames"), std::string::npos) << console.error;
+  arguments.back() = u"--report=lost.txt";
+  arguments.push_back(u"--json");
+  ASSERT_EQ(run(arguments), 0);
+  EXPECT_EQ(json()["report"][0]["what"], "some frames");
+  EXPECT_NE(folder.get(u"lost.txt").find("some frames"), std::string::npos);
 }
 
 TEST_F(PlayTest, SaysWhatCannotBePlayed) {

@@ -5,6 +5,7 @@
 #include <array>
 
 #include "tests/cli/command_fixture.h"
+#include "tools/operation.h"
 
 namespace tervo::test {
 namespace {
@@ -87,6 +88,19 @@ TEST_F(Process, ReportsWhatIsClipped) {
   ASSERT_EQ(process({u"gain", u"--by", u"+13", u"--report"}), 0);
   EXPECT_THAT(console.error, testing::HasSubstr("a: approximated: samples beyond full scale, from 4 to clipped"));
   EXPECT_THAT(console.error, testing::HasSubstr("b: approximated: samples beyond full scale, from 4000 to clipped"));
+}
+
+// An option of an operation beside one of the command of the same name ends the program.
+TEST_F(Process, OptionsOfOperationsHaveNamesOfTheirOwn) {
+  for (const Operation& operation : Operations())
+    EXPECT_EQ(run({u"process", Text(operation.name), u"--help"}), 0) << toUtf8(operation.name) << console.error;
+}
+
+TEST_F(Process, ListsTheCandidatesThatAreAskedFor) {
+  ASSERT_EQ(process({u"find-loop", u"--item", u"waveform:1"}), 0);
+  EXPECT_THAT(console.error, testing::Not(testing::HasSubstr("candidate")));
+  ASSERT_EQ(process({u"find-loop", u"--item", u"waveform:1", u"--candidates", u"2"}), 0);
+  EXPECT_THAT(console.error, testing::HasSubstr("b: kept: loop candidate 1, taken"));
 }
 
 }  // namespace

@@ -30,11 +30,13 @@ struct Collected {
 
 // Shared options.
 void addCommonOptions(CLI::App& app, CommandLine& line, Collected& got);
+void addFile(CLI::App& app, Collected& got, const char* description);
 void addFiles(CLI::App& app, Collected& got, const char* description);
 void addReadOptions(CLI::App& app, CommandLine& line, Collected& got);
 /// The target, and what addSaveOptions() has.
 void addWriteOptions(CLI::App& app, CommandLine& line, Collected& got);
 void addSaveOptions(CLI::App& app, CommandLine& line, Collected& got);
+void addReportOptions(CLI::App& app, Collected& got);
 void addRenderOptions(CLI::App& app, CommandLine& line, Collected& got);
 /// For what becomes a file of its own.
 void addLevelOptions(CLI::App& app, Collected& got);

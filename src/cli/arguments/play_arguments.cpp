@@ -69,6 +69,7 @@ void addPlayCommand(CLI::App& app, CommandLine& line, Collected& got) {
   addFiles(*play, got, "what to play, and files to merge with it");
   addPlayOptions(*play, line, got);
   addReadOptions(*play, line, got);
+  addReportOptions(*play, got);
   addRenderOptions(*play, line, got);
 }
 

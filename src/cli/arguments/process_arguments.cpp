@@ -28,18 +28,13 @@ void addProcessCommands(CLI::App& app, CommandLine& line, Collected& got) {
     CLI::App* sub = process->add_subcommand(toUtf8(operation.name), toUtf8(operation.text))->group("Operations");
     // All options of all operations would take longer than most commands.
     if (!got.words.contains(toUtf8(operation.name))) continue;
-    sub->add_option("FILE", got.files, "the file to open")
-        ->required()
-        ->expected(1)
-        ->type_name("")
-        ->check(checkFileName);
+    addFile(*sub, got, "the file to open");
     addOperationOptions(*sub, operation, got);
     addReadOptions(*sub, line, got);
     addWriteOptions(*sub, line, got);
     sub->get_option("--item")->description(
-        "work on this item (may be repeated), counted from 0: waveform:0, song:0, or instrument:3 for all that it "
-        "plays; "
-        "what else the file holds is saved with it where TARGET can hold it");
+        "work on this item (may be repeated), counted from 0: waveform:0, song:0, or instrument:3 for all that "
+        "it plays; what else the file holds is saved with it where TARGET can hold it");
     addCommonOptions(*sub, line, got);
     sub->callback([&line, &operation] {
       line.command = Command::process;

@@ -118,6 +118,11 @@ void addCommonOptions(CLI::App& app, CommandLine& line, Collected& got) {
       ->allow_extra_args(false);
 }
 
+void addFile(CLI::App& app, Collected& got, const char* description) {
+  const auto take = [&got](const std::string& name) { got.files = {name}; };
+  app.add_option_function<std::string>("FILE", take, description)->required()->type_name("")->check(checkFileName);
+}
+
 void addFiles(CLI::App& app, Collected& got, const char* description) {
   app.add_option("FILE", got.files, description)->required()->type_name("")->check(checkFileName);
 }
@@ -162,9 +167,13 @@ void addSaveOptions(CLI::App& app, CommandLine& line, Collected& got) {
       ->take_all()
       ->allow_extra_args(false)
       ->check(checkItem);
+  addReportOptions(app, got);
+  app.add_flag("--overwrite", line.overwrite, "allow replacing an existing target");
+}
+
+void addReportOptions(CLI::App& app, Collected& got) {
   app.add_flag("--report", got.reportWanted, "say what was lost, on standard error; --report=FILE: in a file");
   app.add_option("--report-file", got.report)->group("");
-  app.add_flag("--overwrite", line.overwrite, "allow replacing an existing target");
 }
 
 void addRenderOptions(CLI::App& app, CommandLine& line, Collected& got) {

@@ -22,7 +22,7 @@ inline constexpr OptionInfo findLoopOptions[] = {
     {u"tune",           u"Set loop tuning param",                           flag,    0, 1,   0,  {}, u"makes up for a loop that is no whole number of periods"},
     {u"skip-looped",    u"Skip already looped waves (keep existing)",       flag,    0, 1,   1,  {}, u"leaves waveforms alone that have a loop"},
     {u"regions",        u"Regions play the loop",                           choice,  0, 0,   0,  regionsToLoopChoices, u"the regions that are to play what is found; without drums: not those that play no loop in drum kits or as one-shots"},
-    {u"candidates",     u"Candidates",                                      integer, 1, 20,  1,  {}, u"how many different loops to look for; the report lists them"},
+    {u"candidates",     u"Candidates",                                      integer, 1, 20,  1,  {}, u"how many different loops to look for; the report, which is then shown, lists them", true},
     {u"take",           u"Take candidate",                                  integer, 1, 20,  1,  {}, u"which of them becomes the loop, 1 being the best, the last one where there are fewer"},
     {u"check-channels", u"Check both channels",                             flag,    0, 1,   0,  {}, u"ranks candidates, at least five, by the channel where they fit worse"},
 };
