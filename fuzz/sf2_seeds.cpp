@@ -9,11 +9,6 @@ using namespace tervo::test;
 
 namespace {
 
-Zone playing(int sample, std::vector<Amount> generators) {
-  generators.push_back({53, sample});
-  return {generators};
-}
-
 BankBuilder richBank() {
   const Zone global{{{48, 100}, {8, 9000}, {9, 40}}, {{0x502, 48, 480}, {0x203, 33, 200}, {3, 48, 100}}};
   std::vector<Amount> all;
