@@ -3,12 +3,14 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QMenuBar>
+#include <QMessageBox>
 #include <QStyle>
 #include <QToolBar>
 
 #include "ui/batch/batch_wizard.h"
 #include "ui/dialogs/save_each_dialog.h"
 #include "ui/edit_commands.h"
+#include "ui/help_window.h"
 #include "ui/main_window.h"
 #include "ui/property_pane.h"
 #include "ui/qt_text.h"
@@ -22,6 +24,7 @@ void MainWindow::buildMenus() {
   buildEditMenu();
   buildProcessMenu();
   buildSoundMenu();
+  buildHelpMenu();
   buildToolBar();
 }
 
@@ -38,6 +41,21 @@ void MainWindow::buildProcessMenu() {
                     [this, &operation] { process(&operation); })
         ->setStatusTip(qt(operation.text));
   }
+  songs->addSeparator();
+  songs->addAction(tr("Render to &Waveform"), this, &MainWindow::renderSong);
+}
+
+void MainWindow::buildHelpMenu() {
+  QMenu* menu = menuBar()->addMenu(tr("&Help"));
+  // The key itself is looked out for by HelpKey, which works in dialogs too.
+  menu->addAction(tr("&Manual") + QStringLiteral("\tF1"), this, [this] {
+    if (!help_->show(QStringLiteral("index"))) session_.host().showStatus(u"The manual is not installed");
+  });
+  menu->addAction(tr("&About Tervo Studio"), this, [this] {
+    const QString text = tr("Opens, edits and converts audio files, sampler instruments and MIDI songs.");
+    QMessageBox::about(this, QStringLiteral("Tervo Studio"),
+                       QStringLiteral("Tervo Studio ") + QApplication::applicationVersion() + u'\n' + text);
+  });
 }
 
 void MainWindow::buildSoundMenu() {

@@ -1,6 +1,7 @@
 #include "ui/main_window.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCloseEvent>
 #include <QLabel>
 #include <QMenuBar>
@@ -9,8 +10,8 @@
 #include <QPushButton>
 #include <QSplitter>
 #include <QStatusBar>
-#include <QStyle>
 #include <QTabWidget>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -24,10 +25,13 @@
 #include "ui/editors/graphic_pane.h"
 #include "ui/editors/key_map.h"
 #include "ui/editors/song_pane.h"
+#include "ui/editors/song_view.h"
 #include "ui/file_dialogs.h"
+#include "ui/help_window.h"
 #include "ui/property_pane.h"
 #include "ui/qt_text.h"
 #include "ui/sound/keyboard_view.h"
+#include "ui/sound/play_icons.h"
 #include "ui/sound/player.h"
 #include "ui/wave/waveform_pane.h"
 #include "ui/waveform_list.h"
@@ -51,6 +55,7 @@ MainWindow::MainWindow(DocumentSession& session, Player& player) : session_(sess
   setWindowTitle(QStringLiteral("Tervo Studio v12.9"));
   setAcceptDrops(true);
   session_.host().setWindow(this);
+  help_ = new HelpKey(this);
   buildPanes();
   edit_ = new EditCommands(session_, this, [this] {
     return EditCommands::Target{chosen_, properties_->currentRow(), waveform_->view().chosenMarker()};
@@ -88,6 +93,10 @@ void MainWindow::buildPanes() {
   layout->addWidget(across_, 1);
   layout->addWidget(keyboard_);
   setCentralWidget(centre);
+  const std::pair<QWidget*, const char*> pages[] = {
+      {tree_, "collection"},   {list_, "waveforms"}, {properties_, "parameters"}, {graphics_, "editors"},
+      {waveform_, "waveform"}, {song_, "song"},      {keyboard_, "sound"}};
+  for (const auto& [pane, page] : pages) setHelpPage(*pane, page);
   status_ = new QLabel(this);
   status_->setTextFormat(Qt::PlainText);
   statusBar()->addWidget(status_, 1);
@@ -123,7 +132,13 @@ void MainWindow::connectSession() {
   connect(&player_, &Player::keySounded, &graphics_->keys(), &KeyMap::showKey);
   connect(&player_, &Player::statusShown, engineStatus_, &QLabel::setText);
   connect(&player_, &Player::playingChanged, this, &MainWindow::showPlaying);
-  connect(&player_, &Player::positionChanged, this, [this] { waveform_->view().setPlayPosition(player_.position()); });
+  connect(&player_, &Player::positionChanged, this, [this] {
+    waveform_->view().setPlayPosition(player_.position());
+    song_->view().setPlayPosition(player_.songSeconds());
+  });
+  connect(&song_->view(), &SongView::placeChosen, this, [this](double seconds) {
+    if (player_.songSeconds()) player_.play(song_->song(), seconds);
+  });
   connect(edit_, &EditCommands::made, this, &MainWindow::selectItems);
   connect(tree_, &CollectionTree::selectedItemsChanged, this, [this] {
     activeList_ = false;
@@ -176,9 +191,16 @@ void MainWindow::keyReleaseEvent(QKeyEvent* event) {
 
 void MainWindow::playOrStop() {
   if (player_.isPlaying()) return player_.stop();
-  const bool inEditor = tabs_->currentWidget() == waveform_ && waveform_->view().waveform();
-  const ItemId item = inEditor ? waveform_->view().waveform()->id() : chosen_.empty() ? noItem : chosen_[0];
-  if (!player_.play(item, inEditor ? waveform_->view().cursor() : 0)) session_.host().showStatus(LastErrorText());
+  ItemId item = chosen_.empty() ? noItem : chosen_[0];
+  double start = 0;
+  if (tabs_->currentWidget() == waveform_ && waveform_->view().waveform()) {
+    item = waveform_->view().waveform()->id();
+    start = waveform_->view().cursor();
+  } else if (tabs_->currentWidget() == song_ && findItem(song_->song())) {
+    item = song_->song();
+    start = song_->view().place();
+  }
+  if (!player_.play(item, start)) session_.host().showStatus(LastErrorText());
 }
 
 void MainWindow::process(const Operation* operation) {
@@ -213,7 +235,12 @@ void MainWindow::showStates(QMenu& menu) {
 
 void MainWindow::showPlaying(bool playing) {
   play_->setText(playing ? tr("&Stop") : tr("&Play"));
-  play_->setIcon(style()->standardIcon(playing ? QStyle::SP_MediaStop : QStyle::SP_MediaPlay));
+  play_->setIcon(playing ? stopIcon(palette()) : playIcon(palette()));
+}
+
+void MainWindow::changeEvent(QEvent* event) {
+  QMainWindow::changeEvent(event);
+  if (event->type() == QEvent::PaletteChange && play_) showPlaying(player_.isPlaying());
 }
 
 void MainWindow::refreshState() {
@@ -270,7 +297,7 @@ void MainWindow::restoreGeometryFromSettings() {
   if (app.lastSize[0] > 0) move(app.lastPos[0], app.lastPos[1]);
   int tree = app.paneSplitL;
   // Until somebody moves it, the names of instruments and what they hold fit, whatever the font.
-  if (tree == Settings{}.app.paneSplitL) tree = std::max(tree, 44 * tree_->fontMetrics().averageCharWidth());
+  if (tree == Settings{}.app.paneSplitL) tree = std::max(tree, 58 * tree_->fontMetrics().averageCharWidth());
   across_->setSizes({tree, std::max(width() - tree, 100)});
 }
 
@@ -300,6 +327,29 @@ void MainWindow::dropEvent(QDropEvent* event) {
   }
   if (paths.empty()) return;
   event->acceptProposedAction();
+  openAsUserWants(paths);
+}
+
+void MainWindow::takeFiles(const std::vector<Text>& paths) {
+  setWindowState(windowState() & ~Qt::WindowMinimized);
+  show();
+  raise();
+  activateWindow();
+  if (paths.empty()) return;
+  constexpr int momentMs = 200;
+  const bool isBusy = session_.host().isBusy() || QApplication::activeModalWidget();
+  if (isBusy) return QTimer::singleShot(momentMs, this, [this, paths] { takeFiles(paths); });
+  openAsUserWants(paths);
+}
+
+void MainWindow::renderSong() {
+  const Song* song = chosen_.empty() ? nullptr : containingSong(chosen_[0]);
+  if (!song) song = findItem<Song>(song_->song());
+  if (!song) return session_.host().showStatus(u"No item selected");
+  if (!player_.bank().renderIntoDocument(*song)) session_.host().showStatus(LastErrorText());
+}
+
+void MainWindow::openAsUserWants(const std::vector<Text>& paths) {
   if (!session_.document().holdsData()) return openFiles(paths, OpenMode::replace);
   QMessageBox box(QMessageBox::Question, QStringLiteral("Tervo Studio"),
                   QStringLiteral("How would you like to open the file?"), QMessageBox::NoButton, this);

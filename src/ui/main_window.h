@@ -16,6 +16,7 @@ namespace tervo::ui {
 class CollectionTree;
 class EditCommands;
 class GraphicPane;
+class HelpKey;
 class KeyboardView;
 class Player;
 class PropertyPane;
@@ -36,6 +37,8 @@ class MainWindow final : public QMainWindow {
   void selectItems(const std::vector<ItemId>& items);
   /// The title, and the menu's auditioning state.
   void refreshState();
+  /// From another start of the program: comes forward, and asks what to do with them. Waits while something runs.
+  void takeFiles(const std::vector<Text>& paths);
   void setMessageBoxesAllowed(bool allowed) { messageBoxesAllowed_ = allowed; }
   void showFailure(const QString& what);
   /// Asks before loaded data are lost, where the settings want that. True to go on.
@@ -50,6 +53,7 @@ class MainWindow final : public QMainWindow {
   KeyboardView& keyboard() { return *keyboard_; }
   PropertyPane& properties() { return *properties_; }
   WaveformPane& waveform() { return *waveform_; }
+  HelpKey& help() { return *help_; }
   GraphicPane& graphics() { return *graphics_; }
   SongPane& song() { return *song_; }
   QTabWidget& tabs() { return *tabs_; }
@@ -60,6 +64,7 @@ class MainWindow final : public QMainWindow {
   void dropEvent(QDropEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void keyReleaseEvent(QKeyEvent* event) override;
+  void changeEvent(QEvent* event) override;
 
  private:
   void buildPanes();
@@ -68,6 +73,7 @@ class MainWindow final : public QMainWindow {
   void buildEditMenu();
   void buildProcessMenu();
   void buildSoundMenu();
+  void buildHelpMenu();
   void buildToolBar();
   void connectSession();
   void choose(const std::vector<ItemId>& items);
@@ -78,6 +84,10 @@ class MainWindow final : public QMainWindow {
   void process(const Operation* operation);
   void playOrStop();
   void showPlaying(bool playing);
+  /// Into the document as a waveform, as the settings want it.
+  void renderSong();
+  /// Asks whether they replace what is loaded or join it, where there is something.
+  void openAsUserWants(const std::vector<Text>& paths);
   /// Keys that the chosen instrument answers to.
   void showPlayableKeys();
   void showRecentFiles();
@@ -102,12 +112,13 @@ class MainWindow final : public QMainWindow {
   QLabel* engineStatus_;
   QMenu* recent_;
   EditCommands* edit_;
+  HelpKey* help_;
   QAction* open_;
   QAction* save_;
   QAction* undo_;
   QAction* redo_;
   QAction* audition_;
-  QAction* play_;
+  QAction* play_ = nullptr;
 };
 
 }  // namespace tervo::ui

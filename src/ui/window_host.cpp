@@ -96,11 +96,16 @@ std::optional<Text> WindowHost::locateFile(const FileRequest& request) {
 
 std::vector<std::unique_ptr<Waveform>> WindowHost::render(const Item& item) {
   if (!renderer_) return Host::render(item);
+  std::vector<std::unique_ptr<Waveform>> waveforms;
+  renderStoppably([&] { waveforms = renderer_(item); });
+  return waveforms;
+}
+
+void WindowHost::renderStoppably(const std::function<void()>& run) {
   const auto operation = beginOperation();
   isRendering_ = true;
-  auto waveforms = renderer_(item);
+  run();
   isRendering_ = false;
-  return waveforms;
 }
 
 }  // namespace tervo::ui

@@ -47,6 +47,9 @@ class WindowHost final : public QObject, public Host {
   std::optional<Text> locateFile(const FileRequest& request) override;
   std::vector<std::unique_ptr<Waveform>> render(const Item& item) override;
 
+  /// Runs a rendering of which the user has to confirm that it is to be stopped.
+  void renderStoppably(const std::function<void()>& run);
+
   using Renderer = std::function<std::vector<std::unique_ptr<Waveform>>(const Item&)>;
   void setRenderer(Renderer renderer) { renderer_ = std::move(renderer); }
 

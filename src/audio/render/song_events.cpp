@@ -76,4 +76,16 @@ SongEvents flatten(const Song& song) {
   return flattener.take();
 }
 
+SongEvents startingAt(SongEvents events, double seconds) {
+  const auto isPastNote = [&](const TimedMessage& timed) {
+    const uint8_t kind = timed.message.kind();
+    const bool isNote = kind == MidiStatus::noteOn || kind == MidiStatus::noteOff || kind == MidiStatus::keyPressure;
+    return isNote && timed.seconds < seconds;
+  };
+  std::erase_if(events.messages, isPastNote);
+  for (TimedMessage& timed : events.messages) timed.seconds = std::max(timed.seconds - seconds, 0.0);
+  events.seconds = std::max(events.seconds - seconds, 0.0);
+  return events;
+}
+
 }  // namespace tervo::audio

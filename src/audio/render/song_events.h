@@ -30,4 +30,8 @@ void forEachInTime(const Song& song, const std::function<void(const MidiEvent&, 
 
 SongEvents flatten(const Song& song);
 
+/// What is left of a song from a time on. Notes that began before stay out; everything else that was said before is
+/// said at once, so that sounds, volumes and pedals are those of the place.
+SongEvents startingAt(SongEvents events, double seconds);
+
 }  // namespace tervo::audio

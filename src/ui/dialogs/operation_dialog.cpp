@@ -11,6 +11,7 @@
 #include "base/last_error.h"
 #include "ui/dialogs/option_form.h"
 #include "ui/document_session.h"
+#include "ui/help_window.h"
 #include "ui/qt_text.h"
 
 namespace tervo::ui {
@@ -19,6 +20,7 @@ OperationDialog::OperationDialog(DocumentSession& session, std::vector<ItemId> i
                                  QWidget* parent)
     : QDialog(parent), session_(session), items_(std::move(items)) {
   setWindowTitle(tr("Process"));
+  setHelpPage(*this, "processing");
   list_ = new QComboBox(this);
   list_->setAccessibleName(tr("Operation"));
   for (const Operation& operation : Operations()) {

@@ -16,6 +16,7 @@
 #include "audio/output/output_format.h"
 #include "base/last_error.h"
 #include "platform/midi_port.h"
+#include "ui/help_window.h"
 #include "ui/qt_text.h"
 
 namespace tervo::ui {
@@ -70,6 +71,7 @@ QStringList suggestionsFor(const SettingRow& row) {
 
 PreferencesDialog::PreferencesDialog(Settings& settings, QWidget* parent) : QDialog(parent), settings_(settings) {
   setWindowTitle(tr("Preferences"));
+  setHelpPage(*this, "preferences");
   list_ = new QListWidget(this);
   list_->setAccessibleName(tr("Groups of settings"));
   list_->setMaximumWidth(190);

@@ -18,6 +18,7 @@
 #include <QVBoxLayout>
 
 #include "base/last_error.h"
+#include "ui/help_window.h"
 #include "ui/qt_text.h"
 
 namespace tervo::ui {
@@ -69,6 +70,7 @@ QVariant ReportModel::headerData(int section, Qt::Orientation orientation, int r
 
 ReportWindow::ReportWindow(const QString& doing, const ConversionReport& report, QWidget* parent) : QDialog(parent) {
   setWindowTitle(tr("Conversion report"));
+  setHelpPage(*this, "report");
   setAttribute(Qt::WA_DeleteOnClose);
   auto* heading = new QLabel(tr("%1: not everything could be kept as it was.").arg(doing), this);
   heading->setTextFormat(Qt::PlainText);

@@ -14,6 +14,7 @@
 
 #include "ui/document_session.h"
 #include "ui/file_dialogs.h"
+#include "ui/help_window.h"
 #include "ui/qt_text.h"
 
 namespace tervo::ui {
@@ -21,6 +22,7 @@ namespace tervo::ui {
 SaveEachDialog::SaveEachDialog(DocumentSession& session, std::vector<ItemId> items, QWidget* parent)
     : QDialog(parent), session_(session), items_(std::move(items)) {
   setWindowTitle(tr("Save each item"));
+  setHelpPage(*this, "saving");
   const auto addAll = [&](const auto& all) {
     for (const auto& item : all) items_.push_back(item->id());
   };

@@ -94,9 +94,11 @@ void GraphicPane::setItems(const std::vector<ItemId>& items) {
       return isMap || hasRow(kindOf(id), pageAt(i).first);
     };
     const bool applies = std::any_of(items.begin(), items.end(), hasPage);
-    bar_->setTabVisible(i, applies);
+    // Qt 6.4 forgets to lay the tabs out anew when the last of several calls changes nothing.
+    if (bar_->isTabVisible(i) != applies) bar_->setTabVisible(i, applies);
     if (applies && (page < 0 || i == wanted_)) page = i;
   }
+  bar_->updateGeometry();
   setVisible(page >= 0);
   keys_->setItems(items);
   tags_->setItems(items);

@@ -39,7 +39,9 @@ QRectF SongView::rollArea() const {
 
 void SongView::setRoll(SongRoll roll, bool isSame) {
   roll_ = std::move(roll);
-  isSame ? setScale(scale_) : showAll();
+  if (isSame) return setScale(scale_);
+  place_ = 0;
+  showAll();
 }
 
 void SongView::setHighlighted(std::vector<int> tracks) {
@@ -51,6 +53,15 @@ void SongView::setPlayPosition(std::optional<double> seconds) {
   if (playPosition_ == seconds) return;
   playPosition_ = seconds;
   update();
+  if (!seconds || !roll_.tempi()) return;
+  const double tick = roll_.tempi()->tickAt(*seconds), x = scale_.xOf(tick);
+  if (x > rollArea().width() || x < 0) setScale({tick, scale_.framesPerPixel});
+}
+
+void SongView::setPlace(double seconds) {
+  place_ = seconds;
+  update();
+  Q_EMIT placeChosen(seconds);
 }
 
 void SongView::setScale(const WaveScale& scale) {
@@ -105,7 +116,7 @@ const RollNote* SongView::noteAt(const QPointF& point) const {
 
 void SongView::mousePressEvent(QMouseEvent* event) {
   if (event->button() == Qt::LeftButton && event->position().x() >= rollArea().left())
-    Q_EMIT placeChosen(roll_.secondsAt(tickAt(event->position().x())));
+    setPlace(roll_.secondsAt(tickAt(event->position().x())));
 }
 
 void SongView::mouseMoveEvent(QMouseEvent* event) {
@@ -246,6 +257,12 @@ void SongView::paintNotes(QPainter& painter) const {
   painter.restore();
 }
 
+void SongView::paintTimeLine(QPainter& painter, double seconds, const QPen& pen) const {
+  const double x = xOf(roll_.tempi()->tickAt(seconds));
+  painter.setPen(pen);
+  if (x >= rollArea().left()) painter.drawLine(QPointF(x, 0), QPointF(x, height()));
+}
+
 QString SongView::describe(const RollNote& note) const {
   const double seconds = roll_.secondsAt(note.end) - roll_.secondsAt(note.start);
   return tr("%1, velocity %2, channel %3\nat %4 (%5), %6 long")
@@ -264,11 +281,8 @@ void SongView::paintEvent(QPaintEvent*) {
   paintRulers(painter);
   paintNotes(painter);
   paintMarks(painter);
-  if (playPosition_) {
-    const double x = xOf(roll_.tempi()->tickAt(*playPosition_));
-    painter.setPen(QPen(QColor(0xd0, 0x30, 0x30), 2));
-    if (x >= rollArea().left()) painter.drawLine(QPointF(x, 0), QPointF(x, height()));
-  }
+  if (place_ > 0) paintTimeLine(painter, place_, QPen(palette().color(QPalette::Text), 1));
+  if (playPosition_) paintTimeLine(painter, *playPosition_, QPen(QColor(0xd0, 0x30, 0x30), 2));
   if (!mouse_) return;
   if (const RollNote* note = noteAt(*mouse_)) paintBubble(painter, palette(), rollArea(), *mouse_, describe(*note));
 }

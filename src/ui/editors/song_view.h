@@ -21,8 +21,11 @@ class SongView final : public QWidget {
   const SongRoll& roll() const { return roll_; }
   /// Notes of other tracks are drawn faintly; empty for all alike.
   void setHighlighted(std::vector<int> tracks);
-  /// Nothing while nothing is played.
+  /// Nothing while nothing is played. Follows it where it leaves the picture.
   void setPlayPosition(std::optional<double> seconds);
+  /// The second that playing starts from.
+  double place() const { return place_; }
+  void setPlace(double seconds);
 
   /// Ticks by pixels of the part that scrolls.
   const WaveScale& scale() const { return scale_; }
@@ -63,12 +66,14 @@ class SongView final : public QWidget {
   void paintRulers(QPainter& painter) const;
   void paintMarks(QPainter& painter) const;
   void paintNotes(QPainter& painter) const;
+  void paintTimeLine(QPainter& painter, double seconds, const QPen& pen) const;
   QString describe(const RollNote& note) const;
 
   SongRoll roll_;
   WaveScale scale_;
   std::vector<int> highlighted_;
   std::optional<double> playPosition_;
+  double place_ = 0;
   std::optional<QPointF> mouse_;
 };
 

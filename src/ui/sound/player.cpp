@@ -130,16 +130,20 @@ void Player::audition(ItemId id) {
 bool Player::perform(std::shared_ptr<audio::SynthFront> synth, audio::SongEvents events) {
   synth->perform(std::move(events), std::nullopt);
   if (!output_->attach(synth)) return false;
-  song_ = std::move(synth);
+  performer_ = std::move(synth);
   return true;
 }
 
-bool Player::playSong(const Song& song) {
+bool Player::playSong(const Song& song, double startSeconds) {
   audio::SongEvents events = audio::flatten(song);
   if (events.notes == 0) return fail(u"Done: No notes to render!");
+  const double start = startSeconds < events.seconds ? startSeconds : 0;
   auto synth = startSynth(session_.settings().mid2wav.effects != 0);
   const auto running = session_.host().beginOperation();
-  return synth && bank_.supply(synth->engine(), events) && perform(std::move(synth), std::move(events));
+  if (!synth || !bank_.supply(synth->engine(), events)) return false;
+  if (!perform(std::move(synth), audio::startingAt(std::move(events), start))) return false;
+  songStart_ = start;
+  return true;
 }
 
 bool Player::playInstrument(const Instrument& instrument) {
@@ -151,14 +155,14 @@ bool Player::playInstrument(const Instrument& instrument) {
   return perform(std::move(synth), audio::notesInTurn({{key}}, 100, channel, 1));
 }
 
-bool Player::play(ItemId id, double startFrame) {
+bool Player::play(ItemId id, double start) {
   stop();
   bool playing = false;
   if (const auto* waveform = findItem<Waveform>(id)) {
-    waveform_ = audio::playWaveform(*output_, *waveform, startFrame, audio::gainOf(session_.settings().aio.waveGain));
+    waveform_ = audio::playWaveform(*output_, *waveform, start, audio::gainOf(session_.settings().aio.waveGain));
     playing = waveform_ != nullptr;
   } else if (const Song* song = containingSong(id)) {
-    playing = playSong(*song);
+    playing = playSong(*song, start);
   } else if (const Instrument* instrument = containingInstrument(id)) {
     playing = playInstrument(*instrument);
   } else {
@@ -174,9 +178,10 @@ bool Player::play(ItemId id, double startFrame) {
 void Player::stop() {
   if (audition_) audition_->stop();
   if (waveform_) waveform_->stop();
-  if (song_) song_->stop();
+  if (performer_) performer_->stop();
   waveform_.reset();
-  song_.reset();
+  performer_.reset();
+  songStart_.reset();
   if (!wasPlaying_) return;
   wasPlaying_ = false;
   Q_EMIT playingChanged(false);
@@ -184,11 +189,15 @@ void Player::stop() {
 }
 
 bool Player::isPlaying() const {
-  return (waveform_ && output_->isPlaying(*waveform_)) || (song_ && output_->isPlaying(*song_));
+  return (waveform_ && output_->isPlaying(*waveform_)) || (performer_ && output_->isPlaying(*performer_));
 }
 
 std::optional<double> Player::position() const {
   return waveform_ ? std::optional(waveform_->position()) : std::nullopt;
+}
+
+std::optional<double> Player::songSeconds() const {
+  return performer_ && songStart_ ? std::optional(*songStart_ + performer_->seconds()) : std::nullopt;
 }
 
 void Player::watch() {
@@ -200,7 +209,7 @@ void Player::watch() {
   }
   if (wasPlaying_ && !isPlaying()) stop();
   if (wasPlaying_) Q_EMIT positionChanged();
-  const auto& sounding = song_ ? song_ : keys_;
+  const auto& sounding = performer_ ? performer_ : keys_;
   Q_EMIT statusShown(sounding ? qt(sounding->engine().statusText()) : QString());
   if (!wasPlaying_ && !keys_) watcher_.stop();
 }

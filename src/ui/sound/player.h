@@ -29,12 +29,14 @@ class Player final : public QObject {
   void setPlayed(ItemId item);
   /// Sounds what was selected, where the settings want that. Silent where it cannot.
   void audition(ItemId item);
-  /// False with LastErrorText.
-  bool play(ItemId item, double startFrame = 0);
+  /// From a frame of a waveform or a second of a song. False with LastErrorText.
+  bool play(ItemId item, double start = 0);
   void stop();
   bool isPlaying() const;
   /// The frame of the waveform that is played now; nothing for other items.
   std::optional<double> position() const;
+  /// The second of the song that is played now; nothing for other items.
+  std::optional<double> songSeconds() const;
 
   /// False with LastErrorText where nothing can sound.
   bool keyDown(int key, int velocity);
@@ -59,7 +61,7 @@ class Player final : public QObject {
   bool prepareKeys();
   bool loadPlayed();
   void openMidiInput();
-  bool playSong(const Song& song);
+  bool playSong(const Song& song, double startSeconds);
   bool playInstrument(const Instrument& instrument);
   bool perform(std::shared_ptr<audio::SynthFront> synth, audio::SongEvents events);
   std::shared_ptr<audio::SynthFront> startSynth(bool hasEffects);
@@ -70,8 +72,9 @@ class Player final : public QObject {
   std::unique_ptr<audio::AudioOutput> output_;
   std::unique_ptr<audio::Audition> audition_;
   SongBank bank_;
-  std::shared_ptr<audio::SynthFront> keys_;  ///< what keys play on
-  std::shared_ptr<audio::SynthFront> song_;
+  std::shared_ptr<audio::SynthFront> keys_;       ///< what keys play on
+  std::shared_ptr<audio::SynthFront> performer_;  ///< of a song, or of an instrument's note
+  std::optional<double> songStart_;               ///< the second that a song was begun at
   std::shared_ptr<audio::WaveformPlayer> waveform_;
   std::unique_ptr<Instrument> ownInstrument_;  ///< of a waveform that is played by keys
   ItemId played_ = noItem;

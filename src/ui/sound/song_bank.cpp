@@ -33,6 +33,19 @@ std::vector<std::unique_ptr<Waveform>> SongBank::render(const Item& item) {
   return result;
 }
 
+bool SongBank::renderIntoDocument(const Song& song) {
+  bool done = false;
+  const auto defaults = [this] { return open(); };
+  session_.host().renderStoppably([&] {
+    session_.edit(std::vector{session_.document().id()}, QObject::tr("Render song"), [&] {
+      done = audio::renderSongInDocument(session_.document(), song, defaults, session_.host(), session_.settings());
+    });
+  });
+  const Text failure = LastErrorText();
+  Q_EMIT session_.replaced();
+  return done || fail(failure);
+}
+
 bool SongBank::supply(audio::Engine& engine, const audio::SongEvents& events) {
   audio::Supplied supplied;
   return audio::supplyInstruments(

@@ -20,6 +20,8 @@ class SongBank {
 
   /// For Host::render.
   std::vector<std::unique_ptr<Waveform>> render(const Item& item);
+  /// As one undo step: the waveform becomes the document's last one. False with LastErrorText.
+  bool renderIntoDocument(const Song& song);
   /// Loads what the events need. False with LastErrorText.
   bool supply(audio::Engine& engine, const audio::SongEvents& events);
 

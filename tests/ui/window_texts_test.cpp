@@ -1,0 +1,138 @@
+// Texts that are laid down for the window, where users meet them.
+
+#include <QAction>
+#include <QDropEvent>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QUrl>
+
+#include "tests/ui/modal_answer.h"
+#include "tests/ui/window_fixture.h"
+
+namespace tervo::ui {
+namespace {
+
+class WindowTextsTest : public WindowTest {
+ protected:
+  QAction* action(const QString& text) {
+    for (QAction* each : window.findChildren<QAction*>())
+      if (each->text() == text) return each;
+    ADD_FAILURE() << "no action " << text.toStdString();
+    return nullptr;
+  }
+  void change() {
+    addInstrument(u"Piano");
+    session.edit(std::vector{session.document().id()}, "Change", [&] { session.document().name = u"Mine"; });
+  }
+  QString file(const QString& name, const QByteArray& bytes) {
+    QFile out(dir.filePath(name));
+    EXPECT_TRUE(out.open(QIODevice::WriteOnly) && out.write(bytes) == bytes.size());
+    return out.fileName();
+  }
+  void drop(const QString& path) {
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(path)});
+    QDropEvent event({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &event);
+  }
+};
+
+// Four frames of silence: RIFF, 16 bits, one channel.
+QByteArray smallWave() {
+  return QByteArray::fromHex(
+      "524946462c00000057415645666d74201000000001000100803e0000007d000002001000646174610800000000000000"
+      "00000000");
+}
+
+TEST_F(WindowTextsTest, TitlesAndAuditioning) {
+  EXPECT_EQ(window.windowTitle(), "Unnamed  - Tervo Studio");
+  change();
+  EXPECT_EQ(window.windowTitle(), "Mine - Tervo Studio");
+  settings.aio.enable = 0;
+  window.refreshState();
+  QAction* audition = action("Auditioning: Off");
+  audition->trigger();
+  EXPECT_EQ(audition->text(), "Auditioning: On");
+  QString shown;
+  QObject::connect(&host, &WindowHost::statusShown, &host, [&](const QString& text) { shown = text; });
+  session.clear();
+  EXPECT_EQ(shown, "Done: Collection cleared.");
+}
+
+TEST_F(WindowTextsTest, ClosingAsksAndLosesNothingUnlessTheUserAgrees) {
+  settings.load.confirm = 1;
+  EXPECT_FALSE(answering({}, [&] { EXPECT_TRUE(window.confirmDiscarding()); }).wasShown);
+  change();
+  const Modal asked = answering("&No", [&] { EXPECT_FALSE(window.close()); });
+  EXPECT_EQ(asked.title, "Warning: Discarding changes!");
+  EXPECT_EQ(asked.text,
+            "This will discard any changes made to the loaded data!\n\nAre you sure that you want to proceed?");
+  EXPECT_TRUE(window.isVisible());
+  answering("&Yes", [&] { EXPECT_TRUE(window.close()); });
+  settings.load.confirm = 0;
+  EXPECT_FALSE(answering({}, [&] { EXPECT_TRUE(window.confirmDiscarding()); }).wasShown);
+}
+
+TEST_F(WindowTextsTest, DroppedFilesMergeReplaceOrStayOut) {
+  const QString path = file("drop.wav", smallWave());
+  EXPECT_FALSE(answering({}, [&] { drop(path); }).wasShown);
+  ASSERT_EQ(session.document().waveforms().size(), 1u);
+  EXPECT_EQ(session.document().waveforms()[0]->frames(), 4);
+  const Modal asked = answering("&Cancel", [&] { drop(path); });
+  EXPECT_EQ(asked.text, "How would you like to open the file?");
+  for (const char* button : {"&Merge w current", "&Replace current", "&Cancel"})
+    EXPECT_TRUE(asked.buttons.contains(button)) << button;
+  EXPECT_EQ(session.document().waveforms().size(), 1u);
+  settings.load.autoRemoveDupWaves = 0;
+  answering("&Merge w current", [&] { drop(path); });
+  EXPECT_EQ(session.document().waveforms().size(), 2u);
+  answering("&Replace current", [&] { window.takeFiles({textOf(path)}); });
+  EXPECT_EQ(session.document().waveforms().size(), 1u);
+}
+
+TEST_F(WindowTextsTest, WhatCannotBeOpenedSaysWhyAndOffersRawData) {
+  const QString nothing = file("empty.wav", {});
+  const Modal failure = answering({}, [&] { window.openFiles({textOf(nothing)}, OpenMode::replace); });
+  EXPECT_EQ(failure.title, "Error!");
+  EXPECT_EQ(failure.text, "File is of zero size");
+  window.setMessageBoxesAllowed(false);
+  EXPECT_FALSE(answering({}, [&] { window.openFiles({textOf(nothing)}, OpenMode::replace); }).wasShown);
+  window.setMessageBoxesAllowed(true);
+  const QString odd = file("odd.bytes", QByteArray(400, 'x'));
+  const Modal raw = answering("OK", [&] { window.openFiles({textOf(odd)}, OpenMode::replace); });
+  EXPECT_EQ(raw.text,
+            "The selected file can not be detected as any of the supported import types. Select OK to read it as raw "
+            "data...\n\nYou'll need to adjust the data format on the 'Source' tab of the waveform properties.");
+  EXPECT_EQ(raw.buttons, (QStringList{"OK", "Cancel", "Allways OK", "Allways Cancel"}));
+  EXPECT_EQ(session.document().waveforms().size(), 1u);
+}
+
+TEST_F(WindowTextsTest, FileDialogsHaveTheirTitlesAndLines) {
+  const std::pair<const char*, const char*> dialogs[] = {
+      {"&Merge...", "Open files to merge with - Tervo Studio"},
+      {"Replace Waveforms of the Same &Name...", "Select waves to replace current waves of the same name"}};
+  for (const auto& [menu, title] : dialogs) {
+    const Modal dialog = answering({}, [&] { action(menu)->trigger(); });
+    EXPECT_EQ(dialog.title, title);
+    EXPECT_TRUE(dialog.labels.contains("File format:"));
+    EXPECT_TRUE(dialog.labels.contains("Confidence:"));
+  }
+}
+
+TEST_F(WindowTextsTest, CancellingARenderingAsksFirst) {
+  const auto renderFor = [&](int milliseconds) {
+    host.renderStoppably([&] {
+      QElapsedTimer time;
+      time.start();
+      while (time.elapsed() < milliseconds && host.progress(0.5)) QTest::qSleep(5);
+    });
+  };
+  const Modal asked = answering("&No", [&] { renderFor(800); });
+  EXPECT_EQ(asked.text, "Abort rendering?");
+  EXPECT_FALSE(host.cancelled());
+  answering("&Yes", [&] { renderFor(60000); });
+  EXPECT_TRUE(host.cancelled());
+}
+
+}  // namespace
+}  // namespace tervo::ui
