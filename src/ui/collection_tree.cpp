@@ -38,6 +38,7 @@ std::vector<ItemId> CollectionTree::itemsOfSelection() const {
 }
 
 void CollectionTree::select(const std::vector<ItemId>& items) {
+  const auto before = selected_;
   QItemSelection selection;
   QModelIndex first;
   for (const ItemId id : items) {
@@ -48,6 +49,8 @@ void CollectionTree::select(const std::vector<ItemId>& items) {
   }
   selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
   if (first.isValid()) selectionModel()->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
+  // The other pane may have been chosen from meanwhile.
+  if (!isRebuilding_ && selected_ == before) Q_EMIT selectedItemsChanged();
 }
 
 void CollectionTree::rebuild() {

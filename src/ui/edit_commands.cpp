@@ -50,15 +50,15 @@ void EditCommands::addTo(QMenu& menu) {
   menu.addAction(tr("Cu&t"), QKeySequence::Cut, this, &EditCommands::cut);
   menu.addAction(tr("&Copy"), QKeySequence::Copy, this, &EditCommands::copy);
   menu.addAction(tr("&Paste"), QKeySequence::Paste, this, &EditCommands::paste);
-  menu.addAction(tr("&Delete"), QKeySequence::Delete, this, &EditCommands::remove);
+  itemActions_ << menu.addAction(tr("&Delete"), QKeySequence::Delete, this, &EditCommands::remove);
   QMenu* copyMenu = menu.addMenu(tr("Copy P&art"));
-  QMenu* pasteMenu = menu.addMenu(tr("Paste Pa&rt"));
+  QMenu* pasteMenu = menu.addMenu(tr("Past&e Part"));
   for (const Part& part : parts) {
     copyMenu->addAction(tr(part.title), this, [this, kind = part.kind] { copyPart(kind); });
     pasteMenu->addAction(tr(part.title), this, [this, kind = part.kind] { pastePart(kind); });
   }
   menu.addSeparator();
-  menu.addAction(tr("Re&name..."), QKeySequence(Qt::Key_F2), this, &EditCommands::rename);
+  itemActions_ << menu.addAction(tr("Re&name..."), QKeySequence(Qt::Key_F2), this, &EditCommands::rename);
   menu.addAction(tr("New &Instrument"), this, &EditCommands::newInstrument);
   menu.addAction(tr("New La&yer"), this, &EditCommands::newLayer);
   menu.addAction(tr("Instrument of &Waveforms"), this, &EditCommands::newRegions);

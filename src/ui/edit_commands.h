@@ -1,6 +1,7 @@
 #pragma once
 // The menu entries that copy, paste, rename and make items.
 
+#include <QList>
 #include <QObject>
 #include <functional>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "core/parameter_id.h"
 #include "ui/clipboard.h"
 
+class QAction;
 class QMenu;
 class QWidget;
 
@@ -29,6 +31,8 @@ class EditCommands final : public QObject {
   EditCommands(DocumentSession& session, QWidget* window, std::function<Target()> target);
 
   void addTo(QMenu& menu);
+  /// Those whose keys are for items alone, after addTo().
+  const QList<QAction*>& itemActions() const { return itemActions_; }
 
   void cut();
   void copy();
@@ -55,6 +59,7 @@ class EditCommands final : public QObject {
   DocumentSession& session_;
   QWidget* window_;
   std::function<Target()> target_;
+  QList<QAction*> itemActions_;
 };
 
 }  // namespace tervo::ui

@@ -8,6 +8,7 @@
 #include <QToolBar>
 
 #include "ui/batch/batch_wizard.h"
+#include "ui/collection_tree.h"
 #include "ui/dialogs/save_each_dialog.h"
 #include "ui/edit_commands.h"
 #include "ui/help_window.h"
@@ -16,6 +17,7 @@
 #include "ui/qt_text.h"
 #include "ui/sound/keyboard_view.h"
 #include "ui/sound/player.h"
+#include "ui/waveform_list.h"
 
 namespace tervo::ui {
 
@@ -107,14 +109,14 @@ void MainWindow::buildFileMenu() {
               [this] { openChosen(OpenMode::replace, tr("Open files - Tervo Studio")); });
   add(tr("&Merge..."), tr("Ctrl+M"),
       [this] { openChosen(OpenMode::merge, QStringLiteral("Open files to merge with - Tervo Studio")); });
-  add(tr("Replace Waveforms of the Same &Name..."), {}, [this] {
+  add(tr("Replace &Waveforms of the Same Name..."), {}, [this] {
     openChosen(OpenMode::replaceSameName, QStringLiteral("Select waves to replace current waves of the same name"));
   });
   recent_ = menu->addMenu(tr("&Recent Files"));
   connect(recent_, &QMenu::aboutToShow, this, &MainWindow::showRecentFiles);
   menu->addSeparator();
   save_ = add(tr("&Save Collection As..."), QKeySequence::Save, [this] { save({session_.document().id()}); });
-  add(tr("Save S&elected As..."), QKeySequence::SaveAs, [this] { save(chosen_); });
+  add(tr("Save Se&lected As..."), QKeySequence::SaveAs, [this] { save(chosen_); });
   add(tr("Save &Each As..."), QKeySequence(tr("Ctrl+Shift+E")),
       [this] { SaveEachDialog(session_, chosen_, this).exec(); });
   add(tr("&Batch Conversion..."), QKeySequence(tr("Ctrl+B")),
@@ -129,14 +131,20 @@ void MainWindow::buildEditMenu() {
   redo_ = menu->addAction(tr("&Redo"), QKeySequence::Redo, this, [this] { session_.redo(); });
   menu->addSeparator();
   edit_->addTo(*menu);
+  // Elsewhere these keys belong to what has the focus: a value, a point, a marker.
+  for (QAction* action : edit_->itemActions()) {
+    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    tree_->addAction(action);
+    list_->addAction(action);
+  }
   menu->addSeparator();
-  menu->addAction(tr("Save S&tate"), QKeySequence(tr("Ctrl+T")), this, [this] {
+  menu->addAction(tr("Sa&ve State"), QKeySequence(tr("Ctrl+T")), this, [this] {
     if (!session_.saveState()) showFailure({});
   });
   QMenu* states = menu->addMenu(tr("Saved &States"));
   connect(states, &QMenu::aboutToShow, this, [this, states] { showStates(*states); });
   menu->addSeparator();
-  menu->addAction(tr("&Preferences..."), QKeySequence::Preferences, this, &MainWindow::editPreferences);
+  menu->addAction(tr("Pre&ferences..."), QKeySequence::Preferences, this, &MainWindow::editPreferences);
 }
 
 void MainWindow::showRecentFiles() {

@@ -8,12 +8,14 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
+#include <QSignalBlocker>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QTabWidget>
 #include <QTimer>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <set>
 
 #include "base/last_error.h"
 #include "core/levels.h"
@@ -38,6 +40,36 @@
 
 namespace tervo::ui {
 namespace {
+
+/// What the regions of the items play.
+std::vector<ItemId> waveformsPlayedBy(const std::vector<ItemId>& items) {
+  std::set<ItemId> played;
+  const auto addRegion = [&](const Region& region) { played.insert(region.waveform); };
+  const auto addLayer = [&](const Layer& layer) {
+    for (const auto& region : layer.regions()) addRegion(*region);
+  };
+  for (const ItemId id : items) {
+    if (const auto* region = findItem<Region>(id)) addRegion(*region);
+    if (const auto* layer = findItem<Layer>(id)) addLayer(*layer);
+    const auto* instrument = findItem<Instrument>(id);
+    for (std::size_t i = 0; instrument && i < instrument->layers().size(); ++i) addLayer(*instrument->layers()[i]);
+  }
+  return {played.begin(), played.end()};
+}
+
+/// The regions that play one of the waveforms.
+std::vector<ItemId> regionsThatPlay(const Collection& document, const std::vector<ItemId>& waveforms) {
+  const std::set<ItemId> wanted(waveforms.begin(), waveforms.end());
+  std::vector<ItemId> regions;
+  for (const auto& instrument : document.instruments()) {
+    for (const auto& layer : instrument->layers()) {
+      for (const auto& region : layer->regions()) {
+        if (wanted.contains(region->waveform)) regions.push_back(region->id());
+      }
+    }
+  }
+  return regions;
+}
 
 /// The first waveform among the items, or the one that the first region plays.
 ItemId waveformOf(const std::vector<ItemId>& items) {
@@ -74,6 +106,7 @@ void MainWindow::buildPanes() {
   auto* right = new QSplitter(Qt::Vertical, across_);
   list_ = new WaveformList(session_, right);
   tabs_ = new QTabWidget(right);
+  tabs_->setAccessibleName(tr("Views"));
   auto* parameters = new QSplitter(Qt::Horizontal, tabs_);
   properties_ = new PropertyPane(session_, parameters);
   graphics_ = new GraphicPane(session_, properties_->model(), parameters);
@@ -139,17 +172,33 @@ void MainWindow::connectSession() {
   connect(&song_->view(), &SongView::placeChosen, this, [this](double seconds) {
     if (player_.songSeconds()) player_.play(song_->song(), seconds);
   });
+  connect(qApp, &QApplication::focusChanged, this, [this](QWidget* before, QWidget* now) {
+    // Nobody chose anything when the whole window comes back.
+    if (before) followFocus(now);
+  });
   connect(edit_, &EditCommands::made, this, &MainWindow::selectItems);
   connect(tree_, &CollectionTree::selectedItemsChanged, this, [this] {
     activeList_ = false;
     choose(tree_->selectedItems());
+    const QSignalBlocker quiet(list_);
+    if (session_.settings().app.autoSelWaveforms) list_->select(waveformsPlayedBy(chosen_));
     if (chosen_.size() == 1) player_.audition(chosen_[0]);
   });
   connect(list_, &WaveformList::selectedItemsChanged, this, [this] {
     activeList_ = true;
     choose(list_->selectedItems());
+    const QSignalBlocker quiet(tree_);
+    if (session_.settings().app.autoSelCollItems) tree_->select(regionsThatPlay(session_.document(), chosen_));
     if (chosen_.size() == 1) player_.audition(chosen_[0]);
   });
+}
+
+void MainWindow::followFocus(const QWidget* focus) {
+  const bool inTree = focus == tree_ && activeList_;
+  const bool inList = focus == list_ && !activeList_ && !list_->selectedItems().empty();
+  if (!inTree && !inList) return;
+  activeList_ = inList;
+  choose(inList ? list_->selectedItems() : tree_->selectedItems());
 }
 
 void MainWindow::selectItems(const std::vector<ItemId>& items) {

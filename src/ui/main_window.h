@@ -77,6 +77,8 @@ class MainWindow final : public QMainWindow {
   void buildToolBar();
   void connectSession();
   void choose(const std::vector<ItemId>& items);
+  /// What is selected in the tree or in the list counts as soon as the focus comes there.
+  void followFocus(const QWidget* focus);
   void openChosen(OpenMode mode, const QString& title);
   void save(const std::vector<ItemId>& items);
   void showStates(QMenu& menu);

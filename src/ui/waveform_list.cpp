@@ -65,6 +65,7 @@ std::vector<ItemId> WaveformList::itemsOfSelection() const {
 }
 
 void WaveformList::select(const std::vector<ItemId>& items) {
+  const auto before = selected_;
   QItemSelection selection;
   QModelIndex first;
   for (const ItemId id : items) {
@@ -76,6 +77,8 @@ void WaveformList::select(const std::vector<ItemId>& items) {
   }
   selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
   if (first.isValid()) scrollTo(first);
+  // The other pane may have been chosen from meanwhile.
+  if (!isRebuilding_ && selected_ == before) Q_EMIT selectedItemsChanged();
 }
 
 void WaveformList::rebuild() {

@@ -2,6 +2,8 @@
 // about a picture: that something is drawn, in the colours of the theme.
 
 #include <QTabWidget>
+#include <cmath>
+#include <numbers>
 #include <set>
 
 #include "core/parameter_access.h"
@@ -13,6 +15,7 @@
 #include "ui/editors/song_pane.h"
 #include "ui/editors/song_view.h"
 #include "ui/editors/tag_pane.h"
+#include "ui/wave/waveform_pane.h"
 
 namespace tervo::ui {
 namespace {
@@ -27,6 +30,8 @@ QPalette darkTheme() {
     dark.setColor(role, QColor(0xe8, 0xe8, 0xe8));
   dark.setColor(QPalette::ToolTipBase, QColor(0x40, 0x40, 0x45));
   dark.setColor(QPalette::PlaceholderText, QColor(0x90, 0x90, 0x90));
+  for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
+    dark.setColor(QPalette::Disabled, role, QColor(0x78, 0x78, 0x78));
   dark.setColor(QPalette::Highlight, QColor(0x3d, 0x8e, 0xd8));
   return dark;
 }
@@ -43,6 +48,7 @@ std::size_t coloursIn(const QImage& image) {
 class EditorPicturesTest : public WindowTest {
  protected:
   EditorPicturesTest() {
+    addTone();
     Instrument& piano = addInstrument(u"Piano", 5);
     const std::pair<P, double> rows[] = {{P::vEnvAttack1Time, 0.005},
                                          {P::vEnvAttack2Time, 0.12},
@@ -87,6 +93,29 @@ class EditorPicturesTest : public WindowTest {
   }
   ~EditorPicturesTest() override { QApplication::setPalette(light); }
 
+  /// Three seconds of a string that dies away, with a loop.
+  void addTone() {
+    std::vector<float> frames(3 * 44100);
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+      const double seconds = static_cast<double>(i) / 44100;
+      double sample = 0;
+      for (int partial = 1; partial < 8; ++partial)
+        sample += std::sin(seconds * 2 * std::numbers::pi * 110 * partial) / partial * std::exp(-seconds * partial / 2);
+      frames[i] = static_cast<float>(0.45 * sample * std::min(seconds * 50, 1.0));
+    }
+    auto tone = std::make_unique<Waveform>();
+    tone->name = u"String A2";
+    tone->sampleRate = 44100;
+    tone->rootKey = 45;
+    tone->samples = makeResident(std::move(frames), 1);
+    Marker& loop = tone->markers.emplace_back();
+    loop.type = MarkerType::loop;
+    loop.name = u"Sustain";
+    loop.start = 30000;
+    loop.end = 72000;
+    loop.loopType = LoopType::forward;
+    session.document().add(std::move(tone));
+  }
   void addSong() {
     auto song = std::make_unique<Song>();
     song->name = u"Study";
@@ -108,8 +137,26 @@ class EditorPicturesTest : public WindowTest {
     EXPECT_GT(coloursIn(image), 30u);
     EXPECT_TRUE(image.save(qEnvironmentVariable("TERVO_SHOTS", dir.path()) + u'/' + name + ".png"));
   }
+  /// A waveform with a loop in the editor, and the whole window with what it usually holds.
+  void takeBank(const QString& theme) {
+    const auto before = window.chosenItems();
+    Waveform& tone = *session.document().waveforms()[0];
+    window.tabs().setCurrentWidget(&window.waveform());
+    window.list().select({tone.id()});
+    QApplication::processEvents();
+    window.waveform().view().peaks().wait();
+    window.waveform().view().select(4000, 7000);
+    window.waveform().view().chooseMarker(0);
+    take(theme + "-waveform");
+    window.tabs().setCurrentIndex(0);
+    window.tree().select(before);
+    graphicsShow("V-ENV");
+    take(theme + "-main");
+  }
+  void graphicsShow(const QString& page) { EXPECT_TRUE(window.graphics().showPage(page)); }
   void takeAll(const QString& theme) {
     GraphicPane& graphics = window.graphics();
+    takeBank(theme);
     for (const QString page : {"V-ENV", "P-ENV", "Filter", "EQ", "P-LFO"}) {
       ASSERT_TRUE(graphics.showPage(page));
       if (HandleView* view = page == "EQ" ? static_cast<HandleView*>(&graphics.eq()) : nullptr) view->chooseHandle(1);

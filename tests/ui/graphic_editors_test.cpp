@@ -1,6 +1,7 @@
 #include <QComboBox>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QWheelEvent>
 
@@ -126,6 +127,9 @@ TEST_F(GraphicEditorsTest, PagesFollowTheRowInFocusAndTheItems) {
   window.properties().view().setCurrentIndex({});
   Q_EMIT window.properties().rowChosen(P::xEnvSustain);
   EXPECT_TRUE(graphics().envelope().isVisible());
+  const auto* bar = graphics().findChild<QTabBar*>();
+  EXPECT_GT(bar->height(), 10);
+  EXPECT_TRUE(bar->rect().contains(bar->tabRect(bar->currentIndex()).center()));
   EXPECT_EQ(graphics().envelope().envelope(), Modulator::extra);
   Q_EMIT window.properties().rowChosen(P::vLfoDelay);
   EXPECT_EQ(graphics().lfo().lfo(), Modulator::volume);

@@ -28,7 +28,12 @@ Modal answering(const QString& button, Run run) {
     auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
     if (!dialog || seen.wasShown) return;
     // Cancels what runs; the question whether that is meant comes from there.
-    if (qobject_cast<ProgressWindow*>(dialog)) return dialog->reject();
+    // A timer does not fire again within what it called, so that is left to the loop.
+    if (qobject_cast<ProgressWindow*>(dialog)) {
+      QMetaObject::invokeMethod(
+          dialog, [dialog] { dialog->reject(); }, Qt::QueuedConnection);
+      return;
+    }
     seen.wasShown = true;
     seen.title = dialog->windowTitle();
     for (const auto* label : dialog->findChildren<QLabel*>()) seen.labels << label->text();

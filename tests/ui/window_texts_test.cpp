@@ -32,6 +32,10 @@ class WindowTextsTest : public WindowTest {
   void drop(const QString& path) {
     QMimeData data;
     data.setUrls({QUrl::fromLocalFile(path)});
+    // Where nothing has entered, nothing is dropped.
+    QDragEnterEvent enter({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&window, &enter);
+    EXPECT_TRUE(enter.isAccepted());
     QDropEvent event({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&window, &event);
   }
@@ -45,6 +49,8 @@ QByteArray smallWave() {
 }
 
 TEST_F(WindowTextsTest, TitlesAndAuditioning) {
+  EXPECT_EQ(window.windowTitle(), "Tervo Studio v12.9");
+  window.refreshState();
   EXPECT_EQ(window.windowTitle(), "Unnamed  - Tervo Studio");
   change();
   EXPECT_EQ(window.windowTitle(), "Mine - Tervo Studio");
@@ -110,7 +116,7 @@ TEST_F(WindowTextsTest, WhatCannotBeOpenedSaysWhyAndOffersRawData) {
 TEST_F(WindowTextsTest, FileDialogsHaveTheirTitlesAndLines) {
   const std::pair<const char*, const char*> dialogs[] = {
       {"&Merge...", "Open files to merge with - Tervo Studio"},
-      {"Replace Waveforms of the Same &Name...", "Select waves to replace current waves of the same name"}};
+      {"Replace &Waveforms of the Same Name...", "Select waves to replace current waves of the same name"}};
   for (const auto& [menu, title] : dialogs) {
     const Modal dialog = answering({}, [&] { action(menu)->trigger(); });
     EXPECT_EQ(dialog.title, title);
