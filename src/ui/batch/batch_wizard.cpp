@@ -12,6 +12,7 @@
 #include "platform/file.h"
 #include "platform/program.h"
 #include "ui/batch/batch_model.h"
+#include "ui/help_window.h"
 #include "ui/qt_text.h"
 
 namespace tervo::ui {
@@ -135,6 +136,7 @@ void BatchRunPage::show() {
 
 BatchWizard::BatchWizard(const QString& folder, QWidget* parent, Text program) : QWizard(parent) {
   setWindowTitle(tr("Batch conversion"));
+  setHelpPage(*this, "batch");
   setWizardStyle(QWizard::ModernStyle);
   setOption(QWizard::NoBackButtonOnStartPage);
   sources_ = new BatchSourcesPage;
