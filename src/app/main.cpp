@@ -1,8 +1,12 @@
 // Tervo Studio: the order in which the desktop program starts and ends.
 
 #include <QApplication>
+#include <QFile>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <cstdlib>
+#include <functional>
+#include <new>
 
 #include "app/start_arguments.h"
 #include "base/last_error.h"
@@ -34,7 +38,37 @@ void restoreLastSession(ui::MainWindow& window, const Settings& settings) {
   if (offerLostStates(session.history(), session.host(), stateFolder())) return;
   if (!settings.app.persistentState) return;
   const Text path = session.history().states().pathOf(lastSession);
-  if (isFile(path) && !session.history().LoadState(path)) session.host().showStatus(LastErrorText());
+  if (!isFile(path) || session.history().LoadState(path)) return;
+  session.host().showStatus(LastErrorText());
+  // The exit writes another of that name.
+  const QString kept = ui::qt(session.history().states().pathOf(u"Last session (not loaded)"));
+  QFile::remove(kept);
+  QFile::rename(ui::qt(path), kept);
+}
+
+/// Where memory runs out in the middle of something nobody guards.
+class Application final : public QApplication {
+ public:
+  using QApplication::QApplication;
+  bool notify(QObject* receiver, QEvent* event) override {
+    try {
+      return QApplication::notify(receiver, event);
+    } catch (const std::bad_alloc&) {
+      QMessageBox::critical(nullptr, QStringLiteral("Fatal error!"),
+                            QStringLiteral("Out of memory - Tervo Studio will terminate"));
+      std::_Exit(1);  // leaves what recovery has written
+    }
+  }
+};
+
+/// Tries again as long as the user wants: a full disk can be helped.
+void saveUntilDone(TextView what, const std::function<bool()>& save) {
+  while (!save()) {
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("Error!"), ui::qt(LastErrorText()),
+                    QMessageBox::Retry | QMessageBox::Discard);
+    box.setInformativeText(ui::qt(Text(what) + u" could not be saved."));
+    if (box.exec() != QMessageBox::Retry) return;
+  }
 }
 
 void showFatal(TextView title) {
@@ -62,7 +96,7 @@ std::unique_ptr<platform::RunningInstance> announce(ui::MainWindow& window) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  QApplication application(argc, argv);
+  Application application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Tervo Studio"));
   QApplication::setApplicationVersion(QStringLiteral("12.9"));
   QApplication::setDesktopFileName(QStringLiteral("tervo-studio"));
@@ -72,8 +106,11 @@ int main(int argc, char** argv) {
   for (const Text& file : start.files) files.push_back(platform::absolute(file));
   const auto backend = platform::openUserSettings();
   Settings settings;
+  if (start.runsBatch) {
+    ReadSettings(settings, *backend);
+    return runBatch(files, settings, start.showsBoxes);
+  }
   LoadSettings(settings, *backend);
-  if (start.runsBatch) return runBatch(files, settings, start.showsBoxes);
   if (!start.wantsNewWindow && platform::handOver(files)) return 0;
 
   ui::WindowHost host;
@@ -90,7 +127,7 @@ int main(int argc, char** argv) {
 
   const int status = QApplication::exec();
   player.stop();
-  if (settings.app.persistentState) session.saveSession(lastSession);
-  SaveSettings(settings, *backend);
+  saveUntilDone(u"The session", [&] { return !settings.app.persistentState || session.saveSession(lastSession); });
+  saveUntilDone(u"The settings", [&] { return SaveSettings(settings, *backend); });
   return status;
 }

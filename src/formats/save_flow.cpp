@@ -93,7 +93,7 @@ Text pathForKey(TextView path, uint8_t key) {
 std::unique_ptr<platform::OutputFile> written(const FormatDescriptor& row, const Item& item, TextView path,
                                               const SaveContext& context) {
   context.host.showStatus(u"Writing: " + Text(platform::fileNameOf(path)));
-  const auto replace = context.overwrite == Overwrite::allowed ? platform::Replace::allowed : platform::Replace::never;
+  const auto replace = context.overwrite == Overwrite::refused ? platform::Replace::never : platform::Replace::allowed;
   auto out = platform::OutputFile::create(path, replace);
   if (!out) return nullptr;
   TargetFile file{*out, Text(path), context.host, context.report, context.settings, row, context.options};
@@ -112,9 +112,11 @@ bool writeFile(const FormatDescriptor& row, const Item& item, TextView path, con
 bool writeWaveforms(const FormatDescriptor& row, const Waveforms& waveforms, TextView path,
                     const SaveContext& context) {
   if (waveforms.size() == 1) return writeFile(row, *waveforms[0], path, context);
+  SaveContext each = context;
+  if (each.overwrite == Overwrite::ofNamed) each.overwrite = Overwrite::refused;
   std::vector<std::unique_ptr<platform::OutputFile>> files;
   for (const auto& waveform : waveforms) {
-    files.push_back(written(row, *waveform, pathForKey(path, waveform->rootKey), context));
+    files.push_back(written(row, *waveform, pathForKey(path, waveform->rootKey), each));
     if (!files.back()) return false;
   }
   return std::all_of(files.begin(), files.end(), [](const auto& file) { return file->commit(); });
@@ -139,7 +141,7 @@ bool save(const FormatDescriptor& row, const Item& item, TextView path, const Sa
   if (!done) return false;
   if (waveforms.empty()) reportDamage(item, context.report);
   for (const auto& waveform : waveforms) reportDamage(*waveform, context.report);
-  if (context.history && kind == ItemKind::collection) context.history->markSaved();
+  if (context.history && &item == &context.history->document()) context.history->markSaved();
   return true;
 }
 

@@ -7,7 +7,11 @@
 
 namespace tervo {
 
-enum class Overwrite : uint8_t { refused, allowed };
+enum class Overwrite : uint8_t {
+  refused,
+  ofNamed,  ///< of the file that is named; of several files that become of it, none replaces another
+  allowed
+};
 
 /// What saving may use and where it tells what happened.
 struct SaveContext {

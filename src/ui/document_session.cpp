@@ -4,6 +4,8 @@
 #include "base/memory_guard.h"
 #include "core/history/collection_part.h"
 #include "formats/stored_samples.h"
+#include "platform/file.h"
+#include "platform/path.h"
 #include "ui/qt_text.h"
 
 namespace tervo::ui {
@@ -73,12 +75,13 @@ bool DocumentSession::open(TextView path, OpenMode mode) {
 bool DocumentSession::save(std::span<const ItemId> items, FormatIndex row, TextView path, const SaveOptions& options) {
   report_ = {};
   const auto operation = host_.beginOperation();
-  const SaveContext context{host_, report_, settings_, options, Overwrite::allowed, &history_};
+  SaveContext context{host_, report_, settings_, options, Overwrite::ofNamed, &history_};
   std::vector<const Item*> chosen;
   for (const ItemId id : items) chosen.push_back(findItem(id));
   const bool saved =
       chosen.size() <= 1 ? SaveItem(chosen.empty() ? nullptr : chosen[0], row, path, context) : guardMemory([&] {
         const auto part = partOf(document_, chosen);
+        context.history = nullptr;  // what is not among them stays unsaved
         return SaveItem(part.get(), row, path, context);
       });
   if (!saved) return false;
@@ -154,8 +157,9 @@ bool DocumentSession::restoreState(int offset) {
 }
 
 bool DocumentSession::saveSession(TextView name) {
-  return guardMemory(
-      [&] { return writeStateFile(history_.states().pathOf(name), imageOf(document_), openStoredSamples); });
+  const Text path = history_.states().pathOf(name);
+  platform::createFolders(platform::folderOf(path));
+  return guardMemory([&] { return writeStateFile(path, imageOf(document_), openStoredSamples); });
 }
 
 QString DocumentSession::title() const {

@@ -142,6 +142,7 @@ void MainWindow::connectSession() {
   connect(&session_, &DocumentSession::replaced, this, [this] {
     tree_->rebuild();
     list_->rebuild();
+    player_.reload();
     choose(activeList_ ? list_->selectedItems() : tree_->selectedItems());
     refreshState();
   });
@@ -322,9 +323,10 @@ bool MainWindow::confirmDiscarding() {
 void MainWindow::openFiles(const std::vector<Text>& paths, OpenMode mode) {
   if (mode == OpenMode::replace && !confirmDiscarding()) return;
   for (const Text& path : paths) {
-    if (!session_.open(path, mode)) showFailure(qt(path));
+    const bool opened = session_.open(path, mode);
+    if (!opened) showFailure(qt(path));
     if (session_.host().cancelled()) break;
-    if (mode == OpenMode::replace) mode = OpenMode::merge;
+    if (opened && mode == OpenMode::replace) mode = OpenMode::merge;
   }
 }
 
@@ -375,7 +377,9 @@ void MainWindow::dropEvent(QDropEvent* event) {
     if (url.isLocalFile()) paths.push_back(textOf(url.toLocalFile()));
   }
   if (paths.empty()) return;
-  event->acceptProposedAction();
+  // Never a move, after which the sender would delete them.
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
   openAsUserWants(paths);
 }
 

@@ -28,7 +28,7 @@ ProgressWindow::ProgressWindow(QWidget* parent, std::function<bool()> cancel)
 }
 
 void ProgressWindow::setText(const QString& text) {
-  if (!text.isEmpty()) text_->setText(text);
+  if (!text.isEmpty() && button_->isEnabled()) text_->setText(text);
 }
 
 void ProgressWindow::setFraction(double fraction) {

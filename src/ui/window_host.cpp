@@ -45,7 +45,7 @@ void WindowHost::showStatus(TextView text) {
 bool WindowHost::progress(double fraction) {
   const bool ownThread = QThread::currentThread() == thread();
   if (ownThread && operations_ > 0) showProgress(fraction);
-  return !cancelled_;
+  return operations_ == 0 || !cancelled_;
 }
 
 void WindowHost::showProgress(double fraction) {

@@ -93,7 +93,8 @@ void BatchSourcesPage::dropEvent(QDropEvent* event) {
   for (const QUrl& url : event->mimeData()->urls())
     if (url.isLocalFile()) paths << url.toLocalFile();
   add(paths);
-  event->acceptProposedAction();
+  event->setDropAction(Qt::CopyAction);
+  event->accept();
 }
 
 BatchTargetsPage::BatchTargetsPage(const QString& folder) {

@@ -82,6 +82,7 @@ void BatchRunPage::cleanupPage() {
 void BatchRunPage::plan() {
   BatchRequest request = targets_.request();
   request.sources = sources_.sources();
+  request.resume |= isStarted_;
   model_->setEntries(nullptr);
   run_ = std::make_unique<BatchRun>(PlanBatch(std::move(request)), BatchRunOptions{targets_.workers(), 600, program_});
   isStarted_ = false;
@@ -120,7 +121,9 @@ void BatchRunPage::poll() {
 }
 
 void BatchRunPage::show() {
-  const bool canStart = !isRunning() && countsOf(entries()).waiting + countsOf(entries()).cancelled > 0;
+  const BatchCounts counts = countsOf(entries());
+  const std::size_t again = isStarted_ ? counts.cancelled + counts.failed : 0;
+  const bool canStart = !isRunning() && counts.waiting + again > 0;
   start_->setEnabled(canStart);
   start_->setText(isStarted_ ? tr("&Go on") : tr("&Start"));
   cancel_->setEnabled(isRunning());
@@ -129,6 +132,7 @@ void BatchRunPage::show() {
   if (isStarted_ && run_->isOver()) text.prepend(tr("Done: "));
   if (!run_->journalProblem().empty()) text += u'\n' + qt(run_->journalProblem());
   summary_->setText(text);
+  if (wizard()) wizard()->button(QWizard::BackButton)->setEnabled(!isRunning());
   setSubTitle(isStarted_ ? tr("One process converts each file, so that a bad one harms no other.")
                          : tr("This is what will be done. Nothing has been written yet."));
   Q_EMIT completeChanged();

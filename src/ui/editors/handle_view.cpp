@@ -32,7 +32,7 @@ void HandleView::refresh() {
     if (findItem(id) && hasRow(kindOf(id), keyRow())) shown_.push_back(id);
   }
   if (!isDragging_) chooseScale();
-  if (chosen_ >= static_cast<int>(handles().size())) chosen_ = -1;
+  if (chosen_ >= static_cast<int>(handles().size())) chooseHandle(-1);
   update();
 }
 
@@ -54,6 +54,7 @@ bool HandleView::isAvailable(const Handle& handle) const {
 
 void HandleView::chooseHandle(int index) {
   if (index == chosen_) return;
+  isDragging_ = false;
   chosen_ = index;
   const auto all = handles();
   if (index >= 0 && index < static_cast<int>(all.size()))

@@ -1,5 +1,6 @@
 #include "ui/wave/waveform_pane.h"
 
+#include <QAction>
 #include <QHeaderView>
 #include <QLabel>
 #include <QScrollBar>
@@ -114,6 +115,11 @@ void WaveformPane::buildToolBar() {
   add(tr("Add section"), tr("A section over what is selected"), [this] { addMarker(MarkerType::section); });
   add(tr("Add position"), tr("A marker at the cursor"), [this] { addMarker(MarkerType::position); });
   add(tr("Remove"), tr("Remove the chosen marker"), [this] { removeMarker(); });
+  auto* remove = new QAction(this);
+  remove->setShortcut(QKeySequence::Delete);
+  remove->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+  connect(remove, &QAction::triggered, this, &WaveformPane::removeMarker);
+  addAction(remove);
   add(tr("Snap to zero"), tr("Move the ends of loops to the nearest zero crossings"), [this] { snapToZero(); });
   tools_->addSeparator();
   addDisplay(tr("Filled"), &Settings::Viz::waveDispFill);
