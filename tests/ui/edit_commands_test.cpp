@@ -3,6 +3,7 @@
 #include <QClipboard>
 #include <QMimeData>
 #include <QTableWidget>
+#include <QTreeView>
 
 #include "core/parameter_access.h"
 #include "tests/ui/window_fixture.h"
@@ -34,6 +35,33 @@ TEST_F(WindowTest, CopiesInstrumentsWithWhatTheyPlayAndPastesOneUndoStep) {
   EXPECT_EQ(session.document().waveforms()[0]->frames(), 1000);
   ASSERT_TRUE(session.undo());
   EXPECT_FALSE(session.document().holdsData());
+}
+
+TEST_F(WindowTest, DeleteMeansTheItemOnlyWhereItemsAreShown) {
+  const ItemId piano = addInstrument(u"Piano").id();
+  Q_EMIT session.replaced();
+  window.tree().select({piano});
+  window.activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+  auto* rows = window.properties().findChild<QTreeView*>();
+  rows->setFocus();
+  QTest::keyClick(rows, Qt::Key_Delete);
+  EXPECT_EQ(session.document().instruments().size(), 1u);
+  window.tree().setFocus();
+  QTest::keyClick(&window.tree(), Qt::Key_Delete);
+  EXPECT_TRUE(session.document().instruments().empty());
+}
+
+TEST_F(WindowTest, SavingAPartLeavesTheDocumentUnsaved) {
+  const ItemId piano = addInstrument(u"Piano").id(), organ = addInstrument(u"Organ").id();
+  addInstrument(u"Flute");
+  session.edit(std::vector{piano}, QStringLiteral("Rename"), [&] { findItem<Instrument>(piano)->name = u"Grand"; });
+  ASSERT_TRUE(session.history().hasUnsavedChanges());
+  const Text path = folder() + u"/two.sf2";
+  ASSERT_TRUE(session.save(std::vector{piano, organ}, writerForExtension(u"sf2"), path, {}));
+  EXPECT_TRUE(session.history().hasUnsavedChanges());
+  ASSERT_TRUE(session.save(std::vector{session.document().id()}, writerForExtension(u"sf2"), path, {}));
+  EXPECT_FALSE(session.history().hasUnsavedChanges());
 }
 
 TEST_F(WindowTest, PartsGoFromOneEnvelopeToAnotherButNotIntoOtherKinds) {

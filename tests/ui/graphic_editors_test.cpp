@@ -86,6 +86,17 @@ TEST_F(GraphicEditorsTest, TheEnvelopeIsOperatedByKeysAlone) {
   EXPECT_FALSE(view.hasFocus());
 }
 
+TEST_F(GraphicEditorsTest, EscapeEndsADrag) {
+  show("V-ENV");
+  EnvelopeEditor& view = graphics().envelope();
+  const QPoint place = placeOf(view, 2).toPoint();
+  QTest::mousePress(&view, Qt::LeftButton, {}, place);
+  QTest::keyClick(&view, Qt::Key_Escape);
+  QTest::mouseMove(&view, place + QPoint(9, 9));
+  QTest::mouseRelease(&view, Qt::LeftButton, {}, place + QPoint(9, 9));
+  EXPECT_EQ(parameterValue(piano.id(), P::vEnvAttack2Level), std::nullopt);
+}
+
 TEST_F(GraphicEditorsTest, EnvelopeTimesCanBeToldFromAMillisecondToTensOfSeconds) {
   const EnvelopeScale scale(0, 600, 10);
   double before = scale.width(0);
