@@ -117,9 +117,9 @@ TEST_F(WindowTextsTest, FileDialogsHaveTheirTitlesAndLines) {
   const std::pair<const char*, const char*> dialogs[] = {
       {"&Merge...", "Open files to merge with - Tervo Studio"},
       {"Replace &Waveforms of the Same Name...", "Select waves to replace current waves of the same name"}};
-  for (const auto& [menu, title] : dialogs) {
-    const Modal dialog = answering({}, [&] { action(menu)->trigger(); });
-    EXPECT_EQ(dialog.title, title);
+  for (const auto& each : dialogs) {
+    const Modal dialog = answering({}, [&] { action(each.first)->trigger(); });
+    EXPECT_EQ(dialog.title, each.second);
     EXPECT_TRUE(dialog.labels.contains("File format:"));
     EXPECT_TRUE(dialog.labels.contains("Confidence:"));
   }
