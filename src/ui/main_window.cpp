@@ -98,7 +98,10 @@ MainWindow::MainWindow(DocumentSession& session, Player& player) : session_(sess
   restoreGeometryFromSettings();
 }
 
-MainWindow::~MainWindow() = default;
+MainWindow::~MainWindow() {
+  // Closing moves the focus once more, when this is no main window any more.
+  disconnect(qApp, nullptr, this, nullptr);
+}
 
 void MainWindow::buildPanes() {
   across_ = new QSplitter(Qt::Horizontal, this);
