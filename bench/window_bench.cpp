@@ -23,8 +23,9 @@ QApplication& application() {
   static int count = 1;
   static char name[] = "window_bench";
   static char* arguments[] = {name, nullptr};
-  static QApplication made(count, arguments);
-  return made;
+  // Never destroyed: the platform's plug-in is gone by the time that statics are.
+  static auto* made = new QApplication(count, arguments);
+  return *made;
 }
 
 void fill(Collection& collection) {

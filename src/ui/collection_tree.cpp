@@ -5,6 +5,7 @@
 
 #include "ui/collection_model.h"
 #include "ui/document_session.h"
+#include "ui/row_ranges.h"
 
 namespace tervo::ui {
 
@@ -39,15 +40,15 @@ std::vector<ItemId> CollectionTree::itemsOfSelection() const {
 
 void CollectionTree::select(const std::vector<ItemId>& items) {
   const auto before = selected_;
-  QItemSelection selection;
+  std::vector<QModelIndex> rows;
   QModelIndex first;
   for (const ItemId id : items) {
     const QModelIndex index = model_->indexOf(id);
     if (!index.isValid()) continue;
     if (!first.isValid()) first = index;
-    selection.select(index, index);
+    rows.push_back(index);
   }
-  selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+  selectionModel()->select(rowRanges(rows), QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
   if (first.isValid()) selectionModel()->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
   // The other pane may have been chosen from meanwhile.
   if (!isRebuilding_ && selected_ == before) Q_EMIT selectedItemsChanged();

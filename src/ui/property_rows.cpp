@@ -73,16 +73,19 @@ QString shownNumber(P row, double value, const Settings& settings) {
 PropertyValue propertyValue(std::span<const ItemId> items, P row, const Settings& settings) {
   std::optional<PropertyValue> shared;
   bool anySets = false;
+  const bool isText = rowOf(row).has(ParameterFlags::Textual);
   for (const ItemId id : items) {
     if (!hasRow(kindOf(id), row)) continue;
     PropertyValue own;
-    if (rowOf(row).has(ParameterFlags::Textual)) {
+    if (isText) {
       own.text = qt(parameterText(id, row).value_or(Text()));
       anySets = true;
     } else {
       own.number = effectiveNumber(id, row);
-      own.text = shownNumber(row, *own.number, settings);
       anySets = anySets || parameterValue(id, row).has_value();
+      // Of thousands of items most are equal, and a text is dear.
+      if (shared && shared->number == own.number) continue;
+      own.text = shownNumber(row, *own.number, settings);
     }
     if (!shared)
       shared = std::move(own);

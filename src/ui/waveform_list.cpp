@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "ui/document_session.h"
+#include "ui/row_ranges.h"
 #include "ui/waveform_list_model.h"
 
 namespace tervo::ui {
@@ -66,16 +67,16 @@ std::vector<ItemId> WaveformList::itemsOfSelection() const {
 
 void WaveformList::select(const std::vector<ItemId>& items) {
   const auto before = selected_;
-  QItemSelection selection;
+  std::vector<QModelIndex> rows;
   QModelIndex first;
   for (const ItemId id : items) {
     const int row = model_->rowOf(id);
     if (row < 0) continue;
     const QModelIndex index = sorted_->mapFromSource(model_->index(row, 0));
     if (!first.isValid()) first = index;
-    selection.select(index, index);
+    rows.push_back(index);
   }
-  selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+  selectionModel()->select(rowRanges(rows), QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
   if (first.isValid()) scrollTo(first);
   // The other pane may have been chosen from meanwhile.
   if (!isRebuilding_ && selected_ == before) Q_EMIT selectedItemsChanged();
