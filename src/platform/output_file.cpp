@@ -11,6 +11,7 @@ namespace tervo::platform {
 namespace {
 
 constexpr std::size_t bufferSize = std::size_t{256} << 10;
+constexpr std::size_t copiedAlone = std::size_t{32} << 10;  // from where on the system copies faster than we do
 
 class BufferedFile final : public OutputFile {
  public:
@@ -80,7 +81,7 @@ bool BufferedFile::patch(uint64_t offset, std::span<const std::byte> bytes) {
 
 bool BufferedFile::writeFrom(const ByteSource& source, uint64_t offset, uint64_t length) {
   if (!usable()) return false;
-  if (length >= bufferSize) {
+  if (length >= copiedAlone) {
     if (!flush()) return false;
     const uint64_t copied = file_->copyFrom(source, offset, flushed_, length);
     flushed_ += copied;
