@@ -106,8 +106,8 @@ void effects(benchmark::State& state) {
   std::array<float, blockFrames> left{}, right{};
   for (auto _ : state) {
     for (int i = 0; i < static_cast<int>(rate) / blockFrames; ++i) {
-      chorus.process(block, left, right);
-      reverb.process(block, left, right);
+      chorus.hear(left, right), reverb.hear(left, right);
+      chorus.feed(block), reverb.feed(block);
       benchmark::DoNotOptimize(left);
       left = right = {};
     }

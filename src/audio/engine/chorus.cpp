@@ -75,8 +75,21 @@ void Chorus::readTaps(float (&wet)[sides][blockFrames]) noexcept {
   }
 }
 
-void Chorus::process(std::span<const float, blockFrames> in, std::span<float, blockFrames> left,
-                     std::span<float, blockFrames> right) noexcept {
+void Chorus::hear(std::span<float, blockFrames> left, std::span<float, blockFrames> right) noexcept {
+  if (!isRunning_) return;
+  float wet[sides][blockFrames];
+  readTaps(wet);
+  for (std::size_t side = 0; side < sides; ++side) {
+    const std::span<float, blockFrames> out = side == 0 ? left : right;
+    float* next = lines_[side].next();
+    for (std::size_t n = 0; n < blockFrames; ++n) {
+      next[n] = settings_.feedback * wet[side][n];
+      out[n] += settings_.level * wet[side][n];
+    }
+  }
+}
+
+void Chorus::feed(std::span<const float, blockFrames> in) noexcept {
   const bool hasInput = std::any_of(in.begin(), in.end(), [](float x) { return x != 0; });
   const bool wasRunning = isRunning_;
   isRunning_ = tail_.goesOn(hasInput);
@@ -85,17 +98,10 @@ void Chorus::process(std::span<const float, blockFrames> in, std::span<float, bl
       for (DelayLine& line : lines_) line.clear();
     return;
   }
-  float wet[sides][blockFrames];
-  readTaps(wet);
-  for (std::size_t side = 0; side < sides; ++side) {
-    const std::span<float, blockFrames> out = side == 0 ? left : right;
-    float* next = lines_[side].next();
-    for (std::size_t n = 0; n < blockFrames; ++n) {
-      const float fed = settings_.feedback * wet[side][n] + in[n];
-      next[n] = softClip(fed + noDenormal) - noDenormal;
-      out[n] += settings_.level * wet[side][n];
-    }
-    lines_[side].written();
+  for (DelayLine& line : lines_) {
+    float* next = line.next();
+    for (std::size_t n = 0; n < blockFrames; ++n) next[n] = softClip(next[n] + in[n] + noDenormal) - noDenormal;
+    line.written();
   }
 }
 

@@ -23,9 +23,10 @@ class Chorus {
   static constexpr std::size_t taps = 2;
 
   Chorus(const ChorusSettings& settings, float sampleRate);
-  /// Adds the wet sound of a block of input.
-  void process(std::span<const float, blockFrames> in, std::span<float, blockFrames> left,
-               std::span<float, blockFrames> right) noexcept;
+  /// Adds the wet sound of the next block, which is of earlier ones.
+  void hear(std::span<float, blockFrames> left, std::span<float, blockFrames> right) noexcept;
+  /// The input of the block that was heard last.
+  void feed(std::span<const float, blockFrames> in) noexcept;
   bool isIdle() const { return !isRunning_; }
 
  private:

@@ -26,8 +26,7 @@ Engine::Engine(const Setup& setup)
       performer_(static_cast<std::size_t>(std::clamp(setup.voices, 1, mostVoices)), context_),
       workers_(workersFor(setup), performer_.pool().capacity(), setup.kernel ? setup.kernel : bestRenderLanes(),
                setup.use),
-      chorus_({}, context_.sampleRate),
-      reverb_({}, context_.sampleRate),
+      effects_(setup.hasEffects ? std::make_unique<Effects>(context_.sampleRate) : nullptr),
       current_(std::make_unique<Loaded>()) {
   prepareFilters();
   performer_.setInstruments(&current_->table);
@@ -82,7 +81,7 @@ void Engine::renderBlock() noexcept {
   MidiMessage message;
   while (ring_.popUntil(time_, message)) performer_.execute(message);
   performer_.advanceRamps();
-  mixBlock(workers_.render(performer_.pool().voices(), context_));
+  mixBlock(workers_.render(performer_.pool().voices(), context_, effects_.get()));
   if (workers_.hasEndedVoices()) performer_.pool().collect();
   activeVoices_ = static_cast<uint32_t>(performer_.pool().voices().size());
   publishGeneration();
@@ -96,14 +95,10 @@ void Engine::mixBlock(std::span<const BusBlock> groups) noexcept {
   for (const BusBlock& group : groups)
     for (std::size_t bus = 0; bus < busCount; ++bus)
       for (std::size_t n = 0; n < blockFrames; ++n) mix.bus[bus][n] += group.bus[bus][n];
-  const std::span<float, blockFrames> left(mix.bus[leftBus]), right(mix.bus[rightBus]);
-  if (setup_.hasEffects) {
-    chorus_.process(std::span<const float, blockFrames>(mix.bus[chorusBus]), left, right);
-    reverb_.process(std::span<const float, blockFrames>(mix.bus[reverbBus]), left, right);
-  }
+  if (effects_) effects_->mixInto(mix);
   for (std::size_t n = 0; n < blockFrames; ++n) {
-    block_[2 * n] = left[n];
-    block_[2 * n + 1] = right[n];
+    block_[2 * n] = mix.bus[leftBus][n];
+    block_[2 * n + 1] = mix.bus[rightBus][n];
   }
 }
 

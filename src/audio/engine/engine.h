@@ -10,10 +10,9 @@
 #include <span>
 #include <vector>
 
-#include "audio/engine/chorus.h"
+#include "audio/engine/effects.h"
 #include "audio/engine/event_ring.h"
 #include "audio/engine/performer.h"
-#include "audio/engine/reverb.h"
 #include "audio/engine/worker_pool.h"
 #include "base/text.h"
 
@@ -78,7 +77,7 @@ class Engine {
   uint32_t activeVoices() const { return activeVoices_; }
   float outputPeak() const { return peak_; }
   /// Neither a voice nor an effect sounds.
-  bool isSilent() const { return activeVoices_ == 0 && chorus_.isIdle() && reverb_.isIdle(); }
+  bool isSilent() const { return activeVoices_ == 0 && (!effects_ || effects_->isIdle()); }
   uint32_t sampleRate() const { return setup_.sampleRate; }
 
  private:
@@ -102,8 +101,7 @@ class Engine {
   EventRing ring_;
   Performer performer_;
   WorkerPool workers_;
-  Chorus chorus_;
-  Reverb reverb_;
+  std::unique_ptr<Effects> effects_;  ///< null: everything stays dry
   SoundCopies sounds_;
 
   std::unique_ptr<Loaded> current_;               ///< what was loaded last; document thread

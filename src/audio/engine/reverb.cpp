@@ -52,9 +52,9 @@ void Reverb::clear() noexcept {
   }
 }
 
-/// All combs of a channel side by side, because the damping of each goes from frame to frame.
-void Reverb::combBlock(Channel& channel, std::span<const float, blockFrames> in,
-                       float (&wet)[blockFrames]) const noexcept {
+/// All combs of a channel side by side, because the damping of each goes from frame to frame. What they feed back waits
+/// in their lines for the input.
+void Reverb::combBlock(Channel& channel, float (&wet)[blockFrames]) const noexcept {
   const Quad keep = quadOf(damping_), pass = quadOf(1 - damping_), feedback = quadOf(feedback_);
   const float* from[combCount];
   float* to[combCount];
@@ -71,12 +71,11 @@ void Reverb::combBlock(Channel& channel, std::span<const float, blockFrames> in,
     }
     transpose(first), transpose(second);  // from four frames of a comb to four combs of a frame
     for (std::size_t i = 0; i < 4; ++i) {
-      const Quad input = quadOf(in[n + i] * inputGain);
       sum[i] = first[i] + second[i];
       low = first[i] * pass + low * keep;
       high = second[i] * pass + high * keep;
-      first[i] = input + low * feedback;
-      second[i] = input + high * feedback;
+      first[i] = low * feedback;
+      second[i] = high * feedback;
     }
     transpose(first), transpose(second), transpose(sum);
     for (std::size_t i = 0; i < 4; ++i) {
@@ -87,11 +86,23 @@ void Reverb::combBlock(Channel& channel, std::span<const float, blockFrames> in,
   }
   channel.damped[0] = low;
   channel.damped[1] = high;
-  for (Delay& comb : channel.combs) comb.line.written();
 }
 
-void Reverb::process(std::span<const float, blockFrames> in, std::span<float, blockFrames> left,
-                     std::span<float, blockFrames> right) noexcept {
+void Reverb::hear(std::span<float, blockFrames> left, std::span<float, blockFrames> right) noexcept {
+  if (!isRunning_) return;
+  for (std::size_t c = 0; c < channels; ++c) {
+    alignas(16) float wet[blockFrames];
+    combBlock(channels_[c], wet);
+    for (Delay& allPass : channels_[c].allPasses) {
+      passBlock(allPass.read(), allPass.line.next(), wet);
+      allPass.line.written();
+    }
+    const std::span<float, blockFrames> out = c == 0 ? left : right;
+    for (std::size_t n = 0; n < blockFrames; ++n) out[n] += level_ * wet[n];
+  }
+}
+
+void Reverb::feed(std::span<const float, blockFrames> in) noexcept {
   const bool hasInput = std::any_of(in.begin(), in.end(), [](float x) { return x != 0; });
   const bool wasRunning = isRunning_;
   isRunning_ = tail_.goesOn(hasInput);
@@ -99,15 +110,13 @@ void Reverb::process(std::span<const float, blockFrames> in, std::span<float, bl
     if (wasRunning) clear();
     return;
   }
-  for (std::size_t c = 0; c < channels; ++c) {
-    alignas(16) float wet[blockFrames];
-    combBlock(channels_[c], in, wet);
-    for (Delay& allPass : channels_[c].allPasses) {
-      passBlock(allPass.read(), allPass.line.next(), wet);
-      allPass.line.written();
+  for (Channel& channel : channels_) {
+    for (Delay& comb : channel.combs) {
+      float* const fedBack = comb.line.next();
+      if (hasInput)
+        for (std::size_t n = 0; n < blockFrames; ++n) fedBack[n] += in[n] * inputGain;
+      comb.line.written();
     }
-    const std::span<float, blockFrames> out = c == 0 ? left : right;
-    for (std::size_t n = 0; n < blockFrames; ++n) out[n] += level_ * wet[n];
   }
 }
 

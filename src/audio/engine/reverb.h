@@ -20,9 +20,10 @@ struct ReverbSettings {
 class Reverb {
  public:
   Reverb(const ReverbSettings& settings, float sampleRate);
-  /// Adds the wet sound of a block of input.
-  void process(std::span<const float, blockFrames> in, std::span<float, blockFrames> left,
-               std::span<float, blockFrames> right) noexcept;
+  /// Adds the wet sound of the next block, which is of earlier ones.
+  void hear(std::span<float, blockFrames> left, std::span<float, blockFrames> right) noexcept;
+  /// The input of the block that was heard last.
+  void feed(std::span<const float, blockFrames> in) noexcept;
   bool isIdle() const { return !isRunning_; }
 
  private:
@@ -39,7 +40,7 @@ class Reverb {
     std::vector<Delay> combs, allPasses;
     Quad damped[2] = {};  ///< of the first four combs and of the others
   };
-  void combBlock(Channel& channel, std::span<const float, blockFrames> in, float (&wet)[blockFrames]) const noexcept;
+  void combBlock(Channel& channel, float (&wet)[blockFrames]) const noexcept;
   void clear() noexcept;
 
   float feedback_, damping_, level_;

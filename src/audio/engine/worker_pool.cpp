@@ -1,7 +1,6 @@
 #include "audio/engine/worker_pool.h"
 
 #include <algorithm>
-#include <optional>
 
 #include "audio/engine/denormals.h"
 #include "platform/thread.h"
@@ -14,6 +13,13 @@ namespace {
 std::size_t groupsFor(std::size_t voices) {
   if (voices <= groupVoices) return voices > 0 ? 1 : 0;
   return 2 * ((voices + 2 * groupVoices - 1) / (2 * groupVoices));
+}
+
+/// Where the group begins: the kernel renders several voices at once, and only the last of all has idle places. What is
+/// over goes to the first groups, as other threads have the effects to do.
+std::size_t beginOf(std::size_t group, std::size_t groups, std::size_t voices) {
+  const std::size_t bundles = (voices + lanes - 1) / lanes;
+  return std::min((group * bundles + groups - 1) / groups * lanes, voices);
 }
 
 /// Looks again and again for some microseconds: falling asleep and being woken takes longer than most waits here.
@@ -59,36 +65,55 @@ void WorkerPool::run(Worker& worker, std::size_t index, Use use) noexcept {
   for (uint32_t seen = 0;; ++seen) {
     if (!holdsSoon([&] { return worker.wake != seen; })) platform::waitWhile(worker.wake, seen);
     if (ending_) return;
-    renderShare(index);
+    work(index);
   }
 }
 
-void WorkerPool::renderShare(std::size_t index) noexcept {
-  uint32_t done = 0, ended = 0;
-  const std::size_t groups = groupsFor(voices_.size());
-  for (std::size_t g = index; g < groups; g += sharers_) {
-    const std::size_t first = g * voices_.size() / groups, end = (g + 1) * voices_.size() / groups;
-    const auto part = voices_.subspan(first, end - first);
-    ended += groups_[index]->render(part, *context_, kernel_, blocks_[g]);
-    done += static_cast<uint32_t>(part.size());
+/// The audio thread takes the first and others take the last, so that voices mostly stay with the thread whose cache
+/// they are in. The number of a task is that of its group; the one behind the last group is the effects'.
+std::optional<std::size_t> WorkerPool::takeTask(bool fromEnd) noexcept {
+  uint32_t seen = waiting_;
+  for (;;) {
+    const uint32_t first = seen & 0xFFFF, end = seen >> 16;
+    if (first == end) return std::nullopt;
+    const uint32_t left = fromEnd ? seen - 0x10000 : seen + 1;
+    if (waiting_.compare_exchange_weak(seen, left)) return fromEnd ? end - 1 : first;
   }
-  if (ended > 0) voicesEnded_ += ended;
-  voicesDone_ += done;
 }
 
-std::span<const BusBlock> WorkerPool::render(std::span<Voice* const> voices, const VoiceContext& context) noexcept {
-  const std::size_t groups = groupsFor(voices.size());
+void WorkerPool::renderGroup(std::size_t group, VoiceGroup& with) noexcept {
+  const std::size_t first = beginOf(group, groupCount_, voices_.size());
+  const auto part = voices_.subspan(first, beginOf(group + 1, groupCount_, voices_.size()) - first);
+  if (const uint32_t ended = with.render(part, *context_, kernel_, blocks_[group])) voicesEnded_ += ended;
+}
+
+void WorkerPool::work(std::size_t index) noexcept {
+  while (const auto task = takeTask(index > 0)) {
+    if (*task < groupCount_)
+      renderGroup(*task, *groups_[index]);
+    else
+      effects_->hear();
+    ++tasksDone_;
+  }
+}
+
+std::span<const BusBlock> WorkerPool::render(std::span<Voice* const> voices, const VoiceContext& context,
+                                             Effects* effects) noexcept {
   voices_ = voices;
   context_ = &context;
-  sharers_ = std::clamp<std::size_t>(groups, 1, groups_.size());
-  voicesDone_ = voicesEnded_ = 0;
-  for (std::size_t i = 1; i < sharers_; ++i) {
+  effects_ = effects;
+  groupCount_ = groupsFor(voices.size());
+  const auto tasks = static_cast<uint32_t>(groupCount_ + (effects ? 1 : 0));
+  tasksDone_ = voicesEnded_ = 0;
+  waiting_ = tasks << 16;
+  const std::size_t sharers = std::clamp<std::size_t>(groupCount_, 1, groups_.size());
+  for (std::size_t i = 1; i < sharers; ++i) {
     ++threads_[i - 1]->wake;
     platform::wakeOne(threads_[i - 1]->wake);
   }
-  renderShare(0);
-  while (!holdsSoon([&] { return voicesDone_ == voices.size(); })) std::this_thread::yield();
-  return {blocks_.data(), groups};
+  work(0);
+  while (!holdsSoon([&] { return tasksDone_ == tasks; })) std::this_thread::yield();
+  return {blocks_.data(), groupCount_};
 }
 
 }  // namespace tervo::audio

@@ -4,10 +4,12 @@
 
 #include <atomic>
 #include <memory>
+#include <optional>
 #include <span>
 #include <thread>
 #include <vector>
 
+#include "audio/engine/effects.h"
 #include "audio/engine/voice_group.h"
 
 namespace tervo::audio {
@@ -19,8 +21,10 @@ class WorkerPool {
   WorkerPool(int workers, std::size_t voices, RenderLanes kernel, Use use);
   ~WorkerPool();
 
-  /// Audio thread. Renders all voices; `out` gets a block of sums for each group, in the order of the groups.
-  std::span<const BusBlock> render(std::span<Voice* const> voices, const VoiceContext& context) noexcept;
+  /// Audio thread. Renders all voices and what is heard of the effects, if there are any: a block of sums for each
+  /// group, in the order of the groups.
+  std::span<const BusBlock> render(std::span<Voice* const> voices, const VoiceContext& context,
+                                   Effects* effects) noexcept;
   /// Whether voices of the last block are done. Only then does the audio thread look at all of them: what another
   /// thread has written takes long to read.
   bool hasEndedVoices() const { return voicesEnded_ != 0; }
@@ -33,7 +37,9 @@ class WorkerPool {
     std::jthread thread;
   };
   void run(Worker& worker, std::size_t index, Use use) noexcept;
-  void renderShare(std::size_t index) noexcept;
+  void work(std::size_t index) noexcept;
+  void renderGroup(std::size_t group, VoiceGroup& with) noexcept;
+  std::optional<std::size_t> takeTask(bool fromEnd) noexcept;
 
   RenderLanes kernel_;
   std::vector<std::unique_ptr<VoiceGroup>> groups_;  ///< by thread
@@ -43,8 +49,10 @@ class WorkerPool {
   // The block being rendered; written before the workers are woken.
   std::span<Voice* const> voices_;
   const VoiceContext* context_ = nullptr;
-  std::size_t sharers_ = 1;
-  std::atomic<uint32_t> voicesDone_{0};   ///< rendered, whatever becomes of them
+  Effects* effects_ = nullptr;
+  std::size_t groupCount_ = 0;
+  alignas(64) std::atomic<uint32_t> waiting_{0};  ///< tasks that nobody has taken: the first, and 65536 times their end
+  std::atomic<uint32_t> tasksDone_{0};
   std::atomic<uint32_t> voicesEnded_{0};  ///< will not sound again
   std::atomic<bool> ending_{false};
 };
