@@ -14,33 +14,43 @@ class Effects {
  public:
   explicit Effects(float sampleRate) : chorus_({}, sampleRate), reverb_({}, sampleRate) {}
 
-  /// One thread, once a block: makes the wet sound that mixInto() adds.
-  void hear() noexcept {
-    std::fill_n(left_, blockFrames, 0.0f);
-    std::fill_n(right_, blockFrames, 0.0f);
-    chorus_.feed(chorusSend_), reverb_.feed(reverbSend_);
-    chorus_.hear(left_, right_), reverb_.hear(left_, right_);
-  }
+  // Each by any one thread, once a block: make the wet sound that mixInto() adds.
+  void hearChorus() noexcept { hear(chorus_, chorusBlock_); }
+  void hearReverb() noexcept { hear(reverb_, reverbBlock_); }
   /// The audio thread, once all of the block is made: adds the wet sound and keeps the sends.
   void mixInto(BusBlock& mix) noexcept {
     for (std::size_t n = 0; n < blockFrames; ++n) {
-      mix.bus[leftBus][n] += left_[n];
-      mix.bus[rightBus][n] += right_[n];
+      mix.bus[leftBus][n] += chorusBlock_.left[n] + reverbBlock_.left[n];
+      mix.bus[rightBus][n] += chorusBlock_.right[n] + reverbBlock_.right[n];
     }
-    std::copy_n(mix.bus[chorusBus], blockFrames, chorusSend_);
-    std::copy_n(mix.bus[reverbBus], blockFrames, reverbSend_);
+    std::copy_n(mix.bus[chorusBus], blockFrames, chorusBlock_.send);
+    std::copy_n(mix.bus[reverbBus], blockFrames, reverbBlock_.send);
   }
   bool isIdle() const noexcept {
-    const auto isZero = [](float sample) { return sample == 0; };
-    return chorus_.isIdle() && reverb_.isIdle() && std::all_of(chorusSend_, chorusSend_ + blockFrames, isZero) &&
-           std::all_of(reverbSend_, reverbSend_ + blockFrames, isZero);
+    return chorus_.isIdle() && reverb_.isIdle() && chorusBlock_.isSendZero() && reverbBlock_.isSendZero();
   }
 
  private:
+  /// What threads hand to each other.
+  struct alignas(64) Block {
+    float send[blockFrames] = {};  ///< of the last block
+    float left[blockFrames] = {}, right[blockFrames] = {};
+
+    bool isSendZero() const noexcept {
+      return std::all_of(send, send + blockFrames, [](float sample) { return sample == 0; });
+    }
+  };
+  template <typename Effect>
+  static void hear(Effect& effect, Block& block) noexcept {
+    std::fill_n(block.left, blockFrames, 0.0f);
+    std::fill_n(block.right, blockFrames, 0.0f);
+    effect.feed(block.send);
+    effect.hear(block.left, block.right);
+  }
+
   Chorus chorus_;
   Reverb reverb_;
-  alignas(32) float left_[blockFrames] = {}, right_[blockFrames] = {};
-  alignas(32) float chorusSend_[blockFrames] = {}, reverbSend_[blockFrames] = {};  ///< of the last block
+  Block chorusBlock_, reverbBlock_;
 };
 
 }  // namespace tervo::audio

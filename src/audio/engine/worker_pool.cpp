@@ -70,7 +70,8 @@ void WorkerPool::run(Worker& worker, std::size_t index, Use use) noexcept {
 }
 
 /// The audio thread takes the first and others take the last, so that voices mostly stay with the thread whose cache
-/// they are in. The number of a task is that of its group; the one behind the last group is the effects'.
+/// they are in. Tasks are the groups, and the effects at both ends, or at the
+/// end where the first groups have more to do.
 std::optional<std::size_t> WorkerPool::takeTask(bool fromEnd) noexcept {
   uint32_t seen = waiting_;
   for (;;) {
@@ -89,10 +90,13 @@ void WorkerPool::renderGroup(std::size_t group, VoiceGroup& with) noexcept {
 
 void WorkerPool::work(std::size_t index) noexcept {
   while (const auto task = takeTask(index > 0)) {
-    if (*task < groupCount_)
-      renderGroup(*task, *groups_[index]);
+    const std::size_t group = *task - firstGroup_;  // wraps around for the first effect
+    if (group < groupCount_)
+      renderGroup(group, *groups_[index]);
+    else if (group == groupCount_)
+      effects_->hearReverb();
     else
-      effects_->hear();
+      effects_->hearChorus();
     ++tasksDone_;
   }
 }
@@ -103,7 +107,9 @@ std::span<const BusBlock> WorkerPool::render(std::span<Voice* const> voices, con
   context_ = &context;
   effects_ = effects;
   groupCount_ = groupsFor(voices.size());
-  const auto tasks = static_cast<uint32_t>(groupCount_ + (effects ? 1 : 0));
+  const bool isEven = (voices.size() + lanes - 1) / lanes % 2 == 0;
+  firstGroup_ = effects && isEven ? 1 : 0;
+  const auto tasks = static_cast<uint32_t>(groupCount_ + (effects ? 2 : 0));
   tasksDone_ = voicesEnded_ = 0;
   waiting_ = tasks << 16;
   const std::size_t sharers = std::clamp<std::size_t>(groupCount_, 1, groups_.size());

@@ -50,7 +50,7 @@ class WorkerPool {
   std::span<Voice* const> voices_;
   const VoiceContext* context_ = nullptr;
   Effects* effects_ = nullptr;
-  std::size_t groupCount_ = 0;
+  std::size_t groupCount_ = 0, firstGroup_ = 0;
   alignas(64) std::atomic<uint32_t> waiting_{0};  ///< tasks that nobody has taken: the first, and 65536 times their end
   std::atomic<uint32_t> tasksDone_{0};
   std::atomic<uint32_t> voicesEnded_{0};  ///< will not sound again
