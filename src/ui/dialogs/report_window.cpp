@@ -86,12 +86,14 @@ ReportWindow::ReportWindow(const QString& doing, const ConversionReport& report,
   connect(filter, &QLineEdit::textChanged, this, &ReportWindow::setFilter);
   table_ = new QTableView(this);
   table_->setModel(shown_);
+  // In the order of the report until a column is clicked.
+  table_->horizontalHeader()->setSortIndicator(-1, Qt::AscendingOrder);
   table_->setSortingEnabled(true);
   table_->setSelectionBehavior(QAbstractItemView::SelectRows);
   table_->verticalHeader()->hide();
   table_->horizontalHeader()->setStretchLastSection(true);
   table_->setAccessibleName(windowTitle());
-  const int widths[] = {150, 280, 90, 120};
+  const int widths[] = {150, 280, 110, 120};
   for (int column = 0; column < 4; ++column) table_->setColumnWidth(column, widths[column]);
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
   auto* copy = buttons->addButton(tr("&Copy"), QDialogButtonBox::ActionRole);
