@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <functional>
 #include <new>
+#include <stdexcept>
 
 #include "app/start_arguments.h"
 #include "base/last_error.h"
@@ -46,7 +47,17 @@ void restoreLastSession(ui::MainWindow& window, const Settings& settings) {
   QFile::rename(ui::qt(path), kept);
 }
 
-/// Where memory runs out in the middle of something nobody guards.
+[[noreturn]] void endOutOfMemory() {
+  try {
+    QMessageBox::critical(nullptr, QStringLiteral("Fatal error!"),
+                          QStringLiteral("Out of memory - Tervo Studio will terminate"));
+  } catch (const std::exception&) {
+    // There is not even enough for saying so.
+  }
+  std::_Exit(1);  // leaves what recovery has written
+}
+
+/// Where something fails in the middle of what nobody guards.
 class Application final : public QApplication {
  public:
   using QApplication::QApplication;
@@ -54,9 +65,13 @@ class Application final : public QApplication {
     try {
       return QApplication::notify(receiver, event);
     } catch (const std::bad_alloc&) {
-      QMessageBox::critical(nullptr, QStringLiteral("Fatal error!"),
-                            QStringLiteral("Out of memory - Tervo Studio will terminate"));
-      std::_Exit(1);  // leaves what recovery has written
+      endOutOfMemory();
+    } catch (const std::length_error&) {
+      endOutOfMemory();
+    } catch (const std::exception& problem) {
+      // Too few threads, a folder that vanished: what the user wanted is not done, and the rest goes on.
+      QMessageBox::warning(nullptr, QStringLiteral("Error!"), QString::fromLocal8Bit(problem.what()));
+      return true;
     }
   }
 };
@@ -66,6 +81,7 @@ void saveUntilDone(TextView what, const std::function<bool()>& save) {
   while (!save()) {
     QMessageBox box(QMessageBox::Warning, QStringLiteral("Error!"), ui::qt(LastErrorText()),
                     QMessageBox::Retry | QMessageBox::Discard);
+    box.setTextFormat(Qt::PlainText);
     box.setInformativeText(ui::qt(Text(what) + u" could not be saved."));
     if (box.exec() != QMessageBox::Retry) return;
   }
@@ -93,9 +109,7 @@ std::unique_ptr<platform::RunningInstance> announce(ui::MainWindow& window) {
   return instance;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
   Application application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Tervo Studio"));
   QApplication::setApplicationVersion(QStringLiteral("12.9"));
@@ -118,10 +132,12 @@ int main(int argc, char** argv) {
   ui::Player player(session);
   ui::MainWindow window(session, player);
   window.setMessageBoxesAllowed(start.showsBoxes);
+  session.setRawDataOffered(false);
   window.show();
   const auto instance = announce(window);
   restoreLastSession(window, settings);
   if (!files.empty()) window.openFiles(files, ui::OpenMode::replace);
+  session.setRawDataOffered(true);
   window.setMessageBoxesAllowed(true);
   window.refreshState();
 
@@ -130,4 +146,14 @@ int main(int argc, char** argv) {
   saveUntilDone(u"The session", [&] { return !settings.app.persistentState || session.saveSession(lastSession); });
   saveUntilDone(u"The settings", [&] { return SaveSettings(settings, *backend); });
   return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    endOutOfMemory();
+  }
 }

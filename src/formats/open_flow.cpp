@@ -19,7 +19,7 @@ struct Found {
   FormatIndex index = noFormat;
 };
 
-std::optional<Found> find(TextView givenPath, RawFallback fallback, const OpenContext& context) {
+std::optional<Found> lookAt(TextView givenPath, RawFallback fallback, const OpenContext& context) {
   Text path = platform::absolute(givenPath);
   platform::setCurrentFolder(platform::folderOf(path));
   std::shared_ptr<const ByteSource> bytes = platform::InputFile::open(path);
@@ -31,6 +31,10 @@ std::optional<Found> find(TextView givenPath, RawFallback fallback, const OpenCo
   if (detected.confidence == 0 && fallback == RawFallback::refused)
     return fail(u"Not detected as any supported file type");
   return Found{std::move(bytes), std::move(path), detected.index};
+}
+
+std::optional<Found> find(TextView path, RawFallback fallback, const OpenContext& context) {
+  return guardMemory([&] { return lookAt(path, fallback, context); });
 }
 
 /// Runs the row's reader, which may have left its failure unsaid.
@@ -97,8 +101,13 @@ std::size_t replaceAll(Collection& collection, const Collection& loaded, Convers
 bool OpenFile(Collection& collection, TextView path, RawFallback fallback, const OpenContext& context) {
   const auto found = find(path, fallback, context);
   if (!found) return false;
-  collection.clear();
-  const bool loaded = load(collection, *found, nullptr, context);
+  // What nobody has saved stays until there is something in its place.
+  const bool keepsUnsaved = context.history && context.history->hasUnsavedChanges() && collection.holdsData();
+  if (!keepsUnsaved) collection.clear();
+  Collection fresh;
+  const bool loaded = load(fresh, *found, nullptr, context);
+  if (!loaded && keepsUnsaved) return false;
+  collection.swapContent(fresh);
   if (context.history) context.history->startNewDocument();
   if (!loaded) return false;
   showDone(context.host, u"Opened", *found);

@@ -29,8 +29,9 @@ struct OpenContext {
 };
 
 /// Replaces the collection with the file's content. A file that is not there, is empty or is not detected leaves the
-/// collection alone; one that turns out unreadable leaves it empty, under the name "Empty collection". False with
-/// LastErrorText, beside which the caller names the path.
+/// collection alone; one that turns out unreadable, or that the user breaks off, leaves it empty, under the name "Empty
+/// collection", unless the history knows of unsaved changes: then it stays. False with LastErrorText, beside which the
+/// caller names the path.
 bool OpenFile(Collection& collection, TextView path, RawFallback fallback, const OpenContext& context);
 
 /// Adds the file's items to the collection, whose own items stay as they are; its lists are sorted where the settings

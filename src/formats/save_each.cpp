@@ -15,23 +15,6 @@ namespace {
 
 constexpr std::size_t longestName = 120;
 
-TextView nameOfItem(const Item& item) {
-  switch (item.kind()) {
-    case ItemKind::waveform:
-      return static_cast<const Waveform&>(item).name;
-    case ItemKind::instrument:
-      return static_cast<const Instrument&>(item).name;
-    case ItemKind::song:
-      return static_cast<const Song&>(item).name;
-    case ItemKind::track:
-      return static_cast<const Track&>(item).name;
-    case ItemKind::collection:
-      return static_cast<const Collection&>(item).name;
-    default:
-      return nameOf(item.kind());
-  }
-}
-
 Text upperCase(TextView text) {
   Text folded(text);
   std::transform(folded.begin(), folded.end(), folded.begin(), upper);
@@ -49,6 +32,23 @@ bool isDeviceName(TextView name) {
 }
 
 }  // namespace
+
+TextView ownNameOf(const Item& item) {
+  switch (item.kind()) {
+    case ItemKind::waveform:
+      return static_cast<const Waveform&>(item).name;
+    case ItemKind::instrument:
+      return static_cast<const Instrument&>(item).name;
+    case ItemKind::song:
+      return static_cast<const Song&>(item).name;
+    case ItemKind::track:
+      return static_cast<const Track&>(item).name;
+    case ItemKind::collection:
+      return static_cast<const Collection&>(item).name;
+    default:
+      return nameOf(item.kind());
+  }
+}
 
 Text fileNameFor(TextView name) {
   Text safe;
@@ -72,7 +72,7 @@ std::vector<SavedItem> planSaveEach(std::span<const Item* const> items, FormatIn
   for (const Item* item : items) {
     Text place(folder);
     if (subFolders == SubFolders::byKind) place = platform::join(place, Text(nameOf(item->kind())) + u"s");
-    const Text name = fileNameFor(nameOfItem(*item));
+    const Text name = fileNameFor(ownNameOf(*item));
     Text path = platform::join(place, name + extension);
     for (int number = 2; !taken.insert(upperCase(path)).second; ++number)
       path = platform::join(place, name + fromUtf8(fmt::format(" ({})", number)) + extension);

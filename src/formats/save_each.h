@@ -16,6 +16,9 @@ struct SavedItem {
   Text failure;  ///< empty when it was saved
 };
 
+/// What the item is called; the word for its kind where it has no name.
+TextView ownNameOf(const Item& item);
+
 /// The file that each item gets in the folder: its name, made fit for file systems, and numbered where two items would
 /// get one file. Letters that differ in case alone count as the same.
 std::vector<SavedItem> planSaveEach(std::span<const Item* const> items, FormatIndex index, TextView folder,

@@ -23,11 +23,12 @@ enum class ClipKind : uint8_t { item, articulation, lfo, envelope, loop, eqs, fi
 /// The name under which the clipboard holds it: on Windows the registered format of that name.
 QString clipboardType(ClipKind kind);
 
-/// Instruments, waveforms and songs, with what chosen instruments play. Null with LastErrorText.
+/// The items with what they play. Null with LastErrorText.
 std::unique_ptr<QMimeData> copyItems(DocumentSession& session, std::span<const ItemId> items);
-/// Adds what was copied to the document as one undo step; waveforms that are there already are used again. The
-/// identifiers of what was added; empty with LastErrorText.
-std::vector<ItemId> pasteItems(DocumentSession& session, const QMimeData& data);
+/// Adds what was copied to the document as one undo step: layers and regions to the instrument and layer of the
+/// selected item, tracks to its song, where there is one; everything else as items of its own. Waveforms that come
+/// along and are there already are used again. The identifiers of what was added; empty with LastErrorText.
+std::vector<ItemId> pasteItems(DocumentSession& session, const QMimeData& data, ItemId selected = noItem);
 
 /// The rows of a kind from the item, with the values that apply to it. `row` is one of those of the LFO or envelope
 /// that is meant; other kinds do not look at it. Null when the item has none.

@@ -1,5 +1,7 @@
 #include "ui/document_session.h"
 
+#include <algorithm>
+
 #include "base/last_error.h"
 #include "base/memory_guard.h"
 #include "core/history/collection_part.h"
@@ -59,8 +61,11 @@ bool DocumentSession::open(TextView path, OpenMode mode) {
   report_ = {};
   const auto operation = host_.beginOperation();
   bool done = openOnce(path, mode, RawFallback::refused);
-  if (!done && LastErrorText() == undetected && askRawFallback(host_, rawChoice_) == RawFallback::allowed)
-    done = openOnce(path, mode, RawFallback::allowed);
+  declinedRawData_ = false;
+  if (!done && LastErrorText() == undetected && isRawDataOffered_ && !host_.isQuiet()) {
+    declinedRawData_ = askRawFallback(host_, rawChoice_) == RawFallback::refused;
+    if (!declinedRawData_) done = openOnce(path, mode, RawFallback::allowed);
+  }
   if (done) {
     RememberFile(settings_, path);
     if (mode == OpenMode::replace) path_ = path;
@@ -72,12 +77,24 @@ bool DocumentSession::open(TextView path, OpenMode mode) {
   return done;
 }
 
+std::vector<ItemId> DocumentSession::itemsToWrite(std::span<const ItemId> items) const {
+  std::vector<ItemId> whole;
+  for (const ItemId id : items) {
+    const Item* item = findItem(id);
+    if (const Instrument* instrument = containingInstrument(id)) item = instrument;
+    if (const Song* song = containingSong(id)) item = song;
+    if (item == &document_) return {document_.id()};
+    if (item && std::find(whole.begin(), whole.end(), item->id()) == whole.end()) whole.push_back(item->id());
+  }
+  return whole;
+}
+
 bool DocumentSession::save(std::span<const ItemId> items, FormatIndex row, TextView path, const SaveOptions& options) {
   report_ = {};
   const auto operation = host_.beginOperation();
   SaveContext context{host_, report_, settings_, options, Overwrite::ofNamed, &history_};
   std::vector<const Item*> chosen;
-  for (const ItemId id : items) chosen.push_back(findItem(id));
+  for (const ItemId id : itemsToWrite(items)) chosen.push_back(findItem(id));
   const bool saved =
       chosen.size() <= 1 ? SaveItem(chosen.empty() ? nullptr : chosen[0], row, path, context) : guardMemory([&] {
         const auto part = partOf(document_, chosen);

@@ -41,6 +41,12 @@ class DocumentSession final : public QObject {
 
   /// False with LastErrorText. When the user was asked about raw data and declined, too.
   bool open(TextView path, OpenMode mode);
+  /// Whether the last open ended so: nothing is left to tell.
+  bool declinedRawData() const { return declinedRawData_; }
+  /// Whether files that nobody knows may be read as raw data, when the user says so.
+  void setRawDataOffered(bool offered) { isRawDataOffered_ = offered; }
+  /// What is written for the items: parts stand for their instrument or song, and the document for all there is.
+  std::vector<ItemId> itemsToWrite(std::span<const ItemId> items) const;
   /// Several items are saved as a document of their own.
   bool save(std::span<const ItemId> items, FormatIndex row, TextView path, const SaveOptions& options);
   /// Each item into a file of its own; what became of it stands in the list. True when all were saved.
@@ -74,7 +80,6 @@ class DocumentSession final : public QObject {
   void lostSomething(const QString& doing);
 
  private:
-  RawFallback fallbackFor(TextView path);
   bool openOnce(TextView path, OpenMode mode, RawFallback fallback);
   void tellLosses(const QString& doing);
 
@@ -86,6 +91,8 @@ class DocumentSession final : public QObject {
   QTimer recoveryTimer_;
   ConversionReport report_;
   RawChoice rawChoice_ = RawChoice::askEachTime;
+  bool isRawDataOffered_ = true;
+  bool declinedRawData_ = false;
   Text path_;
 };
 

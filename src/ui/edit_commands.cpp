@@ -41,14 +41,22 @@ Text* nameOfItem(Item& item) {
   }
 }
 
+/// Markers of a region are those of its waveform.
+std::vector<ItemId> waveformsOf(std::vector<ItemId> items) {
+  for (ItemId& id : items) {
+    if (const auto* region = findItem<Region>(id)) id = region->waveform;
+  }
+  return items;
+}
+
 }  // namespace
 
 EditCommands::EditCommands(DocumentSession& session, QWidget* window, std::function<Target()> target)
     : QObject(window), session_(session), window_(window), target_(std::move(target)) {}
 
 void EditCommands::addTo(QMenu& menu) {
-  menu.addAction(tr("Cu&t"), QKeySequence::Cut, this, &EditCommands::cut);
-  menu.addAction(tr("&Copy"), QKeySequence::Copy, this, &EditCommands::copy);
+  needItems_ << menu.addAction(tr("Cu&t"), QKeySequence::Cut, this, &EditCommands::cut);
+  needItems_ << menu.addAction(tr("&Copy"), QKeySequence::Copy, this, &EditCommands::copy);
   menu.addAction(tr("&Paste"), QKeySequence::Paste, this, &EditCommands::paste);
   itemActions_ << menu.addAction(tr("&Delete"), QKeySequence::Delete, this, &EditCommands::remove);
   QMenu* copyMenu = menu.addMenu(tr("Copy P&art"));
@@ -62,6 +70,14 @@ void EditCommands::addTo(QMenu& menu) {
   menu.addAction(tr("New &Instrument"), this, &EditCommands::newInstrument);
   menu.addAction(tr("New La&yer"), this, &EditCommands::newLayer);
   menu.addAction(tr("Instrument of &Waveforms"), this, &EditCommands::newRegions);
+  needItems_ << itemActions_[0];
+}
+
+void EditCommands::enableFor(const std::vector<ItemId>& items) {
+  const bool any =
+      std::any_of(items.begin(), items.end(), [](ItemId id) { return kindOf(id) != ItemKind::collection; });
+  for (QAction* action : needItems_) action->setEnabled(any);
+  itemActions_[1]->setEnabled(items.size() == 1);
 }
 
 void EditCommands::show(const QString& failure) {
@@ -96,7 +112,10 @@ void EditCommands::remove() {
 }
 
 void EditCommands::paste() {
-  const auto added = pasteItems(session_, *QApplication::clipboard()->mimeData());
+  const QMimeData* data = QApplication::clipboard()->mimeData();
+  if (!data) return show(tr("The clipboard is empty"));
+  const auto items = target_().items;
+  const auto added = pasteItems(session_, *data, items.empty() ? noItem : items[0]);
   if (added.empty()) return show(qt(LastErrorText()));
   Q_EMIT made(added);
 }
@@ -104,7 +123,8 @@ void EditCommands::paste() {
 void EditCommands::copyPart(ClipKind kind) {
   const Target target = target_();
   if (target.items.empty()) return;
-  auto data = kind == ClipKind::loop ? copyMarker(target.items[0], static_cast<std::size_t>(std::max(target.marker, 0)))
+  const auto marker = static_cast<std::size_t>(std::max(target.marker, 0));
+  auto data = kind == ClipKind::loop ? copyMarker(waveformsOf(target.items)[0], marker)
                                      : copyRows(kind, target.items[0], target.row);
   if (data)
     QApplication::clipboard()->setMimeData(data.release());
@@ -114,9 +134,10 @@ void EditCommands::copyPart(ClipKind kind) {
 
 void EditCommands::pastePart(ClipKind kind) {
   const Target target = target_();
-  const QMimeData& data = *QApplication::clipboard()->mimeData();
-  const bool pasted = kind == ClipKind::loop ? pasteMarker(session_, data, target.items)
-                                             : pasteRows(session_, data, kind, target.items, target.row);
+  const QMimeData* data = QApplication::clipboard()->mimeData();
+  if (!data) return show(tr("The clipboard is empty"));
+  const bool pasted = kind == ClipKind::loop ? pasteMarker(session_, *data, waveformsOf(target.items))
+                                             : pasteRows(session_, *data, kind, target.items, target.row);
   if (!pasted) show(qt(LastErrorText()));
 }
 

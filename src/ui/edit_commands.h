@@ -34,6 +34,9 @@ class EditCommands final : public QObject {
   /// Those whose keys are for items alone, after addTo().
   const QList<QAction*>& itemActions() const { return itemActions_; }
 
+  /// Greys what the items do not allow.
+  void enableFor(const std::vector<ItemId>& items);
+
   void cut();
   void copy();
   void paste();
@@ -59,7 +62,8 @@ class EditCommands final : public QObject {
   DocumentSession& session_;
   QWidget* window_;
   std::function<Target()> target_;
-  QList<QAction*> itemActions_;
+  QList<QAction*> itemActions_;  ///< delete, rename
+  QList<QAction*> needItems_;
 };
 
 }  // namespace tervo::ui

@@ -1,12 +1,15 @@
 #include "ui/file_dialogs.h"
 
+#include <QComboBox>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <algorithm>
 
 #include "formats/detection.h"
+#include "formats/save_each.h"
 #include "platform/file.h"
 #include "ui/qt_text.h"
 
@@ -44,6 +47,58 @@ QLabel* addLine(QFileDialog& dialog, const QString& label) {
   grid->addWidget(value, row, 1);
   return value;
 }
+
+/// Its names always end in an extension: "Piano v1.2" is not of the kind "2".
+class SaveDialog final : public QFileDialog {
+ public:
+  SaveDialog(QWidget* parent, const QString& title, const QString& folder, std::vector<FormatIndex> rows)
+      : QFileDialog(parent, title, folder), rows_(std::move(rows)) {
+    setOption(DontUseNativeDialog);
+    setAcceptMode(AcceptSave);
+    QStringList filters;
+    for (const FormatIndex row : rows_) filters.push_back(filterOf(row));
+    setNameFilters(filters);
+    filter_ = findChild<QComboBox*>(QStringLiteral("fileTypeCombo"));
+    name_ = findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+  }
+
+  void choose(FormatIndex row, const QString& name) {
+    const auto found = std::find(rows_.begin(), rows_.end(), row);
+    if (filter_ && found != rows_.end()) {
+      filter_->setCurrentIndex(static_cast<int>(found - rows_.begin()));
+      Q_EMIT filter_->activated(filter_->currentIndex());
+    }
+    selectFile(withExtension(qt(fileNameFor(textOf(name)))));
+  }
+
+  /// By its place: some titles are borne by two rows.
+  FormatIndex row() const {
+    const qsizetype index = filter_ ? filter_->currentIndex() : nameFilters().indexOf(selectedNameFilter());
+    return index < 0 ? noFormat : rows_[static_cast<std::size_t>(index)];
+  }
+
+  void accept() override {
+    const bool isFolder = name_ && QFileInfo(directory(), name_->text()).isDir();
+    if (name_ && !name_->text().isEmpty() && !isFolder && row() != noFormat)
+      name_->setText(withExtension(name_->text()));
+    QFileDialog::accept();
+  }
+
+ private:
+  QString withExtension(const QString& name) const {
+    const QString suffix = QFileInfo(name).suffix();
+    const QString extension = row() == noFormat ? QString() : qt(rowAt(row())->extension);
+    const bool isKnown = !suffix.isEmpty() && std::any_of(rows_.begin(), rows_.end(), [&](FormatIndex each) {
+      return suffix.compare(qt(rowAt(each)->extension), Qt::CaseInsensitive) == 0;
+    });
+    const bool isPattern = extension.isEmpty() || extension.contains(u'*') || extension.contains(u'?');
+    return isKnown || isPattern ? name : name + u'.' + extension;
+  }
+
+  std::vector<FormatIndex> rows_;
+  QComboBox* filter_;
+  QLineEdit* name_;
+};
 
 void showDetection(const QString& path, QLabel& format, QLabel& confidence) {
   format.clear();
@@ -89,28 +144,14 @@ std::vector<Text> chooseFilesToOpen(QWidget* parent, const QString& title, Setti
 
 std::optional<SaveChoice> chooseFileToSave(QWidget* parent, const QString& title, ItemKind kind, const QString& name,
                                            Settings& settings) {
-  const auto rows = rowsToSave(kind);
-  QStringList filters;
-  for (const FormatIndex row : rows) filters.push_back(filterOf(row));
-  QFileDialog dialog(parent, title, qt(settings.app.lastPathOut));
-  dialog.setOption(QFileDialog::DontUseNativeDialog);
-  dialog.setAcceptMode(QFileDialog::AcceptSave);
-  dialog.setNameFilters(filters);
-  QString safeName = name;
-  for (const QChar bad : QStringLiteral("/\\:*?\"<>|")) safeName.replace(bad, u'_');
-  dialog.selectFile(safeName);
   // What was saved last in this kind comes first.
-  const int32_t last = settings.app.lastExp[static_cast<std::size_t>(kind) % settings.app.lastExp.size()];
-  if (const auto it = std::find(rows.begin(), rows.end(), last - 1); it != rows.end())
-    dialog.selectNameFilter(filters[it - rows.begin()]);
-  const auto chosenRow = [&] { return rows[static_cast<std::size_t>(filters.indexOf(dialog.selectedNameFilter()))]; };
-  const auto followRow = [&] { dialog.setDefaultSuffix(qt(rowAt(chosenRow())->extension)); };
-  followRow();
-  QObject::connect(&dialog, &QFileDialog::filterSelected, followRow);
+  int32_t& last = settings.app.lastExp[static_cast<std::size_t>(kind) % settings.app.lastExp.size()];
+  SaveDialog dialog(parent, title, qt(settings.app.lastPathOut), rowsToSave(kind));
+  dialog.choose(last - 1, name);
   if (dialog.exec() != QDialog::Accepted) return std::nullopt;
   settings.app.lastPathOut = textOf(dialog.directory().absolutePath());
-  settings.app.lastExp[static_cast<std::size_t>(kind) % settings.app.lastExp.size()] = chosenRow() + 1;
-  return SaveChoice{textOf(dialog.selectedFiles().value(0)), chosenRow()};
+  last = dialog.row() + 1;
+  return SaveChoice{textOf(dialog.selectedFiles().value(0)), dialog.row()};
 }
 
 }  // namespace tervo::ui

@@ -5,6 +5,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QStyle>
+#include <QTabWidget>
 #include <QToolBar>
 
 #include "ui/batch/batch_wizard.h"
@@ -17,6 +18,7 @@
 #include "ui/qt_text.h"
 #include "ui/sound/keyboard_view.h"
 #include "ui/sound/player.h"
+#include "ui/wave/waveform_pane.h"
 #include "ui/waveform_list.h"
 
 namespace tervo::ui {
@@ -24,6 +26,7 @@ namespace tervo::ui {
 void MainWindow::buildMenus() {
   buildFileMenu();
   buildEditMenu();
+  buildWaveformMenu();
   buildProcessMenu();
   buildSoundMenu();
   buildHelpMenu();
@@ -45,6 +48,13 @@ void MainWindow::buildProcessMenu() {
   }
   songs->addSeparator();
   songs->addAction(tr("Render to &Waveform"), this, &MainWindow::renderSong);
+}
+
+void MainWindow::buildWaveformMenu() {
+  QMenu* menu = menuBar()->addMenu(tr("Wa&veform"));
+  menu->addActions(waveform_->toolActions());
+  // What it does is to be seen.
+  connect(menu, &QMenu::triggered, this, [this] { tabs_->setCurrentWidget(waveform_); });
 }
 
 void MainWindow::buildHelpMenu() {
@@ -116,11 +126,14 @@ void MainWindow::buildFileMenu() {
   connect(recent_, &QMenu::aboutToShow, this, &MainWindow::showRecentFiles);
   menu->addSeparator();
   save_ = add(tr("&Save Collection As..."), QKeySequence::Save, [this] { save({session_.document().id()}); });
-  add(tr("Save Se&lected As..."), QKeySequence::SaveAs, [this] { save(chosen_); });
+  saveSelected_ = add(tr("Save Se&lected As..."), QKeySequence::SaveAs, [this] { save(chosen_); });
   add(tr("Save &Each As..."), QKeySequence(tr("Ctrl+Shift+E")),
       [this] { SaveEachDialog(session_, chosen_, this).exec(); });
-  add(tr("&Batch Conversion..."), QKeySequence(tr("Ctrl+B")),
-      [this] { BatchWizard(qt(session_.settings().app.lastPathOut), this).exec(); });
+  add(tr("&Batch Conversion..."), QKeySequence(tr("Ctrl+B")), [this] {
+    BatchWizard wizard(qt(session_.settings().app.lastPathOut), this);
+    wizard.exec();
+    if (wizard.targets().isComplete()) session_.settings().app.lastPathOut = textOf(wizard.targets().folder());
+  });
   menu->addSeparator();
   add(tr("&Quit"), QKeySequence::Quit, [this] { close(); });
 }
@@ -129,6 +142,8 @@ void MainWindow::buildEditMenu() {
   QMenu* menu = menuBar()->addMenu(tr("&Edit"));
   undo_ = menu->addAction(tr("&Undo"), QKeySequence::Undo, this, [this] { session_.undo(); });
   redo_ = menu->addAction(tr("&Redo"), QKeySequence::Redo, this, [this] { session_.redo(); });
+  undo_->setEnabled(false);
+  redo_->setEnabled(false);
   menu->addSeparator();
   edit_->addTo(*menu);
   // Elsewhere these keys belong to what has the focus: a value, a point, a marker.
@@ -144,14 +159,21 @@ void MainWindow::buildEditMenu() {
   QMenu* states = menu->addMenu(tr("Saved &States"));
   connect(states, &QMenu::aboutToShow, this, [this, states] { showStates(*states); });
   menu->addSeparator();
-  menu->addAction(tr("Pre&ferences..."), QKeySequence::Preferences, this, &MainWindow::editPreferences);
+  menu->addAction(tr("Pre&ferences..."), QKeySequence(tr("Ctrl+,")), this, &MainWindow::editPreferences);
 }
 
 void MainWindow::showRecentFiles() {
   recent_->clear();
+  int number = 0;
   for (const Text& path : session_.settings().app.lastFiles) {
-    recent_->addAction(QFileInfo(qt(path)).fileName(), this, [this, path] { openFiles({path}, OpenMode::replace); })
-        ->setToolTip(qt(path));
+    const QFileInfo file(qt(path));
+    QString name = file.fileName();
+    name.replace(u'&', QStringLiteral("&&"));
+    QAction* action =
+        recent_->addAction(++number < 10 ? QStringLiteral("&%1 %2").arg(QString::number(number), name) : name, this,
+                           [this, path] { openFiles({path}, OpenMode::replace); });
+    action->setToolTip(qt(path));
+    action->setEnabled(file.exists());
   }
   recent_->setToolTipsVisible(true);
   if (recent_->isEmpty()) recent_->addAction(tr("(none)"))->setEnabled(false);

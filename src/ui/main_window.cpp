@@ -1,8 +1,10 @@
 #include "ui/main_window.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QComboBox>
 #include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -170,13 +172,16 @@ void MainWindow::connectSession() {
   connect(&player_, &Player::statusShown, engineStatus_, &QLabel::setText);
   connect(&player_, &Player::playingChanged, this, &MainWindow::showPlaying);
   connect(&player_, &Player::positionChanged, this, [this] {
-    waveform_->view().setPlayPosition(player_.position());
-    song_->view().setPlayPosition(player_.songSeconds());
+    const Waveform* shown = waveform_->view().waveform();
+    const ItemId playing = player_.playing();
+    waveform_->view().setPlayPosition(shown && shown->id() == playing ? player_.position() : std::nullopt);
+    song_->view().setPlayPosition(song_->song() == playing ? player_.songSeconds() : std::nullopt);
   });
   connect(&song_->view(), &SongView::placeChosen, this, [this](double seconds) {
     if (player_.songSeconds()) player_.play(song_->song(), seconds);
   });
   connect(qApp, &QApplication::focusChanged, this, [this](QWidget* before, QWidget* now) {
+    keyboard_->releaseAll();
     // Nobody chose anything when the whole window comes back.
     if (before) followFocus(now);
   });
@@ -218,6 +223,24 @@ void MainWindow::choose(const std::vector<ItemId>& items) {
   waveform_->setWaveform(waveformOf(chosen_));
   player_.setPlayed(chosen_.empty() ? noItem : chosen_[0]);
   showPlayableKeys();
+  edit_->enableFor(chosen_);
+  saveSelected_->setEnabled(!chosen_.empty());
+  showActiveList();
+}
+
+void MainWindow::showActiveList() {
+  for (QWidget* each : {static_cast<QWidget*>(tree_), static_cast<QWidget*>(list_)}) {
+    QPalette colours = palette();
+    const bool isActive = (each == list_) == activeList_;
+    for (const auto group : {QPalette::Active, QPalette::Inactive}) {
+      if (isActive) break;
+      QColor pale = colours.color(group, QPalette::Highlight);
+      pale.setAlphaF(0.3F);
+      colours.setColor(group, QPalette::Highlight, pale);
+      colours.setColor(group, QPalette::HighlightedText, colours.color(group, QPalette::Text));
+    }
+    each->setPalette(colours);
+  }
 }
 
 void MainWindow::showPlayableKeys() {
@@ -232,6 +255,17 @@ void MainWindow::showPlayableKeys() {
     }
   }
   keyboard_->setPlayableKeys(playable);
+}
+
+bool MainWindow::event(QEvent* event) {
+  // Space presses what has the focus, where that can be pressed, before it plays.
+  if (event->type() == QEvent::ShortcutOverride) {
+    const auto* key = static_cast<QKeyEvent*>(event);
+    const QWidget* focus = QApplication::focusWidget();
+    const bool isPressed = qobject_cast<const QAbstractButton*>(focus) || qobject_cast<const QComboBox*>(focus);
+    if (isPressed && key->key() == Qt::Key_Space && key->modifiers() == Qt::NoModifier) event->accept();
+  }
+  return QMainWindow::event(event);
 }
 
 void MainWindow::keyPressEvent(QKeyEvent* event) {
@@ -278,7 +312,8 @@ void MainWindow::showStates(QMenu& menu) {
     const int offset = (states.current() - index + StateRing::capacity) % StateRing::capacity;
     const bool isNewer = (index - states.oldest() + StateRing::capacity) % StateRing::capacity >
                          (states.current() - states.oldest() + StateRing::capacity) % StateRing::capacity;
-    QAction* action = menu.addAction(qt(states.name(index)), this, [this, offset, isNewer] {
+    QString name = qt(states.name(index));
+    QAction* action = menu.addAction(name.replace(u'&', QStringLiteral("&&")), this, [this, offset, isNewer] {
       if (!session_.restoreState(isNewer ? offset - StateRing::capacity : offset)) showFailure({});
     });
     action->setCheckable(true);
@@ -293,7 +328,11 @@ void MainWindow::showPlaying(bool playing) {
 
 void MainWindow::changeEvent(QEvent* event) {
   QMainWindow::changeEvent(event);
-  if (event->type() == QEvent::PaletteChange && play_) showPlaying(player_.isPlaying());
+  // Who comes forward now hears of keys that are let go.
+  if (event->type() == QEvent::ActivationChange && keyboard_ && !isActiveWindow()) keyboard_->releaseAll();
+  if (event->type() != QEvent::PaletteChange || !play_) return;
+  showPlaying(player_.isPlaying());
+  showActiveList();
 }
 
 void MainWindow::refreshState() {
@@ -306,17 +345,23 @@ void MainWindow::refreshState() {
   audition_->setChecked(on);
 }
 
+void MainWindow::setMessageBoxesAllowed(bool allowed) {
+  messageBoxesAllowed_ = allowed;
+  session_.host().setQuiet(!allowed);
+}
+
 void MainWindow::showFailure(const QString& what) {
   // Whoever cancelled knows why.
-  if (session_.host().cancelled()) return session_.host().showStatus(LastErrorText());
-  if (!messageBoxesAllowed_) return;
+  if (session_.host().cancelled() || !messageBoxesAllowed_) return session_.host().showStatus(LastErrorText());
   QMessageBox box(QMessageBox::Warning, QStringLiteral("Error!"), qt(LastErrorText()), QMessageBox::Ok, this);
+  box.setTextFormat(Qt::PlainText);
   box.setInformativeText(what);
   box.exec();
 }
 
 bool MainWindow::confirmDiscarding() {
   if (!session_.settings().load.confirm || !session_.history().hasUnsavedChanges()) return true;
+  if (!messageBoxesAllowed_) return session_.host().showStatus(u"There are unsaved changes"), false;
   const QString text = QStringLiteral(
       "This will discard any changes made to the loaded data!\n\nAre you sure that you want to proceed?");
   return QMessageBox::warning(this, QStringLiteral("Warning: Discarding changes!"), text,
@@ -327,7 +372,7 @@ void MainWindow::openFiles(const std::vector<Text>& paths, OpenMode mode) {
   if (mode == OpenMode::replace && !confirmDiscarding()) return;
   for (const Text& path : paths) {
     const bool opened = session_.open(path, mode);
-    if (!opened) showFailure(qt(path));
+    if (!opened && !session_.declinedRawData()) showFailure(qt(path));
     if (session_.host().cancelled()) break;
     if (opened && mode == OpenMode::replace) mode = OpenMode::merge;
   }
@@ -338,11 +383,13 @@ void MainWindow::openChosen(OpenMode mode, const QString& title) {
 }
 
 void MainWindow::save(const std::vector<ItemId>& items) {
-  if (items.empty()) return;
-  const ItemKind kind = items.size() == 1 ? kindOf(items[0]) : ItemKind::collection;
-  const auto choice = chooseFileToSave(this, tr("Save As"), kind, qt(session_.document().name), session_.settings());
+  const auto whole = session_.itemsToWrite(items);
+  if (whole.empty()) return session_.host().showStatus(u"No item selected");
+  const Item& named = whole.size() == 1 ? *findItem(whole[0]) : session_.document();
+  const auto choice = chooseFileToSave(this, tr("Save As"), named.kind(), qt(ownNameOf(named)), session_.settings());
   if (!choice) return;
-  if (!session_.save(items, choice->row, choice->path, {})) showFailure(qt(choice->path));
+  if (!session_.save(whole, choice->row, choice->path, {})) showFailure(qt(choice->path));
+  refreshState();
 }
 
 void MainWindow::restoreGeometryFromSettings() {
@@ -365,7 +412,9 @@ void MainWindow::rememberGeometry() {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
   // The operation that runs would come back to a window that is gone.
-  if (session_.host().isBusy() || !confirmDiscarding()) return event->ignore();
+  const bool isBusy = session_.host().isBusy();
+  if (isBusy) session_.host().showStatus(u"Cancel what is running first");
+  if (isBusy || !confirmDiscarding()) return event->ignore();
   rememberGeometry();
   event->accept();
 }

@@ -39,7 +39,8 @@ class MainWindow final : public QMainWindow {
   void refreshState();
   /// From another start of the program: comes forward, and asks what to do with them. Waits while something runs.
   void takeFiles(const std::vector<Text>& paths);
-  void setMessageBoxesAllowed(bool allowed) { messageBoxesAllowed_ = allowed; }
+  /// Without them failures stand in the status line, and questions have their safe answers.
+  void setMessageBoxesAllowed(bool allowed);
   void showFailure(const QString& what);
   /// Asks before loaded data are lost, where the settings want that. True to go on.
   bool confirmDiscarding();
@@ -59,6 +60,7 @@ class MainWindow final : public QMainWindow {
   QTabWidget& tabs() { return *tabs_; }
 
  protected:
+  bool event(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
@@ -71,12 +73,15 @@ class MainWindow final : public QMainWindow {
   void buildMenus();
   void buildFileMenu();
   void buildEditMenu();
+  void buildWaveformMenu();
   void buildProcessMenu();
   void buildSoundMenu();
   void buildHelpMenu();
   void buildToolBar();
   void connectSession();
   void choose(const std::vector<ItemId>& items);
+  /// The selection that commands work on looks like one; the other is pale.
+  void showActiveList();
   /// What is selected in the tree or in the list counts as soon as the focus comes there.
   void followFocus(const QWidget* focus);
   void openChosen(OpenMode mode, const QString& title);
@@ -109,7 +114,7 @@ class MainWindow final : public QMainWindow {
   WaveformPane* waveform_;
   QSplitter* across_;
   QTabWidget* tabs_;
-  KeyboardView* keyboard_;
+  KeyboardView* keyboard_ = nullptr;
   QLabel* status_;
   QLabel* engineStatus_;
   QMenu* recent_;
@@ -117,6 +122,7 @@ class MainWindow final : public QMainWindow {
   HelpKey* help_;
   QAction* open_;
   QAction* save_;
+  QAction* saveSelected_;
   QAction* undo_;
   QAction* redo_;
   QAction* audition_;

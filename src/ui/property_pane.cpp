@@ -151,7 +151,9 @@ void PropertyPane::restoreExpanded() {
 
 void PropertyPane::setItems(std::vector<ItemId> items) {
   rememberExpanded();
-  heading_->setText(items.size() == 1 ? QString() : tr("%1 items").arg(items.size()));
+  heading_->setText(items.empty()       ? tr("Nothing is selected")
+                    : items.size() == 1 ? QString()
+                                        : tr("%1 items").arg(items.size()));
   model_->setItems(std::move(items));
   restoreExpanded();
 }

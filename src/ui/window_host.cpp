@@ -1,9 +1,11 @@
 #include "ui/window_host.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QThread>
 #include <algorithm>
 
@@ -72,8 +74,10 @@ bool WindowHost::cancel() {
 }
 
 std::size_t WindowHost::ask(const Question& question) {
+  if (isQuiet_) return question.safeButton;
   QMessageBox box(QMessageBox::Question, QStringLiteral("Tervo Studio"), qt(question.text), QMessageBox::NoButton,
                   window_);
+  box.setTextFormat(Qt::PlainText);
   std::vector<QAbstractButton*> buttons;
   for (std::size_t i = 0; i < question.buttons.size(); ++i) {
     QPushButton* button = box.addButton(qt(question.buttons[i]), QMessageBox::ActionRole);
@@ -89,8 +93,11 @@ std::size_t WindowHost::ask(const Question& question) {
 }
 
 std::optional<Text> WindowHost::locateFile(const FileRequest& request) {
-  const QString pattern = qt(request.pattern);
-  const QString path = QFileDialog::getOpenFileName(window_, qt(request.title), {}, pattern + " (" + pattern + ")");
+  if (isQuiet_) return std::nullopt;
+  const QString wanted = tr("What is missing (%1)").arg(qt(request.pattern)), all = tr("All files (*)");
+  // Opening moves to the folder of the file, which names the missing one.
+  const QString path =
+      QFileDialog::getOpenFileName(window_, qt(request.title), QDir::currentPath(), wanted + ";;" + all);
   return path.isEmpty() ? std::nullopt : std::optional(textOf(path));
 }
 
@@ -104,8 +111,8 @@ std::vector<std::unique_ptr<Waveform>> WindowHost::render(const Item& item) {
 void WindowHost::renderStoppably(const std::function<void()>& run) {
   const auto operation = beginOperation();
   isRendering_ = true;
+  const auto end = qScopeGuard([this] { isRendering_ = false; });
   run();
-  isRendering_ = false;
 }
 
 }  // namespace tervo::ui

@@ -38,6 +38,9 @@ class WindowHost final : public QObject, public Host {
     WindowHost& host_;
   };
   [[nodiscard]] Operation beginOperation();
+  /// Nobody is asked: every question has its safe answer, and files stay missing.
+  void setQuiet(bool quiet) { isQuiet_ = quiet; }
+  bool isQuiet() const { return isQuiet_; }
   bool isBusy() const { return operations_ > 0; }
   bool cancelled() const { return cancelled_; }
 
@@ -69,6 +72,7 @@ class WindowHost final : public QObject, public Host {
   Renderer renderer_;
   int operations_ = 0;
   bool isRendering_ = false;
+  bool isQuiet_ = false;
   std::atomic<bool> cancelled_{false};
 };
 

@@ -63,6 +63,28 @@ TEST_F(OpenFlow, AFileThatCannotBeReadLeavesAnEmptyCollection) {
   EXPECT_EQ(document.sourceFormat, noFormat);
 }
 
+TEST_F(OpenFlow, AFileThatCannotBeReadOrIsBrokenOffLeavesUnsavedChangesAlone) {
+  folder.put(u"one.xyz", "12345678");
+  folder.put(u"good.sb", "\x40");
+  DocumentHistory history(document, host, folder.text(u"states"), nullptr);
+  OpenContext unreadable = opening(), brokenOff = opening();
+  unreadable.history = brokenOff.history = &history;
+  unreadable.raw = {.channels = 3};
+  brokenOff.normalisation = Normalisation::applied;
+  host.stepsAllowed = 0;
+  history.edit(document.waveforms()[0]->id(), u"Rename", [&] { document.waveforms()[0]->name = u"mine"; });
+  for (const auto& [name, context] : {std::pair(u"one.xyz", unreadable), std::pair(u"good.sb", brokenOff)}) {
+    EXPECT_FALSE(OpenFile(document, folder.text(name), RawFallback::allowed, context));
+    expectUntouched();
+    EXPECT_TRUE(history.hasUnsavedChanges());
+  }
+  ASSERT_TRUE(history.Undo());
+  EXPECT_EQ(document.waveforms()[0]->name, u"old");
+  history.markSaved();
+  EXPECT_FALSE(OpenFile(document, folder.text(u"one.xyz"), RawFallback::allowed, unreadable));
+  EXPECT_EQ(document.name, u"Empty collection");
+}
+
 TEST_F(OpenFlow, WhatIsMergedIsTidiedUpAndWhatWasThereIsNot) {
   document.add(waveformNamed(u"old", {0.5f}));
   folder.put(u"old.sb", "\x20");

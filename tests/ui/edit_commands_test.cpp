@@ -5,7 +5,9 @@
 #include <QTableWidget>
 #include <QTreeView>
 
+#include "base/last_error.h"
 #include "core/parameter_access.h"
+#include "core/song.h"
 #include "tests/ui/window_fixture.h"
 #include "ui/dialogs/save_each_dialog.h"
 
@@ -35,6 +37,95 @@ TEST_F(WindowTest, CopiesInstrumentsWithWhatTheyPlayAndPastesOneUndoStep) {
   EXPECT_EQ(session.document().waveforms()[0]->frames(), 1000);
   ASSERT_TRUE(session.undo());
   EXPECT_FALSE(session.document().holdsData());
+}
+
+TEST_F(WindowTest, PastingAWaveformIntoItsOwnDocumentMakesACopy) {
+  addInstrument(u"Piano");
+  Q_EMIT session.replaced();
+  window.list().select({session.document().waveforms()[0]->id()});
+  window.edit().copy();
+  window.edit().paste();
+  ASSERT_EQ(session.document().waveforms().size(), 2u);
+  EXPECT_EQ(window.chosenItems(), std::vector{session.document().waveforms()[1]->id()});
+  EXPECT_EQ(session.document().waveforms()[1]->frames(), 1000);
+}
+
+TEST_F(WindowTest, RegionsAndLayersAreMovedThroughTheClipboard) {
+  const Instrument &piano = addInstrument(u"Piano"), &organ = addInstrument(u"Organ");
+  Q_EMIT session.replaced();
+  const ItemId from = piano.id(), into = organ.layers()[0]->id();
+  setParameterValue(piano.layers()[0]->regions()[1]->id(), ParameterId::triggerLowKey, 77);
+  const auto regionsOf = [](ItemId id, std::size_t layer) {
+    return findItem<Instrument>(id)->layers()[layer]->regions().size();
+  };
+  window.tree().select({piano.layers()[0]->regions()[1]->id()});
+  window.edit().cut();
+  EXPECT_EQ(regionsOf(from, 0), 1u);
+  EXPECT_EQ(regionsOf(from, 1), 2u);
+  window.tree().select({into});
+  window.edit().paste();
+  ASSERT_EQ(session.document().instruments().size(), 2u);
+  const auto moved = findItem<Layer>(into)->regions();
+  ASSERT_EQ(moved.size(), 3u);
+  EXPECT_EQ(parameterValue(moved[2]->id(), ParameterId::triggerLowKey), 77);
+  EXPECT_EQ(moved[2]->waveform, session.document().waveforms()[0]->id());
+  EXPECT_EQ(session.document().waveforms().size(), 1u);
+  EXPECT_EQ(window.chosenItems(), std::vector{moved[2]->id()});
+  ASSERT_TRUE(session.undo());
+  EXPECT_EQ(findItem<Layer>(into)->regions().size(), 2u);
+  ASSERT_TRUE(session.undo());
+  EXPECT_EQ(regionsOf(from, 0), 2u);
+
+  window.tree().select({findItem<Instrument>(from)->layers()[1]->id()});
+  window.edit().copy();
+  window.tree().select({into});
+  window.edit().paste();
+  EXPECT_EQ(containingInstrument(into)->layers().size(), 3u);
+  // Where nothing can hold a layer, it brings an instrument of its own.
+  window.tree().select({session.document().id()});
+  window.edit().paste();
+  ASSERT_EQ(session.document().instruments().size(), 3u);
+  EXPECT_EQ(session.document().instruments()[2]->layers().size(), 1u);
+}
+
+TEST_F(WindowTest, ATrackKeepsItsTimesInASongThatCountsOtherwise) {
+  const auto addSong = [&](uint16_t division) -> Song& {
+    auto song = std::make_unique<Song>();
+    song->division = division;
+    Track& track = song->add(std::make_unique<Track>());
+    // A note of one quarter: on, off, end of track.
+    const uint8_t late = static_cast<uint8_t>(0x80 | division >> 7), rest = division & 0x7F;
+    for (const uint8_t byte : {uint8_t{0}, uint8_t{0x90}, uint8_t{60}, uint8_t{100}, late, rest, uint8_t{0x80},
+                               uint8_t{60}, uint8_t{64}, uint8_t{0}, uint8_t{0xFF}, uint8_t{0x2F}, uint8_t{0}})
+      track.data.push_back(std::byte{byte});
+    return session.document().add(std::move(song));
+  };
+  const Song &from = addSong(480), &to = addSong(960);
+  Q_EMIT session.replaced();
+  const double seconds = lengthInSeconds(from);
+  const ItemId target = to.id();
+  window.tree().select({from.tracks()[0]->id()});
+  window.edit().copy();
+  window.tree().select({target});
+  window.edit().paste();
+  const Song& song = *findItem<Song>(target);
+  ASSERT_EQ(song.tracks().size(), 2u);
+  EXPECT_EQ(song.division, 960);
+  EXPECT_EQ(summaryOf(*song.tracks()[1]).ticks, 960u);
+  EXPECT_DOUBLE_EQ(lengthInSeconds(song), seconds);
+  EXPECT_EQ(session.document().songs().size(), 2u);
+}
+
+TEST_F(WindowTest, PartsAreSavedAsTheirInstrument) {
+  const Instrument& piano = addInstrument(u"Piano");
+  addInstrument(u"Organ");
+  const std::vector<ItemId> layers{piano.layers()[0]->id(), piano.layers()[1]->id()};
+  const ItemId owner = piano.id();
+  EXPECT_EQ(session.itemsToWrite(layers), std::vector{owner});
+  ASSERT_TRUE(session.save(layers, writerForExtension(u"sf2"), folder() + u"/one.sf2", {})) << toUtf8(LastErrorText());
+  ASSERT_TRUE(session.open(folder() + u"/one.sf2", OpenMode::replace));
+  ASSERT_EQ(session.document().instruments().size(), 1u);
+  EXPECT_EQ(session.document().instruments()[0]->name, u"Piano");
 }
 
 TEST_F(WindowTest, DeleteMeansTheItemOnlyWhereItemsAreShown) {

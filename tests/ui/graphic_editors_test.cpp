@@ -3,6 +3,7 @@
 #include <QLineEdit>
 #include <QTabBar>
 #include <QTabWidget>
+#include <QToolButton>
 #include <QWheelEvent>
 
 #include "core/parameter_access.h"
@@ -147,6 +148,24 @@ TEST_F(GraphicEditorsTest, PagesFollowTheRowInFocusAndTheItems) {
   window.tree().select({session.document().id()});
   EXPECT_FALSE(graphics().showPage("Filter"));
   EXPECT_TRUE(graphics().tags().isVisible());
+}
+
+TEST_F(GraphicEditorsTest, EveryTabIsReachedWithTheMouse) {
+  auto* bar = graphics().findChild<QTabBar*>();
+  auto* right = bar->findChild<QToolButton*>("ScrollRightButton");
+  ASSERT_EQ(bar->count(), 11);
+  const auto inSight = [&](int tab) {
+    const int end = right && right->isVisible() ? right->parentWidget()->mapTo(bar, right->pos()).x() : bar->width();
+    const QPoint middle = bar->tabRect(tab).center();
+    return middle.x() > 0 && middle.x() < end;
+  };
+  bar->setCurrentIndex(3);
+  for (int tab = 4; tab < bar->count(); ++tab) {
+    for (int i = 0; i < 20 && !inSight(tab); ++i) QTest::mouseClick(right, Qt::LeftButton);
+    ASSERT_TRUE(inSight(tab)) << bar->tabText(tab).toStdString();
+    QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(tab).center());
+    EXPECT_EQ(bar->currentIndex(), tab);
+  }
 }
 
 TEST_F(GraphicEditorsTest, RegionsAreChosenAndMovedTogether) {

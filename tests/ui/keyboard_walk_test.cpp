@@ -1,12 +1,14 @@
 // The main tasks without a mouse.
 
 #include <QAccessible>
+#include <QCheckBox>
 #include <QDir>
 #include <QMenu>
 #include <QMenuBar>
 #include <QRegularExpression>
 #include <QTabWidget>
 #include <QTextBrowser>
+#include <map>
 #include <set>
 
 #include "core/parameter_access.h"
@@ -91,6 +93,41 @@ TEST_F(KeyboardWalkTest, SelectsEditsUndoesCopiesAndDeletes) {
   EXPECT_EQ(session.document().instruments().size(), 3u);
   press(Qt::Key_Delete);
   EXPECT_EQ(session.document().instruments().size(), 2u);
+}
+
+TEST_F(KeyboardWalkTest, SpacePressesButtonsAndPlaysElsewhere) {
+  auto* button = new QCheckBox("Press", window.centralWidget());
+  button->show();
+  button->setFocus();
+  press(Qt::Key_Space);
+  EXPECT_TRUE(button->isChecked());
+  EXPECT_FALSE(player.isPlaying());
+  window.tree().select({session.document().instruments()[0]->id()});
+  window.tree().setFocus();
+  press(Qt::Key_Space);
+  EXPECT_TRUE(player.isPlaying());
+  player.stop();
+}
+
+TEST_F(KeyboardWalkTest, NothingSoundsOnWhenTheFocusLeavesOrAnotherInstrumentIsChosen) {
+  std::map<int, bool> sounding;
+  QObject::connect(&player, &Player::keySounded, &window, [&](int key, bool on) { sounding[key] = on; });
+  const auto any = [&] {
+    return std::any_of(sounding.begin(), sounding.end(), [](const auto& each) { return each.second; });
+  };
+  window.keyboard().show();
+  window.tree().select({session.document().instruments()[0]->id()});
+  window.keyboard().setFocus();
+  const auto hold = [&] {
+    QTest::keyPress(&window, Qt::Key_Z);
+    EXPECT_TRUE(any());
+  };
+  hold();
+  window.list().setFocus();
+  EXPECT_FALSE(any());
+  hold();
+  window.tree().select({session.document().instruments()[1]->id()});
+  EXPECT_FALSE(any());
 }
 
 TEST_F(KeyboardWalkTest, MenusHaveLettersOfTheirOwn) {

@@ -2,12 +2,14 @@
 
 #include <QAction>
 #include <QDropEvent>
+#include <QLineEdit>
 #include <QMenuBar>
 #include <QMimeData>
 #include <QUrl>
 
 #include "tests/ui/modal_answer.h"
 #include "tests/ui/window_fixture.h"
+#include "ui/file_dialogs.h"
 
 namespace tervo::ui {
 namespace {
@@ -111,6 +113,54 @@ TEST_F(WindowTextsTest, WhatCannotBeOpenedSaysWhyAndOffersRawData) {
             "data...\n\nYou'll need to adjust the data format on the 'Source' tab of the waveform properties.");
   EXPECT_EQ(raw.buttons, (QStringList{"OK", "Cancel", "Allways OK", "Allways Cancel"}));
   EXPECT_EQ(session.document().waveforms().size(), 1u);
+}
+
+TEST_F(WindowTextsTest, WithoutMessageBoxesNothingAsksAndFailuresStandInTheStatusLine) {
+  const QString odd = file("odd.bytes", QByteArray(400, 'x'));
+  QString shown;
+  QObject::connect(&host, &WindowHost::statusShown, &host, [&](const QString& text) { shown = text; });
+  const auto open = [&] { window.openFiles({textOf(odd)}, OpenMode::replace); };
+  window.setMessageBoxesAllowed(false);
+  EXPECT_FALSE(answering({}, open).wasShown);
+  EXPECT_EQ(shown, "Not detected as any supported file type");
+  settings.load.confirm = 1;
+  change();
+  EXPECT_FALSE(answering({}, [&] { EXPECT_FALSE(window.confirmDiscarding()); }).wasShown);
+  window.setMessageBoxesAllowed(true);
+  settings.load.confirm = 0;
+  // While the program starts the text is told and nothing offered; later, declining is answer enough.
+  session.setRawDataOffered(false);
+  EXPECT_EQ(answering({}, open).text, "Not detected as any supported file type");
+  session.setRawDataOffered(true);
+  bool wasToldAgain = false;
+  answering("Cancel", [&] {
+    open();
+    wasToldAgain = QApplication::activeModalWidget() != nullptr;
+  });
+  EXPECT_FALSE(wasToldAgain);
+  EXPECT_TRUE(session.document().holdsData());
+}
+
+TEST_F(WindowTextsTest, SavedNamesEndInAnExtension) {
+  settings.app.lastPathOut = textOf(dir.path());
+  QString offered;
+  const auto saveAs = [&](const QString& typed) {
+    QTimer::singleShot(0, [&] {
+      auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+      ASSERT_TRUE(dialog);
+      auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+      offered = name->text();
+      if (!typed.isEmpty()) name->setText(typed);
+      static_cast<QDialog*>(dialog)->accept();
+    });
+    const auto choice = chooseFileToSave(&window, "Save As", ItemKind::waveform, "Piano v1.2", settings);
+    return choice ? QFileInfo(qt(choice->path)).fileName() : QString();
+  };
+  settings.app.lastExp[0] = writerForExtension(u"wav") + 1;
+  EXPECT_EQ(saveAs({}), "Piano v1.2.wav");
+  EXPECT_EQ(offered, "Piano v1.2.wav");
+  EXPECT_EQ(saveAs("Take 3.5"), "Take 3.5.wav");
+  EXPECT_EQ(saveAs("take.WAV"), "take.WAV");
 }
 
 TEST_F(WindowTextsTest, FileDialogsHaveTheirTitlesAndLines) {

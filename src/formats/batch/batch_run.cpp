@@ -1,6 +1,7 @@
 #include "formats/batch/batch_run.h"
 
 #include <algorithm>
+#include <exception>
 
 #include "base/last_error.h"
 #include "platform/file.h"
@@ -36,7 +37,12 @@ bool BatchRun::start() {
   if (order_.empty()) return true;
   if (!platform::createFolders(plan_.request.targetFolder) || !plan_.journal.begin()) return false;
   const std::size_t count = std::min(static_cast<std::size_t>(options_.workers), order_.size());
-  for (std::size_t i = 0; i < count; ++i) threads_.emplace_back([this] { work(); });
+  try {
+    while (threads_.size() < count) threads_.emplace_back([this] { work(); });
+  } catch (const std::exception&) {
+    // Those that began do the work of all.
+    if (threads_.empty()) return fail(u"Out of memory");
+  }
   return true;
 }
 
@@ -70,7 +76,15 @@ void BatchRun::apply(Event& event) {
 void BatchRun::work() {
   platform::setThreadRole(platform::ThreadRole::other);
   const SilentFailures silent;
-  for (std::size_t i = next_++; i < order_.size(); i = next_++) convert(order_[i]);
+  for (std::size_t i = next_++; i < order_.size(); i = next_++) {
+    try {
+      convert(order_[i]);
+    } catch (const std::exception&) {
+      WorkerResult result;
+      result.cause = u"Out of memory";
+      tell({order_[i], BatchState::failed, 1, 0, std::move(result)});
+    }
+  }
 }
 
 void BatchRun::convert(std::size_t index) {

@@ -69,17 +69,16 @@ GraphicPane::GraphicPane(DocumentSession& session, PropertyModel& model, QWidget
   stack_->addWidget(envelope_ = new EnvelopeEditor(session, model, stack_));
   stack_->addWidget(tags_ = new TagPane(session, stack_));
   choiceRow_ = new QHBoxLayout;
-  auto* top = new QHBoxLayout;
-  top->addWidget(bar_, 1);
-  top->addLayout(choiceRow_);
+  choiceRow_->addStretch(1);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
-  layout->addLayout(top);
+  layout->addWidget(bar_);
+  // Beside the tabs they would take the room that those need.
+  layout->addLayout(choiceRow_);
   layout->addWidget(stack_, 1);
-  for (const Page& page : pages) bar_->addTab(tr(page.title));
-  connect(bar_, &QTabBar::currentChanged, this, [this](int index) {
-    wanted_ = index;
-    showTab(index);
+  connect(bar_, &QTabBar::currentChanged, this, [this](int tab) {
+    wanted_ = pageOf(tab);
+    showPage(wanted_);
   });
   connect(keys_, &KeyMap::regionsChosen, this, &GraphicPane::itemsChosen);
   setItems({});
@@ -87,24 +86,45 @@ GraphicPane::GraphicPane(DocumentSession& session, PropertyModel& model, QWidget
 
 void GraphicPane::setItems(const std::vector<ItemId>& items) {
   const QSignalBlocker quiet(bar_);
-  int page = -1;
-  for (int i = 0; i < bar_->count(); ++i) {
-    const auto hasPage = [i](ItemId id) {
-      const bool isMap = pageAt(i).editor == Editor::keys && kindOf(id) == ItemKind::instrument;
-      return isMap || hasRow(kindOf(id), pageAt(i).first);
+  std::vector<int> wanted;
+  for (int page = 0; page < static_cast<int>(std::size(pages)); ++page) {
+    const auto hasPage = [page](ItemId id) {
+      const bool isMap = pageAt(page).editor == Editor::keys && kindOf(id) == ItemKind::instrument;
+      return isMap || hasRow(kindOf(id), pageAt(page).first);
     };
-    const bool applies = std::any_of(items.begin(), items.end(), hasPage);
-    // Qt 6.4 forgets to lay the tabs out anew when the last of several calls changes nothing.
-    if (bar_->isTabVisible(i) != applies) bar_->setTabVisible(i, applies);
-    if (applies && (page < 0 || i == wanted_)) page = i;
+    if (std::any_of(items.begin(), items.end(), hasPage)) wanted.push_back(page);
   }
+  setTabs(wanted);
+  setVisible(!wanted.empty());
+  // Where there were no tabs there was no height.
   bar_->updateGeometry();
-  setVisible(page >= 0);
+  layout()->activate();
   keys_->setItems(items);
   tags_->setItems(items);
-  if (page < 0) return;
-  bar_->setCurrentIndex(page);
-  showTab(page);
+  if (wanted.empty()) return;
+  const int tab = std::max(tabOf(wanted_), 0);
+  bar_->setCurrentIndex(tab);
+  showPage(pageOf(tab));
+}
+
+void GraphicPane::setTabs(const std::vector<int>& wanted) {
+  std::vector<int> now;
+  for (int tab = 0; tab < bar_->count(); ++tab) now.push_back(pageOf(tab));
+  if (now == wanted) return;
+  // Hidden ones would be in the way: Qt 6.4 scrolls to tabs as if they took room.
+  while (bar_->count() > 0) bar_->removeTab(0);
+  for (const int page : wanted) bar_->setTabData(bar_->addTab(tr(pageAt(page).title)), page);
+}
+
+int GraphicPane::pageOf(int tab) const {
+  return tab < 0 ? -1 : bar_->tabData(tab).toInt();
+}
+
+int GraphicPane::tabOf(int page) const {
+  for (int tab = 0; tab < bar_->count(); ++tab) {
+    if (pageOf(tab) == page) return tab;
+  }
+  return -1;
 }
 
 HandleView* GraphicPane::handleView() const {
@@ -119,21 +139,22 @@ void GraphicPane::refresh() {
 }
 
 void GraphicPane::showRow(ParameterId row) {
-  for (int i = 0; i < bar_->count(); ++i) {
-    if (row >= pageAt(i).first && row <= pageAt(i).last && bar_->isTabVisible(i)) bar_->setCurrentIndex(i);
+  for (int tab = 0; tab < bar_->count(); ++tab) {
+    const Page& page = pageAt(pageOf(tab));
+    if (row >= page.first && row <= page.last) bar_->setCurrentIndex(tab);
   }
 }
 
 bool GraphicPane::showPage(const QString& title) {
   for (int i = 0; i < bar_->count(); ++i) {
-    if (bar_->tabText(i) != title || !bar_->isTabVisible(i)) continue;
+    if (bar_->tabText(i) != title) continue;
     bar_->setCurrentIndex(i);
     return true;
   }
   return false;
 }
 
-void GraphicPane::showTab(int index) {
+void GraphicPane::showPage(int index) {
   if (index < 0) return;
   const Page& page = pageAt(index);
   QWidget* const editors[] = {keys_, filter_, eq_, lfo_, envelope_, tags_};
@@ -155,7 +176,7 @@ void GraphicPane::buildChoices() {
     box->setAccessibleName(qt(rowOf(row).name));
     box->setToolTip(qt(rowOf(row).name));
     connect(box, &QComboBox::activated, this, [this, row](int index) { model_.setNumber(row, index); });
-    choiceRow_->addWidget(box);
+    choiceRow_->insertWidget(choiceRow_->count() - 1, box);
     choices_.emplace_back(row, box);
   }
 }

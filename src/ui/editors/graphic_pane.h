@@ -50,7 +50,11 @@ class GraphicPane final : public QWidget {
   void itemsChosen(const std::vector<ItemId>& items);
 
  private:
-  void showTab(int index);
+  void setTabs(const std::vector<int>& wanted);
+  int pageOf(int tab) const;
+  /// Below 0 where the page has none.
+  int tabOf(int page) const;
+  void showPage(int index);
   void buildChoices();
   void refreshChoices();
   HandleView* handleView() const;

@@ -103,6 +103,7 @@ bool KeyboardView::handleKey(const QKeyEvent& event) {
   const auto octaveKey = event.key() == Qt::Key_PageUp ? 1 : event.key() == Qt::Key_PageDown ? -1 : 0;
   if (octaveKey != 0 && event.type() == QEvent::KeyPress) {
     octave_ = std::clamp(octave_ + octaveKey, 0, 8);
+    update();
     return true;
   }
   const int first = 12 * (octave_ + 1);
@@ -124,7 +125,20 @@ bool KeyboardView::handleKey(const QKeyEvent& event) {
   return false;
 }
 
+QString KeyboardView::letterOf(int key) const {
+  const int first = 12 * (octave_ + 1);
+  const std::pair<const std::string&, int> rows[] = {{settings_.aio.vkLo, first}, {settings_.aio.vkHi, first + 12}};
+  QString letters;
+  for (const auto& [characters, base] : rows) {
+    const auto place = static_cast<std::size_t>(key - base);
+    if (key >= base && place < characters.size() && characters[place] > ' ') letters += QLatin1Char(characters[place]);
+  }
+  return letters;
+}
+
 void KeyboardView::releaseAll() {
+  letGo(mouseKey_);
+  mouseKey_ = -1;
   for (const auto& [computerKey, key] : held_) letGo(key);
   held_.clear();
 }
@@ -155,12 +169,15 @@ void KeyboardView::paintEvent(QPaintEvent*) {
       painter.setPen(QPen(QColor(0x60, 0x60, 0x60), 0));
       painter.setBrush(colour);
       painter.drawRect(rectOf(key));
-      if (key % 12 != 0 || rectOf(key).width() < 8) continue;
-      painter.setPen(QColor(0x50, 0x50, 0x50));
+      if (rectOf(key).width() < 8) continue;
+      painter.setPen(black ? QColor(0xd0, 0xd0, 0xd0) : QColor(0x50, 0x50, 0x50));
       QFont small = font();
       small.setPixelSize(8);
       painter.setFont(small);
-      painter.drawText(rectOf(key), Qt::AlignHCenter | Qt::AlignBottom, qt(keyName(key, middleC)));
+      // What the keys of the computer play in this octave.
+      const QRectF above = rectOf(key).adjusted(0, 0, 0, black ? -4 : -10);
+      painter.drawText(above, Qt::AlignHCenter | Qt::AlignBottom, letterOf(key));
+      if (key % 12 == 0) painter.drawText(rectOf(key), Qt::AlignHCenter | Qt::AlignBottom, qt(keyName(key, middleC)));
     }
   }
 }

@@ -22,6 +22,8 @@ class KeyboardView final : public QWidget {
   void showKey(int key, bool isDown);
   /// The key of a point, -1 beside the keys.
   int keyAt(const QPointF& point) const;
+  /// Of the computer's keyboard, what plays it in this octave.
+  QString letterOf(int key) const;
   QRectF rectOf(int key) const;
 
   /// A computer key that plays; true when it was one. They are those of the settings by their place on a US keyboard.

@@ -55,7 +55,7 @@ void Player::openMidiInput() {
       const bool isOn = kind == noteOn && copy[2] > 0;
       if (isOn && !prepareKeys()) return;
       if (keys_) audio::postFromKeyboard(*keys_, copy, channel_);
-      if (kind == noteOn || kind == noteOff) Q_EMIT keySounded(copy[1], isOn);
+      if (kind == noteOn || kind == noteOff) tellKey(copy[1], isOn);
     });
   });
   if (!midiInput_) session_.host().showStatus(LastErrorText());
@@ -104,7 +104,7 @@ bool Player::keyDown(int key, int velocity) {
   if (!prepareKeys()) return false;
   const uint8_t message[] = {noteOn, static_cast<uint8_t>(key), static_cast<uint8_t>(velocity)};
   audio::postFromKeyboard(*keys_, message, channel_);
-  Q_EMIT keySounded(key, true);
+  tellKey(key, true);
   return true;
 }
 
@@ -112,13 +112,21 @@ void Player::keyUp(int key) {
   if (!keys_) return;
   const uint8_t message[] = {noteOff, static_cast<uint8_t>(key), 64};
   audio::postFromKeyboard(*keys_, message, channel_);
-  Q_EMIT keySounded(key, false);
+  tellKey(key, false);
+}
+
+void Player::tellKey(int key, bool isDown) {
+  if (key < 0 || key >= static_cast<int>(down_.size())) return;
+  down_.set(static_cast<std::size_t>(key), isDown);
+  Q_EMIT keySounded(key, isDown);
 }
 
 void Player::allKeysUp() {
-  if (!keys_) return;
   const uint8_t message[] = {controlChange, allNotesOff, 0};
-  audio::postFromKeyboard(*keys_, message, channel_);
+  if (keys_) audio::postFromKeyboard(*keys_, message, channel_);
+  for (std::size_t key = 0; key < down_.size(); ++key) {
+    if (down_[key]) tellKey(static_cast<int>(key), false);
+  }
 }
 
 void Player::audition(ItemId id) {
@@ -162,14 +170,17 @@ bool Player::play(ItemId id, double start) {
     waveform_ = audio::playWaveform(*output_, *waveform, start, audio::gainOf(session_.settings().aio.waveGain));
     playing = waveform_ != nullptr;
   } else if (const Song* song = containingSong(id)) {
+    id = song->id();
     playing = playSong(*song, start);
   } else if (const Instrument* instrument = containingInstrument(id)) {
+    id = instrument->id();
     playing = playInstrument(*instrument);
   } else {
     return fail(u"No item selected");
   }
   if (!playing) return false;
   wasPlaying_ = true;
+  playing_ = id;
   watcher_.start(watchMs);
   Q_EMIT playingChanged(true);
   return true;
@@ -184,6 +195,7 @@ void Player::stop() {
   songStart_.reset();
   if (!wasPlaying_) return;
   wasPlaying_ = false;
+  playing_ = noItem;
   Q_EMIT playingChanged(false);
   Q_EMIT positionChanged();
 }
@@ -202,10 +214,13 @@ std::optional<double> Player::songSeconds() const {
 
 void Player::watch() {
   if (output_->state() == audio::AudioOutput::State::lost) {
+    allKeysUp();
     keys_.reset();
     stop();
     output_->close();
-    Q_EMIT statusShown(tr("The audio device was lost"));
+    // Looked at again when something is to sound; until then it stands there.
+    watcher_.stop();
+    return Q_EMIT statusShown(tr("The audio device was lost"));
   }
   if (wasPlaying_ && !isPlaying()) stop();
   if (wasPlaying_) Q_EMIT positionChanged();

@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QTimer>
+#include <bitset>
 #include <memory>
 #include <optional>
 
@@ -33,6 +34,8 @@ class Player final : public QObject {
   bool play(ItemId item, double start = 0);
   void stop();
   bool isPlaying() const;
+  /// The waveform, song or instrument that play() was given last and that is not at its end.
+  ItemId playing() const { return playing_; }
   /// The frame of the waveform that is played now; nothing for other items.
   std::optional<double> position() const;
   /// The second of the song that is played now; nothing for other items.
@@ -66,6 +69,7 @@ class Player final : public QObject {
   bool perform(std::shared_ptr<audio::SynthFront> synth, audio::SongEvents events);
   std::shared_ptr<audio::SynthFront> startSynth(bool hasEffects);
   void watch();
+  void tellKey(int key, bool isDown);
 
   DocumentSession& session_;
   audio::AudioOutput::Opener opener_;
@@ -78,6 +82,8 @@ class Player final : public QObject {
   std::shared_ptr<audio::WaveformPlayer> waveform_;
   std::unique_ptr<Instrument> ownInstrument_;  ///< of a waveform that is played by keys
   ItemId played_ = noItem;
+  ItemId playing_ = noItem;
+  std::bitset<128> down_;  ///< keys that were told to sound
   uint8_t channel_ = 0;
   bool isLoaded_ = false;
   bool wasPlaying_ = false;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <exception>
 
 #include "base/last_error.h"
 
@@ -35,12 +36,27 @@ void PeakCache::setSamples(SampleRef samples) {
   levels_.clear();
   framesDone_ = 0;
   if (!samples_ || samples_->frames() == 0) return;
+  try {
+    start();
+  } catch (const std::exception&) {
+    // Short of memory or threads: nothing is drawn, and nothing else suffers.
+    levels_.clear();
+  }
+}
+
+void PeakCache::start() {
   const auto channels = static_cast<std::size_t>(samples_->channels());
   for (int64_t length = finest;; length *= ratio) {
     levels_.emplace_back(stretchesOf(samples_->frames(), length) * channels);
     if (samples_->frames() <= length) break;
   }
-  reader_ = std::thread([this] { read(stopping_); });
+  reader_ = std::thread([this] {
+    try {
+      read(stopping_);
+    } catch (const std::exception&) {
+      // It is drawn as far as it has got.
+    }
+  });
 }
 
 void PeakCache::wait() {

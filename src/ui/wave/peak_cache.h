@@ -49,6 +49,7 @@ class PeakCache final : public QObject {
   void grown();
 
  private:
+  void start();
   void stop();
   void read(const std::atomic<bool>& stopping);
   void finish(std::span<const float> frames, int64_t stretch);

@@ -127,6 +127,10 @@ void WaveformPane::buildToolBar() {
   addDisplay(tr("Spectrum"), &Settings::Viz::spectrum);
 }
 
+QList<QAction*> WaveformPane::toolActions() const {
+  return tools_->actions();
+}
+
 void WaveformPane::setDisplay(uint8_t Settings::Viz::*flag, bool on) {
   session_.settings().viz.*flag = on;
   spectrum_->setVisible(session_.settings().viz.spectrum != 0);

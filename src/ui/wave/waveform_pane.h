@@ -27,6 +27,9 @@ class WaveformPane final : public QWidget {
   WaveformView& view() { return *view_; }
   QTableView& markers() { return *table_; }
 
+  /// What the tool bar offers, for a menu.
+  QList<QAction*> toolActions() const;
+
   /// Markers of the selection, or at the cursor where nothing is selected. One undo step.
   void addMarker(MarkerType type);
   void removeMarker();
