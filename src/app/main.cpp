@@ -141,6 +141,11 @@ int run(int argc, char** argv) {
   window.setMessageBoxesAllowed(true);
   window.refreshState();
 
+  // Where the desktop ends, nothing behind the loop is sure to be reached.
+  QObject::connect(&application, &QGuiApplication::commitDataRequest, [&] {
+    if (settings.app.persistentState) session.saveSession(lastSession);
+    SaveSettings(settings, *backend);
+  });
   const int status = QApplication::exec();
   player.stop();
   saveUntilDone(u"The session", [&] { return !settings.app.persistentState || session.saveSession(lastSession); });

@@ -291,7 +291,15 @@ void MainWindow::playOrStop() {
 }
 
 void MainWindow::process(const Operation* operation) {
-  OperationDialog(session_, chosen_, operation, this).exec();
+  const Collection& document = session_.document();
+  const bool hasWaveforms = !document.waveforms().empty(), hasSongs = !document.songs().empty();
+  if (operation && !(operation->kind == ItemKind::song ? hasSongs : hasWaveforms))
+    return session_.host().showStatus(u"There is no " + Text(nameOf(operation->kind)) + u" to process");
+  if (!hasWaveforms && !hasSongs) return session_.host().showStatus(u"There is nothing to process");
+  // Of what plays waveforms, those are meant.
+  std::vector<ItemId> items = chosen_;
+  for (const ItemId id : waveformsPlayedBy(chosen_)) items.push_back(id);
+  OperationDialog(session_, std::move(items), operation, this).exec();
 }
 
 void MainWindow::editPreferences() {

@@ -197,6 +197,16 @@ TEST_F(WindowTest, SavesEachItemUnderANameOfItsOwnAndKeepsFilesThatAreThere) {
   dialog.accept();
   EXPECT_EQ(dialog.result(), QDialog::Rejected);
   EXPECT_EQ(dialog.table().item(0, 1)->text(), "File exists already");
+
+  // A second try leaves what the first has saved.
+  ASSERT_TRUE(QFile::remove(dir.filePath("_CON.wav")));
+  dialog.accept();
+  EXPECT_EQ(dialog.table().item(2, 1)->text(), "saved");
+  dialog.accept();
+  EXPECT_EQ(dialog.table().item(2, 1)->text(), "saved");
+  for (const char* name : {"A_B.wav", "a_b (2).wav", "unnamed.wav"}) ASSERT_TRUE(QFile::remove(dir.filePath(name)));
+  dialog.accept();
+  EXPECT_EQ(dialog.result(), QDialog::Accepted);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <QTabWidget>
 #include <QTableView>
 #include <cmath>
+#include <new>
 
 #include "tests/ui/window_fixture.h"
 
@@ -33,6 +34,17 @@ class WaveformPaneTest : public WindowTest {
 
   Waveform* waveform;
 };
+
+TEST_F(WaveformPaneTest, APictureForWhichThereIsNoMemoryEndsNothing) {
+  struct TooLarge final : SampleData {
+    TooLarge() : SampleData(2, 1000) {}
+    std::unique_ptr<SampleStream> open(int64_t) const override { throw std::bad_alloc(); }
+  };
+  PeakCache peaks;
+  peaks.setSamples(std::make_shared<TooLarge>());
+  peaks.wait();
+  EXPECT_FALSE(peaks.peak(0, 0, 1000));
+}
 
 TEST_F(WaveformPaneTest, DraggingALoopEndIsOneUndoStep) {
   QTest::mousePress(&view(), Qt::LeftButton, {}, pointOf(30000));

@@ -9,6 +9,7 @@
 #include <QVBoxLayout>
 
 #include "base/last_error.h"
+#include "base/memory_guard.h"
 #include "platform/file.h"
 #include "platform/program.h"
 #include "ui/batch/batch_model.h"
@@ -84,10 +85,14 @@ void BatchRunPage::plan() {
   request.sources = sources_.sources();
   request.resume |= isStarted_;
   model_->setEntries(nullptr);
-  run_ = std::make_unique<BatchRun>(PlanBatch(std::move(request)), BatchRunOptions{targets_.workers(), 600, program_});
+  const BatchRunOptions options{targets_.workers(), 600, program_};
+  run_ = guardMemory([&] { return std::make_unique<BatchRun>(PlanBatch(request), options); });
+  const bool isPlanned = run_ != nullptr;
+  if (!isPlanned) run_ = std::make_unique<BatchRun>(BatchPlan{{}, {}, BatchJournal(request.targetFolder)}, options);
   isStarted_ = false;
   model_->setEntries(&run_->entries());
   show();
+  if (!isPlanned) summary_->setText(qt(LastErrorText()));
 }
 
 bool BatchRunPage::isRunning() const {

@@ -11,6 +11,7 @@
 #include <QPushButton>
 #include <QTableWidget>
 #include <QVBoxLayout>
+#include <map>
 
 #include "ui/document_session.h"
 #include "ui/file_dialogs.h"
@@ -99,7 +100,10 @@ void SaveEachDialog::showPlan() {
     table_->insertRow(line);
     table_->setItem(line, 0, new QTableWidgetItem(qt(each.path)));
     const bool exists = QFileInfo::exists(qt(each.path));
-    table_->setItem(line, 1, new QTableWidgetItem(exists ? tr("exists already, will be kept") : QString()));
+    const QString state = saved_.contains(each.path) ? tr("saved")
+                          : exists                   ? tr("exists already, will be kept")
+                                                     : QString();
+    table_->setItem(line, 1, new QTableWidgetItem(state));
   }
 }
 
@@ -111,10 +115,15 @@ void SaveEachDialog::accept() {
   auto plan = planSaveEach(items, row(), textOf(folder_->text()), subFolders);
   session_.settings().app.lastPathOut = textOf(folder_->text());
   session_.settings().sall.subDirs = subFolders_->isChecked();
+  // What the last try has written is done.
+  std::map<Text, int> lines;
+  for (std::size_t i = 0; i < plan.size(); ++i) lines[plan[i].path] = static_cast<int>(i);
+  std::erase_if(plan, [this](const SavedItem& each) { return saved_.contains(each.path); });
   if (session_.saveEach(plan, row(), {})) return QDialog::accept();
-  for (int line = 0; line < table_->rowCount() && line < static_cast<int>(plan.size()); ++line) {
-    const Text& failure = plan[static_cast<std::size_t>(line)].failure;
-    table_->item(line, 1)->setText(failure.empty() ? tr("saved") : qt(failure));
+  for (const SavedItem& each : plan) {
+    if (each.failure.empty()) saved_.insert(each.path);
+    QTableWidgetItem* state = table_->item(lines[each.path], 1);
+    if (state) state->setText(each.failure.empty() ? tr("saved") : qt(each.failure));
   }
 }
 

@@ -2,6 +2,7 @@
 // Saves several items, each into a file of its own: in which format, where, and what became of each.
 
 #include <QDialog>
+#include <set>
 #include <vector>
 
 #include "core/item.h"
@@ -36,6 +37,7 @@ class SaveEachDialog final : public QDialog {
 
   DocumentSession& session_;
   std::vector<ItemId> items_;
+  std::set<Text> saved_;  ///< paths that were written here
   QComboBox* format_;
   QLineEdit* folder_;
   QCheckBox* subFolders_;

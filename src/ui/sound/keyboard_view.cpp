@@ -128,12 +128,13 @@ bool KeyboardView::handleKey(const QKeyEvent& event) {
 QString KeyboardView::letterOf(int key) const {
   const int first = 12 * (octave_ + 1);
   const std::pair<const std::string&, int> rows[] = {{settings_.aio.vkLo, first}, {settings_.aio.vkHi, first + 12}};
-  QString letters;
+  // Where the rows overlap there is room for one: the upper row's, which has no punctuation.
+  QString letter;
   for (const auto& [characters, base] : rows) {
     const auto place = static_cast<std::size_t>(key - base);
-    if (key >= base && place < characters.size() && characters[place] > ' ') letters += QLatin1Char(characters[place]);
+    if (key >= base && place < characters.size() && characters[place] > ' ') letter = QLatin1Char(characters[place]);
   }
-  return letters;
+  return letter;
 }
 
 void KeyboardView::releaseAll() {
