@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include <algorithm>
 
 #include "base/last_error.h"
@@ -21,6 +23,10 @@ int showFile(const NamedFile& file, Run& run, nlohmann::ordered_json& all) {
     all.push_back(fileJson(file.shown, collection, run.detected.confidence, run.report));
   else
     run.console.out(documentText(file.shown, collection));
+  const std::size_t losses = run.report.entries().size();
+  if (losses > 0 && !run.line.json && !run.line.quiet)
+    run.console.err(fmt::format("{}: not everything could be kept as it is ({}); --json lists what\n",
+                                printable(file.shown), losses == 1 ? "one loss" : fmt::format("{} losses", losses)));
   return exitDone;
 }
 

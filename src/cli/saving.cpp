@@ -86,7 +86,14 @@ bool saveDocument(Run& run, Collection& collection, FormatIndex row, const std::
 int openAndSave(const CommandLine& line, FormatIndex row, Console& console, const Settings& settings) {
   Run run{line, console, settings};
   Collection collection;
-  if (!openAll(run, collection) || !saveDocument(run, collection, row, line.items)) return run.failureStatus();
+  if (!openAll(run, collection)) return run.failureStatus();
+  if (!saveDocument(run, collection, row, line.items)) {
+    // What was lost in opening often is the cause.
+    if (line.report == ReportOutput::standardError && !run.report.entries().empty())
+      console.err(reportText(run.report));
+    if (!run.host.cancelled()) saveReport(run.report, line);
+    return run.failureStatus();
+  }
   run.host.endProgress();
   if (!outputReport(run.report, line, console)) return console.failure(line.reportFile.shown), exitFailed;
   return exitDone;

@@ -69,6 +69,7 @@ struct Target {
 };
 
 void compact(Instrument& instrument) {
+  constexpr std::ptrdiff_t mostTargets = 512;  // looked at; more are in no instrument that is played
   if (instrument.layers().size() < 2) return;
   std::vector<Target> targets;
   std::unordered_set<ItemId> emptied;
@@ -77,7 +78,8 @@ void compact(Instrument& instrument) {
     if (layer->regions().empty()) continue;
     zones.clear();
     for (const auto& region : layer->regions()) zones.push_back(zoneOf(*region));
-    auto target = std::find_if(targets.begin(), targets.end(), [&](const Target& each) { return each.canTake(zones); });
+    const auto first = targets.end() - std::min<std::ptrdiff_t>(std::ssize(targets), mostTargets);
+    auto target = std::find_if(first, targets.end(), [&](const Target& each) { return each.canTake(zones); });
     if (target == targets.end()) {
       target = targets.insert(targets.end(), {layer.get(), {}});
     } else {

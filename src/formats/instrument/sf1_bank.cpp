@@ -11,7 +11,7 @@ namespace {
 struct PositionRecord {
   LittleU32 start, end, loopStart, loopEnd;
 };
-static_assert(sizeof(PositionRecord) == 16);
+static_assert(sizeof(PositionRecord) == sf1SampleBytes);
 
 constexpr uint32_t onlyRate = 44100;  // Hz; records say none
 constexpr uint8_t middleC = 60;

@@ -5,6 +5,8 @@
 
 namespace tervo::sf2 {
 
+inline constexpr std::size_t sf1SampleBytes = 16;  ///< of a record of "shdr"
+
 /// The records as SoundFont 2 has them, from the bodies of "shdr" and "snam".
 std::vector<SampleRecord> sf1Samples(std::span<const std::byte> positions, std::span<const std::byte> names);
 

@@ -15,8 +15,9 @@ namespace {
 constexpr uint64_t formHeaderBytes = 12;
 constexpr uint32_t unknownSize = 0xFFFFFFFF;
 constexpr int deepestList = 8;
-// More than 16-bit indices can reach; bounds the memory that a file of lies can take.
-constexpr std::size_t mostRecordBytes = 16u << 20;
+// All that 16-bit indices can reach, and the record that ends the table; bounds the memory that a file of lies can
+// take.
+constexpr std::size_t mostRecords = (1u << 16) + 1;
 
 class BankLoader {
  public:
@@ -60,7 +61,7 @@ class BankLoader {
     FourCC type;
     bank_.source->readAt(list.body, std::as_writable_bytes(std::span(type.chars)));
     if (type == FourCC("INFO")) return onInfo(list);
-    if (depth == deepestList) return true;
+    if (depth == deepestList) return losses_.dropped(u"list in many lists", u"it is too deep"), true;
     ChunkWalker inner(*bank_.source, list.body + sizeof type, list.body + list.bytes);
     return walk(inner, depth + 1);
   }
@@ -96,15 +97,17 @@ class BankLoader {
     losses_.dropped(what, u"the document has no place for it");
   }
 
-  std::vector<std::byte> bodyOf(const Chunk& chunk) const {
-    return bank_.source->readUpTo(chunk.body, chunk.bytes, mostRecordBytes);
+  std::vector<std::byte> bodyOf(const Chunk& chunk, std::size_t recordBytes) const {
+    return bank_.source->readUpTo(chunk.body, chunk.bytes, mostRecords * recordBytes);
   }
 
   template <typename Record>
   void loadRecords(const Chunk& chunk, std::vector<Record>& records) {
-    const auto bytes = bodyOf(chunk);
+    if (!records.empty()) losses_.dropped(u"table", u"another one of its kind follows");
+    const auto bytes = bodyOf(chunk, sizeof(Record));
     records.resize(bytes.size() / sizeof(Record));
     if (!records.empty()) std::memcpy(records.data(), bytes.data(), records.size() * sizeof(Record));
+    if (chunk.bytes > bytes.size()) return losses_.dropped(u"end of a table", u"it has more records than can be named");
     const bool isWhole = bytes.size() == records.size() * sizeof(Record) && bytes.size() == chunk.size;
     if (!isWhole) losses_.dropped(u"end of a table", u"it does not consist of whole records");
   }
@@ -122,17 +125,19 @@ class BankLoader {
     bank_.lowBytes = chunk.bytes;
   }
 
-  /// The records up to the one that is named as the end; without one the last counts as the end.
+  /// The records up to the one that is named as the end; without one the last counts as the end if it has no zones.
   template <typename Record>
   void cutAt(std::vector<Record>& records, std::string_view endName, TextView what, std::size_t& bagsEnd,
              std::size_t bags) {
     const auto isEnd = [&](const Record& record) { return nameIn(record.name) == endName; };
     auto end = std::find_if(records.begin(), records.end(), isEnd);
+    const std::size_t last = bags > 0 ? bags - 1 : 0;
     if (end == records.end() && !records.empty()) {
       losses_.dropped(what, u"the last record, which should end the table, is another one");
-      --end;
+      if (records.back().firstBag >= last) --end;
+    } else {
+      noteBehind(records, end, what);
     }
-    const std::size_t last = bags > 0 ? bags - 1 : 0;
     if (end != records.end() && end->firstBag > last) losses_.dropped(u"zones", u"they are not in the file");
     bagsEnd = end == records.end() ? last : std::min<std::size_t>(end->firstBag, last);
     records.erase(end, records.end());
@@ -150,7 +155,7 @@ class BankLoader {
   void finishSamples() {
     auto& samples = bank_.samples;
     if (format_ == BankFormat::soundFont1)
-      samples = sf1Samples(bodyOf(sampleRecords_), bodyOf(sampleNames_));
+      samples = sf1Samples(bodyOf(sampleRecords_, sf1SampleBytes), bodyOf(sampleNames_, sizeof(RecordName)));
     else
       loadRecords(sampleRecords_, samples);
     const auto end = std::find_if(samples.begin(), samples.end(),
@@ -161,7 +166,13 @@ class BankLoader {
       if (samples.back().end == 0 && samples.back().sampleRate == 0) samples.pop_back();
       return;
     }
+    noteBehind(samples, end, u"end of the samples");
     samples.erase(end, samples.end());
+  }
+
+  template <typename Records>
+  void noteBehind(const Records& records, typename Records::iterator end, TextView what) {
+    if (records.end() - end > 1) losses_.dropped(what, u"records stand behind the one that ends the table");
   }
 
   Bank& bank_;

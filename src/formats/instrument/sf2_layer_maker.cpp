@@ -30,12 +30,8 @@ bool LayerMaker::canTake(const OpenLayer& layer, const Placed& wanted, std::size
 std::size_t LayerMaker::layerFor(const Placed& wanted, const SampleRecord& record) {
   const std::size_t partner = partnerOf(record);
   if (partner != none) {
-    const auto home = std::find_if(layers_.rbegin(), layers_.rend(), [&](const OpenLayer& layer) {
-      return std::any_of(layer.placed.begin(), layer.placed.end(),
-                         [&](const Placed& each) { return each.sample == partner; });
-    });
-    if (home != layers_.rend() && canTake(*home, wanted, partner))
-      return static_cast<std::size_t>(layers_.rend() - home) - 1;
+    const auto home = lastLayerOf_.find(partner);
+    if (home != lastLayerOf_.end() && canTake(layers_[home->second], wanted, partner)) return home->second;
   }
   if (!layers_.empty() && canTake(layers_.back(), wanted, none)) return layers_.size() - 1;
   layers_.push_back({&instrument_.add(std::make_unique<Layer>()), {}});
@@ -46,6 +42,8 @@ Region& LayerMaker::add(Range keys, Range velocities, std::size_t sample, const 
   const Placed wanted{keys, velocities, sample};
   const std::size_t place = layerFor(wanted, record);
   layers_[place].placed.push_back(wanted);
+  std::size_t& last = lastLayerOf_.try_emplace(sample, place).first->second;
+  last = std::max(last, place);
   Region& region = layers_[place].layer->add(std::make_unique<Region>());
   setRange(region.trigger, ParameterId::triggerLowKey, ParameterId::triggerHighKey, keys);
   setRange(region.trigger, ParameterId::triggerLowVelocity, ParameterId::triggerHighVelocity, velocities);

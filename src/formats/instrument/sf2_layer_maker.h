@@ -2,6 +2,7 @@
 // Puts the regions that one zone of a preset makes into layers.
 
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "core/instrument.h"
@@ -32,6 +33,7 @@ class LayerMaker {
 
   Instrument& instrument_;
   std::vector<OpenLayer> layers_;
+  std::unordered_map<std::size_t, std::size_t> lastLayerOf_;  ///< by sample
 };
 
 }  // namespace tervo::sf2

@@ -20,6 +20,11 @@ std::size_t mostRegions(const Bank& bank) {
   return bySize + bank.instrumentZones.bags.size();
 }
 
+/// The last one only ends the table.
+std::size_t lastBag(const ZoneRecords& zones) {
+  return zones.bags.empty() ? 0 : zones.bags.size() - 1;
+}
+
 class PresetReader {
  public:
   PresetReader(Collection& collection, const Bank& bank, const std::vector<Waveform*>& waveforms,
@@ -32,8 +37,8 @@ class PresetReader {
         losses_(losses),
         presetZones_(bank.presetZones, losses),
         instrumentZones_(bank.instrumentZones, losses),
-        presetBags_(bagSpans(bank.presets, bank.presetBagsEnd, losses)),
-        instrumentBags_(bagSpans(bank.instruments, bank.instrumentBagsEnd, losses)),
+        presetBags_(bagSpans(bank.presets, bank.presetBagsEnd, lastBag(bank.presetZones), losses)),
+        instrumentBags_(bagSpans(bank.instruments, bank.instrumentBagsEnd, lastBag(bank.instrumentZones), losses)),
         zonesOf_(bank.instruments.size()),
         articulations_(bank) {}
 
@@ -42,11 +47,7 @@ class PresetReader {
     for (std::size_t i = 0; i < bank_.presets.size(); ++i) zones.push_back(presetZonesOf(i));
     chooseLoopCounts(zones);
     for (std::size_t i = 0; i < bank_.presets.size(); ++i) readPreset(bank_.presets[i], zones[i]);
-    for (std::size_t i = 0; i < bank_.instruments.size(); ++i) {
-      if (zonesOf_[i]) continue;
-      losses_.dropped(u"instrument \"" + fromFileText(nameIn(bank_.instruments[i].name)) + u"\"",
-                      u"no preset plays it");
-    }
+    noteUnplayed();
   }
 
  private:
@@ -93,6 +94,17 @@ class PresetReader {
         losses.dropped(u"zone of an instrument", u"it names no sample");
     }
     return *known;
+  }
+
+  void noteUnplayed() {
+    constexpr std::size_t mostNames = 100;  // a file of lies can have tens of thousands
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < bank_.instruments.size(); ++i) {
+      if (zonesOf_[i]) continue;
+      const Text name = fromFileText(nameIn(bank_.instruments[i].name));
+      losses_.dropped(++count <= mostNames ? u"instrument \"" + name + u"\"" : Text(u"another instrument"),
+                      u"no preset plays it");
+    }
   }
 
   Waveform* waveformOf(const ZoneValues& zone) const {
@@ -188,7 +200,7 @@ class PresetReader {
   ZoneRules rules_;
   LossTally& losses_;  ///< of the bank
   ZoneReader presetZones_, instrumentZones_;
-  std::vector<BagSpan> presetBags_, instrumentBags_;
+  std::vector<IndexSpan> presetBags_, instrumentBags_;
   std::vector<std::optional<InstrumentZones>> zonesOf_;
   KnownArticulations articulations_;
   std::size_t regions_ = 0;

@@ -41,8 +41,8 @@ int detectSf2(std::span<const std::byte> head, uint32_t variant, uint64_t) {
   const FourCC type = reader.fourCC();
   if (!reader.ok() || form != FourCC("RIFF") || (type != FourCC("sfbk") && type != FourCC("sfpk"))) return 0;
   const int version = versionIn(head).value_or(2);
-  // For the reader to say what is wrong; a row that knows the version goes before.
-  if (version != 2 && version != 3) return variant == compressedBank ? 0 : 1;
+  // For the reader to say what is wrong; a row that knows the version goes before, audio in RIFF does not.
+  if (version != 2 && version != 3) return variant == compressedBank ? 0 : 2;
   const bool isCompressed = version == 3 || type == FourCC("sfpk");
   return isCompressed == (variant == compressedBank) ? 6 : 5;
 }

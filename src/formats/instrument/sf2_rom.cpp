@@ -46,8 +46,9 @@ void RomSamples::find(LossTally& losses) {
   if (!chosen) return losses.dropped(u"ROM samples", u"1mgm.sf2 is not there");
   bank_ = openRomBank(*chosen);
   if (bank_) return;
-  file_.host.showStatus(u"Invalid 1mgm.sf2 - skipping ROM");
-  losses.dropped(u"ROM samples", u"Invalid 1mgm.sf2 - skipping ROM");
+  static constexpr TextView invalid = u"Invalid 1mgm.sf2 - skipping ROM", buttons[] = {u"OK"};
+  file_.host.ask({invalid, buttons, 0});
+  losses.dropped(u"ROM samples", invalid);
 }
 
 std::unique_ptr<Waveform> RomSamples::load(std::size_t index, LossTally& losses) {

@@ -74,7 +74,8 @@ void addPresets(Content& content, ConversionReport& report) {
   for (const Waveform* waveform : content.waveforms) {
     if (!waveform->holdsData()) continue;
     const std::size_t number = content.made.size();
-    if (number == programs * banks) return report.dropped(waveform->name, u"preset", u"there are no more numbers");
+    if (number == programs * banks)
+      return report.dropped(waveform->name, u"preset, as of all waveforms behind it", u"there are no more numbers");
     auto& made = content.made.emplace_back(instrumentFor(*waveform));
     made->program = static_cast<uint8_t>(number % programs);
     made->bankMsb = static_cast<uint8_t>(number / programs);

@@ -1,13 +1,11 @@
 #include "formats/instrument/sf2_zone_reader.h"
 
 #include <algorithm>
-#include <tuple>
-#include <utility>
+#include <limits>
 
 #include "formats/number_text.h"
 
 namespace tervo::sf2 {
-
 namespace {
 
 /// By its generator, so that a file of lies makes a short list.
@@ -18,39 +16,63 @@ void noteModulator(const ModulatorRecord& record, TextView what, LossTally& loss
                  record.amountSource == 0 ? u"the document has no place for it" : u"it has a second source");
 }
 
+/// Whether each belongs to the longest chain that does not run backwards, of those that are not beyond `count`.
+std::vector<bool> inLongestChain(const std::vector<std::size_t>& firsts, std::size_t count) {
+  constexpr std::size_t none = std::numeric_limits<std::size_t>::max();
+  std::vector<std::size_t> before(firsts.size(), none), ends;  // the lowest end of a chain of each length
+  for (std::size_t i = 0; i < firsts.size(); ++i) {
+    if (firsts[i] > count) continue;
+    const auto place = std::upper_bound(ends.begin(), ends.end(), firsts[i],
+                                        [&](std::size_t first, std::size_t end) { return first < firsts[end]; });
+    if (place != ends.begin()) before[i] = *(place - 1);
+    place == ends.end() ? ends.push_back(i) : void(*place = i);
+  }
+  std::vector<bool> isIn(firsts.size());
+  for (std::size_t i = ends.empty() ? none : ends.back(); i != none; i = before[i]) isIn[i] = true;
+  return isIn;
+}
+
 }  // namespace
 
-// A list is taken once: bags that run backwards or overlap would let a small file ask for endless work.
-ZoneReader::ZoneReader(const ZoneRecords& records, LossTally& losses) : records_(records) {
-  if (records.bags.empty()) return;
-  extents_.resize(records.bags.size() - 1);
-  std::size_t generators = 0, modulators = 0;
-  for (std::size_t i = 0; i < extents_.size(); ++i) {
-    const auto take = [&losses](std::size_t first, std::size_t next, std::size_t count, std::size_t& reached) {
-      const std::size_t end = std::min(next, count);
-      const bool isSound = first >= reached && first <= end;
-      if (!isSound || end != next) losses.dropped(u"parameters of a zone", u"their indices are out of order");
-      return isSound ? (reached = end, std::pair(first, end)) : std::pair<std::size_t, std::size_t>(0, 0);
-    };
-    const BagRecord &bag = records.bags[i], &next = records.bags[i + 1];
-    std::tie(extents_[i].generators, extents_[i].generatorsEnd) =
-        take(bag.firstGenerator, next.firstGenerator, records.generators.size(), generators);
-    std::tie(extents_[i].modulators, extents_[i].modulatorsEnd) =
-        take(bag.firstModulator, next.firstModulator, records.modulators.size(), modulators);
+std::vector<IndexSpan> spansFrom(const std::vector<std::size_t>& firsts, std::size_t count, TextView what,
+                                 LossTally& losses) {
+  if (firsts.empty()) return {};
+  std::vector<IndexSpan> spans(firsts.size() - 1);
+  const bool isSound = firsts.back() <= count && std::is_sorted(firsts.begin(), firsts.end());
+  const std::vector<bool> isIn = isSound ? std::vector<bool>(firsts.size(), true) : inLongestChain(firsts, count);
+  std::size_t next = count;
+  for (std::size_t i = firsts.size(); i-- > 0;) {
+    if (!isIn[i]) {
+      losses.dropped(what, u"their indices are out of order");
+      continue;
+    }
+    if (i < spans.size()) spans[i] = {firsts[i], next};
+    next = firsts[i];
   }
+  return spans;
+}
+
+ZoneReader::ZoneReader(const ZoneRecords& records, LossTally& losses) : records_(records) {
+  constexpr TextView what = u"parameters of a zone";
+  std::vector<std::size_t> generators, modulators;
+  for (const BagRecord& bag : records.bags) {
+    generators.push_back(bag.firstGenerator);
+    modulators.push_back(bag.firstModulator);
+  }
+  generators_ = spansFrom(generators, records.generators.size(), what, losses);
+  modulators_ = spansFrom(modulators, records.modulators.size(), what, losses);
 }
 
 void ZoneReader::apply(std::size_t bag, ZoneValues& values, LossTally& losses) const {
-  if (bag >= extents_.size()) return;
-  const Extent& extent = extents_[bag];
-  for (std::size_t i = extent.generators; i < extent.generatorsEnd; ++i) {
+  if (bag >= generators_.size()) return;
+  for (std::size_t i = generators_[bag].first; i < generators_[bag].end; ++i) {
     const GeneratorRecord& record = records_.generators[i];
     if (record.generator < generatorCount)
       values.generators[record.generator] = record.amount;
     else
       losses.dropped(u"generator", u"its number is unknown");
   }
-  for (std::size_t i = extent.modulators; i < extent.modulatorsEnd; ++i) {
+  for (std::size_t i = modulators_[bag].first; i < modulators_[bag].end; ++i) {
     const ModulatorRecord& record = records_.modulators[i];
     const auto found = slotOf(record);
     if (found) values.slots[found->slot] = found->amount;

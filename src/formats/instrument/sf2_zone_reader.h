@@ -1,7 +1,6 @@
 #pragma once
 // Reads the zones of presets and instruments: the generators and modulators between one bag and the next.
 
-#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -10,27 +9,25 @@
 
 namespace tervo::sf2 {
 
-/// Which bags belong to a preset or an instrument.
-struct BagSpan {
+/// Which entries of another table belong to a record.
+struct IndexSpan {
   std::size_t first = 0, end = 0;
 };
 
-/// The bags of each record: from its first to that of the next, or to the last that there is. Records whose bags run
-/// backwards or overlap those of others before them have none.
+/// The entries of each record but the last, which only ends the table: from its first to the first of the next record.
+/// Of `count` entries each goes to one record at most, or a small file could ask for endless work. So the longest chain
+/// of records whose firsts do not run backwards counts; the others have none, which is noted.
+std::vector<IndexSpan> spansFrom(const std::vector<std::size_t>& firsts, std::size_t count, TextView what,
+                                 LossTally& losses);
+
+/// The bags of each record; `end` is the first of none.
 template <typename Record>
-std::vector<BagSpan> bagSpans(const std::vector<Record>& records, std::size_t end, LossTally& losses) {
-  std::vector<BagSpan> spans(records.size());
-  std::size_t reached = 0;
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    const std::size_t first = records[i].firstBag;
-    const std::size_t next = i + 1 < records.size() ? std::size_t{records[i + 1].firstBag} : end;
-    const bool isSound = first >= reached && first <= std::min(next, end);
-    if (!isSound || next > end) losses.dropped(u"zones", u"their indices are out of order");
-    if (!isSound) continue;
-    spans[i] = {first, std::min(next, end)};
-    reached = spans[i].end;
-  }
-  return spans;
+std::vector<IndexSpan> bagSpans(const std::vector<Record>& records, std::size_t end, std::size_t count,
+                                LossTally& losses) {
+  std::vector<std::size_t> firsts;
+  for (const Record& record : records) firsts.push_back(record.firstBag);
+  firsts.push_back(end);
+  return spansFrom(firsts, count, u"zones", losses);
 }
 
 class ZoneReader {
@@ -41,11 +38,8 @@ class ZoneReader {
   void apply(std::size_t bag, ZoneValues& values, LossTally& losses) const;
 
  private:
-  struct Extent {
-    std::size_t generators = 0, generatorsEnd = 0, modulators = 0, modulatorsEnd = 0;
-  };
   const ZoneRecords& records_;
-  std::vector<Extent> extents_;
+  std::vector<IndexSpan> generators_, modulators_;  ///< by bag
 };
 
 }  // namespace tervo::sf2

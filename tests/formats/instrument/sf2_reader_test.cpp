@@ -185,6 +185,53 @@ TEST(Sf2Reader, readsWhatIsSoundOfBrokenBanks) {
   }
 }
 
+/// Sets the upper byte of the number at `at` in the record of the chunk.
+void bend(std::vector<std::byte>& bank, std::string_view chunk, std::size_t recordBytes, std::size_t at, int value) {
+  const auto id = std::as_bytes(std::span(chunk));
+  const auto found = std::search(bank.begin(), bank.end(), id.begin(), id.end());
+  ASSERT_NE(found, bank.end());
+  found[static_cast<std::ptrdiff_t>(8 + recordBytes + at + 1)] = static_cast<std::byte>(value);
+}
+
+TEST(Sf2Reader, losesOnlyWhatAWrongIndexBelongsTo) {
+  const struct {
+    std::string_view chunk;
+    std::size_t recordBytes, at;
+  } tables[] = {{"phdr", 38, 24}, {"pbag", 4, 0}, {"pbag", 4, 2}, {"inst", 22, 20}, {"ibag", 4, 0}, {"ibag", 4, 2}};
+  for (const auto& [chunk, recordBytes, at] : tables) {
+    BankBuilder builder = smallBank();
+    for (int i = 1; i < 4; ++i)
+      builder.preset("P", i, 0, {{{{41, i}}}}).instrument("I", {playing(0, {{43, range(i, i)}})});
+    auto bytes = builder.build();
+    bend(bytes, chunk, recordBytes, at, 0x40);
+    const ReadBank bank(bytes);
+    ASSERT_EQ(bank.collection.instruments().size(), 4u) << chunk;
+    for (std::size_t i : {std::size_t{2}, std::size_t{3}}) {
+      ASSERT_EQ(bank.instrument(i).regionCount(), 1u) << chunk << at << i;
+      EXPECT_EQ(keyRange(*bank.instrument(i).layers()[0]->regions()[0]).low, static_cast<int>(i)) << chunk << at;
+    }
+    EXPECT_TRUE(says(bank, u"zone")) << chunk << at;
+  }
+}
+
+TEST(Sf2Reader, saysWhatStandsBehindTheEndAndKeepsWhatHasNone) {
+  BankBuilder early = smallBank();
+  early.sample({.name = "EOS"}).sample({.name = "Third"});
+  EXPECT_TRUE(says(ReadBank(early.build()), u"end of the samples"));
+
+  // Two presets; the record behind them is an end without its name, or not there at all.
+  const auto twoPresets = smallBank().preset("B", 6, 0, {{{{41, 0}}}});
+  auto unnamed = twoPresets.build();
+  constexpr std::string_view name = "EOP";
+  const auto id = std::as_bytes(std::span(name));
+  std::fill_n(std::search(unnamed.begin(), unnamed.end(), id.begin(), id.end()), 3, std::byte{});
+  EXPECT_EQ(ReadBank(unnamed).collection.instruments().size(), 2u);
+  BankBuilder endless = twoPresets;
+  endless.ends = false;
+  endless.pbag.add(endless.pgen.count(4), uint16_t{0});
+  EXPECT_EQ(ReadBank(endless.build()).collection.instruments().size(), 2u);
+}
+
 TEST(Sf2Reader, reportsWhatOtherwiseWouldBeMissedUnseen) {
   // From 1 to 0 where the document's goes from 0 to 1.
   const Zone turned{{{53, 0}}, {{0x181, 8, -700}}};
@@ -225,14 +272,14 @@ TEST(Sf2Reader, looksForTheVersionInAllOfInfo) {
     const struct {
       uint16_t version;
       int confidence, ofCompressed, ofVersion1;
-    } cases[] = {{1, 1, 0, 6}, {2, 6, 5, 0}, {3, 5, 6, 0}, {4, 1, 0, 0}};
+    } cases[] = {{1, 2, 0, 6}, {2, 6, 5, 0}, {3, 5, 6, 0}, {4, 2, 0, 0}};
     for (const auto& [version, confidence, ofCompressed, ofVersion1] : cases) {
       builder.version = version;
       const auto bytes = builder.build();
       EXPECT_EQ(detectSf2(bytes, 0, bytes.size()), confidence) << version;
       EXPECT_EQ(detectSf2(bytes, compressedBank, bytes.size()), ofCompressed) << version;
       EXPECT_EQ(detectSf1(bytes, 0, bytes.size()), ofVersion1) << version;
-      EXPECT_EQ(ReadBank(bytes).error, confidence == 1 ? TextView(u"Not a Sound Font v2.x file") : TextView());
+      EXPECT_EQ(ReadBank(bytes).error, confidence == 2 ? TextView(u"Not a Sound Font v2.x file") : TextView());
     }
   }
 }
@@ -301,7 +348,7 @@ TEST(Sf2Reader, takesRomSamplesFromTheBankThatHasThem) {
     RomHost host(folder.text(file));
     host.uses = uses;
     const ReadBank read(bank, host);
-    EXPECT_EQ(host.questions, 1);
+    EXPECT_EQ(host.questions, uses && waveforms == 0 ? 2 : 1);  // and that the file is of no use
     EXPECT_EQ(host.asked, uses ? TextView(u"Please locate 1mgm.sf2") : TextView());
     EXPECT_EQ(read.collection.waveforms().size(), waveforms) << toUtf8(file);
     EXPECT_EQ(read.instrument().regionCount(), waveforms);
