@@ -108,7 +108,7 @@ void TagPane::buildPicture(QWidget* parent) {
   layout->setContentsMargins(0, 0, 0, 0);
   layout->addWidget(image_, 1);
   layout->addWidget(facts_);
-  auto* buttons = new QHBoxLayout;
+  auto* buttons = new QVBoxLayout;  // side by side they would leave the texts no room
   const auto add = [&](const QString& text, auto run) {
     auto* button = new QPushButton(text, parent);
     connect(button, &QPushButton::clicked, this, run);
