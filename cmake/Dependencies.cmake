@@ -1,5 +1,5 @@
 # Libraries from the distribution. The Windows build takes header-only ones from the same place and the others from
-# what scripts/build-windows-deps has built for it.
+# what scripts/windows/build-libraries has built for it.
 find_package(Threads REQUIRED)
 
 set(TERVO_WINDOWS_DEPS ${CMAKE_SOURCE_DIR}/build/windows-deps CACHE PATH "Libraries built for the Windows build")

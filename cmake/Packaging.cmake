@@ -1,4 +1,24 @@
-# cmake --install, and the Debian package: cpack -G DEB in the folder of a release build.
+# cmake --install, and the packages: cpack -G DEB in the folder of a release build, cpack -G ZIP in one for Windows.
+set(CPACK_PACKAGE_NAME tervo-studio)
+set(CPACK_PACKAGE_VENDOR "Tervo Studio")
+set(CPACK_PACKAGE_CONTACT "Tervo Studio <maintainers@tervo.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Editor and converter for audio files, sampler instruments and MIDI songs")
+set(CPACK_COMPONENTS_ALL tervo)
+set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
+set(CPACK_STRIP_FILES ON)
+
+if(WIN32)
+  # One folder that runs from wherever it lies.
+  install(TARGETS tervo RUNTIME DESTINATION . COMPONENT tervo)
+  if(TERVO_WINDOW)
+    install(TARGETS tervo-studio RUNTIME DESTINATION . COMPONENT tervo)
+    install(DIRECTORY docs/manual DESTINATION . COMPONENT tervo)
+  endif()
+  set(CPACK_ARCHIVE_COMPONENT_INSTALL ON)
+  include(CPack)
+  return()
+endif()
+
 include(GNUInstallDirs)
 
 install(TARGETS tervo RUNTIME COMPONENT tervo)
@@ -21,14 +41,7 @@ if(TERVO_WINDOW)
   install(DIRECTORY docs/manual DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tervo-studio COMPONENT tervo)
 endif()
 
-set(CPACK_PACKAGE_NAME tervo-studio)
-set(CPACK_PACKAGE_VENDOR "Tervo Studio")
-set(CPACK_PACKAGE_CONTACT "Tervo Studio <maintainers@tervo.invalid>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Editor and converter for audio files, sampler instruments and MIDI songs")
-set(CPACK_COMPONENTS_ALL tervo)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_GROUPING ALL_COMPONENTS_IN_ONE)
-set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)

@@ -136,9 +136,9 @@ std::vector<Text> chooseFilesToOpen(QWidget* parent, const QString& title, Setti
   QObject::connect(&dialog, &QFileDialog::currentChanged,
                    [=](const QString& path) { showDetection(path, *format, *confidence); });
   if (dialog.exec() != QDialog::Accepted) return {};
-  settings.app.lastPathIn = textOf(dialog.directory().absolutePath());
+  settings.app.lastPathIn = pathOf(dialog.directory().absolutePath());
   std::vector<Text> paths;
-  for (const QString& path : dialog.selectedFiles()) paths.push_back(textOf(path));
+  for (const QString& path : dialog.selectedFiles()) paths.push_back(pathOf(path));
   return paths;
 }
 
@@ -149,9 +149,9 @@ std::optional<SaveChoice> chooseFileToSave(QWidget* parent, const QString& title
   SaveDialog dialog(parent, title, qt(settings.app.lastPathOut), rowsToSave(kind));
   dialog.choose(last - 1, name);
   if (dialog.exec() != QDialog::Accepted) return std::nullopt;
-  settings.app.lastPathOut = textOf(dialog.directory().absolutePath());
+  settings.app.lastPathOut = pathOf(dialog.directory().absolutePath());
   last = dialog.row() + 1;
-  return SaveChoice{textOf(dialog.selectedFiles().value(0)), dialog.row()};
+  return SaveChoice{pathOf(dialog.selectedFiles().value(0)), dialog.row()};
 }
 
 }  // namespace tervo::ui

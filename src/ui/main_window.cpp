@@ -434,7 +434,7 @@ void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
 void MainWindow::dropEvent(QDropEvent* event) {
   std::vector<Text> paths;
   for (const QUrl& url : event->mimeData()->urls()) {
-    if (url.isLocalFile()) paths.push_back(textOf(url.toLocalFile()));
+    if (url.isLocalFile()) paths.push_back(pathOf(url.toLocalFile()));
   }
   if (paths.empty()) return;
   // Never a move, after which the sender would delete them.

@@ -1,6 +1,7 @@
 #pragma once
 // Text at the border to Qt. Both sides are UTF-16, so nothing is lost, lone surrogates of odd file names included.
 
+#include <QDir>
 #include <QString>
 
 #include "base/text.h"
@@ -13,6 +14,11 @@ inline QString qt(TextView text) {
 
 inline Text textOf(const QString& text) {
   return text.toStdU16String();
+}
+
+/// Qt separates folders with "/" everywhere; what is shown, stored and given to others has the system's own separators.
+inline Text pathOf(const QString& path) {
+  return textOf(QDir::toNativeSeparators(path));
 }
 
 }  // namespace tervo::ui

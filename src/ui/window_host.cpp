@@ -98,7 +98,7 @@ std::optional<Text> WindowHost::locateFile(const FileRequest& request) {
   // Opening moves to the folder of the file, which names the missing one.
   const QString path =
       QFileDialog::getOpenFileName(window_, qt(request.title), QDir::currentPath(), wanted + ";;" + all);
-  return path.isEmpty() ? std::nullopt : std::optional(textOf(path));
+  return path.isEmpty() ? std::nullopt : std::optional(pathOf(path));
 }
 
 std::vector<std::unique_ptr<Waveform>> WindowHost::render(const Item& item) {

@@ -3,6 +3,7 @@
 #include <QAbstractItemView>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
 #include <QDoubleValidator>
 #include <QDragEnterEvent>
 #include <QFileDialog>
@@ -63,7 +64,7 @@ BatchSourcesPage::BatchSourcesPage() {
 
 void BatchSourcesPage::add(const QStringList& paths) {
   for (const QString& path : paths) {
-    const QString absolute = QFileInfo(path).absoluteFilePath();
+    const QString absolute = QDir::toNativeSeparators(QFileInfo(path).absoluteFilePath());
     if (list_->findItems(absolute, Qt::MatchExactly | Qt::MatchCaseSensitive).isEmpty()) list_->addItem(absolute);
   }
   Q_EMIT completeChanged();
@@ -140,7 +141,7 @@ BatchTargetsPage::BatchTargetsPage(const QString& folder) {
 
 void BatchTargetsPage::chooseFolder() {
   const QString chosen = QFileDialog::getExistingDirectory(this, tr("Folder"), folder_->text());
-  if (!chosen.isEmpty()) setFolder(chosen);
+  if (!chosen.isEmpty()) setFolder(QDir::toNativeSeparators(chosen));
 }
 
 void BatchTargetsPage::setRows(const std::vector<FormatIndex>& rows) {

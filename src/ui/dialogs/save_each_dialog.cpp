@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFormLayout>
@@ -84,7 +85,7 @@ void SaveEachDialog::setRow(FormatIndex index) {
 
 void SaveEachDialog::chooseFolder() {
   const QString folder = QFileDialog::getExistingDirectory(this, tr("Folder"), folder_->text());
-  if (!folder.isEmpty()) setFolder(folder);
+  if (!folder.isEmpty()) setFolder(QDir::toNativeSeparators(folder));
 }
 
 void SaveEachDialog::showPlan() {
