@@ -1,6 +1,7 @@
 #include "core/resampled_samples.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
 #include "base/last_error.h"
@@ -11,12 +12,16 @@ namespace {
 
 constexpr std::size_t blockFrames = 8192;
 
+/// The most that one reading had to silence.
+using Silenced = std::shared_ptr<std::atomic<uint64_t>>;
+
 class ResampledStream final : public SampleStream {
  public:
   ResampledStream(std::unique_ptr<SampleStream> source, std::unique_ptr<Resampler> resampler, int channels,
-                  int64_t frames)
+                  int64_t frames, Silenced silenced)
       : source_(std::move(source)),
         resampler_(std::move(resampler)),
+        silenced_(std::move(silenced)),
         channels_(static_cast<std::size_t>(channels)),
         framesLeft_(frames),
         input_(blockFrames * channels_) {}
@@ -46,7 +51,12 @@ class ResampledStream final : public SampleStream {
     if (!frames) return false;
     const auto read = std::span<float>(input_).first(*frames * channels_);
     // One sample that is no finite number would spoil all those that the filter spreads it over.
-    for (float& sample : read) sample = std::isfinite(sample) ? sample : 0;
+    for (float& sample : read) {
+      if (std::isfinite(sample)) continue;
+      sample = 0;
+      ++silencedHere_;
+    }
+    if (silencedHere_ > *silenced_) *silenced_ = silencedHere_;
     pending_ = read;
     sourceEnded_ = *frames == 0;
     return true;
@@ -54,6 +64,8 @@ class ResampledStream final : public SampleStream {
 
   std::unique_ptr<SampleStream> source_;
   std::unique_ptr<Resampler> resampler_;
+  Silenced silenced_;
+  uint64_t silencedHere_ = 0;
   std::size_t channels_;
   int64_t framesLeft_;
   std::vector<float> input_;
@@ -70,16 +82,18 @@ class ResampledSamples final : public SampleData {
     auto source = source_->open();
     auto resampler = Resampler::create(fromHz_, toHz_, channels());
     if (!source || !resampler) return nullptr;
-    auto stream = std::make_unique<ResampledStream>(std::move(source), std::move(resampler), channels(), frames());
+    auto stream =
+        std::make_unique<ResampledStream>(std::move(source), std::move(resampler), channels(), frames(), silenced_);
     // A frame out depends on many frames before it, so reading from the middle starts at the front.
     return skipFrames(*stream, firstFrame, channels()) ? std::move(stream) : nullptr;
   }
-  const void* damage() const override { return source_->damage(); }
+  SampleFaults faults() const override { return together(source_->faults(), {.silenced = *silenced_}); }
 
  private:
   SampleRef source_;
   double fromHz_;
   double toHz_;
+  Silenced silenced_ = std::make_shared<std::atomic<uint64_t>>(0);
 };
 
 }  // namespace

@@ -101,7 +101,7 @@ class ChannelView final : public SampleData {
     if (!stream) return nullptr;
     return std::make_unique<ChannelStream>(std::move(stream), channels());
   }
-  const void* damage() const override { return source_->damage(); }
+  SampleFaults faults() const override { return source_->faults(); }
 
  private:
   SampleRef source_;

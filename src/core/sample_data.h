@@ -37,6 +37,18 @@ struct StoredSamples {
   bool isRearranged = false;          ///< the frames are not those of the file, or not in its order
 };
 
+/// What went wrong with frames while somebody read them.
+struct SampleFaults {
+  /// Null unless frames were damaged or missing, and silent; else what they are decoded from, which is the same for all
+  /// that come from one stream.
+  const void* damage = nullptr;
+  uint64_t silenced = 0;  ///< samples that were no finite numbers and had to become 0
+};
+
+inline SampleFaults together(const SampleFaults& a, const SampleFaults& b) {
+  return {a.damage ? a.damage : b.damage, a.silenced + b.silenced};
+}
+
 class SampleData {
  public:
   virtual ~SampleData() = default;
@@ -50,9 +62,8 @@ class SampleData {
   virtual std::span<const float> resident() const { return {}; }
   /// The stored bytes, when these frames are exactly what the source holds; else null.
   virtual const StoredSamples* stored() const { return nullptr; }
-  /// Null unless frames turned out to be damaged or missing while somebody read them, and were silent; else what they
-  /// are decoded from, which is the same for all that come from one stream. Any thread.
-  virtual const void* damage() const { return nullptr; }
+  /// Those that have shown so far. Any thread.
+  virtual SampleFaults faults() const { return {}; }
 
  protected:
   SampleData(int channels, int64_t frames) : channels_(channels), frames_(frames) {}

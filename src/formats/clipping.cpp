@@ -1,9 +1,7 @@
 #include "formats/clipping.h"
 
-#include <algorithm>
 #include <cmath>
 
-#include "dsp/frame_kernels.h"
 #include "formats/number_text.h"
 
 namespace tervo {
@@ -14,14 +12,20 @@ constexpr float fullScale = 1.000001f;  // beyond what a gain up to full scale r
 }  // namespace
 
 void ClippingCount::add(std::span<const float> samples) {
-  if (dsp::peakOf(samples) <= fullScale) return;
-  samples_ += static_cast<uint64_t>(
-      std::count_if(samples.begin(), samples.end(), [](float sample) { return std::abs(sample) > fullScale; }));
+  uint32_t outside = 0, notANumber = 0;
+  for (const float sample : samples) outside += !(std::abs(sample) <= fullScale);
+  if (outside == 0) return;
+  for (const float sample : samples) notANumber += std::isnan(sample);
+  beyond_ += outside - notANumber;
+  silent_ += notANumber;
 }
 
 void ClippingCount::reportTo(ConversionReport& report, TextView item) const {
-  if (samples_ > 0)
-    report.approximated(item, u"samples beyond full scale", numberText(static_cast<double>(samples_)), u"clipped");
+  const auto add = [&](TextView what, uint64_t samples, TextView now) {
+    if (samples > 0) report.approximated(item, Text(what), numberText(static_cast<double>(samples)), Text(now));
+  };
+  add(u"samples beyond full scale", beyond_, u"clipped");
+  add(notNumbers, silent_, u"silent");
 }
 
 }  // namespace tervo

@@ -8,14 +8,17 @@
 
 namespace tervo {
 
+/// What reports call samples that are infinite or not a number.
+inline constexpr char16_t notNumbers[] = u"samples that are no finite numbers";
+
 class ClippingCount {
  public:
   void add(std::span<const float> samples);
-  /// One entry, where there were any.
+  /// An entry for those beyond full scale and one for those that are not a number, where there were any.
   void reportTo(ConversionReport& report, TextView item) const;
 
  private:
-  uint64_t samples_ = 0;
+  uint64_t beyond_ = 0, silent_ = 0;
 };
 
 }  // namespace tervo

@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "core/collection.h"
+#include "formats/clipping.h"
 #include "formats/number_text.h"
 
 namespace tervo {
@@ -37,7 +38,7 @@ std::vector<Waveforms> damagedAmong(const Waveforms& waveforms) {
   std::vector<Waveforms> all;
   std::unordered_map<const void*, std::size_t> places;
   for (const Waveform* waveform : waveforms) {
-    const void* where = waveform->samples ? waveform->samples->damage() : nullptr;
+    const void* where = waveform->samples ? waveform->samples->faults().damage : nullptr;
     if (!where) continue;
     const auto [place, isNew] = places.try_emplace(where, all.size());
     if (isNew) all.emplace_back();
@@ -48,8 +49,15 @@ std::vector<Waveforms> damagedAmong(const Waveforms& waveforms) {
 
 }  // namespace
 
+void reportSilenced(const Waveform& waveform, ConversionReport& report) {
+  const uint64_t samples = waveform.samples ? waveform.samples->faults().silenced : 0;
+  if (samples > 0) report.approximated(waveform.name, notNumbers, numberText(static_cast<double>(samples)), u"silent");
+}
+
 void reportDamage(const Item& item, ConversionReport& report) {
-  for (const Waveforms& waveforms : damagedAmong(waveformsOf(item))) {
+  const Waveforms all = waveformsOf(item);
+  for (const Waveform* waveform : all) reportSilenced(*waveform, report);
+  for (const Waveforms& waveforms : damagedAmong(all)) {
     Text what = u"some frames";
     if (waveforms.size() > 1)
       what += u" of " + numberText(static_cast<double>(waveforms.size())) + u" sounds of one stream";

@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::string_literals;
 
-constexpr FormatIndex sb = 377, sw = 433, swBig = 434, ulaw = 457, wavRead = 492;
+constexpr FormatIndex sb = 377, sf2 = 392, sw = 433, swBig = 434, ulaw = 457, wavRead = 492;
 
 class SaveFlow : public FlowTest {
  protected:
@@ -94,6 +94,38 @@ TEST_F(SaveFlow, ConvertsACopyToTheChannelsAndRateAskedFor) {
   std::filesystem::remove(folder / u"out");
   ASSERT_TRUE(save(*longer, ulaw, {.sampleRate = 44100}));
   EXPECT_EQ(folder.get(u"out").size(), 44100u);
+}
+
+TEST_F(SaveFlow, CountsSamplesThatAreNoFiniteNumbers) {
+  std::vector<float> frames(1000, 0.25f);
+  frames[1] = std::numeric_limits<float>::quiet_NaN();
+  frames[500] = std::numeric_limits<float>::infinity();
+  Collection bank;
+  bank.add(waveformNamed(u"a", frames));
+  const Waveform& waveform = *bank.waveforms()[0];
+  const auto entry = [&](TextView what) -> Text {
+    for (const ReportEntry& each : report.entries())
+      if (each.what == what) return each.from + u" " + each.to;
+    return u"none";
+  };
+  const struct {
+    const Item* item;
+    FormatIndex row;
+    SaveOptions options;
+    TextView silent, clipped;
+  } cases[] = {
+      {&waveform, sw, {}, u"1 silent", u"1 clipped"},
+      {&waveform, sw, {.sampleRate = 22050}, u"2 silent", u"none"},
+      {&bank, sf2, {}, u"1 silent", u"1 clipped"},
+      {&bank, sf2, {.sampleRate = 22050}, u"2 silent", u"none"},
+  };
+  for (const auto& each : cases) {
+    report = {};
+    std::filesystem::remove(folder / u"out");
+    ASSERT_TRUE(save(*each.item, each.row, each.options)) << toUtf8(LastErrorText());
+    EXPECT_EQ(entry(u"samples that are no finite numbers"), each.silent) << each.row;
+    EXPECT_EQ(entry(u"samples beyond full scale"), each.clipped) << each.row;
+  }
 }
 
 TEST_F(SaveFlow, RendersSongsForRowsWithoutSongs) {

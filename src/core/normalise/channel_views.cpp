@@ -43,7 +43,7 @@ class OneChannel final : public SampleData {
     if (!source) return nullptr;
     return std::make_unique<OneChannelStream>(std::move(source), channel_);
   }
-  const void* damage() const override { return stereo_->damage(); }
+  SampleFaults faults() const override { return stereo_->faults(); }
   const StoredSamples* stored() const override { return bytes_ ? &*bytes_ : nullptr; }
   const SampleRef& stereo() const { return stereo_; }
   int channel() const { return channel_; }
@@ -78,7 +78,7 @@ class Swapped final : public SampleData {
     if (!source) return nullptr;
     return std::make_unique<SwappedStream>(std::move(source));
   }
-  const void* damage() const override { return stereo_->damage(); }
+  SampleFaults faults() const override { return stereo_->faults(); }
   const StoredSamples* stored() const override { return bytes_ ? &*bytes_ : nullptr; }
 
  private:
@@ -130,7 +130,7 @@ class TwoChannels final : public SampleData {
     if (!left || !right) return nullptr;
     return std::make_unique<TwoChannelStream>(std::move(left), std::move(right), frames() - first);
   }
-  const void* damage() const override { return left_->damage() ? left_->damage() : right_->damage(); }
+  SampleFaults faults() const override { return together(left_->faults(), right_->faults()); }
   const SampleRef& side(int channel) const { return channel == 0 ? left_ : right_; }
 
  private:

@@ -109,10 +109,10 @@ class JoinedSamples final : public SampleData {
   std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
     return std::make_unique<JoinedStream>(pieces_, std::clamp<int64_t>(firstFrame, 0, frames()));
   }
-  const void* damage() const override {
-    for (const Piece& piece : *pieces_)
-      if (const void* damage = piece.source->damage()) return damage;
-    return nullptr;
+  SampleFaults faults() const override {
+    SampleFaults all;
+    for (const Piece& piece : *pieces_) all = together(all, piece.source->faults());
+    return all;
   }
   const StoredSamples* stored() const override { return bytes_ ? &*bytes_ : nullptr; }
 

@@ -93,7 +93,7 @@ class CompressedSamples final : public SampleData {
     return fail(u"Out of memory");
   }
 
-  const void* damage() const override { return *isDamaged_ ? this : nullptr; }
+  SampleFaults faults() const override { return {.damage = *isDamaged_ ? this : nullptr}; }
   const StoredSamples* stored() const override { return &stored_; }
 
  private:

@@ -59,7 +59,7 @@ std::optional<StreamFacts> factsOfStream(const StoredSamples& stored);
 bool canDecode(TextView coding);
 
 /// Samples that stay compressed in their source and are decoded while they are read; frames that turn out to be missing
-/// are silent, and damage() says so from then on. `stored.source`, offset and bytes locate the stream; the rest is
+/// are silent, and faults() says so from then on. `stored.source`, offset and bytes locate the stream; the rest is
 /// filled in. Null with LastErrorText for a coding that is not known.
 SampleRef openCompressed(StoredSamples stored, const StreamFacts& facts);
 

@@ -9,6 +9,7 @@
 #include "base/last_error.h"
 #include "core/normalise/channel_names.h"
 #include "core/normalise/sample_views.h"
+#include "formats/damage_report.h"
 #include "formats/instrument/sf2_region.h"
 #include "formats/instrument/sf2_stereo_pairs.h"
 #include "formats/number_text.h"
@@ -74,6 +75,10 @@ RecordName recordName(TextView name, std::string_view ending, ConversionReport& 
 const WaveformSamples* SamplePlan::of(ItemId waveform) const {
   const auto place = places_.find(waveform);
   return place == places_.end() ? nullptr : &place->second;
+}
+
+void SamplePlan::reportSilenced(ConversionReport& report) const {
+  for (const auto& waveform : prepared_) tervo::reportSilenced(*waveform, report);
 }
 
 const Waveform* SamplePlan::prepare(const Waveform& waveform, TargetFile& file) {

@@ -50,6 +50,8 @@ class SamplePlan {
   /// Of a stream that has been written: its bytes in "smpl".
   void setStream(std::size_t sample, uint32_t start, uint32_t end);
   const WaveformSamples* of(ItemId waveform) const;
+  /// What converting the waveforms turned out to have lost, once they have been written.
+  void reportSilenced(ConversionReport& report) const;
 
  private:
   const Waveform* prepare(const Waveform& waveform, TargetFile& file);

@@ -239,6 +239,7 @@ bool writeSf2(const Item& item, TargetFile& file, uint32_t variant) {
     const bool written =
         isCompressed ? sf2::writeStreams(writer, plan, file) : sf2::writeSampleData(writer, plan, file);
     if (!written) return false;
+    plan.reportSilenced(file.report);
     writeTables(writer, tables, plan);
   }
   return writer.ok();

@@ -57,7 +57,7 @@ class MappedSamples final : public SampleData {
     auto stream = std::make_unique<MappedStream>(std::move(source), makeMap_(), channels(), from);
     return skipFrames(*stream, first - from, channels()) ? std::move(stream) : nullptr;
   }
-  const void* damage() const override { return source_->damage(); }
+  SampleFaults faults() const override { return source_->faults(); }
 
  private:
   SampleRef source_;

@@ -187,13 +187,13 @@ TEST(CompressedStream, DamageInsideIsKnownAndMovesNothing) {
   for (const Bytes& whole : {*encodeFlac(*original, 44100, 16), *encodeVorbis(*original, 44100, {}, 7)}) {
     const SampleRef sane = reopened(whole);
     const auto expected = all(sane);
-    EXPECT_FALSE(sane->damage());
+    EXPECT_FALSE(sane->faults().damage);
     Bytes bytes = whole;
     for (std::size_t i = whole.size() / 2; i < whole.size() * 5 / 8; ++i) bytes[i] = std::byte{0};
     const SampleRef damaged = withChannels(reopened(bytes), 2);
-    EXPECT_FALSE(damaged->damage());
+    EXPECT_FALSE(damaged->faults().damage);
     const auto frames = all(damaged);
-    EXPECT_TRUE(damaged->damage());
+    EXPECT_TRUE(damaged->faults().damage);
     std::vector<float> end;
     for (std::size_t i = frames.size() - 80000; i < frames.size(); i += 2) end.push_back(frames[i]);
     EXPECT_EQ(end, std::vector(expected.end() - 40000, expected.end()));
