@@ -85,7 +85,13 @@ void toneOf60s(benchmark::State& state) {
   state.SetLabel(model.name);
   findIn(state, tones::tone(model, static_cast<double>(state.range(1)), 60));
 }
-/// An hour of nothing but ties: all periods are alike to the last bit.
+/// Bright, periodic and noisy: nearly all loops of some lengths are nearly equal.
+void noisyReedOf60s(benchmark::State& state) {
+  Sound sound = tones::tone(tones::models[4], static_cast<double>(state.range(0)), 60);
+  tones::addNoise(sound, 50);
+  findIn(state, sound);
+}
+/// Ten minutes of nothing but ties: all periods are alike to the last bit.
 void squareOf10min(benchmark::State& state) {
   Sound sound(600 * 44100);
   for (std::size_t i = 0; i < sound.size(); ++i) sound[i] = i / 50 % 2 == 0 ? 1.0f : -1.0f;
@@ -127,6 +133,7 @@ BENCHMARK(toneOf60s)
     ->Unit(benchmark::kMillisecond)
     ->Iterations(1)
     ->ArgsProduct({{0, 1, 2, 4, 5, 6, 7}, {55, 220, 440, 1046, 2093, 4186}});
+BENCHMARK(noisyReedOf60s)->Unit(benchmark::kMillisecond)->Iterations(1)->ArgsProduct({{220, 440, 1046, 2093, 4186}});
 BENCHMARK(squareOf10min)->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(bankOf200)->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(pitchOf3s)->Unit(benchmark::kMillisecond);

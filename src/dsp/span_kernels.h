@@ -12,6 +12,8 @@ namespace tervo::dsp {
 inline constexpr std::size_t spanSize = 256;
 inline constexpr std::size_t mostLags = 64;
 inline constexpr std::size_t basisSize = 8;
+inline constexpr std::size_t probeSize = 32;
+inline constexpr std::size_t partSize = 16;
 
 struct LagStart {
   uint32_t position;     ///< 128 frames behind the beginning of its span
@@ -33,8 +35,15 @@ struct SpanKernels {
   std::size_t lagsTogether;  ///< at most 64
   /// Bit b of hits[s]: the product of start s and the span `lag + b` frames later is as high as needed, or nearly so.
   void (*productsByLag)(const LagProducts& of, uint64_t* hits) noexcept;
+  /// Bit b: the product of 32 frames with those that begin `b` frames behind `other` is at least factor · lengths[b].
+  /// Of `lagsTogether` of them.
+  uint64_t (*probe)(const float* frames, const float* other, const float* lengths, float factor) noexcept;
+  /// sums[k] is the sum of the squares of a - ratio · b in the k-th 16 frames.
+  void (*squares)(const float* a, const float* b, float ratio, std::size_t parts, float* sums) noexcept;
   /// The square of the distance between a · scaleA and b · scaleB; more than `limit` as soon as it is more.
   float (*distance)(const float* a, float scaleA, const float* b, float scaleB, float limit) noexcept;
+  /// The same, right to a part in 1e13: spans can be told apart whose scores are all 1 but for the last digits.
+  double (*exactDistance)(const float* a, double scaleA, const float* b, double scaleB, double limit) noexcept;
   /// out[k] is the product of x · scale and span k of the basis.
   void (*project)(const float* x, float scale, const float* basis, float* out) noexcept;
 };

@@ -42,6 +42,35 @@ struct SpanKernelsOf {
     }
   }
 
+  static uint64_t probe(const float* frames, const float* other, const float* lengths, float factor) noexcept {
+    Float sums[vectors];
+    for (Float& sum : sums) sum = Vector::zero();
+    for (std::size_t i = 0; i < probeSize; ++i) {
+      const Float here = Vector::all(frames[i]);
+      for (std::size_t v = 0; v < vectors; ++v)
+        sums[v] = Vector::multiplyAdd(here, Vector::load(other + i + v * Vector::lanes), sums[v]);
+    }
+    const Float factors = Vector::all(factor);
+    uint64_t hits = 0;
+    for (std::size_t v = 0; v < vectors; ++v) {
+      const Float limit = Vector::multiply(factors, Vector::load(lengths + v * Vector::lanes));
+      hits |= uint64_t{Vector::notLess(sums[v], limit)} << (v * Vector::lanes);
+    }
+    return hits;
+  }
+
+  static void squares(const float* a, const float* b, float ratio, std::size_t parts, float* sums) noexcept {
+    const Float ratios = Vector::all(ratio);
+    for (std::size_t part = 0; part < parts; ++part, a += partSize, b += partSize) {
+      Float sum = Vector::zero();
+      for (std::size_t k = 0; k < partSize; k += Vector::lanes) {
+        const Float off = Vector::subtract(Vector::load(a + k), Vector::multiply(Vector::load(b + k), ratios));
+        sum = Vector::multiplyAdd(off, off, sum);
+      }
+      sums[part] = Vector::sum(sum);
+    }
+  }
+
   static float distance(const float* a, float scaleA, const float* b, float scaleB, float limit) noexcept {
     constexpr std::size_t part = 64;
     const Float scalesA = Vector::all(scaleA), scalesB = Vector::all(scaleB);
@@ -58,6 +87,22 @@ struct SpanKernelsOf {
     return total;
   }
 
+  static double exactDistance(const float* a, double scaleA, const float* b, double scaleB, double limit) noexcept {
+    constexpr std::size_t part = 32, lanes = 8;
+    double total = 0;
+    for (std::size_t i = 0; i < spanSize && total <= limit; i += part) {
+      double sums[lanes] = {};  // for the compiler to make vectors of
+      for (std::size_t k = i; k < i + part; k += lanes) {
+        for (std::size_t lane = 0; lane < lanes; ++lane) {
+          const double off = double{a[k + lane]} * scaleA - double{b[k + lane]} * scaleB;
+          sums[lane] += off * off;
+        }
+      }
+      total += ((sums[0] + sums[1]) + (sums[2] + sums[3])) + ((sums[4] + sums[5]) + (sums[6] + sums[7]));
+    }
+    return total;
+  }
+
   static void project(const float* x, float scale, const float* basis, float* out) noexcept {
     Float sums[basisSize];
     for (Float& sum : sums) sum = Vector::zero();
@@ -70,7 +115,8 @@ struct SpanKernelsOf {
     for (std::size_t k = 0; k < basisSize; ++k) out[k] = Vector::sum(sums[k]);
   }
 
-  static constexpr SpanKernels table = {vectors * Vector::lanes, productsByLag, distance, project};
+  static constexpr SpanKernels table = {vectors * Vector::lanes, productsByLag, probe, squares, distance,
+                                        exactDistance,           project};
 };
 
 }  // namespace tervo::dsp

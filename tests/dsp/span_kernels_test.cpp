@@ -42,6 +42,21 @@ TEST(SpanKernels, findProductsByLagForEveryInstructionSet) {
   }
 }
 
+TEST(SpanKernels, probeAllLagsForEveryInstructionSet) {
+  const std::vector<float> x = tones::noise(300);
+  std::vector<float> lengths(x.size());
+  for (std::size_t i = 0; i < lengths.size(); ++i) lengths[i] = static_cast<float>(1 + i % 5);
+  for (const auto set : {InstructionSet::scalar, InstructionSet::sse2, InstructionSet::avx2}) {
+    if (!isAvailable(set)) continue;
+    const uint64_t hits = spanKernels(set).probe(x.data() + 3, x.data() + 101, lengths.data() + 101, 0.1f);
+    for (std::size_t b = 0; b < spanKernels(set).lagsTogether; ++b) {
+      double sum = 0;
+      for (std::size_t i = 0; i < probeSize; ++i) sum += double{x[3 + i]} * double{x[101 + b + i]};
+      EXPECT_EQ(hits >> b & 1, sum >= 0.1 * double{lengths[101 + b]}) << b;
+    }
+  }
+}
+
 TEST(SpanKernels, areAsExactAsPromisedForEveryInstructionSet) {
   // Spans of length 1, one frame off any alignment.
   std::vector<float> x = tones::noise(1 + 8 * spanSize);
@@ -60,6 +75,16 @@ TEST(SpanKernels, areAsExactAsPromisedForEveryInstructionSet) {
     EXPECT_NEAR(kernels.distance(span(1), 2, span(2), 3, 1e9f), 13 - 12 * product(span(1), span(2)), 1e-5);
     EXPECT_GT(kernels.distance(span(1), 2, span(2), 3, 0.5f), 0.5f);
     EXPECT_EQ(kernels.distance(span(1), 2, span(1), 2, 0.5f), 0);
+    EXPECT_NEAR(kernels.exactDistance(span(1), 2, span(2), 3, 1e9),
+                4 * product(span(1), span(1)) + 9 * product(span(2), span(2)) - 12 * product(span(1), span(2)), 1e-13);
+    float squares[spanSize / partSize];
+    kernels.squares(span(1), span(2), 3, std::size(squares), squares);
+    for (std::size_t i = 0; i < std::size(squares); ++i) {
+      double sum = 0;
+      for (std::size_t k = i * partSize; k < (i + 1) * partSize; ++k)
+        sum += std::pow(double{span(1)[k]} - 3 * double{span(2)[k]}, 2);
+      EXPECT_NEAR(squares[i], sum, 1e-6);
+    }
   }
 }
 

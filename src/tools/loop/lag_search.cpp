@@ -21,11 +21,10 @@ struct LagSearch::Stretch {
   std::vector<uint64_t> hits;
 };
 
-double LagSearch::cost() const {
+double LagSearch::cost(const LoopRange& range) {
   constexpr double secondsOfPair = 0.12e-9;
-  const std::size_t frames = contest_.range().last - contest_.range().first;
-  const std::size_t longest = std::min(contest_.range().longest, frames);
-  const std::size_t shortest = std::min(contest_.range().shortest, longest);
+  const std::size_t frames = range.last - range.first;
+  const std::size_t longest = std::min(range.longest, frames), shortest = std::min(range.shortest, longest);
   // Of `frames` starts the later ones have fewer ends behind them.
   const auto pairsBelow = [frames](std::size_t lag) {
     return static_cast<double>(lag) * (static_cast<double>(frames) - static_cast<double>(lag) / 2);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "dsp/span_kernels.h"
+
 namespace tervo {
 namespace {
 
@@ -26,32 +28,21 @@ double roughScore(std::span<const float> x, std::size_t start, std::size_t end) 
   return energy > 0 ? roughSum(a, b, framesB) / std::sqrt(energy) : 0;
 }
 
-/// The square of the distance; right to a part in 1e13, so that spans can be told apart whose scores are all 1 but for
-/// the last digits. More than `limit` as soon as it is more.
-double distanceOf(const LoopSpan& a, const LoopSpan& b, double limit) {
-  constexpr std::size_t part = 32;
-  const double scaleA = 1 / a.length, scaleB = 1 / b.length;
-  double total = 0;
-  for (std::size_t i = 0; i < spanFrames && total <= limit; i += part) {
-    double sums[4] = {};
-    for (std::size_t k = i; k < i + part; k += 4) {
-      for (std::size_t lane = 0; lane < 4; ++lane) {
-        const double off = double{a.frames[k + lane]} * scaleA - double{b.frames[k + lane]} * scaleB;
-        sums[lane] += off * off;
-      }
-    }
-    total += (sums[0] + sums[1]) + (sums[2] + sums[3]);
-  }
-  return total;
-}
-
 }  // namespace
 
 double LoopContest::limit() const {
   if (!best_) return 2;
-  // Half of it is what rounding may do to two scores.
-  constexpr Score error = 1024 * std::numeric_limits<Score>::epsilon();
+  // Products of samples are exact. Each of three sums of 256 is wrong by at most 255 roundings, those under the root
+  // count by half; then there are a product, a root and a quotient. A rounding is half an epsilon, a score half of what
+  // it does to the square of the distance.
+  constexpr Score error = 2 * 260 * std::numeric_limits<Score>::epsilon();
   return static_cast<double>(std::max<Score>(2 - 2 * best_->score, 0) + error);
+}
+
+bool LoopContest::isWithinLimit(const float* a, double lengthA, const float* b, double lengthB) const {
+  constexpr double roundingFactor = 1 + 1e-12;
+  const double most = limit() * roundingFactor;
+  return dsp::spanKernels().exactDistance(a, 1 / lengthA, b, 1 / lengthB, most) <= most;
 }
 
 void LoopContest::offer(std::size_t start, std::size_t end) {
@@ -75,10 +66,25 @@ bool LoopContest::areAllowed(const LoopSpan& a, const LoopSpan& b) const {
   });
 }
 
+void LoopContest::offer(const Place& start, const Place& end, Distance distance) {
+  constexpr std::size_t enough = 32;
+  if (!allows(start.position, end.position) || !isNew(start.position, end.position)) return;
+  if (distance == Distance::unknown &&
+      !isWithinLimit(framesAt(start.position), start.length, framesAt(end.position), end.length))
+    return;
+  waiting_.push_back({start.position, end.position});
+  if (waiting_.size() >= enough) settle();
+}
+
+void LoopContest::settle() {
+  scores_.make(waiting_);
+  for (const auto& [start, end, score] : waiting_)
+    if (beatsBest({start, end, score})) best_ = {start, end, score};
+  waiting_.clear();
+}
+
 void LoopContest::offer(const LoopSpan& a, const LoopSpan& b) {
-  constexpr double roundingFactor = 1 + 1e-12;
-  const double most = limit() * roundingFactor;
-  if (distanceOf(a, b, most) > most) return;
+  if (!isWithinLimit(a.frames, a.length, b.frames, b.length)) return;
   const auto [first, second] = std::minmax(a.positions.front(), b.positions.front());
   const Score score = spanScore(x_, first, second);
   offerLatest(a.positions, b.positions, score);

@@ -7,6 +7,7 @@
 
 #include "tools/loop/loop_places.h"
 #include "tools/loop/loop_search.h"
+#include "tools/loop/whole_scores.h"
 
 namespace tervo {
 
@@ -14,7 +15,7 @@ class LoopContest {
  public:
   /// `others` are the loops that the winner must not be like. Both spans must outlive the contest.
   LoopContest(std::span<const float> x, const LoopRange& range, std::span<const LoopPair> others)
-      : x_(x), range_(range), others_(others) {}
+      : x_(x), range_(range), others_(others), scores_(x) {}
 
   std::span<const float> x() const { return x_; }
   const LoopRange& range() const { return range_; }
@@ -23,6 +24,15 @@ class LoopContest {
   bool areAllowed(const LoopSpan& a, const LoopSpan& b) const;
   /// Two crossings of the same direction; nothing happens when their loop is shorter or longer than loops may be.
   void offer(std::size_t start, std::size_t end);
+  struct Place {
+    std::size_t position;
+    double length;  ///< of its span, which is whole, finite and not silent
+  };
+  enum class Distance { unknown, withinLimit };
+  /// Two crossings of the same direction, and what is known of their spans. They may have to wait for others, until
+  /// settle().
+  void offer(const Place& start, const Place& end, Distance distance);
+  void settle();
   /// The best loop between crossings of two spans of the same direction, or of one span.
   void offer(const LoopSpan& a, const LoopSpan& b);
 
@@ -36,6 +46,8 @@ class LoopContest {
   bool allows(std::size_t start, std::size_t end) const {
     return start + range_.shortest <= end + 1 && start + range_.longest >= end && end >= range_.first + range_.shortest;
   }
+  const float* framesAt(std::size_t position) const { return x_.data() + (position - spanBefore); }
+  bool isWithinLimit(const float* a, double lengthA, const float* b, double lengthB) const;
   bool isNew(std::size_t start, std::size_t end) const;
   bool beatsBest(const LoopPair& pair) const;
   void offerLatest(std::span<const uint32_t> starts, std::span<const uint32_t> ends, Score score);
@@ -44,6 +56,8 @@ class LoopContest {
   LoopRange range_;
   std::span<const LoopPair> others_;
   std::optional<LoopPair> best_;
+  WholeScores scores_;
+  std::vector<WholeScores::Pair> waiting_;
 };
 
 }  // namespace tervo

@@ -74,26 +74,26 @@ double lengthOfSpan(const float* frames) {
   return std::sqrt((sums[0] + sums[1]) + (sums[2] + sums[3]));
 }
 
-std::vector<float> liftedSound(std::span<const float> x, std::span<const ZeroCrossing> crossings) {
-  const bool isNeeded = std::any_of(crossings.begin(), crossings.end(), [&](const ZeroCrossing& each) {
-    const uint32_t position = each.position;
+std::vector<float> liftedSound(std::span<const float> x, std::span<const std::vector<uint32_t>> crossings) {
+  const auto isSoft = [&](uint32_t position) {
     return std::abs(x[position]) < softest && hasSpan(x, position) && lengthOfSpan(framesAt(x, position)) < softest;
+  };
+  const bool isNeeded = std::any_of(crossings.begin(), crossings.end(), [&](const std::vector<uint32_t>& each) {
+    return std::any_of(each.begin(), each.end(), isSoft);
   });
   std::vector<float> lifted(isNeeded ? x.size() : 0);
   for (std::size_t i = 0; i < lifted.size(); ++i) lifted[i] = x[i] * static_cast<float>(liftedTimes);
   return lifted;
 }
 
-bool findLoopPlaces(std::span<const float> x, std::span<const float> lifted, std::span<const ZeroCrossing> crossings,
-                    bool rising, std::size_t many, const SearchProgress& progress, LoopPlaces& places) {
+bool findLoopPlaces(std::span<const float> x, std::span<const float> lifted, std::span<const uint32_t> crossings,
+                    std::size_t many, const SearchProgress& progress, LoopPlaces& places) {
   constexpr std::size_t crossingsBetween = 1 << 14;  // two asks for progress
   std::vector<HashedPlace> hashed;
   for (std::size_t i = 0; i < crossings.size(); ++i) {
     if (i % crossingsBetween == 0 && !progress(static_cast<double>(i) / static_cast<double>(crossings.size())))
       return false;
-    const uint32_t position = crossings[i].position;
-    if (crossings[i].rising != rising) continue;
-    places.all.push_back(position);
+    const uint32_t position = crossings[i];
     if (!hasSpan(x, position)) continue;
     const double length = lengthOfSpan(framesAt(x, position));
     if (std::isfinite(length) && length > 0) hashed.push_back({hashOf(framesAt(x, position)), position});

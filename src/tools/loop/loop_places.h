@@ -8,7 +8,6 @@
 #include "tools/loop/loop_range.h"
 #include "tools/loop/search_progress.h"
 #include "tools/loop/span_score.h"
-#include "tools/loop/zero_crossings.h"
 
 namespace tervo {
 
@@ -26,19 +25,18 @@ struct LoopPlaces {
   std::vector<LoopSpan> spans;
   std::size_t single = 0;           ///< how many spans have one crossing
   std::vector<uint32_t> positions;  ///< what the spans refer to
-  std::vector<uint32_t> all;        ///< crossings, in ascending order
 };
 
 /// Of 256 frames.
 double lengthOfSpan(const float* frames);
 
 /// The sound times 2^100, if some spans are too soft to be given length 1 in single precision; else empty.
-std::vector<float> liftedSound(std::span<const float> x, std::span<const ZeroCrossing> crossings);
+std::vector<float> liftedSound(std::span<const float> x, std::span<const std::vector<uint32_t>> crossings);
 
 /// Spans that are silent, or hold what is no finite number, have no score and are left out of `spans`. `x` and
 /// `lifted` must outlive `places`. `many` is how many crossings share a span, at least. False when stopped.
-bool findLoopPlaces(std::span<const float> x, std::span<const float> lifted, std::span<const ZeroCrossing> crossings,
-                    bool rising, std::size_t many, const SearchProgress& progress, LoopPlaces& places);
+bool findLoopPlaces(std::span<const float> x, std::span<const float> lifted, std::span<const uint32_t> crossings,
+                    std::size_t many, const SearchProgress& progress, LoopPlaces& places);
 
 /// Of crossings in ascending order those that may be the start of a loop to `end`: indices first to before last.
 struct StartRange {

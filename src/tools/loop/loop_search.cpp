@@ -6,7 +6,9 @@
 
 #include "tools/loop/loop_contest.h"
 #include "tools/loop/loop_places.h"
+#include "tools/loop/probe_search.h"
 #include "tools/loop/search_methods.h"
+#include "tools/loop/zero_crossings.h"
 
 namespace tervo {
 namespace {
@@ -17,14 +19,14 @@ class Search {
 
   /// False when stopped, as below.
   bool prepare(const SearchProgress& progress) {
-    const auto crossings = zeroCrossings(x_, range_.first, range_.last);
-    lifted_ = liftedSound(x_, crossings);
-    return findLoopPlaces(x_, lifted_, crossings, true, manyTwins(), partOf(progress, 0, 0.5), directions_[0]) &&
-           findLoopPlaces(x_, lifted_, crossings, false, manyTwins(), partOf(progress, 0.5, 1), directions_[1]);
+    if (!progress(0)) return false;
+    for (const ZeroCrossing& each : zeroCrossings(x_, range_.first, range_.last))
+      crossings_[each.rising ? 0 : 1].push_back(each.position);
+    return true;
   }
 
   /// Adds the best loop that is not like those that are there.
-  bool addBest(std::vector<LoopPair>& loops, SearchMethod method, const SearchProgress& progress) const {
+  bool addBest(std::vector<LoopPair>& loops, SearchMethod method, const SearchProgress& progress) {
     LoopContest contest(x_, range_, loops);
     if (!run(contest, method, progress)) return false;
     if (contest.best()) loops.push_back(*contest.best());
@@ -40,7 +42,7 @@ class Search {
     return static_cast<std::size_t>(std::sqrt(frames / std::min(allowed, frames))) + 1;
   }
 
-  bool run(LoopContest& contest, SearchMethod method, const SearchProgress& progress) const {
+  bool run(LoopContest& contest, SearchMethod method, const SearchProgress& progress) {
     const bool isOneByOne =
         method == SearchMethod::oneByOne || (method == SearchMethod::automatic && pairs() <= fewPairs);
     if (isOneByOne) return compareOneByOne(contest, Which::all, progress);
@@ -48,9 +50,38 @@ class Search {
            compareOneByOne(contest, Which::outer, partOf(progress, 0.96, 1));
   }
 
-  bool compareInner(LoopContest& contest, SearchMethod method, const SearchProgress& progress) const {
+  bool compareInner(LoopContest& contest, SearchMethod method, const SearchProgress& progress) {
+    const SearchEnd end = probe(contest, method, progress);
+    if (end != SearchEnd::tooSlow) return end == SearchEnd::done;
+    return preparePlaces(partOf(progress, 0, 0.1)) && comparePlaces(contest, method, partOf(progress, 0.1, 1));
+  }
+
+  SearchEnd probe(LoopContest& contest, SearchMethod method, const SearchProgress& progress) {
+    constexpr double infinite = std::numeric_limits<double>::infinity();
+    const auto crossings = static_cast<double>(crossings_[0].size() + crossings_[1].size());
+    const double cells = secondsOfPlace * crossings;
+    const bool isWorthIt = method == SearchMethod::automatic && ProbeSearch::cost(range_) < cells;
+    if (method != SearchMethod::probes && !isWorthIt) return SearchEnd::tooSlow;
+    if (!probes_) probes_.emplace(x_, crossings_);
+    return probes_->run(contest, method == SearchMethod::probes ? infinite : std::min(cells, LagSearch::cost(range_)),
+                        progress);
+  }
+
+  bool preparePlaces(const SearchProgress& progress) {
+    if (!directions_[0].positions.empty() || !directions_[1].positions.empty()) return true;
+    lifted_ = liftedSound(x_, crossings_);
+    for (std::size_t i = 0; i < 2; ++i) {
+      const double from = 0.5 * static_cast<double>(i);
+      if (!findLoopPlaces(x_, lifted_, crossings_[i], manyTwins(), partOf(progress, from, from + 0.5), directions_[i]))
+        return false;
+    }
+    return true;
+  }
+
+  bool comparePlaces(LoopContest& contest, SearchMethod method, const SearchProgress& progress) const {
     LagSearch lags(contest, directions_);
-    const double seconds = method == SearchMethod::cells ? std::numeric_limits<double>::infinity() : lags.cost();
+    const double seconds =
+        method == SearchMethod::cells ? std::numeric_limits<double>::infinity() : LagSearch::cost(range_);
     SearchEnd end = method == SearchMethod::lags ? SearchEnd::tooSlow : SearchEnd::done;
     for (std::size_t i = 0; i < 2 && end == SearchEnd::done; ++i) {
       const double from = 0.5 * static_cast<double>(i);
@@ -69,18 +100,18 @@ class Search {
     const auto goesOn = [&] {
       return ++looked % pairsBetween != 0 || progress(static_cast<double>(done) / static_cast<double>(ends));
     };
-    for (const LoopPlaces& places : directions_) ends += places.all.size();
-    for (const LoopPlaces& places : directions_) {
-      for (std::size_t i = places.all.size(); i-- > 0;) {
+    for (const auto& places : crossings_) ends += places.size();
+    for (const auto& places : crossings_) {
+      for (std::size_t i = places.size(); i-- > 0;) {
         ++done;
         if (!goesOn()) return false;
-        const std::size_t end = places.all[i];
+        const std::size_t end = places[i];
         const bool endIsInner = end + spanBefore <= x_.size();
         if (which == Which::outer && endIsInner && end >= range_.longest + spanBefore) continue;
-        const StartRange starts = startsFor(places.all, end, range_);
+        const StartRange starts = startsFor(places, end, range_);
         for (std::size_t s = starts.first; s < starts.last; ++s) {
-          if (which == Which::outer && endIsInner && places.all[s] >= spanBefore) break;
-          contest.offer(places.all[s], end);
+          if (which == Which::outer && endIsInner && places[s] >= spanBefore) break;
+          contest.offer(places[s], end);
           if (!goesOn()) return false;
         }
       }
@@ -90,15 +121,18 @@ class Search {
 
   std::size_t pairs() const {
     std::size_t count = 0;
-    for (const LoopPlaces& places : directions_)
-      for (const uint32_t end : places.all) count += startsFor(places.all, end, range_).count();
+    for (const auto& places : crossings_)
+      for (const uint32_t end : places) count += startsFor(places, end, range_).count();
     return count;
   }
 
   static constexpr std::size_t fewPairs = 20000;
+  static constexpr double secondsOfPlace = 0.6e-6;  // to prepare a crossing for cells
 
   std::span<const float> x_;
   LoopRange range_;
+  std::array<std::vector<uint32_t>, 2> crossings_;  // of either direction
+  std::optional<ProbeSearch> probes_;               // prepared when they are needed, as the rest is
   std::vector<float> lifted_;
   std::array<LoopPlaces, 2> directions_;
 };

@@ -23,7 +23,7 @@ struct LoopSearch {
 };
 
 /// How pairs are gone through; the result is the same. `automatic` is the one that will be done first.
-enum class SearchMethod { automatic, oneByOne, cells, lags };
+enum class SearchMethod { automatic, oneByOne, probes, cells, lags };
 
 /// Ends are the zero crossings from range.last downwards; for each of them starts are those of the same direction from
 /// end - range.shortest + 1 downwards, not before range.first and not further away than range.longest. The pair with

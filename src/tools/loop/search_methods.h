@@ -73,7 +73,7 @@ class LagSearch {
   LagSearch(LoopContest& contest, std::span<const LoopPlaces, 2> places) : contest_(contest), places_(places) {}
 
   /// Seconds that run() will take, roughly.
-  double cost() const;
+  static double cost(const LoopRange& range);
   SearchEnd run(const SearchProgress& progress);
 
  private:

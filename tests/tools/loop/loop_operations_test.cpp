@@ -149,7 +149,7 @@ TEST_F(LoopOperations, SnapLoopsToCrossingsOfOneDirection) {
 
 TEST_F(LoopOperations, LeaveTheWaveformAloneWhenStopped) {
   const auto noise = makeResident(tones::noise(1200), 1);
-  for (int asked = 0; asked < 6; ++asked) {
+  for (int asked = 0; asked < 3; ++asked) {
     document.collection.clear();
     Waveform& waveform = wave(noise);
     host.left = asked;

@@ -86,6 +86,10 @@ Sound square(std::size_t frames, std::size_t halfPeriod) {
   for (std::size_t i = 0; i < frames; ++i) x[i] = i / halfPeriod % 2 == 0 ? 1.0f : -1.0f;
   return x;
 }
+Sound noisy(Sound x, double decibels) {
+  tones::addNoise(x, decibels);
+  return x;
+}
 /// From full scale to what is too soft for single precision.
 Sound fading(Sound x) {
   for (std::size_t i = 0; i < x.size(); ++i)
@@ -117,6 +121,8 @@ TEST(LoopSearch, findsWhatTheRuleSays) {
       {"square", square(700, 25)},
       {"short square", square(1500, 3)},
       {"bright high tone", tones::tone(tones::models[4], 1046, 0.06)},
+      {"bright high tone with noise", noisy(tones::tone(tones::models[4], 4186, 0.02), 50)},
+      {"equal but for rounding", tones::tone(tones::models[4], 2100, 0.03)},
       {"high tone", tones::tone(tones::models[0], 4410, 0.06)},
       {"fading away", fading(tones::tone(string, 3000, 0.06))},
       {"bursts", joined(joined(tones::noise(200), Sound(500, 0.0f)), tones::noise(200))},
@@ -137,8 +143,8 @@ TEST(LoopSearch, findsWhatTheRuleSays) {
          {LoopRange{0, n, 32, n}, LoopRange{n / 4, n, 60, n / 2}, LoopRange{n / 3, n * 3 / 4, 32, 200},
           LoopRange{0, n, 130, 136}, LoopRange{0, n, 400, 430}, LoopRange{n / 2, n / 2 + 20, 32, 50}}) {
       const auto expected = Transcription(x).best(range);
-      for (const auto method :
-           {SearchMethod::automatic, SearchMethod::oneByOne, SearchMethod::cells, SearchMethod::lags}) {
+      for (const auto method : {SearchMethod::automatic, SearchMethod::oneByOne, SearchMethod::probes,
+                                SearchMethod::cells, SearchMethod::lags}) {
         SCOPED_TRACE(name + " from " + std::to_string(range.first) + ", method " +
                      std::to_string(static_cast<int>(method)));
         const auto found = findLoops(
