@@ -36,7 +36,8 @@ constexpr TextView lastSession = u"Last session";
 void restoreLastSession(ui::MainWindow& window, const Settings& settings) {
   ui::DocumentSession& session = window.session();
   // What a crash left behind is worth more than what the last clean exit saved.
-  if (offerLostStates(session.history(), session.host(), stateFolder())) return;
+  if (auto taken = offerLostStates(session.history(), session.host(), stateFolder()))
+    return session.recovery().replaces(std::move(*taken));
   if (!settings.app.persistentState) return;
   const Text path = session.history().states().pathOf(lastSession);
   if (!isFile(path) || session.history().LoadState(path)) return;

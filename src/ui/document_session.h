@@ -34,6 +34,7 @@ class DocumentSession final : public QObject {
   Settings& settings() { return settings_; }
   WindowHost& host() { return host_; }
   DocumentHistory& history() { return history_; }
+  RecoveryKeeper& recovery() { return recovery_; }
   /// Of the last open or save.
   const ConversionReport& report() const { return report_; }
   /// The file that was opened last in place of the document; empty when there is none.

@@ -440,7 +440,9 @@ void MainWindow::dropEvent(QDropEvent* event) {
   // Never a move, after which the sender would delete them.
   event->setDropAction(Qt::CopyAction);
   event->accept();
-  openAsUserWants(paths);
+  // Later: the sender stands still until this returns.
+  QMetaObject::invokeMethod(
+      this, [this, paths] { openAsUserWants(paths); }, Qt::QueuedConnection);
 }
 
 void MainWindow::takeFiles(const std::vector<Text>& paths) {

@@ -40,6 +40,9 @@ class WindowTextsTest : public WindowTest {
     EXPECT_TRUE(enter.isAccepted());
     QDropEvent event({10, 10}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(&window, &event);
+    EXPECT_EQ(event.dropAction(), Qt::CopyAction);
+    // What the drop asks for comes after it.
+    QApplication::processEvents();
   }
 };
 

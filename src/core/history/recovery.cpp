@@ -70,12 +70,19 @@ bool RecoveryKeeper::isWriting(Time now) {
   if (!writing_.valid()) return false;
   if (writing_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) return true;
   const RecoveryWrite write = writing_.get();
+  if (write.done) discardLost();
   if (!write.done) writtenRevision_ = 0;
   due_ = std::max(due_, now + write.took * restPerWrite);
   return false;
 }
 
+void RecoveryKeeper::discardLost() {
+  if (!lost_.empty()) discardLostState(lost_);
+  lost_.clear();
+}
+
 void RecoveryKeeper::discard() {
+  discardLost();
   if (!presence_) return;
   platform::removeFile(path_);
   presence_.reset();
@@ -97,7 +104,7 @@ bool isRecoveryState(TextView fileName) {
   return fileName.starts_with(prefix) && fileName.ends_with(stateExtension);
 }
 
-bool offerLostStates(DocumentHistory& history, Host& host, TextView folder) {
+std::optional<Text> offerLostStates(DocumentHistory& history, Host& host, TextView folder) {
   static constexpr TextView buttons[] = {u"Restore", u"Later", u"Discard"};
   static constexpr std::size_t restore = 0, later = 1, discard = 2;
   for (const Text& path : lostStates(folder)) {
@@ -105,10 +112,10 @@ bool offerLostStates(DocumentHistory& history, Host& host, TextView folder) {
         host.ask({u"The program ended without saving what was loaded. Do you want to restore it?", buttons, later});
     if (answer == discard) discardLostState(path);
     if (answer != restore) continue;
-    if (history.LoadState(path)) return discardLostState(path), true;
+    if (history.LoadState(path)) return path;
     host.showStatus(LastErrorText());
   }
-  return false;
+  return std::nullopt;
 }
 
 void discardLostState(TextView path) {

@@ -26,6 +26,9 @@ class RecoveryKeeper {
   /// and has it written by another thread. Intervals grow with the time that a write takes, so that it never takes
   /// more than a twentieth of a processor.
   void tend(const DocumentHistory& history, const Collection& document, Time now);
+  /// The lost state that the document was restored from: it goes when one of this document has been written, or is not
+  /// needed any more.
+  void replaces(Text lostState) { lost_ = std::move(lostState); }
   /// Waits until nothing is being written. For tests and for leaving the program.
   void settle();
 
@@ -33,12 +36,14 @@ class RecoveryKeeper {
 
  private:
   bool isWriting(Time now);
+  void discardLost();
   void discard();
 
   OpenStored openStored_;
   std::chrono::steady_clock::duration interval_;
   Text folder_;
   Text path_;
+  Text lost_;
   std::unique_ptr<platform::PresenceFile> presence_;
   std::future<RecoveryWrite> writing_;
   uint64_t writtenRevision_ = 0;  ///< 0 when the last write failed
@@ -50,9 +55,10 @@ std::vector<Text> lostStates(TextView folder);
 /// Whether a file of this name is a recovery state.
 bool isRecoveryState(TextView fileName);
 /// At the start of the program: asks about each lost state until one is taken, which then is the document, with unsaved
-/// changes. One that cannot be loaded, or is not wanted now, is asked about next time. True when one was taken.
-bool offerLostStates(DocumentHistory& history, Host& host, TextView folder);
-/// Removes a recovery state that the user has taken or does not want.
+/// changes. One that cannot be loaded, or is not wanted now, is asked about next time. The path of the one that was
+/// taken, whose file is still there: a RecoveryKeeper replaces it.
+std::optional<Text> offerLostStates(DocumentHistory& history, Host& host, TextView folder);
+/// Removes a recovery state that the user does not want.
 void discardLostState(TextView path);
 
 }  // namespace tervo

@@ -108,11 +108,22 @@ TEST(Recovery, OffersWhatADeadProgramLeft) {
   AnsweringHost host;
   host.answers = {restore, later, discard, restore};
   DocumentHistory history(document, host, test.states, nullptr);
-  EXPECT_TRUE(offerLostStates(history, host, test.states));
+  const auto taken = offerLostStates(history, host, test.states);
+  EXPECT_EQ(taken, third);
   EXPECT_EQ(document.name, u"lost");
   EXPECT_TRUE(history.hasUnsavedChanges());
   EXPECT_FALSE(history.Undo());
-  EXPECT_EQ(lostStates(test.states), (std::vector<Text>{damaged, first}));
+  EXPECT_EQ(lostStates(test.states), (std::vector<Text>{damaged, first, third}));
+  // The state that was taken goes when there is another of the same document, not before.
+  RecoveryKeeper own(test.states, nullptr);
+  own.replaces(*taken);
+  const RecoveryKeeper::Time now{std::chrono::hours(1)};
+  own.tend(history, document, now);
+  own.settle();
+  EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(*taken)));
+  own.tend(history, document, now);
+  EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(*taken)));
+  EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(own.path())));
 }
 
 }  // namespace
