@@ -37,6 +37,7 @@ void addReading(Options& options, const CommandLine& line) {
   options.number(u"--raw-channels", raw.channels);
   options.number(u"--raw-rate", raw.sampleRate);
   if (raw.offset > 0) options.number(u"--raw-offset", std::optional(raw.offset));
+  options.number(u"--raw-length", raw.bytes);
   options.texts(u"--answer", line.answers);
 }
 

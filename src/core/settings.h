@@ -112,6 +112,7 @@ struct Settings {
   struct RawIo {
     int32_t cdDev = 0;
     uint8_t replaceColl = 0;
+    Text layout;  ///< in which raw data were read last, as the window writes it
     bool operator==(const RawIo&) const = default;
   } rawio;
 

@@ -41,6 +41,7 @@ SettingField at(Settings& settings) {
 constexpr SettingLimits any{};
 constexpr SettingLimits onOff{.low = 0, .high = 255, .isFlag = true};
 constexpr SettingLimits bits{.low = 8, .high = 32};
+constexpr SettingLimits coding{.low = 8, .high = 255};  // 255: floats
 constexpr SettingLimits oneOrTwo{.low = 1, .high = 2};
 constexpr SettingLimits rate{.low = 1000, .high = 768000};
 constexpr SettingLimits gain{.low = -96, .high = 24};
@@ -89,7 +90,7 @@ constexpr SettingRow rows[] = {
     {u"load.bEnsureUniqueNames",     binary,    1, at<&S::load, &S::Load::ensureUniqueNames>,           u"1",                   onOff,    u"General: Ensure that every waveform and instrument name is unique"},
     {u"aio.szAudioOutDev",           text,     64, at<&S::aio, &S::Aio::audioOutDev>,                   u"Windows default",     any,      u"Audio output device"},
     {u"aio.bAudioOutExclusive",      binary,    1, at<&S::aio, &S::Aio::audioOutExclusive>,             u"0",                   onOff,    u"Use the output device in exclusive mode"},
-    {u"aio.cAudioOutFormat",         binary,    1, at<&S::aio, &S::Aio::audioOutFormat>,                u"16",                  bits,     u"Output sample width in bits"},
+    {u"aio.cAudioOutFormat",         binary,    1, at<&S::aio, &S::Aio::audioOutFormat>,                u"16",                  coding,   u"Output sample width in bits"},
     {u"aio.cAudioOutChannels",       binary,    1, at<&S::aio, &S::Aio::audioOutChannels>,              u"2",                   oneOrTwo, u"Output channels"},
     {u"aio.szAudioOutSampleRate",    number,    4, at<&S::aio, &S::Aio::audioOutSampleRate>,            u"48000",               rate,     u"Output sample rate in Hz"},
     {u"aio.szAudioInDev",            text,     64, at<&S::aio, &S::Aio::audioInDev>,                    u"Windows default",     any,      u"Audio input device"},
@@ -114,13 +115,14 @@ constexpr SettingRow rows[] = {
     {u"viz.bTrackInEditor",          binary,    1, at<&S::viz, &S::Viz::trackInEditor>,                 u"1",                   onOff,    u"Waveform display: track in editor"},
     {u"viz.bSpectrum",               binary,    1, at<&S::viz, &S::Viz::spectrum>,                      u"0",                   onOff,    u"Waveform display: spectrum"},
     {u"viz.bChannels",               binary,    1, at<&S::viz, &S::Viz::channels>,                      u"0",                   onOff,    u"Waveform display: channels"},
-    {u"sds.szOutDev",                text,     32, at<&S::sds, &S::Sds::outDev>,                        u"",                    any,      u"MIDI output device for sample-dump transfer"},
+    {u"sds.szOutDev",                text,     32, at<&S::sds, &S::Sds::outDev>,                        u"",                    any,      u"MIDI output device"},
     {u"sds.szInDev",                 text,     32, at<&S::sds, &S::Sds::inDev>,                         u"",                    any,      u"MIDI input device for sample-dump transfer"},
     {u"sds.iOutChannel",             number,    4, at<&S::sds, &S::Sds::outChannel>,                    u"0",                   any,      u"Sample-dump channel for sending"},
     {u"sds.iInChannel",              number,    4, at<&S::sds, &S::Sds::inChannel>,                     u"-1",                  any,      u"Sample-dump channel for receiving"},
     {u"sds.iOutBits",                number,    4, at<&S::sds, &S::Sds::outBits>,                       u"0",                   any,      u"Sample-dump bit width for sending"},
     {u"rawio.iCDDev",                number,    4, at<&S::rawio, &S::RawIo::cdDev>,                     u"0",                   any,      u"Device that sampler discs are read from"},
-    {u"rawio.bReplaceColl",          binary,    1, at<&S::rawio, &S::RawIo::replaceColl>,               u"1",                   onOff,    u"Reading a disc replaces the collection"},
+    {u"rawio.bReplaceColl",          binary,    1, at<&S::rawio, &S::RawIo::replaceColl>,               u"1",                   onOff,    u"Reading a disc or raw data replaces the collection"},
+    {u"rawio.szLayout",              text,    128, at<&S::rawio, &S::RawIo::layout>,                    u"",                    any,      u"Layout in which raw data were read last"},
     {u"app.wszWave",                 text,    260, at<&S::app, &S::App::wave>,                          u"",                    any,      u"External waveform editor"},
     {u"app.wszMidi",                 text,    260, at<&S::app, &S::App::midi>,                          u"",                    any,      u"External MIDI editor"},
     {u"app.szVSTPaths",              text,      0, at<&S::app, &S::App::vstPaths>,                      u"",                    any,      u"Folders searched for effect plug-ins"},

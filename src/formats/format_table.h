@@ -44,6 +44,9 @@ struct RawRequest {
   std::optional<int> channels = {};
   std::optional<double> sampleRate = {};  ///< Hz
   uint64_t offset = 0;                    ///< bytes before the samples
+  std::optional<uint64_t> bytes = {};     ///< of samples; nothing: all that follow
+
+  bool operator==(const RawRequest&) const = default;
 };
 
 /// A file being read, and what its reader may use.

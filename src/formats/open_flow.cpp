@@ -25,7 +25,7 @@ std::optional<Found> lookAt(TextView givenPath, RawFallback fallback, const Open
   std::shared_ptr<const ByteSource> bytes = platform::InputFile::open(path);
   if (!bytes) return fail(u"Could not open file");
   if (bytes->size() == 0) return fail(u"File is of zero size");
-  const Detection detected = DetectFormat(path, *bytes);
+  const Detection detected = fallback == RawFallback::forced ? Detection{0, 0} : DetectFormat(path, *bytes);
   if (context.detected) *context.detected = detected;
   if (detected.index == noFormat) return fail(u"Not a supported import file type");
   if (detected.confidence == 0 && fallback == RawFallback::refused)

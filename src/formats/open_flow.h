@@ -10,8 +10,8 @@
 
 namespace tervo {
 
-/// Whether a file that only row 0 takes is read as raw data.
-enum class RawFallback : uint8_t { refused, allowed };
+/// Whether a file that only row 0 takes is read as raw data; `forced`: so is every other file.
+enum class RawFallback : uint8_t { refused, allowed, forced };
 
 /// Whether what has been read is tidied up ("Fixing up items...") as the settings say, or stays as its codec made it.
 enum class Normalisation : uint8_t { applied, skipped };

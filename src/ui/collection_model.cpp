@@ -152,7 +152,7 @@ int CollectionModel::rowCount(const QModelIndex& parent) const {
 }
 
 int CollectionModel::columnCount(const QModelIndex&) const {
-  return 2;
+  return columns;
 }
 
 QString CollectionModel::nameOf(const Item& item, int row) const {
@@ -174,12 +174,20 @@ QString CollectionModel::nameOf(const Item& item, int row) const {
   }
 }
 
-QString CollectionModel::countOf(const Item& item, int row) const {
+QString CollectionModel::numberOf(const Item& item, int row) const {
+  if (item.kind() == ItemKind::instrument) return beforeTab(treeLabel(row + 1, static_cast<const Instrument&>(item)));
+  if (item.kind() != ItemKind::song) return {};
+  // Instruments and the row of all waveforms stand before the first song.
+  const int before = static_cast<int>(document_.instruments().size()) + 1;
+  return beforeTab(treeLabel(row - before + 1, static_cast<const Song&>(item)));
+}
+
+QString CollectionModel::countOf(const Item& item) const {
   switch (item.kind()) {
     case ItemKind::instrument:
-      return behindTab(treeLabel(row, static_cast<const Instrument&>(item)));
+      return behindTab(treeLabel(0, static_cast<const Instrument&>(item)));
     case ItemKind::song:
-      return behindTab(treeLabel(row, static_cast<const Song&>(item)));
+      return behindTab(treeLabel(0, static_cast<const Song&>(item)));
     case ItemKind::layer:
       return tr("(%1 regions)").arg(static_cast<const Layer&>(item).regions().size());
     case ItemKind::region: {
@@ -192,14 +200,17 @@ QString CollectionModel::countOf(const Item& item, int row) const {
 }
 
 QVariant CollectionModel::data(const QModelIndex& index, int role) const {
+  if (role == Qt::TextAlignmentRole && index.column() == number) return int(Qt::AlignRight | Qt::AlignVCenter);
   if (role != Qt::DisplayRole && role != Qt::ToolTipRole) return {};
   if (index.internalId() == allWaveforms) {
+    if (index.column() == name) return tr("Waveforms");
     const Text label = treeLabel(document_.waveforms());
-    return index.column() == 0 ? tr("Waveforms: %1").arg(beforeTab(label)) : behindTab(label);
+    return index.column() == number ? beforeTab(label) : behindTab(label);
   }
   const Item* item = findItem(itemAt(index));
   if (!item) return {};
-  return index.column() == 0 ? nameOf(*item, index.row()) : countOf(*item, index.row());
+  if (index.column() == name) return nameOf(*item, index.row());
+  return index.column() == number ? numberOf(*item, index.row()) : countOf(*item);
 }
 
 Qt::ItemFlags CollectionModel::flags(const QModelIndex& index) const {

@@ -13,6 +13,7 @@ namespace tervo::ui {
 class CollectionModel final : public QAbstractItemModel {
   Q_OBJECT
  public:
+  enum Column { name, number, count, columns };
   CollectionModel(const Collection& document, const Settings& settings, QObject* parent = nullptr);
 
   /// Items have come or gone. Views lose what they selected; whoever resets brings it back by identifier.
@@ -36,8 +37,9 @@ class CollectionModel final : public QAbstractItemModel {
 
  private:
   QString nameOf(const Item& item, int row) const;
-  /// What stands behind the name: how much is below.
-  QString countOf(const Item& item, int row) const;
+  /// What stands behind the name: the number that a label begins with, up to its tab, and how much is below.
+  QString numberOf(const Item& item, int row) const;
+  QString countOf(const Item& item) const;
   int rowOf(const Item& item) const;
 
   const Collection& document_;

@@ -18,8 +18,7 @@ CollectionTree::CollectionTree(DocumentSession& session, QWidget* parent) : QTre
   setExpandsOnDoubleClick(true);
   setAccessibleName(tr("Collection"));
   header()->setStretchLastSection(false);
-  header()->setSectionResizeMode(0, QHeaderView::ResizeToContents);
-  header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
+  header()->setSectionResizeMode(QHeaderView::ResizeToContents);
   connect(this, &QTreeView::expanded, this,
           [this](const QModelIndex& index) { expanded_.insert(model_->itemAt(index)); });
   connect(this, &QTreeView::collapsed, this,

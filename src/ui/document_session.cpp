@@ -9,6 +9,7 @@
 #include "platform/file.h"
 #include "platform/path.h"
 #include "ui/qt_text.h"
+#include "ui/wave/source_pane.h"
 
 namespace tervo::ui {
 namespace {
@@ -52,19 +53,26 @@ DocumentSession::DocumentSession(Settings& settings, WindowHost& host, Text fold
 bool DocumentSession::openOnce(TextView path, OpenMode mode, RawFallback fallback) {
   OpenContext context{host_, report_, settings_};
   context.history = &history_;
+  context.detected = &lastDetection_;
+  if (fallback != RawFallback::refused) context.raw = rawLayoutIn(settings_.rawio.layout);
   if (mode == OpenMode::replace) return OpenFile(document_, path, fallback, context);
   if (mode == OpenMode::merge) return MergeFile(document_, path, fallback, context);
   return ReplaceSameName(document_, path, fallback, context).has_value();
 }
 
-bool DocumentSession::open(TextView path, OpenMode mode) {
+bool DocumentSession::open(TextView path, OpenMode mode, RawFallback fallback) {
   report_ = {};
   const auto operation = host_.beginOperation();
-  bool done = openOnce(path, mode, RawFallback::refused);
+  bool done = openOnce(path, mode, fallback);
   declinedRawData_ = false;
   if (!done && LastErrorText() == undetected && isRawDataOffered_ && !host_.isQuiet()) {
     declinedRawData_ = askRawFallback(host_, rawChoice_) == RawFallback::refused;
-    if (!declinedRawData_) done = openOnce(path, mode, RawFallback::allowed);
+    if (!declinedRawData_) done = openOnce(path, mode, fallback = RawFallback::allowed);
+  }
+  const bool isUnfit = !done && fallback != RawFallback::refused && !settings_.rawio.layout.empty();
+  if (isUnfit) {  // too short for one frame of what was read last
+    settings_.rawio.layout.clear();
+    done = openOnce(path, mode, fallback);
   }
   if (done) {
     RememberFile(settings_, path);

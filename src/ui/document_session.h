@@ -41,13 +41,15 @@ class DocumentSession final : public QObject {
   const Text& path() const { return path_; }
 
   /// False with LastErrorText. When the user was asked about raw data and declined, too.
-  bool open(TextView path, OpenMode mode);
+  bool open(TextView path, OpenMode mode, RawFallback fallback = RawFallback::refused);
   /// Whether the last open ended so: nothing is left to tell.
   bool declinedRawData() const { return declinedRawData_; }
   /// Whether files that nobody knows may be read as raw data, when the user says so.
   void setRawDataOffered(bool offered) { isRawDataOffered_ = offered; }
   /// What is written for the items: parts stand for their instrument or song, and the document for all there is.
   std::vector<ItemId> itemsToWrite(std::span<const ItemId> items) const;
+  /// Whether what was opened last was read as raw data.
+  bool wasReadRaw() const { return lastDetection_.index == 0; }
   /// Several items are saved as a document of their own.
   bool save(std::span<const ItemId> items, FormatIndex row, TextView path, const SaveOptions& options);
   /// Each item into a file of its own; what became of it stands in the list. True when all were saved.
@@ -94,6 +96,7 @@ class DocumentSession final : public QObject {
   RawChoice rawChoice_ = RawChoice::askEachTime;
   bool isRawDataOffered_ = true;
   bool declinedRawData_ = false;
+  Detection lastDetection_;
   Text path_;
 };
 

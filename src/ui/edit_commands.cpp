@@ -103,7 +103,8 @@ void EditCommands::remove() {
   const bool anyStays =
       std::all_of(items.begin(), items.end(), [&](ItemId id) { return id == session_.document().id(); });
   if (anyStays) return;
-  session_.edit(std::vector{session_.document().id()}, tr("Delete"), [&] {
+  const QString what = items.size() == 1 ? qt(nameOf(kindOf(items[0]))) : tr("%1 items").arg(items.size());
+  session_.edit(std::vector{session_.document().id()}, tr("Delete %1").arg(what), [&] {
     for (const ItemId id : items) {
       if (id != session_.document().id()) session_.document().remove(id);
     }
@@ -145,7 +146,7 @@ bool EditCommands::renameTo(ItemId id, const QString& name) {
   Item* item = findItem(id);
   Text* text = item ? nameOfItem(*item) : nullptr;
   if (!text || name.isNull() || *text == textOf(name)) return false;
-  session_.edit(std::vector{id}, tr("Rename"), [&] { *text = textOf(name); });
+  session_.edit(std::vector{id}, tr("Rename %1").arg(qt(nameOf(kindOf(id)))), [&] { *text = textOf(name); });
   return true;
 }
 

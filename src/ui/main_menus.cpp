@@ -8,10 +8,12 @@
 #include <QTabWidget>
 #include <QToolBar>
 
+#include "base/last_error.h"
 #include "ui/batch/batch_wizard.h"
 #include "ui/collection_tree.h"
 #include "ui/dialogs/save_each_dialog.h"
 #include "ui/edit_commands.h"
+#include "ui/external_editor.h"
 #include "ui/help_window.h"
 #include "ui/main_window.h"
 #include "ui/property_pane.h"
@@ -73,6 +75,7 @@ void MainWindow::buildHelpMenu() {
 void MainWindow::buildSoundMenu() {
   QMenu* menu = menuBar()->addMenu(tr("&Sound"));
   play_ = menu->addAction(tr("&Play"), QKeySequence(Qt::Key_Space), this, &MainWindow::playOrStop);
+  menu->addAction(tr("&Send Song to MIDI Output"), this, &MainWindow::sendSong);
   audition_ = menu->addAction(QStringLiteral("Auditioning: Off"));
   audition_->setCheckable(true);
   connect(audition_, &QAction::triggered, this, [this](bool on) {
@@ -97,6 +100,8 @@ void MainWindow::buildToolBar() {
   undo_->setIcon(style()->standardIcon(QStyle::SP_ArrowBack));
   redo_->setIcon(style()->standardIcon(QStyle::SP_ArrowForward));
   save_->setIconText(tr("Save"));
+  undo_->setIconText(tr("Undo"));
+  redo_->setIconText(tr("Redo"));
   bar->addActions({open_, save_});
   bar->addSeparator();
   bar->addActions({undo_, redo_});
@@ -122,6 +127,7 @@ void MainWindow::buildFileMenu() {
   add(tr("Replace &Waveforms of the Same Name..."), {}, [this] {
     openChosen(OpenMode::replaceSameName, QStringLiteral("Select waves to replace current waves of the same name"));
   });
+  add(tr("&Import Raw Data..."), tr("Ctrl+I"), [this] { importRaw(); });
   recent_ = menu->addMenu(tr("&Recent Files"));
   connect(recent_, &QMenu::aboutToShow, this, &MainWindow::showRecentFiles);
   menu->addSeparator();
@@ -152,6 +158,9 @@ void MainWindow::buildEditMenu() {
     tree_->addAction(action);
     list_->addAction(action);
   }
+  menu->addAction(tr("Open in E&xternal Editor"), QKeySequence(tr("Ctrl+E")), this, [this] {
+    if (!external_->open(chosen_.empty() ? noItem : chosen_[0])) session_.host().showStatus(LastErrorText());
+  });
   menu->addSeparator();
   menu->addAction(tr("Sa&ve State"), QKeySequence(tr("Ctrl+T")), this, [this] {
     if (!session_.saveState()) showFailure({});

@@ -30,6 +30,7 @@
 #include "ui/editors/key_map.h"
 #include "ui/editors/song_pane.h"
 #include "ui/editors/song_view.h"
+#include "ui/external_editor.h"
 #include "ui/file_dialogs.h"
 #include "ui/help_window.h"
 #include "ui/property_pane.h"
@@ -37,6 +38,7 @@
 #include "ui/sound/keyboard_view.h"
 #include "ui/sound/play_icons.h"
 #include "ui/sound/player.h"
+#include "ui/wave/source_pane.h"
 #include "ui/wave/waveform_pane.h"
 #include "ui/waveform_list.h"
 
@@ -94,6 +96,7 @@ MainWindow::MainWindow(DocumentSession& session, Player& player) : session_(sess
   edit_ = new EditCommands(session_, this, [this] {
     return EditCommands::Target{chosen_, properties_->currentRow(), waveform_->view().chosenMarker()};
   });
+  external_ = new ExternalEditor(session_, this);
   buildMenus();
   showPlaying(false);
   connectSession();
@@ -121,6 +124,8 @@ void MainWindow::buildPanes() {
   tabs_->addTab(waveform_, tr("&Waveform"));
   song_ = new SongPane(tabs_);
   tabs_->addTab(song_, tr("Son&g"));
+  source_ = new SourcePane(session_, tabs_);
+  tabs_->addTab(source_, tr("So&urce"));
   right->setSizes({200, 480});
   across_->setStretchFactor(1, 1);
   keyboard_ = new KeyboardView(player_, session_.settings(), this);
@@ -133,7 +138,7 @@ void MainWindow::buildPanes() {
   setCentralWidget(centre);
   const std::pair<QWidget*, const char*> pages[] = {
       {tree_, "collection"},   {list_, "waveforms"}, {properties_, "parameters"}, {graphics_, "editors"},
-      {waveform_, "waveform"}, {song_, "song"},      {keyboard_, "sound"}};
+      {waveform_, "waveform"}, {song_, "song"},      {source_, "source"},         {keyboard_, "sound"}};
   for (const auto& [pane, page] : pages) setHelpPage(*pane, page);
   status_ = new QLabel(this);
   status_->setTextFormat(Qt::PlainText);
@@ -160,6 +165,7 @@ void MainWindow::connectSession() {
     player_.reload();
     showPlayableKeys();
     waveform_->refresh();
+    source_->refresh();
     refreshState();
   });
   connect(&session_.host(), &WindowHost::statusShown, status_, &QLabel::setText);
@@ -175,15 +181,20 @@ void MainWindow::connectSession() {
     const Waveform* shown = waveform_->view().waveform();
     const ItemId playing = player_.playing();
     waveform_->view().setPlayPosition(shown && shown->id() == playing ? player_.position() : std::nullopt);
+    source_->view().setPlayPosition(source_->waveform() == playing ? player_.position() : std::nullopt);
     song_->view().setPlayPosition(song_->song() == playing ? player_.songSeconds() : std::nullopt);
   });
   connect(&song_->view(), &SongView::placeChosen, this, [this](double seconds) {
-    if (player_.songSeconds()) player_.play(song_->song(), seconds);
+    if (player_.songSeconds() && !player_.isSending()) player_.play(song_->song(), seconds);
   });
   connect(qApp, &QApplication::focusChanged, this, [this](QWidget* before, QWidget* now) {
     keyboard_->releaseAll();
     // Nobody chose anything when the whole window comes back.
     if (before) followFocus(now);
+  });
+  connect(source_, &SourcePane::playWanted, this, &MainWindow::playOrStop);
+  connect(source_, &SourcePane::layoutChanged, this, [this] {
+    if (player_.position()) player_.play(source_->waveform());
   });
   connect(edit_, &EditCommands::made, this, &MainWindow::selectItems);
   connect(tree_, &CollectionTree::selectedItemsChanged, this, [this] {
@@ -221,6 +232,7 @@ void MainWindow::choose(const std::vector<ItemId>& items) {
   graphics_->setItems(chosen_);
   song_->setItems(chosen_);
   waveform_->setWaveform(waveformOf(chosen_));
+  source_->setWaveform(waveformOf(chosen_));
   player_.setPlayed(chosen_.empty() ? noItem : chosen_[0]);
   showPlayableKeys();
   edit_->enableFor(chosen_);
@@ -283,6 +295,8 @@ void MainWindow::playOrStop() {
   if (tabs_->currentWidget() == waveform_ && waveform_->view().waveform()) {
     item = waveform_->view().waveform()->id();
     start = waveform_->view().cursor();
+  } else if (tabs_->currentWidget() == source_ && findItem(source_->waveform())) {
+    item = source_->waveform();
   } else if (tabs_->currentWidget() == song_ && findItem(song_->song())) {
     item = song_->song();
     start = song_->view().place();
@@ -303,7 +317,7 @@ void MainWindow::process(const Operation* operation) {
 }
 
 void MainWindow::editPreferences() {
-  if (PreferencesDialog(session_.settings(), this).exec() != QDialog::Accepted) return;
+  if (PreferencesDialog(session_.settings(), this, player_.formatInUse()).exec() != QDialog::Accepted) return;
   player_.restart();
   keyboard_->setVisible(session_.settings().aio.vKeyboard != 0);
   session_.announceChange();
@@ -348,6 +362,14 @@ void MainWindow::refreshState() {
   const EditRing& edits = session_.history().edits();
   undo_->setEnabled(edits.canUndo());
   redo_->setEnabled(edits.canRedo());
+  // The tool bar has no room for names.
+  const auto name = [](QAction& action, const QString& verb, const QString& step) {
+    QString escaped = step;
+    action.setText(step.isEmpty() ? verb : verb + u' ' + escaped.replace(u'&', QStringLiteral("&&")));
+    action.setToolTip(QStringLiteral("%1 %2 (%3)").arg(action.iconText(), step, action.shortcut().toString()));
+  };
+  name(*undo_, tr("&Undo"), qt(session_.history().undoLabel()));
+  name(*redo_, tr("&Redo"), qt(session_.history().redoLabel()));
   const bool on = session_.settings().aio.enable != 0;
   audition_->setText(on ? QStringLiteral("Auditioning: On") : QStringLiteral("Auditioning: Off"));
   audition_->setChecked(on);
@@ -376,14 +398,31 @@ bool MainWindow::confirmDiscarding() {
                               QMessageBox::Yes | QMessageBox::No, QMessageBox::No) == QMessageBox::Yes;
 }
 
-void MainWindow::openFiles(const std::vector<Text>& paths, OpenMode mode) {
+void MainWindow::openFiles(const std::vector<Text>& paths, OpenMode mode, RawFallback fallback) {
   if (mode == OpenMode::replace && !confirmDiscarding()) return;
   for (const Text& path : paths) {
-    const bool opened = session_.open(path, mode);
+    const bool opened = session_.open(path, mode, fallback);
     if (!opened && !session_.declinedRawData()) showFailure(qt(path));
     if (session_.host().cancelled()) break;
+    if (opened && session_.wasReadRaw()) showSource();
     if (opened && mode == OpenMode::replace) mode = OpenMode::merge;
   }
+}
+
+void MainWindow::importRaw() {
+  const auto mode = session_.settings().rawio.replaceColl ? OpenMode::replace : OpenMode::merge;
+  const auto paths = chooseFilesToOpen(this, tr("Import raw data"), session_.settings());
+  if (!paths.empty()) openFiles(paths, mode, RawFallback::forced);
+}
+
+void MainWindow::showSource() {
+  const auto& all = session_.document().waveforms();
+  if (all.empty()) return;
+  // Serial numbers grow.
+  const auto newest =
+      std::max_element(all.begin(), all.end(), [](const auto& a, const auto& b) { return a->id() < b->id(); });
+  list_->select({(*newest)->id()});
+  tabs_->setCurrentWidget(source_);
 }
 
 void MainWindow::openChosen(OpenMode mode, const QString& title) {
@@ -462,6 +501,13 @@ void MainWindow::renderSong() {
   if (!song) song = findItem<Song>(song_->song());
   if (!song) return session_.host().showStatus(u"No item selected");
   if (!player_.bank().renderIntoDocument(*song)) session_.host().showStatus(LastErrorText());
+}
+
+void MainWindow::sendSong() {
+  const Song* song = chosen_.empty() ? nullptr : containingSong(chosen_[0]);
+  if (!song) song = findItem<Song>(song_->song());
+  if (!song) return session_.host().showStatus(u"No item selected");
+  if (!player_.send(*song)) session_.host().showStatus(LastErrorText());
 }
 
 void MainWindow::openAsUserWants(const std::vector<Text>& paths) {

@@ -15,12 +15,14 @@ namespace tervo::ui {
 
 class CollectionTree;
 class EditCommands;
+class ExternalEditor;
 class GraphicPane;
 class HelpKey;
 class KeyboardView;
 class Player;
 class PropertyPane;
 class SongPane;
+class SourcePane;
 class WaveformList;
 class WaveformPane;
 
@@ -32,7 +34,7 @@ class MainWindow final : public QMainWindow {
 
   /// Opens the first file in place of the document and merges the others. Failures show in message boxes, unless the
   /// user switched them off.
-  void openFiles(const std::vector<Text>& paths, OpenMode mode);
+  void openFiles(const std::vector<Text>& paths, OpenMode mode, RawFallback fallback = RawFallback::refused);
   /// In the tree, or in the list where they are waveforms.
   void selectItems(const std::vector<ItemId>& items);
   /// The title, and the menu's auditioning state.
@@ -57,6 +59,7 @@ class MainWindow final : public QMainWindow {
   HelpKey& help() { return *help_; }
   GraphicPane& graphics() { return *graphics_; }
   SongPane& song() { return *song_; }
+  SourcePane& source() { return *source_; }
   QTabWidget& tabs() { return *tabs_; }
 
  protected:
@@ -90,9 +93,13 @@ class MainWindow final : public QMainWindow {
   void editPreferences();
   void process(const Operation* operation);
   void playOrStop();
+  /// The page on which the layout of raw data is changed, for the newest waveform.
+  void showSource();
+  void importRaw();
   void showPlaying(bool playing);
   /// Into the document as a waveform, as the settings want it.
   void renderSong();
+  void sendSong();
   /// Asks whether they replace what is loaded or join it, where there is something.
   void openAsUserWants(const std::vector<Text>& paths);
   /// Keys that the chosen instrument answers to.
@@ -111,6 +118,7 @@ class MainWindow final : public QMainWindow {
   PropertyPane* properties_;
   GraphicPane* graphics_;
   SongPane* song_;
+  SourcePane* source_;
   WaveformPane* waveform_;
   QSplitter* across_;
   QTabWidget* tabs_;
@@ -119,6 +127,7 @@ class MainWindow final : public QMainWindow {
   QLabel* engineStatus_;
   QMenu* recent_;
   EditCommands* edit_;
+  ExternalEditor* external_;
   HelpKey* help_;
   QAction* open_;
   QAction* save_;

@@ -45,6 +45,8 @@ class BatchWizardTest : public testing::Test {
     wizard.targets().setRows({writerForExtension(u"wav"), writerForExtension(u"aif")});
     wizard.next();
     ASSERT_EQ(wizard.currentPage(), &wizard.run());
+    EXPECT_TRUE(wizard.run().isPlanning()) << "the window waits for no folder";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !wizard.run().isPlanning(); }, 20000));
   }
 
   std::vector<std::string> states() {
@@ -72,6 +74,19 @@ TEST_F(BatchWizardTest, ShowsThePlanThenConvertsAndSaysWhatFailed) {
     wizard.grab().save(shots + QStringLiteral("/batch.png"));
   const auto* model = wizard.run().findChild<QTableView*>()->model();
   EXPECT_EQ(model->index(2, 4).data().toString().toStdString(), "It is broken (so it is)");
+}
+
+TEST_F(BatchWizardTest, LookingForFilesCanBeStoppedAndBegunAgain) {
+  put(QStringLiteral("in/a"), "copy");
+  toLastPage();
+  wizard.back();
+  wizard.next();
+  wizard.run().cancel();
+  QTest::qWait(100);
+  EXPECT_TRUE(wizard.run().entries().empty());
+  wizard.run().start();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return wizard.run().entries().size() == 2; }, 20000));
+  EXPECT_FALSE(wizard.run().isRunning());
 }
 
 TEST_F(BatchWizardTest, EscapeStopsTheWorkAndItCanGoOn) {

@@ -15,6 +15,7 @@
 #include "ui/editors/song_pane.h"
 #include "ui/editors/song_view.h"
 #include "ui/editors/tag_pane.h"
+#include "ui/wave/source_pane.h"
 #include "ui/wave/waveform_pane.h"
 
 namespace tervo::ui {
@@ -153,6 +154,25 @@ class EditorPicturesTest : public WindowTest {
     graphicsShow("V-ENV");
     take(theme + "-main");
   }
+  /// Bytes taken as stereo.
+  void takeSource(const QString& theme) {
+    QFile raw(dir.path() + "/drone.bytes");
+    ASSERT_TRUE(raw.open(QIODevice::WriteOnly));
+    for (int i = 0; i < 40000; ++i) {
+      const double fade = std::exp(-i / 15000.0) * 16000;
+      for (const double hertz : {220.0, 330.0}) {
+        const auto word = static_cast<int16_t>(fade * std::sin(i * hertz / 44100 * 2 * std::numbers::pi));
+        raw.putChar(static_cast<char>(word & 0xFF));
+        raw.putChar(static_cast<char>(word >> 8));
+      }
+    }
+    raw.close();
+    settings.rawio.layout = u"PCM 16-bit;little;signed;interleaved;2;44100";
+    window.openFiles({textOf(raw.fileName())}, OpenMode::merge, RawFallback::forced);
+    window.source().view().peaks().wait();
+    take(theme + "-source");
+    session.undo();
+  }
   void graphicsShow(const QString& page) { EXPECT_TRUE(window.graphics().showPage(page)); }
   void takeAll(const QString& theme) {
     GraphicPane& graphics = window.graphics();
@@ -177,6 +197,7 @@ class EditorPicturesTest : public WindowTest {
     window.tree().select({session.document().songs()[0]->tracks()[1]->id()});
     window.song().view().setPlayPosition(20);
     take(theme + "-song");
+    takeSource(theme);
     window.tabs().setCurrentIndex(0);
     window.tree().select(before);
   }

@@ -25,6 +25,7 @@ struct Collected {
   std::optional<double> rawRate;
   std::optional<int> rawChannels;
   std::optional<uint64_t> rawOffset;
+  std::optional<uint64_t> rawLength;
   bool rawUnsigned = false, reportWanted = false, listWanted = false, normalise = false, noNormalise = false;
 };
 

@@ -2,6 +2,7 @@
 
 #include "cli/arguments/arguments.h"
 #include "cli/selection.h"
+#include "formats/raw_source.h"
 #include "platform/path.h"
 
 namespace tervo::cli {
@@ -22,11 +23,6 @@ std::optional<SampleFormat> writtenFormatNamed(const std::string& name) {
     if (equalNoCase(nameOf(format), fromUtf8(name))) return format;
   }
   return std::nullopt;
-}
-
-/// Whether bytes without a header can be read in this format.
-bool suitsRawData(SampleFormat format) {
-  return format <= SampleFormat::aLaw || format == SampleFormat::deltaPcm8 || format == SampleFormat::deltaPcm16;
 }
 
 std::optional<SampleFormat> rawFormatNamed(const std::string& name) {
@@ -66,6 +62,7 @@ RawRequest rawRequest(const Collected& got) {
   raw.channels = got.rawChannels;
   raw.sampleRate = got.rawRate;
   raw.offset = got.rawOffset.value_or(0);
+  raw.bytes = got.rawLength;
   return raw;
 }
 
@@ -141,6 +138,7 @@ void addReadOptions(CLI::App& app, CommandLine& line, Collected& got) {
       ->check(unmentioned(CLI::IsMember({"little", "big"})));
   app.add_flag("--raw-unsigned", got.rawUnsigned, "raw data: integers are unsigned");
   app.add_option("--raw-offset", got.rawOffset, "raw data: bytes to skip")->type_name("BYTES");
+  app.add_option("--raw-length", got.rawLength, "raw data: bytes of samples, instead of all")->type_name("BYTES");
   app.add_option("--answer", got.answers, "answers a question in advance")
       ->type_name("yes|no|TEXT=BUTTON|TEXT=FILE")
       ->expected(1)

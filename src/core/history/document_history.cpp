@@ -58,6 +58,22 @@ Restored restore(const EditEntry& entry, Collection& document, OpenStored openSt
   return restored;
 }
 
+/// Whether one entry is the state behind the other: an edit lies between them.
+bool haveOneTarget(const EditEntry& first, const EditEntry& second) {
+  if (first.isBarrier() || second.isBarrier()) return false;
+  const bool areMarkers = kindOf(first.item) == ItemKind::special && kindOf(second.item) == ItemKind::special;
+  return areMarkers ? waveformOfMarkers(first.image) == waveformOfMarkers(second.image) : first.item == second.item;
+}
+
+/// Of the edit between the first two neighbours, from the current entry on in one direction, that belong together.
+Text labelOfEdit(const EditRing& ring, int direction) {
+  for (int at = 0; const EditEntry* next = ring.entryAt(at + direction); at += direction) {
+    const EditEntry& here = *ring.entryAt(at);
+    if (haveOneTarget(here, *next)) return direction < 0 ? here.label : next->label;
+  }
+  return {};
+}
+
 }  // namespace
 
 DocumentHistory::DocumentHistory(Collection& document, Host& host, Text folder, OpenStored openStored, Clock clock)
@@ -114,6 +130,13 @@ bool DocumentHistory::Undo() {
 }
 bool DocumentHistory::Redo() {
   return step(&EditRing::Redo, &EditRing::Undo);
+}
+
+Text DocumentHistory::undoLabel() const {
+  return labelOfEdit(edits_, -1);
+}
+Text DocumentHistory::redoLabel() const {
+  return labelOfEdit(edits_, 1);
 }
 
 bool DocumentHistory::step(Go go, Go back) {

@@ -40,6 +40,9 @@ class DocumentHistory {
   /// over. False when there is none, or with LastErrorText when it cannot be restored: it can then be tried again.
   bool Undo();
   bool Redo();
+  /// What Undo() would take back, and Redo() do again: the label of that step; empty when there is none.
+  Text undoLabel() const;
+  Text redoLabel() const;
   void ClearSnapshots();
   /// Before the item is saved: no undo step reaches back across the save of an instrument, a song or a collection.
   void startSaving(ItemKind kind);

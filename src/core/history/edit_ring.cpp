@@ -52,6 +52,12 @@ const EditEntry* EditRing::Redo() {
   return &at(current_);
 }
 
+const EditEntry* EditRing::entryAt(int steps) const {
+  if (current_ < 0) return nullptr;
+  const int behind = (newest_ - current_ + capacity) % capacity, before = (current_ - oldest_ + capacity) % capacity;
+  return steps > behind || -steps > before ? nullptr : &at((current_ + steps + capacity) % capacity);
+}
+
 void EditRing::ClearSnapshots() {
   for (int index = 0; index < capacity; ++index) drop(index);
   oldest_ = newest_ = current_ = -1;

@@ -54,8 +54,8 @@ class EditRing {
   int current() const { return current_; }
   bool canUndo() const { return current_ != oldest_; }
   bool canRedo() const { return current_ != newest_; }
-  /// What Redo() would go to; null when there is none.
-  const EditEntry* nextEntry() const { return canRedo() ? &at((current_ + 1) % capacity) : nullptr; }
+  /// The entry so many steps behind the current one, before it where negative; null beyond the ends.
+  const EditEntry* entryAt(int steps) const;
   const EditEntry* currentEntry() const { return current_ < 0 ? nullptr : &at(current_); }
 
  private:

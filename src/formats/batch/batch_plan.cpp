@@ -108,16 +108,17 @@ BatchJournal::Task taskOf(const BatchRequest& request, const BatchEntry& entry) 
   return {entry.source, entry.target.substr(std::min(folder, entry.target.size())), checkSum(options)};
 }
 
-BatchPlan PlanBatch(BatchRequest request) {
+BatchPlan PlanBatch(BatchRequest request, const std::atomic<bool>* cancelled) {
   // One spelling each: paths are compared.
   for (Text& source : request.sources) source = platform::absolute(source);
   request.targetFolder = platform::absolute(request.targetFolder);
   BatchJournal journal(request.targetFolder);
   BatchPlan plan{std::move(request), {}, std::move(journal)};
-  auto sources = batchSources(plan.request.sources, plan.request.targetFolder);
+  auto sources = batchSources(plan.request.sources, plan.request.targetFolder, cancelled);
   std::erase_if(sources, [&](const BatchSource& source) { return isOwnTarget(source, plan.request, plan.journal); });
   TargetNames names(plan.request, sources);
   for (const BatchSource& source : sources) {
+    if (cancelled && *cancelled) break;
     if (!source.problem.empty()) {
       plan.entries.push_back(problemOf(source));
       continue;

@@ -1,6 +1,8 @@
 #pragma once
 // What a batch would do: which files, into which targets. Reads folders and an earlier run's journal, changes nothing.
 
+#include <atomic>
+
 #include "formats/batch/batch.h"
 #include "formats/batch/batch_journal.h"
 
@@ -18,7 +20,8 @@ struct BatchPlan {
 /// the first gets it and the others that of their whole source ("kick.aif.flac"), or else a number; nothing gets the
 /// name of a source. Entries that cannot be done (a folder that cannot be read, a target that is there already) have
 /// failed at once.
-BatchPlan PlanBatch(BatchRequest request);
+/// Any thread. As soon as `cancelled` is true, what follows is left out.
+BatchPlan PlanBatch(BatchRequest request, const std::atomic<bool>* cancelled = nullptr);
 
 /// The same for an entry's source or target as for the journal.
 BatchJournal::Task taskOf(const BatchRequest& request, const BatchEntry& entry);

@@ -15,7 +15,8 @@ using platform::FileIdentity;
 
 class Walk {
  public:
-  explicit Walk(TextView targetFolder) : target_(platform::fileIdentity(targetFolder)) {}
+  Walk(TextView targetFolder, const std::atomic<bool>* cancelled)
+      : cancelled_(cancelled), target_(platform::fileIdentity(targetFolder)) {}
 
   void addNamed(const Text& path) {
     if (!platform::isFolder(path)) return add({path, {}, true, {}});
@@ -45,6 +46,7 @@ class Walk {
     if (!names) return addProblem(path, below);
     std::sort(names->begin(), names->end());
     for (const Text& name : *names) {
+      if (cancelled_ && *cancelled_) return;
       const Text inner = platform::join(path, name);
       if (name.starts_with(u'.')) continue;
       if (!platform::isFolder(inner))
@@ -59,6 +61,7 @@ class Walk {
     add({path, below, true, u"Could not read folder" + (cause.empty() ? Text() : u" (" + cause + u")")});
   }
 
+  const std::atomic<bool>* cancelled_;
   std::optional<FileIdentity> target_;
   std::vector<FileIdentity> above_;
   std::set<Text> seen_;
@@ -66,9 +69,10 @@ class Walk {
 
 }  // namespace
 
-std::vector<BatchSource> batchSources(const std::vector<Text>& named, TextView targetFolder) {
+std::vector<BatchSource> batchSources(const std::vector<Text>& named, TextView targetFolder,
+                                      const std::atomic<bool>* cancelled) {
   const SilentFailures silent;
-  Walk walk(targetFolder);
+  Walk walk(targetFolder, cancelled);
   for (const Text& path : named) walk.addNamed(path);
   return std::move(walk.sources);
 }

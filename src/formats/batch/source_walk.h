@@ -1,6 +1,7 @@
 #pragma once
 // The files that a batch is to convert.
 
+#include <atomic>
 #include <functional>
 #include <vector>
 
@@ -16,6 +17,7 @@ struct BatchSource {
 };
 
 /// Each file once, in the order named and, within folders, of names.
-std::vector<BatchSource> batchSources(const std::vector<Text>& named, TextView targetFolder);
+std::vector<BatchSource> batchSources(const std::vector<Text>& named, TextView targetFolder,
+                                      const std::atomic<bool>* cancelled = nullptr);
 
 }  // namespace tervo

@@ -33,7 +33,8 @@ RawLayout asRequested(const RawLayout& usual, const RawRequest& raw) {
 /// How many whole frames the bytes from the offset on make; those left over are reported.
 int64_t wholeFrames(const SourceFile& file, const RawLayout& layout) {
   const uint64_t size = file.bytes->size();
-  const uint64_t bytes = size - std::min(size, layout.offset);
+  const uint64_t following = size - std::min(size, layout.offset);
+  const uint64_t bytes = std::min(following, file.raw.bytes.value_or(following));
   const auto frameBits = static_cast<uint64_t>(bitsOf(formatOf(layout.format)) * std::clamp(layout.channels, 1, 2));
   if (frameBits == 0) return static_cast<int64_t>(bytes);  // no sample format: for the import to refuse
   const uint64_t frames = bytes / frameBits * 8 + bytes % frameBits * 8 / frameBits;

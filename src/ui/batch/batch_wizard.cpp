@@ -69,30 +69,51 @@ BatchRunPage::BatchRunPage(const BatchSourcesPage& sources, const BatchTargetsPa
 
 BatchRunPage::~BatchRunPage() = default;
 
+BatchPlanner::BatchPlanner(BatchRequest request, Done done)
+    : thread_([this, request = std::move(request), done = std::move(done)]() mutable {
+        auto plan =
+            guardMemory([&] { return std::make_unique<BatchPlan>(PlanBatch(std::move(request), &cancelled_)); });
+        done(std::move(plan));
+      }) {}
+
+BatchPlanner::~BatchPlanner() {
+  cancelled_ = true;
+  thread_.join();
+}
+
 void BatchRunPage::initializePage() {
-  plan();
+  plan(Then::show);
 }
 
 void BatchRunPage::cleanupPage() {
   timer_->stop();
+  planner_.reset();
   model_->setEntries(nullptr);
   run_.reset();
   isStarted_ = false;
 }
 
-void BatchRunPage::plan() {
+void BatchRunPage::plan(Then then) {
   BatchRequest request = targets_.request();
   request.sources = sources_.sources();
   request.resume |= isStarted_;
-  model_->setEntries(nullptr);
-  const BatchRunOptions options{targets_.workers(), 600, program_};
-  run_ = guardMemory([&] { return std::make_unique<BatchRun>(PlanBatch(request), options); });
-  const bool isPlanned = run_ != nullptr;
-  if (!isPlanned) run_ = std::make_unique<BatchRun>(BatchPlan{{}, {}, BatchJournal(request.targetFolder)}, options);
-  isStarted_ = false;
+  cleanupPage();
+  const auto done = [this, then, number = ++planning_](std::shared_ptr<BatchPlan> plan) {
+    QMetaObject::invokeMethod(this, [this, then, number, plan] {
+      if (number == planning_ && planner_) take(plan.get(), then);
+    });
+  };
+  planner_ = std::make_unique<BatchPlanner>(std::move(request), done);
+  show();
+}
+
+void BatchRunPage::take(BatchPlan* plan, Then then) {
+  planner_.reset();
+  if (!plan) return show(), summary_->setText(tr("Out of memory"));
+  run_ = std::make_unique<BatchRun>(std::move(*plan), BatchRunOptions{targets_.workers(), 600, program_});
   model_->setEntries(&run_->entries());
   show();
-  if (!isPlanned) summary_->setText(qt(LastErrorText()));
+  if (then == Then::convert) convert();
 }
 
 bool BatchRunPage::isRunning() const {
@@ -104,11 +125,17 @@ bool BatchRunPage::isComplete() const {
 }
 
 const std::vector<BatchEntry>& BatchRunPage::entries() const {
-  return run_->entries();
+  static const std::vector<BatchEntry> none;
+  return run_ ? run_->entries() : none;
 }
 
 void BatchRunPage::start() {
-  if (isStarted_) plan();  // again, for what failed or was cancelled
+  if (!run_) return plan(Then::show);
+  // Again, for what failed or was cancelled.
+  isStarted_ ? plan(Then::convert) : convert();
+}
+
+void BatchRunPage::convert() {
   if (!run_->start()) return summary_->setText(qt(LastErrorText()));
   isStarted_ = true;
   timer_->start(pollMilliseconds);
@@ -116,7 +143,9 @@ void BatchRunPage::start() {
 }
 
 void BatchRunPage::cancel() {
+  planner_.reset();
   if (isRunning()) run_->cancel();
+  show();
 }
 
 void BatchRunPage::poll() {
@@ -129,18 +158,25 @@ void BatchRunPage::show() {
   const BatchCounts counts = countsOf(entries());
   const std::size_t again = isStarted_ ? counts.cancelled + counts.failed : 0;
   const bool canStart = !isRunning() && counts.waiting + again > 0;
-  start_->setEnabled(canStart);
-  start_->setText(isStarted_ ? tr("&Go on") : tr("&Start"));
-  cancel_->setEnabled(isRunning());
+  start_->setEnabled(!isPlanning() && (!run_ || canStart));
+  start_->setText(!run_ ? tr("&Look for files") : isStarted_ ? tr("&Go on") : tr("&Start"));
+  cancel_->setEnabled(isRunning() || isPlanning());
+  bar_->setRange(0, isPlanning() ? 0 : 1000);
   bar_->setValue(static_cast<int>(1000 * (isStarted_ ? shareDone(entries()) : 0)));
-  QString text = summaryOf(entries());
-  if (isStarted_ && run_->isOver()) text.prepend(tr("Done: "));
-  if (!run_->journalProblem().empty()) text += u'\n' + qt(run_->journalProblem());
-  summary_->setText(text);
+  summary_->setText(summary());
   if (wizard()) wizard()->button(QWizard::BackButton)->setEnabled(!isRunning());
   setSubTitle(isStarted_ ? tr("One process converts each file, so that a bad one harms no other.")
                          : tr("This is what will be done. Nothing has been written yet."));
   Q_EMIT completeChanged();
+}
+
+QString BatchRunPage::summary() const {
+  if (isPlanning()) return tr("Looking for files...");
+  if (!run_) return tr("Stopped while looking for files.");
+  QString text = summaryOf(entries());
+  if (isStarted_ && run_->isOver()) text.prepend(tr("Done: "));
+  if (!run_->journalProblem().empty()) text += u'\n' + qt(run_->journalProblem());
+  return text;
 }
 
 BatchWizard::BatchWizard(const QString& folder, QWidget* parent, Text program) : QWizard(parent) {

@@ -2,7 +2,9 @@
 // Converts many files into up to four formats: which files, into what, and what becomes of each.
 
 #include <QWizard>
+#include <functional>
 #include <memory>
+#include <thread>
 
 #include "formats/batch/batch_run.h"
 
@@ -65,6 +67,20 @@ class BatchTargetsPage final : public QWizardPage {
   QSpinBox* workers_;
 };
 
+/// Makes a plan in a thread of its own.
+class BatchPlanner {
+ public:
+  /// In that thread; null when memory was too short.
+  using Done = std::function<void(std::shared_ptr<BatchPlan>)>;
+  BatchPlanner(BatchRequest request, Done done);
+  /// Gives up and waits for that.
+  ~BatchPlanner();
+
+ private:
+  std::atomic<bool> cancelled_{false};
+  std::thread thread_;
+};
+
 /// Shows what would be done, does it when told to, and says what came of it.
 class BatchRunPage final : public QWizardPage {
   Q_OBJECT
@@ -78,18 +94,26 @@ class BatchRunPage final : public QWizardPage {
   void start();
   void cancel();
   bool isRunning() const;
+  bool isPlanning() const { return planner_ != nullptr; }
+  /// None while they are being looked for.
   const std::vector<BatchEntry>& entries() const;
 
  private:
-  void plan();
+  enum class Then : uint8_t { show, convert };
+  void plan(Then then);
+  void take(BatchPlan* plan, Then then);
+  void convert();
   void poll();
   void show();
+  QString summary() const;
 
   const BatchSourcesPage& sources_;
   const BatchTargetsPage& targets_;
   Text program_;
   std::unique_ptr<BatchRun> run_;
   bool isStarted_ = false;
+  std::unique_ptr<BatchPlanner> planner_;
+  uint64_t planning_ = 0;  ///< counts plans: what one that was given up says late is not heard
   BatchModel* model_;
   QTableView* table_;
   QProgressBar* bar_;

@@ -15,7 +15,8 @@ namespace tervo::ui {
 class PreferencesDialog final : public QDialog {
   Q_OBJECT
  public:
-  PreferencesDialog(Settings& settings, QWidget* parent);
+  /// `formatInUse`: what the output device takes now; empty while it is closed.
+  PreferencesDialog(Settings& settings, QWidget* parent, TextView formatInUse = {});
 
   /// Takes over all fields, or none when one does not take its text: that one is shown with the reason.
   void accept() override;
@@ -30,6 +31,7 @@ class PreferencesDialog final : public QDialog {
   };
   void addPage(const QString& title, std::span<const TextView> prefixes);
   QWidget* makeField(const SettingRow& row);
+  QWidget* makePathField(const QString& text, const QString& title);
   static Text textOfField(const Field& field);
   void restoreDefaults();
 
@@ -37,6 +39,7 @@ class PreferencesDialog final : public QDialog {
   QListWidget* list_;
   QStackedWidget* pages_;
   QLabel* failure_;
+  Text formatInUse_;
   std::vector<Field> fields_;
 };
 

@@ -7,6 +7,7 @@
 #include "core/parameter_lists.h"
 #include "ui/piano_keys.h"
 #include "ui/qt_text.h"
+#include "ui/sound/key_positions.h"
 #include "ui/sound/player.h"
 
 namespace tervo::ui {
@@ -20,6 +21,14 @@ constexpr double blackHeight = 0.62, blackWidth = 0.6;
 int whitesBefore(int key) {
   constexpr int before[] = {0, 1, 1, 2, 2, 3, 4, 4, 5, 5, 6, 6};
   return key / 12 * 7 + before[key % 12];
+}
+
+/// The virtual-key code that a US keyboard has where the key stands; where nobody tells its place, that of the
+/// character.
+uint8_t placeOf(const QKeyEvent& event) {
+  char character = usCharacterAt(event.nativeScanCode());
+  if (character == 0 && event.key() < 128) character = static_cast<char>(event.key());
+  return virtualKeyCodes(std::string_view(&character, 1))[0];
 }
 
 }  // namespace
@@ -108,15 +117,17 @@ bool KeyboardView::handleKey(const QKeyEvent& event) {
   }
   const int first = 12 * (octave_ + 1);
   const std::pair<const std::string&, int> rows[] = {{settings_.aio.vkLo, first}, {settings_.aio.vkHi, first + 12}};
+  const uint8_t code = placeOf(event);
   for (const auto& [characters, base] : rows) {
-    const auto found = characters.find(static_cast<char>(event.key() < 128 ? event.key() : 0));
-    if (event.key() >= 128 || found == std::string::npos) continue;
+    const auto codes = virtualKeyCodes(characters);
+    const auto found = std::find(codes.begin(), codes.end(), code);
+    if (code == 0 || found == codes.end()) continue;
     if (event.isAutoRepeat()) return true;
-    const int key = base + static_cast<int>(found);
+    const int key = base + static_cast<int>(found - codes.begin());
     if (event.type() == QEvent::KeyPress) {
-      held_[event.key()] = key;
+      held_[code] = key;
       press(key, keyVelocity);
-    } else if (const auto held = held_.find(event.key()); held != held_.end()) {
+    } else if (const auto held = held_.find(code); held != held_.end()) {
       letGo(held->second);
       held_.erase(held);
     }

@@ -8,6 +8,7 @@
 #include "core/levels.h"
 #include "ui/document_session.h"
 #include "ui/qt_text.h"
+#include "ui/sound/song_port.h"
 
 namespace tervo::ui {
 namespace {
@@ -178,12 +179,28 @@ bool Player::play(ItemId id, double start) {
   } else {
     return fail(u"No item selected");
   }
-  if (!playing) return false;
+  if (playing) showStarted(id);
+  return playing;
+}
+
+void Player::showStarted(ItemId id) {
   wasPlaying_ = true;
   playing_ = id;
   watcher_.start(watchMs);
   Q_EMIT playingChanged(true);
-  return true;
+}
+
+bool Player::send(const Song& song) {
+  stop();
+  const Text& port = session_.settings().sds.outDev;
+  if (port.empty() || port == noMidiDevice) return fail(u"The preferences name no MIDI output");
+  port_ = SongPort::send(port, song);
+  if (port_) showStarted(song.id());
+  return port_ != nullptr;
+}
+
+Text Player::formatInUse() const {
+  return output_->state() == audio::AudioOutput::State::open ? audio::formatText(output_->format()) : Text();
 }
 
 void Player::stop() {
@@ -192,6 +209,7 @@ void Player::stop() {
   if (performer_) performer_->stop();
   waveform_.reset();
   performer_.reset();
+  port_.reset();
   songStart_.reset();
   if (!wasPlaying_) return;
   wasPlaying_ = false;
@@ -201,7 +219,8 @@ void Player::stop() {
 }
 
 bool Player::isPlaying() const {
-  return (waveform_ && output_->isPlaying(*waveform_)) || (performer_ && output_->isPlaying(*performer_));
+  return (waveform_ && output_->isPlaying(*waveform_)) || (performer_ && output_->isPlaying(*performer_)) ||
+         (port_ && !port_->isOver());
 }
 
 std::optional<double> Player::position() const {
@@ -209,6 +228,7 @@ std::optional<double> Player::position() const {
 }
 
 std::optional<double> Player::songSeconds() const {
+  if (port_) return port_->seconds();
   return performer_ && songStart_ ? std::optional(*songStart_ + performer_->seconds()) : std::nullopt;
 }
 

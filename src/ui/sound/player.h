@@ -20,6 +20,8 @@ class WaveformPlayer;
 
 namespace tervo::ui {
 
+class SongPort;
+
 class Player final : public QObject {
   Q_OBJECT
  public:
@@ -32,10 +34,13 @@ class Player final : public QObject {
   void audition(ItemId item);
   /// From a frame of a waveform or a second of a song. False with LastErrorText.
   bool play(ItemId item, double start = 0);
+  /// To the MIDI output of the settings, from the start. False with LastErrorText.
+  bool send(const Song& song);
   void stop();
   bool isPlaying() const;
   /// The waveform, song or instrument that play() was given last and that is not at its end.
   ItemId playing() const { return playing_; }
+  bool isSending() const { return port_ != nullptr; }
   /// The frame of the waveform that is played now; nothing for other items.
   std::optional<double> position() const;
   /// The second of the song that is played now; nothing for other items.
@@ -48,6 +53,8 @@ class Player final : public QObject {
 
   /// After the settings of devices and ports have changed: everything stops, and opens anew when it is needed.
   void restart();
+  /// "--> 48000 Hz - 2 channels - Floats", or empty while the device is closed.
+  Text formatInUse() const;
   /// After items have changed: keys play them as they are now.
   void reload() { isLoaded_ = false; }
   SongBank& bank() { return bank_; }
@@ -70,6 +77,7 @@ class Player final : public QObject {
   std::shared_ptr<audio::SynthFront> startSynth(bool hasEffects);
   void watch();
   void tellKey(int key, bool isDown);
+  void showStarted(ItemId id);
 
   DocumentSession& session_;
   audio::AudioOutput::Opener opener_;
@@ -79,6 +87,7 @@ class Player final : public QObject {
   std::shared_ptr<audio::SynthFront> keys_;       ///< what keys play on
   std::shared_ptr<audio::SynthFront> performer_;  ///< of a song, or of an instrument's note
   std::optional<double> songStart_;               ///< the second that a song was begun at
+  std::unique_ptr<SongPort> port_;                ///< that a song is sent to
   std::shared_ptr<audio::WaveformPlayer> waveform_;
   std::unique_ptr<Instrument> ownInstrument_;  ///< of a waveform that is played by keys
   ItemId played_ = noItem;

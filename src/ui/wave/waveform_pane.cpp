@@ -124,6 +124,7 @@ void WaveformPane::buildToolBar() {
   tools_->addSeparator();
   addDisplay(tr("Filled"), &Settings::Viz::waveDispFill);
   addDisplay(tr("Split"), &Settings::Viz::waveDispSplit);
+  addDisplay(tr("Follow"), &Settings::Viz::trackInEditor);
   addDisplay(tr("Spectrum"), &Settings::Viz::spectrum);
 }
 

@@ -95,6 +95,9 @@ void WaveformView::setPlayPosition(std::optional<double> frame) {
   if (playPosition_ == frame) return;
   playPosition_ = frame;
   update();
+  if (!frame || !session_.settings().viz.trackInEditor) return;
+  const double x = scale_.xOf(*frame);
+  if (x < 0 || x > width()) setScale({*frame, scale_.framesPerPixel});
 }
 
 void WaveformView::chooseMarker(int index) {

@@ -207,6 +207,29 @@ TEST(DocumentHistory, ADeletedItemComesBackUnderItsIdentifierAndIsPlayedAgain) {
   EXPECT_EQ(findItem<Region>(region)->waveform, wave);
 }
 
+TEST(DocumentHistory, StepsBearTheNamesOfTheirEdits) {
+  Edited edited;
+  EXPECT_EQ(edited.history.undoLabel(), u"");
+  edited.rename(u"one");
+  edited.history.edit(edited.instrument().id(), u"Program", [&] { edited.instrument().program = 9; });
+  edited.history.editMarkers(edited.wave().id(), [&] { edited.wave().markers.clear(); });
+  edited.history.edit(edited.wave().id(), u"Gain", [&] { edited.wave().gain = 3; });
+  const TextView steps[] = {u"Rename", u"Program", u"Edit markers", u"Gain"};
+  for (int step = 3; step >= 0; --step) {
+    EXPECT_EQ(edited.history.undoLabel(), steps[step]);
+    ASSERT_TRUE(edited.history.Undo());
+    EXPECT_EQ(edited.history.redoLabel(), steps[step]);
+  }
+  EXPECT_EQ(edited.history.undoLabel(), u"");
+  for (const TextView step : steps) {
+    EXPECT_EQ(edited.history.redoLabel(), step);
+    ASSERT_TRUE(edited.history.Redo());
+    EXPECT_EQ(edited.history.undoLabel(), step);
+  }
+  edited.history.startSaving(ItemKind::collection);
+  EXPECT_EQ(edited.history.undoLabel(), u"");
+}
+
 TEST(DocumentHistory, SavesOfWaveformsAreNoBarrierThoseOfWholesAre) {
   Edited edited;
   edited.rename(u"new");

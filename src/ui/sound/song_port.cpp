@@ -1,0 +1,44 @@
+#include "ui/sound/song_port.h"
+
+#include "base/last_error.h"
+
+namespace tervo::ui {
+
+using Clock = std::chrono::steady_clock;
+
+std::unique_ptr<SongPort> SongPort::send(TextView name, const Song& song) {
+  auto port = platform::MidiOutput::open(name);
+  if (!port) return nullptr;
+  return std::unique_ptr<SongPort>(new SongPort(std::move(port), song));
+}
+
+SongPort::SongPort(std::unique_ptr<platform::MidiOutput> port, const Song& song)
+    : port_(std::move(port)), sender_(*port_, song), start_(Clock::now()), thread_([this] { run(); }) {}
+
+SongPort::~SongPort() {
+  {
+    const std::lock_guard lock(mutex_);
+    isStopped_ = true;
+  }
+  stopped_.notify_all();
+  thread_.join();
+}
+
+double SongPort::seconds() const {
+  return std::chrono::duration<double>(Clock::now() - start_).count();
+}
+
+void SongPort::run() {
+  while (const auto due = sender_.nextTime()) {
+    const auto time = start_ + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(*due));
+    std::unique_lock lock(mutex_);
+    if (stopped_.wait_until(lock, time, [this] { return isStopped_; })) break;
+    lock.unlock();
+    if (!sender_.sendNext()) break;
+  }
+  sender_.silence();
+  port_->finish();
+  isOver_ = true;
+}
+
+}  // namespace tervo::ui

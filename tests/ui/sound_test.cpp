@@ -1,0 +1,106 @@
+// Keys by their place, songs on their way out, and what the tree and the menus call things.
+
+#include <QAction>
+#include <QFile>
+#include <QKeyEvent>
+
+#include "platform/key_place.h"
+#include "tests/ui/window_fixture.h"
+#include "ui/collection_model.h"
+#include "ui/sound/keyboard_view.h"
+
+namespace tervo::ui {
+namespace {
+
+Song& addSong(Collection& document) {
+  auto song = std::make_unique<Song>();
+  song->name = u"Tune";
+  auto track = std::make_unique<Track>();
+  // A quarter of a second at 120 a minute.
+  for (const int byte : {0, 0x90, 60, 100, 0x81, 0x70, 0x80, 60, 0, 0, 0xFF, 0x2F, 0})
+    track->data.push_back(static_cast<std::byte>(byte));
+  song->add(std::move(track));
+  return document.add(std::move(song));
+}
+
+/// What the window system would call the key at a place.
+uint32_t scanCodeOf(uint32_t place) {
+  for (uint32_t code = 1; code < 256; ++code) {
+    if (platform::keyPlace(code) == place) return code;
+  }
+  return 0;
+}
+
+TEST_F(WindowTest, ComputerKeysPlayByTheirPlaceWhateverTheLayoutWritesOnThem) {
+  window.tree().select({addInstrument(u"Piano").id()});
+  std::vector<int> sounded;
+  QObject::connect(&player, &Player::keySounded, &player, [&](int key, bool on) {
+    if (on) sounded.push_back(key);
+  });
+  const auto press = [&](int character, uint32_t scanCode) {
+    for (const auto type : {QEvent::KeyPress, QEvent::KeyRelease}) {
+      QKeyEvent event(type, character, Qt::NoModifier, scanCode, 0, 0);
+      EXPECT_TRUE(window.keyboard().handleKey(event));
+    }
+  };
+  constexpr uint32_t placeOfZ = 44, placeOfComma = 51;  // scan code set 1
+  press(Qt::Key_Y, scanCodeOf(placeOfZ));               // a German keyboard
+  press(Qt::Key_Semicolon, scanCodeOf(placeOfComma));   // a French one
+  press(Qt::Key_Q, 0);                                  // nobody tells where it is
+  EXPECT_EQ(sounded, (std::vector{60, 72, 72}));
+}
+
+TEST_F(WindowTest, ASongIsSentToTheMidiOutputWhileItsPlaceShows) {
+  const Song& song = addSong(session.document());
+  EXPECT_FALSE(player.send(song));
+  const QString path = dir.filePath("sent.bytes");
+  settings.sds.outDev = u"file:" + textOf(path);
+  ASSERT_TRUE(player.send(song));
+  EXPECT_TRUE(player.isPlaying());
+  EXPECT_TRUE(player.songSeconds());
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !player.isPlaying(); }, 20000));
+  QFile sent(path);
+  ASSERT_TRUE(sent.open(QIODevice::ReadOnly));
+  const QByteArray bytes = sent.readAll();
+  EXPECT_TRUE(bytes.startsWith(QByteArray::fromHex("903c64803c00"))) << bytes.toHex().toStdString();
+}
+
+TEST_F(WindowTest, TheTreeNumbersInstrumentsAndSongs) {
+  addInstrument(u"Piano", 3), addInstrument(u"Organ");
+  addSong(session.document());
+  CollectionModel model(session.document(), settings);
+  const QModelIndex root = model.index(0, 0);
+  const auto label = [&](int row) {
+    return (model.index(row, 1, root).data().toString() + '\t' + model.index(row, 2, root).data().toString())
+        .toStdString();
+  };
+  EXPECT_EQ(label(0), "1\t(2 layers, 6 regions)");
+  EXPECT_EQ(label(1), "2\t(2 layers, 4 regions)");
+  EXPECT_EQ(label(2), "1\t(total 1.0K samples)");
+  EXPECT_EQ(label(3), "1\t(1 tracks)");
+}
+
+TEST_F(WindowTest, UndoAndRedoNameTheirStep) {
+  const ItemId piano = addInstrument(u"Piano").id();
+  Q_EMIT session.replaced();
+  QAction *undo = nullptr, *redo = nullptr;
+  for (QAction* action : window.findChildren<QAction*>()) {
+    if (action->shortcut() == QKeySequence(QKeySequence::Undo)) undo = action;
+    if (action->shortcut() == QKeySequence(QKeySequence::Redo)) redo = action;
+  }
+  ASSERT_TRUE(undo && redo);
+  EXPECT_EQ(undo->text(), "&Undo");
+  session.edit(std::vector{piano}, "Rename A&B", [&] { findItem<Instrument>(piano)->name = u"A&B"; });
+  EXPECT_EQ(undo->text(), "&Undo Rename A&&B");
+  EXPECT_EQ(undo->iconText(), "Undo");
+  window.tree().select({findItem<Instrument>(piano)->layers()[0]->regions()[0]->id()});
+  for (QAction* action : window.tree().actions())
+    if (action->shortcut() == QKeySequence(QKeySequence::Delete)) action->trigger();
+  EXPECT_EQ(undo->text(), "&Undo Delete region");
+  undo->trigger();
+  EXPECT_EQ(undo->text(), "&Undo Rename A&&B");
+  EXPECT_EQ(redo->text(), "&Redo Delete region");
+}
+
+}  // namespace
+}  // namespace tervo::ui
