@@ -211,9 +211,9 @@ TEST(DocumentHistory, StepsBearTheNamesOfTheirEdits) {
   Edited edited;
   EXPECT_EQ(edited.history.undoLabel(), u"");
   edited.rename(u"one");
-  edited.history.edit(edited.instrument().id(), u"Program", [&] { edited.instrument().program = 9; });
+  edited.history.edit(edited.instrument().id(), u"Program", [&] { edited.instrument().program += 1; });
   edited.history.editMarkers(edited.wave().id(), [&] { edited.wave().markers.clear(); });
-  edited.history.edit(edited.wave().id(), u"Gain", [&] { edited.wave().gain = 3; });
+  edited.history.edit(edited.wave().id(), u"Gain", [&] { edited.wave().gain += 1; });
   const TextView steps[] = {u"Rename", u"Program", u"Edit markers", u"Gain"};
   for (int step = 3; step >= 0; --step) {
     EXPECT_EQ(edited.history.undoLabel(), steps[step]);
