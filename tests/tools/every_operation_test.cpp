@@ -100,5 +100,31 @@ TEST_F(WaveOperations, AllLeaveASoundBehind) {
   }
 }
 
+/// At a low rate, so that it stays quick. What is made of frames is looked at near the end, where counting may go
+/// wrong.
+TEST_F(WaveOperations, AllTakeTenMinutes) {
+  constexpr double rate = 4000, seconds = 600;
+  const auto frames = static_cast<int64_t>(rate * seconds);
+  const SampleRef source = sine(110.3, 0.5, frames, rate);
+  for (const Operation& operation : Operations()) {
+    if (operation.kind != ItemKind::waveform) continue;
+    SCOPED_TRACE(toUtf8(operation.name));
+    document.collection.clear();
+    Waveform& sound = wave(source, markersFor(static_cast<double>(frames)));
+    sound.sampleRate = rate;
+    const bool finds = operation.name == u"find-loop", cuts = operation.name == u"cut";
+    const OptionTexts all, those = {{u"skip-looped", u"off"}}, end = {{u"start", u"599"}};
+    ASSERT_NE(run(operation.name, finds ? those : cuts ? end : all), Outcome::failed) << toUtf8(LastErrorText());
+    EXPECT_TRUE(mayChangeLength(operation.name) || sound.frames() == frames);
+    const auto last = framesOf(sound.samples, std::max<int64_t>(sound.frames() - 500, 0), 500);
+    EXPECT_EQ(last.size(), static_cast<std::size_t>(std::min<int64_t>(sound.frames(), 500) * sound.channels()));
+    EXPECT_TRUE(std::all_of(last.begin(), last.end(), [](float sample) { return std::abs(sample) < 2; }));
+    for (const Marker& marker : sound.markers) EXPECT_LE(marker.end, static_cast<double>(sound.frames()));
+    if (!finds) continue;
+    const double periods = (sound.markers[0].end - sound.markers[0].start) * 110.3 / rate;
+    EXPECT_NEAR(periods, std::round(periods), 0.02);
+  }
+}
+
 }  // namespace
 }  // namespace tervo

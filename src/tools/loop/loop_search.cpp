@@ -63,8 +63,8 @@ class Search {
     const bool isWorthIt = method == SearchMethod::automatic && ProbeSearch::cost(range_) < cells;
     if (method != SearchMethod::probes && !isWorthIt) return SearchEnd::tooSlow;
     if (!probes_) probes_.emplace(x_, crossings_);
-    return probes_->run(contest, method == SearchMethod::probes ? infinite : std::min(cells, LagSearch::cost(range_)),
-                        progress);
+    return probes_->run(
+        contest, method == SearchMethod::probes ? infinite : std::min(2 * cells, LagSearch::cost(range_)), progress);
   }
 
   bool preparePlaces(const SearchProgress& progress) {

@@ -17,7 +17,7 @@ using dsp::probeSize;
 constexpr std::size_t startsOfProbe = spanFrames - probeSize;
 constexpr std::size_t partsOfProbe = (startsOfProbe + spanFrames) / partSize;
 constexpr std::size_t padding = startsOfProbe + spanFrames + 2 * dsp::mostLags;  // that kernels may read
-constexpr double secondsToProbe = 70e-9, secondsToCompare = 200e-9;              // one call of a kernel
+constexpr double secondsToProbe = 70e-9, secondsToCompare = 200e-9, secondsToOffer = 150e-9;
 
 // Bounds of what single precision gets wrong, as parts of the lengths of what is compared.
 constexpr double productError = 4e-6, squaresError = 1e-5, ratioError = 1.2e-7;
@@ -197,6 +197,7 @@ void ProbeSearch::offerPairs(LoopContest& contest, const Probe& probe, std::size
         const double most = sums[(offset + spanFrames + partSize - 1) / partSize] - sums[offset / partSize];
         const bool isWithin = ratio == 1 && most * (1 + squaresError) < contest.limit() * a * b;
         const std::size_t start = first + offset + spanBefore;
+        seconds_ += secondsToOffer;
         contest.offer({start, lengthA}, {start + lag, lengthB},
                       isWithin ? LoopContest::Distance::withinLimit : LoopContest::Distance::unknown);
       }
