@@ -64,7 +64,7 @@ class Search {
     if (method != SearchMethod::probes && !isWorthIt) return SearchEnd::tooSlow;
     if (!probes_) probes_.emplace(x_, crossings_);
     return probes_->run(
-        contest, method == SearchMethod::probes ? infinite : std::min(2 * cells, LagSearch::cost(range_)), progress);
+        contest, method == SearchMethod::probes ? infinite : std::min(3 * cells, LagSearch::cost(range_)), progress);
   }
 
   bool preparePlaces(const SearchProgress& progress) {
