@@ -56,6 +56,12 @@ if(NOT WIN32)
 endif()
 
 if(TERVO_WINDOW)
+  if(CMAKE_CROSSCOMPILING)
+    # Tells where it is, and builds it where it is not: half an hour.
+    execute_process(COMMAND ${CMAKE_SOURCE_DIR}/scripts/windows/build-qt
+                    OUTPUT_VARIABLE qt OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    list(APPEND CMAKE_PREFIX_PATH ${qt})
+  endif()
   find_package(Qt6 6.4 REQUIRED COMPONENTS Widgets)
 endif()
 
