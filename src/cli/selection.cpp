@@ -89,7 +89,7 @@ namespace {
 /// The row where it can write; else noFormat with LastErrorText, and a hint unless there is one.
 FormatIndex writing(FormatIndex index, Text& hint) {
   const FormatDescriptor* row = rowAt(index);
-  if (row && row->write) return index;
+  if (row && row->write) return hint.clear(), index;
   if (row) {
     const bool later = row->declared & DeclaredOps::write;
     hint = (later ? u"known, but not writable yet: " : u"only read, never written: ") + Text(row->description);

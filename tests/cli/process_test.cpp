@@ -76,6 +76,7 @@ TEST_F(Process, SaysWhatIsWrong) {
   for (const auto& each : cases) {
     EXPECT_EQ(process(each.arguments), each.status) << each.error;
     EXPECT_THAT(console.error, testing::HasSubstr(each.error));
+    EXPECT_THAT(console.error, testing::Not(testing::HasSubstr("--format")));
   }
 }
 
