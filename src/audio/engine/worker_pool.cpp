@@ -9,17 +9,24 @@
 namespace tervo::audio {
 namespace {
 
+constexpr uint32_t effectCount = 2;
+constexpr uint32_t mostCalled = 0xFF;
+
 /// Several groups are an even number of them, so that two threads have the same to do.
 std::size_t groupsFor(std::size_t voices) {
   if (voices <= groupVoices) return voices > 0 ? 1 : 0;
-  return 2 * ((voices + 2 * groupVoices - 1) / (2 * groupVoices));
+  constexpr std::size_t most = 2 * groupVoices;
+  return 2 * ((voices + most / 2 + most - 1) / most);
 }
 
-/// Where the group begins: the kernel renders several voices at once, and only the last of all has idle places. What is
-/// over goes to the first groups, as other threads have the effects to do.
+/// Where the group begins: the kernel renders several voices at once, and only the last of all has idle places. The two
+/// groups in the middle, the last to be taken, have half of what others have, so that threads wait less for each other.
 std::size_t beginOf(std::size_t group, std::size_t groups, std::size_t voices) {
-  const std::size_t bundles = (voices + lanes - 1) / lanes;
-  return std::min((group * bundles + groups - 1) / groups * lanes, voices);
+  const std::size_t bundles = (voices + lanes - 1) / lanes, middle = groups / 2;
+  if (groups < 2) return group == 0 ? 0 : voices;
+  const std::size_t parts = 2 * groups - 2;
+  const std::size_t before = 2 * group - (group >= middle ? 1 : 0) - (group > middle ? 1 : 0);
+  return std::min((before * bundles + parts - 1) / parts * lanes, voices);
 }
 
 /// Looks again and again for some microseconds: falling asleep and being woken takes longer than most waits here.
@@ -62,64 +69,80 @@ void WorkerPool::run(Worker& worker, std::size_t index, Use use) noexcept {
   std::optional<platform::AudioPriority> priority;
   if (use == Use::device) priority.emplace();
   const FlushDenormals flush;
-  for (uint32_t seen = 0;; ++seen) {
-    if (!holdsSoon([&] { return worker.wake != seen; })) platform::waitWhile(worker.wake, seen);
+  for (uint32_t seen = 0;;) {
+    const uint32_t wake = worker.wake;
+    const auto isCalled = [&] {
+      const uint32_t now = call();
+      return now != seen && (now & mostCalled) > index;
+    };
+    if (!holdsSoon(isCalled)) platform::waitWhile(worker.wake, wake);
     if (ending_) return;
-    work(index);
+    seen = call();
+    const Share share = work(index);
+    done_.voicesEnded += share.voicesEnded;
+    done_.tasks += share.tasks;
   }
 }
 
 /// The audio thread takes the first and others take the last, so that voices mostly stay with the thread whose cache
-/// they are in. Tasks are the groups, and the effects at both ends, or at the
-/// end where the first groups have more to do.
-std::optional<std::size_t> WorkerPool::takeTask(bool fromEnd) noexcept {
-  uint32_t seen = waiting_;
+/// they are in. The effects, which take the least time, are in the middle and so the last to be taken.
+std::optional<uint32_t> WorkerPool::takeTask(bool fromEnd) noexcept {
+  uint64_t seen = block_.waiting;
   for (;;) {
-    const uint32_t first = seen & 0xFFFF, end = seen >> 16;
+    const auto first = static_cast<uint32_t>(seen & 0xFFFF), end = static_cast<uint32_t>(seen >> 16 & 0xFFFF);
     if (first == end) return std::nullopt;
-    const uint32_t left = fromEnd ? seen - 0x10000 : seen + 1;
-    if (waiting_.compare_exchange_weak(seen, left)) return fromEnd ? end - 1 : first;
+    const uint64_t left = fromEnd ? seen - 0x10000 : seen + 1;
+    if (block_.waiting.compare_exchange_weak(seen, left)) return fromEnd ? end - 1 : first;
   }
 }
 
-void WorkerPool::renderGroup(std::size_t group, VoiceGroup& with) noexcept {
-  const std::size_t first = beginOf(group, groupCount_, voices_.size());
-  const auto part = voices_.subspan(first, beginOf(group + 1, groupCount_, voices_.size()) - first);
-  if (const uint32_t ended = with.render(part, *context_, kernel_, blocks_[group])) voicesEnded_ += ended;
+uint32_t WorkerPool::renderGroup(std::size_t group, VoiceGroup& with) noexcept {
+  const std::size_t count = block_.voices.size(), first = beginOf(group, block_.groups, count);
+  const auto part = block_.voices.subspan(first, beginOf(group + 1, block_.groups, count) - first);
+  return with.render(part, *block_.context, kernel_, blocks_[group]);
 }
 
-void WorkerPool::work(std::size_t index) noexcept {
+WorkerPool::Share WorkerPool::work(std::size_t index) noexcept {
+  Share share;
   while (const auto task = takeTask(index > 0)) {
-    const std::size_t group = *task - firstGroup_;  // wraps around for the first effect
-    if (group < groupCount_)
-      renderGroup(group, *groups_[index]);
-    else if (group == groupCount_)
-      effects_->hearReverb();
+    ++share.tasks;
+    const uint32_t effect = *task - block_.effectsAt;
+    if (!block_.effects || *task < block_.effectsAt)
+      share.voicesEnded += renderGroup(*task, *groups_[index]);
+    else if (effect >= effectCount)
+      share.voicesEnded += renderGroup(*task - effectCount, *groups_[index]);
+    else if (effect == 0)
+      block_.effects->hearChorus();
     else
-      effects_->hearChorus();
-    ++tasksDone_;
+      block_.effects->hearReverb();
   }
+  return share;
 }
 
 std::span<const BusBlock> WorkerPool::render(std::span<Voice* const> voices, const VoiceContext& context,
                                              Effects* effects) noexcept {
-  voices_ = voices;
-  context_ = &context;
-  effects_ = effects;
-  groupCount_ = groupsFor(voices.size());
-  const bool isEven = (voices.size() + lanes - 1) / lanes % 2 == 0;
-  firstGroup_ = effects && isEven ? 1 : 0;
-  const auto tasks = static_cast<uint32_t>(groupCount_ + (effects ? 2 : 0));
-  tasksDone_ = voicesEnded_ = 0;
-  waiting_ = tasks << 16;
-  const std::size_t sharers = std::clamp<std::size_t>(groupCount_, 1, groups_.size());
+  const std::size_t groups = groupsFor(voices.size());
+  block_.voices = voices;
+  block_.context = &context;
+  block_.effects = effects;
+  block_.groups = static_cast<uint16_t>(groups);
+  block_.effectsAt = static_cast<uint16_t>((groups + 1) / 2);
+  const auto tasks = static_cast<uint32_t>(groups + (effects ? effectCount : 0));
+  const std::size_t sharers = std::clamp<std::size_t>(groups, 1, groups_.size());
+  uint32_t called = call();
+  if (sharers > 1)
+    called = (called & ~mostCalled) + mostCalled + 1 + std::min(static_cast<uint32_t>(sharers), mostCalled);
+  block_.waiting = uint64_t{called} << 32 | tasks << 16;
   for (std::size_t i = 1; i < sharers; ++i) {
     ++threads_[i - 1]->wake;
     platform::wakeOne(threads_[i - 1]->wake);
   }
-  work(0);
-  while (!holdsSoon([&] { return tasksDone_ == tasks; })) std::this_thread::yield();
-  return {blocks_.data(), groupCount_};
+  const Share share = work(0);
+  tasksDone_ += tasks - share.tasks;
+  while (!holdsSoon([&] { return done_.tasks == tasksDone_; })) std::this_thread::yield();
+  hasEnded_ = share.voicesEnded + (done_.voicesEnded - voicesEnded_) != 0;
+  voicesEnded_ = done_.voicesEnded;
+  return {blocks_.data(), groups};
 }
 
 }  // namespace tervo::audio
