@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "base/last_error.h"
+#include "core/frame_reader.h"
 #include "dsp/channel_kernels.h"
 
 namespace tervo {
@@ -52,13 +53,10 @@ class ResidentSamples final : public SampleData {
   OwnedFrames frames_;
 };
 
-constexpr std::size_t scratchSamples = 32768;  // 128 KiB: with its source and its target it stays in the cache
-
 /// One channel made of two, or two of one, while it is read.
 class ChannelStream final : public SampleStream {
  public:
-  ChannelStream(std::unique_ptr<SampleStream> source, int channels)
-      : source_(std::move(source)), toStereo_(channels == 2), scratch_(scratchSamples) {}
+  ChannelStream(FrameReader source, int channels) : source_(std::move(source)), toStereo_(channels == 2) {}
 
   std::optional<std::size_t> read(std::span<float> out) override {
     const std::size_t wanted = toStereo_ ? out.size() / 2 : out.size();
@@ -75,21 +73,18 @@ class ChannelStream final : public SampleStream {
  private:
   std::optional<std::size_t> readPart(std::span<float> out, std::size_t done, std::size_t wanted) {
     const std::size_t samplesPerFrame = toStereo_ ? 1 : 2;
-    const auto part = std::span(scratch_).first(std::min(wanted * samplesPerFrame, scratch_.size()));
-    const auto frames = source_->read(part);
-    if (!frames) return std::nullopt;
-    const auto read = part.first(*frames * samplesPerFrame);
+    const auto read = source_.next(wanted * samplesPerFrame);
+    if (!read) return std::nullopt;
     if (toStereo_) {
-      dsp::duplicate(read, out.subspan(2 * done));
+      dsp::duplicate(*read, out.subspan(2 * done));
     } else {
-      dsp::mixToMono(read, out.subspan(done));
+      dsp::mixToMono(*read, out.subspan(done));
     }
-    return frames;
+    return read->size() / samplesPerFrame;
   }
 
-  std::unique_ptr<SampleStream> source_;
+  FrameReader source_;
   bool toStereo_;
-  std::vector<float> scratch_;
 };
 
 class ChannelView final : public SampleData {
@@ -97,9 +92,9 @@ class ChannelView final : public SampleData {
   ChannelView(SampleRef source, int channels) : SampleData(channels, source->frames()), source_(std::move(source)) {}
 
   std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
-    auto stream = source_->open(firstFrame);
-    if (!stream) return nullptr;
-    return std::make_unique<ChannelStream>(std::move(stream), channels());
+    auto source = FrameReader::open(source_, firstFrame);
+    if (!source) return nullptr;
+    return std::make_unique<ChannelStream>(std::move(*source), channels());
   }
   SampleFaults faults() const override { return source_->faults(); }
 

@@ -47,9 +47,9 @@ float Quantiser::quantise(float sample, uint64_t place, Errors& errors) const no
   return static_cast<float>(rounded / half_);
 }
 
-void Quantiser::apply(std::span<float> frames, int64_t first) noexcept {
+void Quantiser::apply(std::span<const float> in, std::span<float> out, int64_t first) noexcept {
   const uint64_t start = static_cast<uint64_t>(first) * channels_;
-  for (std::size_t i = 0; i < frames.size(); ++i) frames[i] = quantise(frames[i], start + i, errors_[i % channels_]);
+  for (std::size_t i = 0; i < in.size(); ++i) out[i] = quantise(in[i], start + i, errors_[i % channels_]);
 }
 
 }  // namespace tervo::dsp

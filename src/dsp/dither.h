@@ -21,8 +21,9 @@ class Quantiser {
   /// 1 to 24 bits; 1 or 2 interleaved channels.
   Quantiser(int bits, Dither dither, int channels);
 
-  /// `first` is the number of the first frame. Shaped noise needs all frames from the first one on, in order.
-  void apply(std::span<float> frames, int64_t first) noexcept;
+  /// `first` is the number of the first frame. Shaped noise needs all frames from the first one on, in order. `out` is
+  /// as large as `in`.
+  void apply(std::span<const float> in, std::span<float> out, int64_t first) noexcept;
 
  private:
   static constexpr std::size_t taps = 5;

@@ -14,14 +14,14 @@ double angleOf(FadeShape shape) {
   return shape == FadeShape::sCurve ? std::numbers::pi : std::numbers::pi / 2;
 }
 
-void multiplyMono(float* frames, const float* gains, std::size_t count) {
-  for (std::size_t i = 0; i < count; ++i) frames[i] *= gains[i];
+void multiplyMono(const float* in, float* out, const float* gains, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) out[i] = in[i] * gains[i];
 }
 
-void multiplyStereo(float* frames, const float* gains, std::size_t count) {
+void multiplyStereo(const float* in, float* out, const float* gains, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {
-    frames[2 * i] *= gains[i];
-    frames[2 * i + 1] *= gains[i];
+    out[2 * i] = in[2 * i] * gains[i];
+    out[2 * i + 1] = in[2 * i + 1] * gains[i];
   }
 }
 
@@ -76,18 +76,19 @@ void FadeCurve::fillGains(int64_t firstFrame, std::array<float, stretch>& gains)
   if (direction_ == FadeDirection::out) std::reverse(gains.begin(), gains.end());
 }
 
-void FadeCurve::apply(std::span<float> frames, int channels, int64_t first) const noexcept {
+void FadeCurve::apply(std::span<const float> in, std::span<float> out, int channels, int64_t first) const noexcept {
   const auto width = static_cast<std::size_t>(channels);
   constexpr auto whole = static_cast<int64_t>(stretch);
   std::array<float, stretch> gains;
-  while (frames.size() >= width) {
+  while (in.size() >= width) {
     const int64_t place = direction_ == FadeDirection::in ? first : length_ - 1 - first;
     const auto within = static_cast<std::size_t>(place % whole);
     const std::size_t skipped = direction_ == FadeDirection::in ? within : stretch - 1 - within;
-    const std::size_t count = std::min(stretch - skipped, frames.size() / width);
+    const std::size_t count = std::min(stretch - skipped, in.size() / width);
     fillGains(place / whole * whole, gains);
-    (channels == 1 ? multiplyMono : multiplyStereo)(frames.data(), gains.data() + skipped, count);
-    frames = frames.subspan(count * width);
+    (channels == 1 ? multiplyMono : multiplyStereo)(in.data(), out.data(), gains.data() + skipped, count);
+    in = in.subspan(count * width);
+    out = out.subspan(count * width);
     first += static_cast<int64_t>(count);
   }
 }

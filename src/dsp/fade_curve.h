@@ -23,8 +23,9 @@ class FadeCurve {
  public:
   FadeCurve(FadeShape shape, FadeDirection direction, int64_t length);
 
-  /// Multiplies whole frames of 1 or 2 interleaved channels, of which the first one is frame `first` of the fade.
-  void apply(std::span<float> frames, int channels, int64_t first) const noexcept;
+  /// Multiplies whole frames of 1 or 2 interleaved channels, of which the first one is frame `first` of the fade. `out`
+  /// is as large as `in` and stands elsewhere.
+  void apply(std::span<const float> in, std::span<float> out, int channels, int64_t first) const noexcept;
 
  private:
   // Within a stretch of frames gain(j) = offset + a * rise[j] + b * turn[j]: one exact point a stretch, and sums and

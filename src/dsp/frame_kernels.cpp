@@ -7,7 +7,7 @@
 namespace tervo::dsp {
 namespace {
 
-constexpr std::size_t lanes = 16;
+constexpr std::size_t lanes = 64;  // of fewer compilers make single variables in place of vectors
 
 float peakOfFinite(std::span<const float> samples) {
   float highest = 0;
@@ -15,16 +15,16 @@ float peakOfFinite(std::span<const float> samples) {
   return highest;
 }
 
-/// `change(sample, value)` with the first and the last of the values in turns.
-template <typename Change>
-void alternately(std::span<float> frames, std::span<const float> values, Change change) {
+/// `changed(sample, value)` with the first and the last of the values in turns.
+template <typename Changed>
+void alternately(std::span<const float> in, std::span<float> out, std::span<const float> values, Changed changed) {
   const float even = values.front(), odd = values.back();
   std::size_t i = 0;
-  for (; i + 2 <= frames.size(); i += 2) {
-    change(frames[i], even);
-    change(frames[i + 1], odd);
+  for (; i + 2 <= in.size(); i += 2) {
+    out[i] = changed(in[i], even);
+    out[i + 1] = changed(in[i + 1], odd);
   }
-  if (i < frames.size()) change(frames[i], even);
+  if (i < in.size()) out[i] = changed(in[i], even);
 }
 
 struct StereoFrame {
@@ -58,16 +58,16 @@ float peakOf(std::span<const float> samples) noexcept {
   return std::isfinite(peak) ? peak : peakOfFinite(samples);
 }
 
-void multiply(std::span<float> samples, float factor) noexcept {
-  for (float& sample : samples) sample *= factor;
+void multiply(std::span<const float> in, std::span<float> out, float factor) noexcept {
+  for (std::size_t i = 0; i < in.size(); ++i) out[i] = in[i] * factor;
 }
 
-void multiplyChannels(std::span<float> frames, std::span<const float> factors) noexcept {
-  alternately(frames, factors, [](float& sample, float factor) { sample *= factor; });
+void multiplyChannels(std::span<const float> in, std::span<float> out, std::span<const float> factors) noexcept {
+  alternately(in, out, factors, [](float sample, float factor) { return sample * factor; });
 }
 
-void addToChannels(std::span<float> frames, std::span<const float> values) noexcept {
-  alternately(frames, values, [](float& sample, float value) { sample += value; });
+void addToChannels(std::span<const float> in, std::span<float> out, std::span<const float> values) noexcept {
+  alternately(in, out, values, [](float sample, float value) { return sample + value; });
 }
 
 void addSums(std::span<const float> frames, std::span<double> sums) noexcept {

@@ -9,19 +9,19 @@ namespace tervo::dsp {
 /// The largest magnitude; samples that are not finite do not count.
 float peakOf(std::span<const float> samples) noexcept;
 
-void multiply(std::span<float> samples, float factor) noexcept;
+/// As many samples as `in` has, times a factor. Here and below `in` and `out` do not overlap.
+void multiply(std::span<const float> in, std::span<float> out, float factor) noexcept;
 
 /// Multiplies each of the channels (1 or 2) of interleaved frames by a factor.
-void multiplyChannels(std::span<float> frames, std::span<const float> factors) noexcept;
+void multiplyChannels(std::span<const float> in, std::span<float> out, std::span<const float> factors) noexcept;
 
 /// Adds the sum of each of the channels (1 or 2) to `sums`; samples that are not finite do not count.
 void addSums(std::span<const float> frames, std::span<double> sums) noexcept;
 
 /// Adds a value to each of the channels (1 or 2) of interleaved frames.
-void addToChannels(std::span<float> frames, std::span<const float> values) noexcept;
+void addToChannels(std::span<const float> in, std::span<float> out, std::span<const float> values) noexcept;
 
-/// The frames of `in` from the last one to the first. Both have whole frames of 1 or 2 channels and the same size, and
-/// do not overlap.
+/// The frames of `in` from the last one to the first. Both have whole frames of 1 or 2 channels and the same size.
 void reverseFrames(std::span<const float> in, std::span<float> out, int channels) noexcept;
 
 /// Exchanges the channels of interleaved stereo frames.

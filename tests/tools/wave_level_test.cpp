@@ -3,6 +3,7 @@
 #include <numbers>
 #include <random>
 
+#include "core/normalise/sample_views.h"
 #include "tests/tools/wave_fixture.h"
 
 namespace tervo {
@@ -86,6 +87,28 @@ TEST_F(WaveOperations, FadesFollowTheirCurves) {
       const auto tail = framesOf(faded, 5077);
       EXPECT_TRUE(std::equal(tail.rbegin(), tail.rend(), out.begin()));
     }
+  }
+}
+
+TEST_F(WaveOperations, FramesInMemoryAndFramesThatAreReadBecomeTheSame) {
+  const struct {
+    TextView name;
+    OptionTexts options;
+  } cases[] = {{u"gain", {{u"by", u"-3"}}},
+               {u"fade-in", {{u"length", u"41234"}, {u"unit", u"frames"}}},
+               {u"fade-out", {{u"length", u"41234"}, {u"unit", u"frames"}, {u"curve", u"exponential"}}},
+               {u"invert-phase", {{u"channel", u"right"}}},
+               {u"remove-dc-offset", {}},
+               {u"reduce-bits", {{u"dither", u"shaped"}}},
+               {u"change-channels", {{u"to", u"mono"}}},
+               {u"change-channels", {{u"to", u"left"}}},
+               {u"change-channels", {{u"to", u"difference"}}}};
+  const SampleRef inMemory = ramp(70001, 2);
+  const SampleRef read = fixup::swapped(fixup::swapped(inMemory));
+  for (const auto& each : cases) {
+    const auto expected = result(each.name, each.options, inMemory);
+    result(each.name, each.options, read);
+    EXPECT_EQ(framesOf(document.collection.waveforms()[0]->samples, 0, (1 << 18) + 1), expected) << toUtf8(each.name);
   }
 }
 

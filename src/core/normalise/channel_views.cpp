@@ -2,6 +2,7 @@
 #include <cassert>
 
 #include "base/last_error.h"
+#include "core/frame_reader.h"
 #include "core/normalise/rearranged_bytes.h"
 #include "dsp/channel_kernels.h"
 #include "dsp/frame_kernels.h"
@@ -13,21 +14,18 @@ constexpr std::size_t blockFrames = 8192;
 
 class OneChannelStream final : public SampleStream {
  public:
-  OneChannelStream(std::unique_ptr<SampleStream> source, int channel)
-      : source_(std::move(source)), channel_(channel), scratch_(2 * blockFrames) {}
+  OneChannelStream(FrameReader source, int channel) : source_(std::move(source)), channel_(channel) {}
 
   std::optional<std::size_t> read(std::span<float> out) override {
-    const auto part = std::span(scratch_).first(2 * std::min(out.size(), blockFrames));
-    const auto frames = source_->read(part);
+    const auto frames = source_.next(2 * out.size());
     if (!frames) return std::nullopt;
-    dsp::takeChannel(part.first(2 * *frames), channel_, out);
-    return frames;
+    dsp::takeChannel(*frames, channel_, out);
+    return frames->size() / 2;
   }
 
  private:
-  std::unique_ptr<SampleStream> source_;
+  FrameReader source_;
   int channel_;
-  std::vector<float> scratch_;
 };
 
 class OneChannel final : public SampleData {
@@ -39,9 +37,9 @@ class OneChannel final : public SampleData {
         channel_(channel) {}
 
   std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
-    auto source = stereo_->open(firstFrame);
+    auto source = FrameReader::open(stereo_, firstFrame);
     if (!source) return nullptr;
-    return std::make_unique<OneChannelStream>(std::move(source), channel_);
+    return std::make_unique<OneChannelStream>(std::move(*source), channel_);
   }
   SampleFaults faults() const override { return stereo_->faults(); }
   const StoredSamples* stored() const override { return bytes_ ? &*bytes_ : nullptr; }

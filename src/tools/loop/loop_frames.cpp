@@ -10,7 +10,7 @@ std::optional<LoopFrames> readLoopFrames(const Waveform& waveform, Host& host) {
     all.interleaved.insert(all.interleaved.end(), frames.begin(), frames.end());
     return true;
   };
-  if (!scan(*waveform.samples, host, append)) return std::nullopt;
+  if (!scan(waveform.samples, host, append)) return std::nullopt;
   return all;
 }
 

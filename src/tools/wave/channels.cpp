@@ -15,9 +15,9 @@ enum class Channels : uint8_t { stereo, mono, left, right, difference, swapped }
 
 SampleRef differenceOf(const SampleRef& stereo) {
   return withChannels(mapped(stereo,
-                             [](std::span<float> frames, int64_t) {
+                             [](std::span<const float> in, std::span<float> out, int64_t) {
                                constexpr float factors[] = {1, -1};
-                               dsp::multiplyChannels(frames, factors);
+                               dsp::multiplyChannels(in, out, factors);
                              }),
                       1);
 }
@@ -63,8 +63,9 @@ Outcome runInvertPhase(Item& copy, const OptionValues& values, const OperationCo
   const float left = side == 2 ? 1 : -1, right = side == 1 ? 1 : -1;
   const std::vector<float> factors = waveform.channels() == 1 ? std::vector{left} : std::vector{left, right};
   fixup::reportSamples(context.report, waveform, u"phase", u"", u"inverted");
-  waveform.samples =
-      mapped(waveform.samples, [factors](std::span<float> frames, int64_t) { dsp::multiplyChannels(frames, factors); });
+  waveform.samples = mapped(waveform.samples, [factors](std::span<const float> in, std::span<float> out, int64_t) {
+    dsp::multiplyChannels(in, out, factors);
+  });
   return Outcome::changed;
 }
 

@@ -55,7 +55,7 @@ bool isWhole(Stretch stretch, const Waveform& waveform) {
 /// What is louder than a threshold: from the first such frame to the last one. Nothing when reading fails.
 std::optional<Stretch> loudStretch(const Waveform& waveform, float threshold, Host& host) {
   Stretch loud{waveform.frames(), 0};
-  const bool read = scan(*waveform.samples, host, [&](std::span<const float> frames, int64_t first) {
+  const bool read = scan(waveform.samples, host, [&](std::span<const float> frames, int64_t first) {
     if (dsp::peakOf(frames) <= threshold) return true;
     const auto isLoud = [threshold](float sample) { return std::isfinite(sample) && std::abs(sample) > threshold; };
     const auto from = std::find_if(frames.begin(), frames.end(), isLoud) - frames.begin();

@@ -13,7 +13,7 @@ namespace {
 /// The mean of each channel, of the samples that are finite.
 std::optional<std::vector<double>> meansOf(const Waveform& waveform, Host& host) {
   std::vector<double> means(static_cast<std::size_t>(waveform.channels()));
-  const bool read = scan(*waveform.samples, host, [&means](std::span<const float> frames, int64_t) {
+  const bool read = scan(waveform.samples, host, [&means](std::span<const float> frames, int64_t) {
     dsp::addSums(frames, means);
     return true;
   });
@@ -35,8 +35,9 @@ Outcome runRemoveDcOffset(Item& copy, const OptionValues&, const OperationContex
   fixup::reportSamples(context.report, waveform, u"DC offset", decibelText(decibels(std::abs(largest))), u"none");
   std::vector<float> offsets;
   for (const double mean : *means) offsets.push_back(static_cast<float>(-mean));
-  waveform.samples =
-      mapped(waveform.samples, [offsets](std::span<float> frames, int64_t) { dsp::addToChannels(frames, offsets); });
+  waveform.samples = mapped(waveform.samples, [offsets](std::span<const float> in, std::span<float> out, int64_t) {
+    dsp::addToChannels(in, out, offsets);
+  });
   return Outcome::changed;
 }
 

@@ -21,14 +21,16 @@ void reportLoops(const Waveform& waveform, Stretch faded, ConversionReport& repo
 
 SampleRef faded(const SampleRef& samples, Stretch stretch, const dsp::FadeCurve& curve) {
   const int channels = samples->channels();
-  return mapped(samples, [stretch, curve, channels](std::span<float> frames, int64_t first) {
-    const auto last = first + static_cast<int64_t>(frames.size()) / channels;
-    const int64_t from = std::max(first, stretch.start), to = std::min(last, stretch.end);
-    if (from >= to) return;
-    const auto width = static_cast<std::size_t>(channels);
-    const auto part =
-        frames.subspan(static_cast<std::size_t>(from - first) * width, static_cast<std::size_t>(to - from) * width);
-    curve.apply(part, channels, from - stretch.start);
+  return mapped(samples, [stretch, curve, channels](std::span<const float> in, std::span<float> out, int64_t first) {
+    // Where the fade begins and ends in the block, in samples.
+    const auto placeOf = [&](int64_t frame) {
+      return static_cast<std::size_t>(std::clamp((frame - first) * channels, int64_t{0}, std::ssize(in)));
+    };
+    const std::size_t from = placeOf(stretch.start), to = placeOf(stretch.end);
+    std::copy_n(in.begin(), from, out.begin());
+    const auto begin = static_cast<int64_t>(from) / channels + first - stretch.start;
+    curve.apply(in.subspan(from, to - from), out.subspan(from, to - from), channels, begin);
+    std::copy(in.begin() + static_cast<std::ptrdiff_t>(to), in.end(), out.begin() + static_cast<std::ptrdiff_t>(to));
   });
 }
 

@@ -33,20 +33,20 @@ void reportPeak(const Waveform& waveform, double peak, ConversionReport& report)
 }
 
 SampleRef amplified(SampleRef samples, double factor) {
-  return mapped(std::move(samples),
-                [by = static_cast<float>(factor)](std::span<float> frames, int64_t) { dsp::multiply(frames, by); });
+  return mapped(std::move(samples), [by = static_cast<float>(factor)](std::span<const float> in, std::span<float> out,
+                                                                      int64_t) { dsp::multiply(in, out, by); });
 }
 
 Outcome runGain(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
   const double factor = factorOf(values.number(u"by"));
-  const auto peak = factor > 1 ? peakOf(*waveform.samples, context.host) : 0;
+  const auto peak = factor > 1 ? peakOf(waveform.samples, context.host) : 0;
   return peak ? amplify(waveform, factor, *peak, context.report) : Outcome::failed;
 }
 
 Outcome runNormalise(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
-  const auto peak = peakOf(*waveform.samples, context.host);
+  const auto peak = peakOf(waveform.samples, context.host);
   if (!peak) return Outcome::failed;
   constexpr float silence = 1e-10f;  // what is softer would need gains that are no numbers
   if (*peak < silence) return leftAlone(waveform, u"level", u"there is just silence", context.report);

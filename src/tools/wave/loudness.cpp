@@ -22,7 +22,7 @@ Outcome runNormaliseLoudness(Item& copy, const OptionValues& values, const Opera
   const auto meter = dsp::LoudnessMeter::create(waveform.channels(), waveform.sampleRate);
   if (!meter) return leftAlone(waveform, u"loudness", LastErrorText(), context.report);
   const bool read =
-      scan(*waveform.samples, context.host, [&](std::span<const float> frames, int64_t) { return meter->add(frames); });
+      scan(waveform.samples, context.host, [&](std::span<const float> frames, int64_t) { return meter->add(frames); });
   if (!read) return Outcome::failed;
   const auto loudness = meter->loudness();
   if (!loudness) return leftAlone(waveform, u"loudness", u"too short or too soft to be measured", context.report);

@@ -2,38 +2,32 @@
 
 #include <algorithm>
 
+#include "core/frame_reader.h"
+
 namespace tervo {
 namespace {
 
-// A block is still in the cache when it is changed.
-constexpr std::size_t blockSamples = 16384;
-
 class MappedStream final : public SampleStream {
  public:
-  MappedStream(std::unique_ptr<SampleStream> source, FrameMap map, int channels, int64_t first)
-      : source_(std::move(source)),
-        map_(std::move(map)),
-        channels_(static_cast<std::size_t>(channels)),
-        position_(first) {}
+  MappedStream(FrameReader source, FrameMap map, int channels, int64_t first)
+      : source_(std::move(source)), map_(std::move(map)), channels_(channels), position_(first) {}
 
   std::optional<std::size_t> read(std::span<float> out) override {
-    std::size_t done = 0;
-    while ((done + 1) * channels_ <= out.size()) {
-      const std::size_t part = std::min(out.size() - done * channels_, blockSamples);
-      const auto frames = source_->read(out.subspan(done * channels_, part));
-      if (!frames) return std::nullopt;
-      if (*frames == 0) break;
-      map_(out.subspan(done * channels_, *frames * channels_), position_);
-      done += *frames;
-      position_ += static_cast<int64_t>(*frames);
+    const int64_t before = position_;
+    for (;;) {
+      const auto in = source_.next(out.size());
+      if (!in) return std::nullopt;
+      if (in->empty()) return static_cast<std::size_t>(position_ - before);
+      map_(*in, out.first(in->size()), position_);
+      out = out.subspan(in->size());
+      position_ += static_cast<int64_t>(in->size()) / channels_;
     }
-    return done;
   }
 
  private:
-  std::unique_ptr<SampleStream> source_;
+  FrameReader source_;
   FrameMap map_;
-  std::size_t channels_;
+  int channels_;
   int64_t position_;
 };
 
@@ -52,9 +46,9 @@ class MappedSamples final : public SampleData {
   std::unique_ptr<SampleStream> open(int64_t firstFrame) const override {
     const int64_t first = std::clamp<int64_t>(firstFrame, 0, frames());
     const int64_t from = order_ == Order::any ? first : 0;
-    auto source = source_->open(from);
+    auto source = FrameReader::open(source_, from);
     if (!source) return nullptr;
-    auto stream = std::make_unique<MappedStream>(std::move(source), makeMap_(), channels(), from);
+    auto stream = std::make_unique<MappedStream>(std::move(*source), makeMap_(), channels(), from);
     return skipFrames(*stream, first - from, channels()) ? std::move(stream) : nullptr;
   }
   SampleFaults faults() const override { return source_->faults(); }

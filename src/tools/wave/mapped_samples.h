@@ -7,9 +7,9 @@
 
 namespace tervo {
 
-/// Changes interleaved frames in place; `first` is the place of the first one. What it does may depend on places, not
-/// on blocks.
-using FrameMap = std::function<void(std::span<float> frames, int64_t first)>;
+/// Makes as many interleaved frames of others, which stand elsewhere in memory; `first` is the place of the first one.
+/// What it does may depend on places, not on blocks.
+using FrameMap = std::function<void(std::span<const float> in, std::span<float> out, int64_t first)>;
 
 /// `map` is copied for every reading.
 SampleRef mapped(SampleRef source, FrameMap map);

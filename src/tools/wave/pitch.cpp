@@ -26,7 +26,7 @@ struct Heard {
 
 Heard heardIn(const SampleRef& mono, double sampleRate, Host& host) {
   std::vector<float> frames;
-  const bool read = scan(*mono, host, [&frames](std::span<const float> block, int64_t) {
+  const bool read = scan(mono, host, [&frames](std::span<const float> block, int64_t) {
     frames.insert(frames.end(), block.begin(), block.end());
     return true;
   });

@@ -33,8 +33,9 @@ Outcome runReduceBits(Item& copy, const OptionValues& values, const OperationCon
       waveform.name, u"bits", nameOf(formatOf(waveform.storedFormat)),
       fromUtf8(fmt::format("{} bits, dither: ", bits)) + Text(ditherChoices[values.choice(u"dither")]));
   const auto quantiser = [=] {
-    return [quantiser = dsp::Quantiser(bits, dither, channels)](std::span<float> frames, int64_t first) mutable {
-      quantiser.apply(frames, first);
+    return [quantiser = dsp::Quantiser(bits, dither, channels)](std::span<const float> in, std::span<float> out,
+                                                                int64_t first) mutable {
+      quantiser.apply(in, out, first);
     };
   };
   waveform.samples = dither == dsp::Dither::shaped ? mappedInOrder(waveform.samples, quantiser)
