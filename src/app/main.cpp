@@ -22,6 +22,7 @@
 #include "ui/main_window.h"
 #include "ui/qt_text.h"
 #include "ui/sound/player.h"
+#include "ui/theme/theme.h"
 
 namespace {
 
@@ -119,6 +120,7 @@ int run(int argc, char** argv) {
   std::vector<Text> files;
   // Opening a file moves to its folder.
   for (const Text& file : start.files) files.push_back(platform::absolute(file));
+  const ui::Theme theme;
   const auto backend = platform::openUserSettings();
   Settings settings;
   if (start.runsBatch) {

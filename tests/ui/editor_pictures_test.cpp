@@ -15,6 +15,7 @@
 #include "ui/editors/song_pane.h"
 #include "ui/editors/song_view.h"
 #include "ui/editors/tag_pane.h"
+#include "ui/theme/theme.h"
 #include "ui/wave/source_pane.h"
 #include "ui/wave/waveform_pane.h"
 
@@ -22,20 +23,6 @@ namespace tervo::ui {
 namespace {
 
 using P = ParameterId;
-
-QPalette darkTheme() {
-  QPalette dark(QColor(0x35, 0x35, 0x38), QColor(0x2a, 0x2a, 0x2d));
-  dark.setColor(QPalette::Base, QColor(0x1e, 0x1e, 0x20));
-  dark.setColor(QPalette::AlternateBase, QColor(0x28, 0x28, 0x2b));
-  for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText, QPalette::ToolTipText})
-    dark.setColor(role, QColor(0xe8, 0xe8, 0xe8));
-  dark.setColor(QPalette::ToolTipBase, QColor(0x40, 0x40, 0x45));
-  dark.setColor(QPalette::PlaceholderText, QColor(0x90, 0x90, 0x90));
-  for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText})
-    dark.setColor(QPalette::Disabled, role, QColor(0x78, 0x78, 0x78));
-  dark.setColor(QPalette::Highlight, QColor(0x3d, 0x8e, 0xd8));
-  return dark;
-}
 
 /// How many colours a picture has: a picture of nothing has hardly any.
 std::size_t coloursIn(const QImage& image) {
@@ -211,7 +198,7 @@ TEST_F(EditorPicturesTest, InALightTheme) {
 }
 
 TEST_F(EditorPicturesTest, InADarkTheme) {
-  QApplication::setPalette(darkTheme());
+  QApplication::setPalette(darkPalette());
   takeAll("dark");
 }
 
