@@ -139,7 +139,7 @@ int run(int argc, char** argv) {
   window.show();
   const auto instance = announce(window);
   restoreLastSession(window, settings);
-  if (!files.empty()) window.openFiles(files, ui::OpenMode::replace);
+  if (!files.empty()) window.takeFiles(files);  // asks where something was restored
   session.setRawDataOffered(true);
   window.setMessageBoxesAllowed(true);
   window.refreshState();

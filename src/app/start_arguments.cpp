@@ -15,7 +15,9 @@ bool containsNoCase(TextView text, TextView part) {
 Argument kindOf(TextView argument, const std::function<bool(TextView)>& isFile) {
   if (containsNoCase(argument, u".exe")) return Argument::ignored;
   const bool isSlashed = argument.starts_with(u'/');
-  if (!argument.starts_with(u'-') && !(isSlashed && !isFile(argument))) return Argument::file;
+  // No switch has another slash: that a file is not there has to be said.
+  const bool isPath = isSlashed && (argument.find(u'/', 1) != Text::npos || isFile(argument));
+  if (isPath || !(isSlashed || argument.starts_with(u'-'))) return Argument::file;
   const TextView name = argument.substr(1);
   if (equalNoCase(name, u"BATCH")) return Argument::batch;
   if (equalNoCase(name, u"NOMSG")) return Argument::noBoxes;

@@ -185,7 +185,11 @@ void MainWindow::connectSession() {
     song_->view().setPlayPosition(song_->song() == playing ? player_.songSeconds() : std::nullopt);
   });
   connect(&song_->view(), &SongView::placeChosen, this, [this](double seconds) {
-    if (player_.songSeconds() && !player_.isSending()) player_.play(song_->song(), seconds);
+    const Song* song = player_.isSending() ? findItem<Song>(song_->song()) : nullptr;
+    if (song)
+      player_.send(*song, seconds);
+    else if (player_.songSeconds())
+      player_.play(song_->song(), seconds);
   });
   connect(qApp, &QApplication::focusChanged, this, [this](QWidget* before, QWidget* now) {
     keyboard_->releaseAll();
@@ -336,6 +340,7 @@ void MainWindow::showStates(QMenu& menu) {
                          (states.current() - states.oldest() + StateRing::capacity) % StateRing::capacity;
     QString name = qt(states.name(index));
     QAction* action = menu.addAction(name.replace(u'&', QStringLiteral("&&")), this, [this, offset, isNewer] {
+      if (!session_.history().isInSavedState() && !confirmDiscarding(Confirming::always)) return;
       if (!session_.restoreState(isNewer ? offset - StateRing::capacity : offset)) showFailure({});
     });
     action->setCheckable(true);
@@ -389,8 +394,9 @@ void MainWindow::showFailure(const QString& what) {
   box.exec();
 }
 
-bool MainWindow::confirmDiscarding() {
-  if (!session_.settings().load.confirm || !session_.history().hasUnsavedChanges()) return true;
+bool MainWindow::confirmDiscarding(Confirming when) {
+  if (when == Confirming::asSet && !session_.settings().load.confirm) return true;
+  if (!session_.history().hasUnsavedChanges()) return true;
   if (!messageBoxesAllowed_) return session_.host().showStatus(u"There are unsaved changes"), false;
   const QString text = QStringLiteral(
       "This will discard any changes made to the loaded data!\n\nAre you sure that you want to proceed?");
@@ -512,6 +518,8 @@ void MainWindow::sendSong() {
 
 void MainWindow::openAsUserWants(const std::vector<Text>& paths) {
   if (!session_.document().holdsData()) return openFiles(paths, OpenMode::replace);
+  // Nothing is lost when nobody can be asked.
+  if (!messageBoxesAllowed_) return openFiles(paths, OpenMode::merge);
   QMessageBox box(QMessageBox::Question, QStringLiteral("Tervo Studio"),
                   QStringLiteral("How would you like to open the file?"), QMessageBox::NoButton, this);
   const QAbstractButton* merge = box.addButton(QStringLiteral("&Merge w current"), QMessageBox::AcceptRole);

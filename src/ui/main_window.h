@@ -44,8 +44,9 @@ class MainWindow final : public QMainWindow {
   /// Without them failures stand in the status line, and questions have their safe answers.
   void setMessageBoxesAllowed(bool allowed);
   void showFailure(const QString& what);
-  /// Asks before loaded data are lost, where the settings want that. True to go on.
-  bool confirmDiscarding();
+  enum class Confirming : uint8_t { asSet, always };
+  /// Asks before loaded data are lost, always or where the settings want that. True to go on.
+  bool confirmDiscarding(Confirming when = Confirming::asSet);
   /// What the commands work on: what is selected where the focus was last, else the whole collection.
   const std::vector<ItemId>& chosenItems() const { return chosen_; }
 

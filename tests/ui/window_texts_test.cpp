@@ -84,6 +84,25 @@ TEST_F(WindowTextsTest, ClosingAsksAndLosesNothingUnlessTheUserAgrees) {
   EXPECT_FALSE(answering({}, [&] { EXPECT_TRUE(window.confirmDiscarding()); }).wasShown);
 }
 
+TEST_F(WindowTextsTest, RestoringAStateAsksWhenNoneHoldsWhatIsThere) {
+  const auto restore = [&] {
+    for (QMenu* menu : window.findChildren<QMenu*>()) {
+      if (menu->title() != "Saved &States") continue;
+      Q_EMIT menu->aboutToShow();
+      return menu->actions().constFirst()->trigger();
+    }
+    FAIL() << "no menu of saved states";
+  };
+  addInstrument(u"Piano");
+  ASSERT_TRUE(session.saveState());
+  change();
+  EXPECT_TRUE(answering("&No", restore).wasShown);
+  EXPECT_EQ(session.document().name, u"Mine");
+  EXPECT_TRUE(answering("&Yes", restore).wasShown);
+  EXPECT_NE(session.document().name, u"Mine");
+  EXPECT_FALSE(answering({}, restore).wasShown);
+}
+
 TEST_F(WindowTextsTest, DroppedFilesMergeReplaceOrStayOut) {
   const QString path = file("drop.wav", smallWave());
   EXPECT_FALSE(answering({}, [&] { drop(path); }).wasShown);
@@ -99,6 +118,10 @@ TEST_F(WindowTextsTest, DroppedFilesMergeReplaceOrStayOut) {
   EXPECT_EQ(session.document().waveforms().size(), 2u);
   answering("&Replace current", [&] { window.takeFiles({textOf(path)}); });
   EXPECT_EQ(session.document().waveforms().size(), 1u);
+  // As at a start that has restored a session and was told to be quiet.
+  window.setMessageBoxesAllowed(false);
+  EXPECT_FALSE(answering({}, [&] { window.takeFiles({textOf(path)}); }).wasShown);
+  EXPECT_EQ(session.document().waveforms().size(), 2u);
 }
 
 TEST_F(WindowTextsTest, WhatCannotBeOpenedSaysWhyAndOffersRawData) {

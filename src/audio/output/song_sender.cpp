@@ -1,5 +1,8 @@
 #include "audio/output/song_sender.h"
 
+#include <algorithm>
+#include <set>
+
 #include "audio/engine/channel.h"
 #include "audio/engine/units.h"
 #include "audio/render/song_events.h"
@@ -9,9 +12,28 @@ namespace {
 
 constexpr uint8_t exclusiveEnd = 0xF7;
 
+bool isOfNote(uint8_t status) {
+  const int kind = status & 0xF0;
+  return kind == MidiStatus::noteOff || kind == MidiStatus::noteOn || kind == MidiStatus::keyPressure;
+}
+
+/// Which value a message sets, when only the last one counts. A bank counts for the program that follows, and
+/// registered parameters are steps that belong together.
+std::optional<uint16_t> valueSetBy(const std::vector<uint8_t>& message) {
+  const int kind = message[0] & 0xF0;
+  if (kind == MidiStatus::pitchBend || kind == MidiStatus::channelPressure)
+    return static_cast<uint16_t>(message[0] << 8);
+  if (kind != MidiStatus::controller || message.size() < 2) return std::nullopt;
+  using namespace Controller;
+  constexpr uint8_t inOrder[] = {bankMsb,  bankLsb, dataEntry, dataEntry + fine, dataUp,
+                                 dataDown, nrpnLsb, nrpnMsb,   rpnLsb,           rpnMsb};
+  if (std::find(std::begin(inOrder), std::end(inOrder), message[1]) != std::end(inOrder)) return std::nullopt;
+  return static_cast<uint16_t>(message[0] << 8 | message[1]);
+}
+
 }  // namespace
 
-SongSender::SongSender(platform::MidiOutput& port, const Song& song) : port_(port) {
+SongSender::SongSender(platform::MidiOutput& port, const Song& song, double from) : port_(port) {
   std::vector<uint8_t> exclusive;  // as far as the file has given it
   forEachInTime(song, [&](const MidiEvent& event, double seconds) {
     const auto* data = reinterpret_cast<const uint8_t*>(event.data.data());
@@ -29,6 +51,21 @@ SongSender::SongSender(platform::MidiOutput& port, const Song& song) : port_(por
     messages_.push_back({seconds, std::move(exclusive)});
     exclusive.clear();
   });
+  if (from > 0) skipTo(from);
+}
+
+void SongSender::skipTo(double seconds) {
+  const auto first = std::find_if(messages_.begin(), messages_.end(),
+                                  [&](const Message& message) { return message.seconds >= seconds; });
+  std::vector<Message> result;
+  std::set<uint16_t> isSet;
+  for (auto it = std::make_reverse_iterator(first); it != messages_.rend(); ++it) {
+    const auto value = valueSetBy(it->bytes);
+    if (!isOfNote(it->bytes[0]) && (!value || isSet.insert(*value).second)) result.push_back({0, std::move(it->bytes)});
+  }
+  std::reverse(result.begin(), result.end());
+  for (auto it = first; it != messages_.end(); ++it) result.push_back({it->seconds - seconds, std::move(it->bytes)});
+  messages_ = std::move(result);
 }
 
 std::optional<double> SongSender::nextTime() const {

@@ -12,9 +12,10 @@ namespace tervo::audio {
 class SongSender {
  public:
   /// Channel messages and system-exclusive ones; those that the file holds in parts are put together.
-  SongSender(platform::MidiOutput& port, const Song& song);
+  /// `from`, in seconds: what sets up the sound before it is due at once, notes before it are left out.
+  SongSender(platform::MidiOutput& port, const Song& song, double from = 0);
 
-  /// When the next message is due, in seconds from the start; nothing at the end.
+  /// When the next message is due, in seconds from where it starts; nothing at the end.
   std::optional<double> nextTime() const;
   /// False with LastErrorText.
   bool sendNext();
@@ -26,6 +27,8 @@ class SongSender {
     double seconds;
     std::vector<uint8_t> bytes;
   };
+
+  void skipTo(double seconds);
 
   platform::MidiOutput& port_;
   std::vector<Message> messages_;

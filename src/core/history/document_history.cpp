@@ -195,7 +195,8 @@ bool DocumentHistory::RestoreState(int offset, StateRing::AfterLoading afterLoad
     ++revision_;
   }
   // The newest state is then another one.
-  if (afterLoading == StateRing::AfterLoading::deleteFile) stateRevision_.reset();
+  restoredRevision_ = revision_;
+  if (afterLoading == StateRing::AfterLoading::deleteFile) stateRevision_.reset(), restoredRevision_.reset();
   host_.showStatus(u"Loaded state");
   if (refreshViews) refreshViews();
   return true;

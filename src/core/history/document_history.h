@@ -59,6 +59,8 @@ class DocumentHistory {
   uint64_t revision() const { return revision_; }
   bool hasUnsavedChanges() const { return revision_ != savedRevision_; }
   void markSaved() { savedRevision_ = revision_; }
+  /// Whether a saved state holds the document as it is.
+  bool isInSavedState() const { return revision_ == stateRevision_ || revision_ == restoredRevision_; }
   /// After the document became another one, as files hold it: no undo step leads back and there is nothing to save.
   void startNewDocument();
 
@@ -94,6 +96,7 @@ class DocumentHistory {
   uint64_t revision_ = 0;
   uint64_t savedRevision_ = 0;
   std::optional<uint64_t> stateRevision_;  ///< of the newest saved state, when it was made here and is there still
+  std::optional<uint64_t> restoredRevision_;  ///< after a state was restored that is there still
 };
 
 }  // namespace tervo

@@ -190,11 +190,11 @@ void Player::showStarted(ItemId id) {
   Q_EMIT playingChanged(true);
 }
 
-bool Player::send(const Song& song) {
+bool Player::send(const Song& song, double start) {
   stop();
   const Text& port = session_.settings().sds.outDev;
   if (port.empty() || port == noMidiDevice) return fail(u"The preferences name no MIDI output");
-  port_ = SongPort::send(port, song);
+  port_ = SongPort::send(port, song, start);
   if (port_) showStarted(song.id());
   return port_ != nullptr;
 }

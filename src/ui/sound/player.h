@@ -34,8 +34,8 @@ class Player final : public QObject {
   void audition(ItemId item);
   /// From a frame of a waveform or a second of a song. False with LastErrorText.
   bool play(ItemId item, double start = 0);
-  /// To the MIDI output of the settings, from the start. False with LastErrorText.
-  bool send(const Song& song);
+  /// To the MIDI output of the settings, from a second of the song. False with LastErrorText.
+  bool send(const Song& song, double start = 0);
   void stop();
   bool isPlaying() const;
   /// The waveform, song or instrument that play() was given last and that is not at its end.

@@ -6,14 +6,16 @@ namespace tervo::ui {
 
 using Clock = std::chrono::steady_clock;
 
-std::unique_ptr<SongPort> SongPort::send(TextView name, const Song& song) {
+std::unique_ptr<SongPort> SongPort::send(TextView name, const Song& song, double from) {
   auto port = platform::MidiOutput::open(name);
   if (!port) return nullptr;
-  return std::unique_ptr<SongPort>(new SongPort(std::move(port), song));
+  return std::unique_ptr<SongPort>(new SongPort(std::move(port), song, from));
 }
 
-SongPort::SongPort(std::unique_ptr<platform::MidiOutput> port, const Song& song)
-    : port_(std::move(port)), sender_(*port_, song), start_(Clock::now()), thread_([this] { run(); }) {}
+SongPort::SongPort(std::unique_ptr<platform::MidiOutput> port, const Song& song, double from)
+    : port_(std::move(port)), sender_(*port_, song, from), from_(from), start_(Clock::now()), thread_([this] {
+        run();
+      }) {}
 
 SongPort::~SongPort() {
   {
@@ -25,7 +27,7 @@ SongPort::~SongPort() {
 }
 
 double SongPort::seconds() const {
-  return std::chrono::duration<double>(Clock::now() - start_).count();
+  return from_ + std::chrono::duration<double>(Clock::now() - start_).count();
 }
 
 void SongPort::run() {

@@ -136,14 +136,18 @@ TEST(Audition, SoundsForASecondWhatTheSettingsWant) {
   EXPECT_EQ(framesHeard(*lab.instrument), 48000u);
 }
 
+using Messages = std::vector<std::vector<uint8_t>>;
+
+struct RecordingPort final : platform::MidiOutput {
+  bool send(std::span<const uint8_t> message) override {
+    sent.emplace_back(message.begin(), message.end());
+    return true;
+  }
+  Messages sent;
+};
+
 TEST(SongSender, SendsAtItsTimesAndPutsExclusiveMessagesTogether) {
-  struct Port final : platform::MidiOutput {
-    bool send(std::span<const uint8_t> message) override {
-      sent.emplace_back(message.begin(), message.end());
-      return true;
-    }
-    std::vector<std::vector<uint8_t>> sent;
-  } port;
+  RecordingPort port;
   // 0.5 s a quarter; an exclusive message in two parts, and a program change.
   const auto song = songOf(0, 480,
                            {trackBytes({0, 0xF0, 2, 0x43, 0x12, 0x83, 0x60, 0xF7, 2, 0x07, 0xF7, 0, 0xC3, 5,  //
@@ -152,7 +156,22 @@ TEST(SongSender, SendsAtItsTimesAndPutsExclusiveMessagesTogether) {
   EXPECT_DOUBLE_EQ(sender.nextTime().value(), 0.5);
   ASSERT_TRUE(sender.sendNext() && sender.sendNext());
   EXPECT_FALSE(sender.nextTime());
-  EXPECT_EQ(port.sent, (std::vector<std::vector<uint8_t>>{{0xF0, 0x43, 0x12, 0x07, 0xF7}, {0xC3, 5}}));
+  EXPECT_EQ(port.sent, (Messages{{0xF0, 0x43, 0x12, 0x07, 0xF7}, {0xC3, 5}}));
+}
+
+TEST(SongSender, BeginsInTheMiddleWithTheSoundThatWasSetUpUntilThere) {
+  // Bank 1, program 5, volume 20 and 90, bank 2 for a later program, a note; a quarter later another and its end.
+  const auto song =
+      songOf(0, 480, {trackBytes({0,    0xB0, 0,    1,  0,   0xC0, 5,    0,    0xB0, 7, 20, 0,    0xB0, 7,
+                                  90,   0,    0xB0, 0,  2,   0,    0x90, 60,   100,  //
+                                  0x83, 0x60, 0x90, 64, 100, 0x83, 0x60, 0x80, 64,   0, 0,  0xFF, 0x2F, 0})});
+  RecordingPort port;
+  audio::SongSender sender(port, *song, 0.25);
+  std::vector<double> times;
+  for (; const auto due = sender.nextTime(); sender.sendNext()) times.push_back(*due);
+  EXPECT_EQ(times, (std::vector<double>{0, 0, 0, 0, 0.25, 0.75}));
+  EXPECT_EQ(port.sent,
+            (Messages{{0xB0, 0, 1}, {0xC0, 5}, {0xB0, 7, 90}, {0xB0, 0, 2}, {0x90, 64, 100}, {0x80, 64, 0}}));
 }
 
 }  // namespace
