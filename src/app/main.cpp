@@ -8,6 +8,7 @@
 #include <functional>
 #include <new>
 #include <stdexcept>
+#include <thread>
 
 #include "app/start_arguments.h"
 #include "base/last_error.h"
@@ -78,15 +79,20 @@ class Application final : public QApplication {
   }
 };
 
-/// Tries again as long as the user wants: a full disk can be helped.
-void saveUntilDone(TextView what, const std::function<bool()>& save) {
+enum class Ending { saved, discarded, goBack };
+
+/// Tries again as long as the user wants: a full disk can be helped, and what is open be saved elsewhere.
+Ending saveUntilDone(TextView what, QMessageBox::StandardButtons also, const std::function<bool()>& save) {
   while (!save()) {
     QMessageBox box(QMessageBox::Warning, QStringLiteral("Error!"), ui::qt(LastErrorText()),
-                    QMessageBox::Retry | QMessageBox::Discard);
+                    QMessageBox::Retry | QMessageBox::Discard | also);
     box.setTextFormat(Qt::PlainText);
     box.setInformativeText(ui::qt(Text(what) + u" could not be saved."));
-    if (box.exec() != QMessageBox::Retry) return;
+    const int answer = box.exec();
+    if (answer == QMessageBox::Cancel) return Ending::goBack;
+    if (answer != QMessageBox::Retry) return Ending::discarded;
   }
+  return Ending::saved;
 }
 
 void showFatal(TextView title) {
@@ -99,16 +105,41 @@ int runBatch(const std::vector<Text>& files, const Settings& settings, bool show
   return 0;
 }
 
-/// From now on a further start finds this copy. Null where that does not work: it then is a copy of its own.
-std::unique_ptr<platform::RunningInstance> announce(ui::MainWindow& window) {
-  const auto take = [&window](std::vector<Text> paths) {
-    // Later: whoever hands them over waits for an answer, not for the user.
-    const auto open = [&window, paths = std::move(paths)] { window.takeFiles(paths); };
-    QMetaObject::invokeMethod(&window, open, Qt::QueuedConnection);
-  };
-  auto instance = platform::RunningInstance::announce(u"Tervo Studio", take);
-  if (!instance && LastErrorText() == u"RegisterClassEx failed") showFatal(u"Fatal error!");
-  return instance;
+/// What further starts of the program hand over, for the window once there is one.
+class HandedOver {
+ public:
+  /// From now on a further start finds this copy. False where another one was faster.
+  bool announce() {
+    const auto take = [this](std::vector<Text> paths) {
+      // Later: whoever hands them over waits for an answer, not for the user.
+      const auto open = [this, paths = std::move(paths)] {
+        if (window_) window_->takeFiles(paths);
+      };
+      QMetaObject::invokeMethod(qApp, open, Qt::QueuedConnection);
+    };
+    instance_ = platform::RunningInstance::announce(u"Tervo Studio", take);
+    return instance_ != nullptr;
+  }
+  void setWindow(ui::MainWindow* window) { window_ = window; }
+
+ private:
+  ui::MainWindow* window_ = nullptr;
+  std::unique_ptr<platform::RunningInstance> instance_;
+};
+
+/// Whether another copy has the files. This one is announced before its window is made, which takes a while, so that
+/// of two that start at once one finds the other.
+bool isTakenByAnother(const StartArguments& start, const std::vector<Text>& files, HandedOver& handedOver) {
+  constexpr int tries = 40;
+  constexpr auto pause = std::chrono::milliseconds(50);
+  for (int i = 0; i < tries; ++i) {
+    if (!start.wantsNewWindow && platform::handOver(files)) return true;
+    if (handedOver.announce()) return false;
+    if (LastErrorText() == u"RegisterClassEx failed") showFatal(u"Fatal error!");
+    if (start.wantsNewWindow || LastErrorText() != platform::anotherCopyRuns) return false;
+    std::this_thread::sleep_for(pause);
+  }
+  return false;  // it does not answer: this one is a copy of its own
 }
 
 int run(int argc, char** argv) {
@@ -128,7 +159,8 @@ int run(int argc, char** argv) {
     return runBatch(files, settings, start.showsBoxes);
   }
   LoadSettings(settings, *backend);
-  if (!start.wantsNewWindow && platform::handOver(files)) return 0;
+  HandedOver handedOver;
+  if (isTakenByAnother(start, files, handedOver)) return 0;
 
   ui::WindowHost host;
   ui::DocumentSession session(settings, host, stateFolder());
@@ -137,7 +169,7 @@ int run(int argc, char** argv) {
   window.setMessageBoxesAllowed(start.showsBoxes);
   session.setRawDataOffered(false);
   window.show();
-  const auto instance = announce(window);
+  handedOver.setWindow(&window);
   restoreLastSession(window, settings);
   if (!files.empty()) window.takeFiles(files);  // asks where something was restored
   session.setRawDataOffered(true);
@@ -149,10 +181,17 @@ int run(int argc, char** argv) {
     if (settings.app.persistentState) session.saveSession(lastSession);
     SaveSettings(settings, *backend);
   });
-  const int status = QApplication::exec();
-  player.stop();
-  saveUntilDone(u"The session", [&] { return !settings.app.persistentState || session.saveSession(lastSession); });
-  saveUntilDone(u"The settings", [&] { return SaveSettings(settings, *backend); });
+  int status = 0;
+  Ending ending = Ending::goBack;
+  while (ending == Ending::goBack) {
+    window.show();
+    status = QApplication::exec();
+    player.stop();
+    ending = saveUntilDone(u"The session", QMessageBox::Cancel,
+                           [&] { return !settings.app.persistentState || session.saveSession(lastSession); });
+  }
+  handedOver.setWindow(nullptr);
+  saveUntilDone(u"The settings", QMessageBox::NoButton, [&] { return SaveSettings(settings, *backend); });
   return status;
 }
 

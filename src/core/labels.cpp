@@ -21,11 +21,18 @@ Text treeLabel(std::span<const std::unique_ptr<Waveform>> waveforms) {
   return fromUtf8(fmt::format("{}\t(total {:.1f}K samples)", waveforms.size(), samples / 1024));
 }
 
-Text sampleFormatLabel(std::span<const std::unique_ptr<Waveform>> waveforms) {
+TextView markerLabel(const Waveform& waveform, const Marker& marker) {
+  if (!marker.name.empty()) return marker.name;
+  if (&marker == mainLoop(waveform)) return u"Main Loop";
+  return &marker == altLoop(waveform) ? u"Alt Loop" : nameOf(marker.type);
+}
+
+Text sampleFormatLabel(std::span<const Waveform* const> waveforms) {
   if (waveforms.empty()) return {};
   const SampleFormat format = formatOf(waveforms.front()->storedFormat);
-  const bool same = std::all_of(waveforms.begin(), waveforms.end(),
-                                [format](const auto& waveform) { return formatOf(waveform->storedFormat) == format; });
+  const bool same = std::all_of(waveforms.begin(), waveforms.end(), [format](const Waveform* waveform) {
+    return formatOf(waveform->storedFormat) == format;
+  });
   return same ? Text(nameOf(format)) : u"Mixed";
 }
 

@@ -25,6 +25,9 @@ class RunningInstance {
   virtual void setTitle(TextView) {}
 };
 
+/// Why announce() fails where another copy was faster.
+inline constexpr TextView anotherCopyRuns = u"Another copy runs already";
+
 /// Gives absolute paths to the copy that runs. False when there is none, or it does not answer within moments.
 bool handOver(const std::vector<Text>& paths);
 

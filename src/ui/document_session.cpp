@@ -112,7 +112,9 @@ bool DocumentSession::save(std::span<const ItemId> items, FormatIndex row, TextV
   if (!saved) return false;
   if (chosen.size() == 1 && chosen[0] == &document_) history_.markSaved();
   host_.showStatus(u"Done: Saved " + Text(path));
-  tellLosses(tr("Saving %1").arg(qt(path)));
+  SavedItems what{{}, Text(path)};
+  for (const Item* item : chosen) what.items.push_back(item->id());
+  tellLosses(tr("Saving %1").arg(qt(path)), what);
   Q_EMIT changed();
   return true;
 }
@@ -126,8 +128,8 @@ bool DocumentSession::saveEach(std::vector<SavedItem>& items, FormatIndex row, c
   return allSaved;
 }
 
-void DocumentSession::tellLosses(const QString& doing) {
-  if (report_.lostSomething()) Q_EMIT lostSomething(doing);
+void DocumentSession::tellLosses(const QString& doing, const SavedItems& saved) {
+  if (report_.lostSomething()) Q_EMIT lostSomething(doing, saved);
 }
 
 void DocumentSession::clear() {

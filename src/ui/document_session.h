@@ -23,6 +23,12 @@ uint64_t newGesture();
 
 enum class OpenMode : uint8_t { replace, merge, replaceSameName };
 
+/// What went into which file.
+struct SavedItems {
+  std::vector<ItemId> items;
+  Text path;  ///< empty where nothing was saved
+};
+
 class DocumentSession final : public QObject {
   Q_OBJECT
  public:
@@ -79,12 +85,12 @@ class DocumentSession final : public QObject {
   void changed();
   /// The whole document is another one.
   void replaced();
-  /// Something was lost; report() tells what.
-  void lostSomething(const QString& doing);
+  /// Something was lost; report() tells what. `saved` is empty where nothing was saved into one file.
+  void lostSomething(const QString& doing, const SavedItems& saved);
 
  private:
   bool openOnce(TextView path, OpenMode mode, RawFallback fallback);
-  void tellLosses(const QString& doing);
+  void tellLosses(const QString& doing, const SavedItems& saved = {});
 
   Settings& settings_;
   WindowHost& host_;

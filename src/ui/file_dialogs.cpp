@@ -79,8 +79,10 @@ class SaveDialog final : public QFileDialog {
 
   void accept() override {
     const bool isFolder = name_ && QFileInfo(directory(), name_->text()).isDir();
-    if (name_ && !name_->text().isEmpty() && !isFolder && row() != noFormat)
+    if (name_ && !name_->text().isEmpty() && !isFolder && row() != noFormat) {
       name_->setText(withExtension(name_->text()));
+      followExtension(QFileInfo(name_->text()).suffix());
+    }
     QFileDialog::accept();
   }
 
@@ -93,6 +95,15 @@ class SaveDialog final : public QFileDialog {
     });
     const bool isPattern = extension.isEmpty() || extension.contains(u'*') || extension.contains(u'?');
     return isKnown || isPattern ? name : name + u'.' + extension;
+  }
+
+  /// A name that ends as files of another format do is meant so.
+  void followExtension(const QString& suffix) {
+    const auto endsSo = [&](FormatIndex each) {
+      return suffix.compare(qt(rowAt(each)->extension), Qt::CaseInsensitive) == 0;
+    };
+    const auto meant = std::find_if(rows_.begin(), rows_.end(), endsSo);
+    if (meant != rows_.end() && !endsSo(row())) filter_->setCurrentIndex(static_cast<int>(meant - rows_.begin()));
   }
 
   std::vector<FormatIndex> rows_;

@@ -37,6 +37,7 @@ QString manualFolder() {
 
 HelpWindow::HelpWindow(const QString& folder) : folder_(folder) {
   setWindowTitle(tr("Manual - Tervo Studio"));
+  setAttribute(Qt::WA_QuitOnClose, false);
   browser_ = new QTextBrowser(this);
   browser_->setOpenExternalLinks(true);
   browser_->setSearchPaths({folder});
@@ -76,6 +77,9 @@ HelpWindow* HelpKey::show(const QString& name) {
   const QString folder = manualFolder();
   if (folder.isEmpty()) return nullptr;
   if (!window_) window_ = new HelpWindow(folder);
+  // A dialog that blocks other windows does not block its own.
+  QWidget* blocking = QApplication::activeModalWidget();
+  if (window_->parentWidget() != blocking) window_->setParent(blocking, Qt::Window);
   if (!window_->showPage(name)) window_->showPage(QStringLiteral("index"));
   window_->show();
   window_->raise();

@@ -85,6 +85,8 @@ void MainWindow::buildSoundMenu() {
   QAction* keyboard = menu->addAction(tr("Virtual &Keyboard"));
   keyboard->setCheckable(true);
   keyboard->setChecked(session_.settings().aio.vKeyboard != 0);
+  connect(menu, &QMenu::aboutToShow, this,
+          [this, keyboard] { keyboard->setChecked(session_.settings().aio.vKeyboard != 0); });
   connect(keyboard, &QAction::toggled, this, [this](bool on) {
     session_.settings().aio.vKeyboard = on;
     keyboard_->setVisible(on);
@@ -132,7 +134,7 @@ void MainWindow::buildFileMenu() {
   connect(recent_, &QMenu::aboutToShow, this, &MainWindow::showRecentFiles);
   menu->addSeparator();
   save_ = add(tr("&Save Collection As..."), QKeySequence::Save, [this] { save({session_.document().id()}); });
-  saveSelected_ = add(tr("Save Se&lected As..."), QKeySequence::SaveAs, [this] { save(chosen_); });
+  saveSelected_ = add(tr("Save Se&lected As..."), tr("Ctrl+Shift+S"), [this] { save(chosen_); });
   add(tr("Save &Each As..."), QKeySequence(tr("Ctrl+Shift+E")),
       [this] { SaveEachDialog(session_, chosen_, this).exec(); });
   add(tr("&Batch Conversion..."), QKeySequence(tr("Ctrl+B")), [this] {
@@ -141,7 +143,7 @@ void MainWindow::buildFileMenu() {
     if (wizard.targets().isComplete()) session_.settings().app.lastPathOut = textOf(wizard.targets().folder());
   });
   menu->addSeparator();
-  add(tr("&Quit"), QKeySequence::Quit, [this] { close(); });
+  add(tr("&Quit"), tr("Ctrl+Q"), [this] { close(); });
 }
 
 void MainWindow::buildEditMenu() {

@@ -38,6 +38,7 @@
 #include "ui/sound/keyboard_view.h"
 #include "ui/sound/play_icons.h"
 #include "ui/sound/player.h"
+#include "ui/sound/saved_sounds.h"
 #include "ui/wave/source_pane.h"
 #include "ui/wave/waveform_pane.h"
 #include "ui/waveform_list.h"
@@ -119,7 +120,7 @@ void MainWindow::buildPanes() {
   properties_ = new PropertyPane(session_, parameters);
   graphics_ = new GraphicPane(session_, properties_->model(), parameters);
   parameters->setSizes({420, 480});
-  tabs_->addTab(parameters, tr("&Parameters"));
+  tabs_->addTab(parameters, tr("P&arameters"));
   waveform_ = new WaveformPane(session_, tabs_);
   tabs_->addTab(waveform_, tr("&Waveform"));
   song_ = new SongPane(tabs_);
@@ -169,8 +170,11 @@ void MainWindow::connectSession() {
     refreshState();
   });
   connect(&session_.host(), &WindowHost::statusShown, status_, &QLabel::setText);
-  connect(&session_, &DocumentSession::lostSomething, this, [this](const QString& doing) {
-    if (messageBoxesAllowed_) (new ReportWindow(doing, session_.report(), this))->show();
+  connect(&session_, &DocumentSession::lostSomething, this, [this](const QString& doing, const SavedItems& saved) {
+    if (!messageBoxesAllowed_) return;
+    auto* report = new ReportWindow(doing, session_.report(), this);
+    if (!saved.path.empty()) report->offerSounds(std::make_unique<SavedSounds>(session_, player_, saved));
+    report->show();
   });
   connect(properties_, &PropertyPane::rowChosen, graphics_, &GraphicPane::showRow);
   connect(graphics_, &GraphicPane::itemsChosen, tree_, &CollectionTree::select);
@@ -388,10 +392,12 @@ void MainWindow::setMessageBoxesAllowed(bool allowed) {
 void MainWindow::showFailure(const QString& what) {
   // Whoever cancelled knows why.
   if (session_.host().cancelled() || !messageBoxesAllowed_) return session_.host().showStatus(LastErrorText());
-  QMessageBox box(QMessageBox::Warning, QStringLiteral("Error!"), qt(LastErrorText()), QMessageBox::Ok, this);
+  const Text why = LastErrorText();
+  QMessageBox box(QMessageBox::Warning, QStringLiteral("Error!"), qt(why), QMessageBox::Ok, this);
   box.setTextFormat(Qt::PlainText);
   box.setInformativeText(what);
   box.exec();
+  session_.host().showStatus(why);
 }
 
 bool MainWindow::confirmDiscarding(Confirming when) {
@@ -493,12 +499,18 @@ void MainWindow::dropEvent(QDropEvent* event) {
 void MainWindow::takeFiles(const std::vector<Text>& paths) {
   setWindowState(windowState() & ~Qt::WindowMinimized);
   show();
-  raise();
-  activateWindow();
+  QWidget* front = QApplication::activeModalWidget();
+  if (!front) front = this;
+  front->raise();
+  front->activateWindow();
+  openWhenFree(paths);
+}
+
+void MainWindow::openWhenFree(const std::vector<Text>& paths) {
   if (paths.empty()) return;
   constexpr int momentMs = 200;
   const bool isBusy = session_.host().isBusy() || QApplication::activeModalWidget();
-  if (isBusy) return QTimer::singleShot(momentMs, this, [this, paths] { takeFiles(paths); });
+  if (isBusy) return QTimer::singleShot(momentMs, this, [this, paths] { openWhenFree(paths); });
   openAsUserWants(paths);
 }
 

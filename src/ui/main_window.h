@@ -102,6 +102,7 @@ class MainWindow final : public QMainWindow {
   void renderSong();
   void sendSong();
   /// Asks whether they replace what is loaded or join it, where there is something.
+  void openWhenFree(const std::vector<Text>& paths);
   void openAsUserWants(const std::vector<Text>& paths);
   /// Keys that the chosen instrument answers to.
   void showPlayableKeys();

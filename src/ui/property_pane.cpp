@@ -10,8 +10,10 @@
 #include <QSortFilterProxyModel>
 #include <QVBoxLayout>
 
-#include "core/capabilities.h"
+#include "core/labels.h"
 #include "core/parameter_lists.h"
+#include "formats/save_each.h"
+#include "ui/dialogs/capability_dialog.h"
 #include "ui/property_delegate.h"
 #include "ui/property_model.h"
 #include "ui/qt_text.h"
@@ -114,8 +116,15 @@ PropertyPane::PropertyPane(DocumentSession& session, QWidget* parent) : QWidget(
   target_->setAccessibleName(tr("What the parameters are meant for"));
   target_->setToolTip(tr("Greys the parameters that a synthesizer or its file format cannot hold"));
   for (const CapabilityProfile& profile : CapabilityProfiles) target_->addItem(qt(profile.name));
-  connect(target_, &QComboBox::currentIndexChanged, this,
-          [this](int index) { model_->setTarget(CapabilityProfiles[static_cast<std::size_t>(index)].capabilities); });
+  target_->addItem(qt(customProfileName));
+  connect(target_, &QComboBox::currentIndexChanged, this, [this](int index) {
+    const auto place = static_cast<std::size_t>(index);
+    model_->setTarget(place < CapabilityProfiles.size() ? CapabilityProfiles[place].capabilities : custom_);
+  });
+  // Chosen again, the own set is edited again.
+  connect(target_, &QComboBox::activated, this, [this](int index) {
+    if (index == target_->count() - 1 && editCapabilities(custom_, this)) model_->setTarget(custom_);
+  });
   heading_ = new QLabel(this);
   heading_->setTextFormat(Qt::PlainText);
   connect(view_->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& now) {
@@ -130,6 +139,19 @@ PropertyPane::PropertyPane(DocumentSession& session, QWidget* parent) : QWidget(
   layout->setContentsMargins(0, 0, 0, 0);
   layout->addLayout(top);
   layout->addWidget(view_);
+}
+
+/// The name of a single item; of several how many they are, and what format waveforms have.
+QString PropertyPane::headingOf(const std::vector<ItemId>& items) {
+  if (items.empty()) return tr("Nothing is selected");
+  const Item* first = findItem(items[0]);
+  if (items.size() == 1) return first ? qt(ownNameOf(*first)) : QString();
+  std::vector<const Waveform*> waveforms;
+  for (const ItemId id : items) {
+    if (const auto* waveform = findItem<Waveform>(id)) waveforms.push_back(waveform);
+  }
+  const QString count = tr("%1 items").arg(items.size());
+  return waveforms.size() == items.size() ? count + QStringLiteral(", ") + qt(sampleFormatLabel(waveforms)) : count;
 }
 
 void PropertyPane::rememberExpanded() {
@@ -151,9 +173,7 @@ void PropertyPane::restoreExpanded() {
 
 void PropertyPane::setItems(std::vector<ItemId> items) {
   rememberExpanded();
-  heading_->setText(items.empty()       ? tr("Nothing is selected")
-                    : items.size() == 1 ? QString()
-                                        : tr("%1 items").arg(items.size()));
+  heading_->setText(headingOf(items));
   model_->setItems(std::move(items));
   restoreExpanded();
 }

@@ -5,6 +5,7 @@
 #include <QWidget>
 #include <vector>
 
+#include "core/capabilities.h"
 #include "core/item.h"
 #include "core/parameter_id.h"
 
@@ -58,6 +59,7 @@ class PropertyPane final : public QWidget {
   void rowChosen(ParameterId row);
 
  private:
+  static QString headingOf(const std::vector<ItemId>& items);
   void rememberExpanded();
   void restoreExpanded();
 
@@ -68,6 +70,7 @@ class PropertyPane final : public QWidget {
   QLineEdit* search_;
   QComboBox* target_;
   QLabel* heading_;
+  CapabilitySet custom_ = CapabilityProfiles[0].capabilities;  ///< the user's own
   QStringList collapsed_;
   ParameterId row_{};
 };

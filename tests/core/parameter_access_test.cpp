@@ -118,12 +118,23 @@ TEST(Labels, CountWhatIsBelow) {
     for (int regions = 0; regions < 3; ++regions) layer.add(std::make_unique<Region>());
   }
   EXPECT_EQ(treeLabel(4, instrument), u"4\t(2 layers, 6 regions)");
+  std::vector<const Waveform*> waves;
   for (const auto format : {SampleFormat::pcm16, SampleFormat::pcm24}) {
     Waveform& wave = collection.add(std::make_unique<Waveform>());
     wave.samples = makeResident(std::vector<float>(1536), 2);
     wave.setStoredFormat(format, BigEndian);
-    EXPECT_EQ(sampleFormatLabel(collection.waveforms()), format == SampleFormat::pcm16 ? u"PCM 16-bit" : u"Mixed");
+    waves.push_back(&wave);
+    EXPECT_EQ(sampleFormatLabel(waves), format == SampleFormat::pcm16 ? u"PCM 16-bit" : u"Mixed");
   }
+  Waveform& looped = *collection.waveforms()[0];
+  looped.markers = {{.type = MarkerType::position},
+                    {.type = MarkerType::loop, .end = 9},
+                    {.type = MarkerType::loop, .end = 9},
+                    {.type = MarkerType::loop, .end = 9},
+                    {.type = MarkerType::loop, .name = u"Tail", .end = 9}};
+  std::vector<Text> labels;
+  for (const Marker& marker : looped.markers) labels.emplace_back(markerLabel(looped, marker));
+  EXPECT_EQ(labels, (std::vector<Text>{u"Position", u"Main Loop", u"Alt Loop", u"Loop", u"Tail"}));
   EXPECT_EQ(collection.waveforms()[1]->storedBits, 24);
   EXPECT_EQ(collection.waveforms()[1]->coding, SampleCoding::pcm24);
   EXPECT_EQ(treeLabel(collection.waveforms()), u"2\t(total 3.0K samples)");

@@ -94,6 +94,7 @@ TEST_F(BatchWizardTest, EscapeStopsTheWorkAndItCanGoOn) {
   toLastPage();
   wizard.run().start();
   ASSERT_TRUE(QTest::qWaitFor([&] { return countsOf(wizard.run().entries()).running > 0; }, 20000));
+  EXPECT_FALSE(wizard.button(QWizard::BackButton)->isEnabled());
   QTest::keyClick(&wizard, Qt::Key_Escape);
   EXPECT_TRUE(wizard.isVisible());
   ASSERT_TRUE(QTest::qWaitFor([&] { return !wizard.run().isRunning(); }, 20000));

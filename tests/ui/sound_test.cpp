@@ -3,10 +3,13 @@
 #include <QAction>
 #include <QFile>
 #include <QKeyEvent>
+#include <QPushButton>
+#include <QTableView>
 
 #include "platform/key_place.h"
 #include "tests/ui/window_fixture.h"
 #include "ui/collection_model.h"
+#include "ui/dialogs/report_window.h"
 #include "ui/sound/keyboard_view.h"
 
 namespace tervo::ui {
@@ -63,6 +66,30 @@ TEST_F(WindowTest, ASongIsSentToTheMidiOutputWhileItsPlaceShows) {
   ASSERT_TRUE(sent.open(QIODevice::ReadOnly));
   const QByteArray bytes = sent.readAll();
   EXPECT_TRUE(bytes.startsWith(QByteArray::fromHex("903c64803c00"))) << bytes.toHex().toStdString();
+}
+
+TEST_F(WindowTest, SourceAndResultOfASaveThatLostSomethingAreHeard) {
+  addInstrument(u"Piano");
+  // A SoundFont has no place for it.
+  Waveform& sine = *session.document().waveforms()[0];
+  sine.markers.push_back({.type = MarkerType::section, .start = 10, .end = 20});
+  ASSERT_TRUE(session.save(std::vector{session.document().id()}, writerForExtension(u"sf2"),
+                           textOf(dir.filePath("kept.sf2")), {}));
+  auto* report = window.findChild<ReportWindow*>();
+  ASSERT_TRUE(report);
+  report->findChild<QTableView*>()->selectRow(0);
+  const auto heardAfter = [&](const QString& text) -> const Item* {
+    for (auto* button : report->findChildren<QPushButton*>())
+      if (button->text() == text) button->click();
+    return findItem(player.playing());
+  };
+  EXPECT_EQ(heardAfter("Play Sou&rce"), &sine);
+  const Item* result = heardAfter("Play Resul&t");
+  ASSERT_TRUE(result && result->kind() == ItemKind::waveform);
+  EXPECT_NE(result, &sine);
+  EXPECT_EQ(static_cast<const Waveform*>(result)->name, u"Sine");
+  delete report;
+  EXPECT_FALSE(player.isPlaying());
 }
 
 TEST_F(WindowTest, TheTreeNumbersInstrumentsAndSongs) {

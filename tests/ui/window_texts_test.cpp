@@ -187,6 +187,8 @@ TEST_F(WindowTextsTest, SavedNamesEndInAnExtension) {
   EXPECT_EQ(offered, "Piano v1.2.wav");
   EXPECT_EQ(saveAs("Take 3.5"), "Take 3.5.wav");
   EXPECT_EQ(saveAs("take.WAV"), "take.WAV");
+  EXPECT_EQ(saveAs("take.aif"), "take.aif");
+  EXPECT_EQ(settings.app.lastExp[0] - 1, writerForExtension(u"aif"));
 }
 
 TEST_F(WindowTextsTest, FileDialogsHaveTheirTitlesAndLines) {

@@ -142,7 +142,7 @@ class Listener final : public RunningInstance {
 std::unique_ptr<RunningInstance> RunningInstance::announce(TextView, Receiver receiver) {
   const std::string path = socketPath();
   auto lock = PresenceFile::tryHold(fromPathBytes(path + ".lock"));
-  if (!lock) return fail(u"Another copy runs already");
+  if (!lock) return fail(Text(anotherCopyRuns));
   sockaddr_un address;
   FileDescriptor socket = makeSocket(), wake(eventfd(0, EFD_CLOEXEC));
   if (!makeAddress(path, address) || !socket || !wake) return fail(u"Could not listen for further starts");

@@ -8,6 +8,7 @@
 #include <QDragEnterEvent>
 #include <QFileDialog>
 #include <QFormLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMimeData>
@@ -112,7 +113,10 @@ BatchTargetsPage::BatchTargetsPage(const QString& folder) {
   auto* place = new QHBoxLayout;
   place->addWidget(folder_, 1);
   place->addWidget(browse);
-  form->addRow(tr("F&older:"), place);
+  auto* label = new QLabel(tr("F&older:"));
+  label->setBuddy(folder_);
+  folder_->setAccessibleName(tr("Folder"));
+  form->addRow(label, place);
   coding_ = new QComboBox;
   coding_->addItem(tr("As in the source"));
   for (int i = 0; i <= static_cast<int>(SampleCoding::compressed320); ++i)

@@ -164,10 +164,11 @@ void BatchRunPage::show() {
   bar_->setRange(0, isPlanning() ? 0 : 1000);
   bar_->setValue(static_cast<int>(1000 * (isStarted_ ? shareDone(entries()) : 0)));
   summary_->setText(summary());
-  if (wizard()) wizard()->button(QWizard::BackButton)->setEnabled(!isRunning());
   setSubTitle(isStarted_ ? tr("One process converts each file, so that a bad one harms no other.")
                          : tr("This is what will be done. Nothing has been written yet."));
   Q_EMIT completeChanged();
+  // After that, at which the wizard enables it.
+  if (wizard()) wizard()->button(QWizard::BackButton)->setEnabled(!isRunning());
 }
 
 QString BatchRunPage::summary() const {

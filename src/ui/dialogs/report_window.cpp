@@ -20,6 +20,7 @@
 #include "base/last_error.h"
 #include "ui/help_window.h"
 #include "ui/qt_text.h"
+#include "ui/sound/saved_sounds.h"
 
 namespace tervo::ui {
 namespace {
@@ -95,18 +96,33 @@ ReportWindow::ReportWindow(const QString& doing, const ConversionReport& report,
   table_->setAccessibleName(windowTitle());
   const int widths[] = {150, 280, 110, 120};
   for (int column = 0; column < 4; ++column) table_->setColumnWidth(column, widths[column]);
-  auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
-  auto* copy = buttons->addButton(tr("&Copy"), QDialogButtonBox::ActionRole);
-  auto* save = buttons->addButton(tr("&Save As..."), QDialogButtonBox::ActionRole);
+  buttons_ = new QDialogButtonBox(QDialogButtonBox::Close, this);
+  auto* copy = buttons_->addButton(tr("&Copy"), QDialogButtonBox::ActionRole);
+  auto* save = buttons_->addButton(tr("&Save As..."), QDialogButtonBox::ActionRole);
   connect(copy, &QPushButton::clicked, this, [this] { QApplication::clipboard()->setText(asText()); });
   connect(save, &QPushButton::clicked, this, &ReportWindow::chooseFile);
-  connect(buttons, &QDialogButtonBox::rejected, this, &ReportWindow::close);
+  connect(buttons_, &QDialogButtonBox::rejected, this, &ReportWindow::close);
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(heading);
   layout->addWidget(filter);
   layout->addWidget(table_, 1);
-  layout->addWidget(buttons);
+  layout->addWidget(buttons_);
   resize(860, 420);
+}
+
+ReportWindow::~ReportWindow() = default;
+
+void ReportWindow::offerSounds(std::unique_ptr<SavedSounds> sounds) {
+  sounds_ = std::move(sounds);
+  const auto* source = buttons_->addButton(tr("Play Sou&rce"), QDialogButtonBox::ActionRole);
+  const auto* result = buttons_->addButton(tr("Play Resul&t"), QDialogButtonBox::ActionRole);
+  connect(source, &QPushButton::clicked, this, [this] { play(&SavedSounds::playSource); });
+  connect(result, &QPushButton::clicked, this, [this] { play(&SavedSounds::playResult); });
+}
+
+void ReportWindow::play(bool (SavedSounds::*which)(TextView name)) {
+  const QString name = table_->currentIndex().siblingAtColumn(ReportModel::item).data().toString();
+  if (!(sounds_.get()->*which)(textOf(name))) QMessageBox::warning(this, QStringLiteral("Error!"), qt(LastErrorText()));
 }
 
 void ReportWindow::setFilter(const QString& text) {

@@ -3,14 +3,18 @@
 
 #include <QAbstractTableModel>
 #include <QDialog>
+#include <memory>
 #include <vector>
 
 #include "core/report.h"
 
+class QDialogButtonBox;
 class QSortFilterProxyModel;
 class QTableView;
 
 namespace tervo::ui {
+
+class SavedSounds;
 
 class ReportModel final : public QAbstractTableModel {
   Q_OBJECT
@@ -31,6 +35,7 @@ class ReportWindow final : public QDialog {
   Q_OBJECT
  public:
   ReportWindow(const QString& doing, const ConversionReport& report, QWidget* parent);
+  ~ReportWindow() override;
 
   /// Of the rows that the filter leaves: JSON when the name ends so, else comma-separated values. False with
   /// LastErrorText.
@@ -38,12 +43,17 @@ class ReportWindow final : public QDialog {
   /// Tab-separated, for the clipboard.
   QString asText() const;
   void setFilter(const QString& text);
+  /// Buttons that play what was saved and what the file holds of it: the item of the current row.
+  void offerSounds(std::unique_ptr<SavedSounds> sounds);
 
  private:
   void chooseFile();
+  void play(bool (SavedSounds::*which)(TextView name));
 
   QSortFilterProxyModel* shown_;
   QTableView* table_;
+  QDialogButtonBox* buttons_;
+  std::unique_ptr<SavedSounds> sounds_;
 };
 
 }  // namespace tervo::ui

@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QFormLayout>
 #include <QHeaderView>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTableWidget>
@@ -61,7 +62,10 @@ SaveEachDialog::SaveEachDialog(DocumentSession& session, std::vector<ItemId> ite
   place->addWidget(browse);
   auto* form = new QFormLayout;
   form->addRow(tr("&Format:"), format_);
-  form->addRow(tr("F&older:"), place);
+  auto* label = new QLabel(tr("F&older:"), this);
+  label->setBuddy(folder_);
+  folder_->setAccessibleName(tr("Folder"));
+  form->addRow(label, place);
   form->addRow(QString(), subFolders_);
   auto* layout = new QVBoxLayout(this);
   layout->addLayout(form);

@@ -16,6 +16,25 @@ namespace {
 constexpr int watchMs = 33;
 constexpr uint8_t noteOn = 0x90, noteOff = 0x80, controlChange = 0xB0, allNotesOff = 123;
 
+/// Looks at the devices only where a setting names one: with the default ones the program starts faster.
+void fallBackToExistingDevices(Settings& settings) {
+  const auto isListed = [](const Text& device) {
+    return device != defaultAudioDevice && device != platform::nullDeviceName &&
+           !device.starts_with(platform::fileDevicePrefix);
+  };
+  const Settings::Aio& aio = settings.aio;
+  const bool namesAudio = isListed(aio.audioOutDev) || isListed(aio.audioInDev);
+  const bool namesMidi = !aio.midiInDev.empty() && aio.midiInDev != noMidiDevice;
+  if (!namesAudio && !namesMidi) return;
+  DeviceNames existing;
+  for (const auto& device : platform::audioDevices()) existing.audioOut.push_back(device.name);
+  for (const Text* device : {&aio.audioOutDev, &aio.audioInDev})
+    if (!isListed(*device)) existing.audioOut.push_back(*device);
+  existing.audioIn = existing.audioOut;
+  existing.midiIn = platform::midiInputs();
+  FallBackToExistingDevices(settings, existing);
+}
+
 }  // namespace
 
 Player::Player(DocumentSession& session, audio::AudioOutput::Opener opener)
@@ -39,6 +58,7 @@ void Player::restart() {
   if (keys_) keys_->stop();
   keys_.reset();
   isLoaded_ = false;
+  fallBackToExistingDevices(session_.settings());
   output_ = std::make_unique<audio::AudioOutput>(audio::outputRequest(session_.settings().aio), opener_);
   audition_ = std::make_unique<audio::Audition>(*output_, session_.settings());
   openMidiInput();
@@ -54,7 +74,7 @@ void Player::openMidiInput() {
     QMetaObject::invokeMethod(this, [this, copy] {
       const int kind = copy[0] & 0xF0;
       const bool isOn = kind == noteOn && copy[2] > 0;
-      if (isOn && !prepareKeys()) return;
+      if (isOn && !prepareKeys()) return session_.host().showStatus(LastErrorText());
       if (keys_) audio::postFromKeyboard(*keys_, copy, channel_);
       if (kind == noteOn || kind == noteOff) tellKey(copy[1], isOn);
     });
@@ -102,7 +122,7 @@ bool Player::prepareKeys() {
 }
 
 bool Player::keyDown(int key, int velocity) {
-  if (!prepareKeys()) return false;
+  if (!prepareKeys()) return session_.host().showStatus(LastErrorText()), false;
   const uint8_t message[] = {noteOn, static_cast<uint8_t>(key), static_cast<uint8_t>(velocity)};
   audio::postFromKeyboard(*keys_, message, channel_);
   tellKey(key, true);

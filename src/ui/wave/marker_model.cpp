@@ -1,6 +1,7 @@
 #include "ui/wave/marker_model.h"
 
 #include "base/last_error.h"
+#include "core/labels.h"
 #include "core/parameter_access.h"
 #include "core/parameter_input.h"
 #include "ui/document_session.h"
@@ -52,7 +53,8 @@ QVariant MarkerModel::data(const QModelIndex& index, int role) const {
   const ParameterId row = rowOfColumn(index.column());
   if (role == PropertyModel::rowRole) return static_cast<int>(row);
   if (role != Qt::DisplayRole && role != Qt::EditRole) return {};
-  if (index.column() == name) return qt(marker->name);
+  if (index.column() == name)
+    return role == Qt::EditRole ? qt(marker->name) : qt(markerLabel(*findItem<Waveform>(waveform_), *marker));
   if (index.column() == end && marker->type == MarkerType::position && role == Qt::DisplayRole) return {};
   if (index.column() >= loopType && marker->type != MarkerType::loop && role == Qt::DisplayRole) return {};
   const auto value = markerValue(*marker, row);

@@ -96,7 +96,7 @@ void SourcePane::buildFields(QFormLayout& form) {
   }
   form.addRow(tr("&Data format"), format_ = choices(formats));
   form.addRow(tr("&Byte order"), order_ = choices({tr("Little endian"), tr("Big endian")}));
-  form.addRow(QString(), unsigned_ = new QCheckBox(tr("&Unsigned")));
+  form.addRow(QString(), unsigned_ = new QCheckBox(tr("U&nsigned")));
   form.addRow(tr("&Channels"), channels_ = choices({tr("1 (mono)"), tr("2 (stereo)")}));
   form.addRow(QString(), split_ = new QCheckBox(tr("&One channel behind the other")));
   form.addRow(tr("Sample &rate in Hz"), rate_ = choices({"8000", "11025", "16000", "22050", "24000", "32000", "44100",

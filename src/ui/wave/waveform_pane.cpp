@@ -105,6 +105,7 @@ void WaveformPane::buildToolBar() {
     action->setCheckable(true);
     action->setChecked(session_.settings().viz.*flag != 0);
     connect(action, &QAction::toggled, this, [this, flag](bool on) { setDisplay(flag, on); });
+    displays_.emplace_back(action, flag);
   };
   add(tr("Zoom in"), tr("Zoom in (+)"), [this] { view_->zoom(0.5); });
   add(tr("Zoom out"), tr("Zoom out (-)"), [this] { view_->zoom(2); });
@@ -148,6 +149,8 @@ void WaveformPane::setWaveform(ItemId id) {
 }
 
 void WaveformPane::refresh() {
+  // The preferences change them as well.
+  for (const auto& [action, flag] : displays_) action->setChecked(session_.settings().viz.*flag != 0);
   view_->setWaveform(findItem(waveform_) ? waveform_ : noItem);
   model_->refresh();
   updateSide();

@@ -48,6 +48,7 @@ class WaveformPane final : public QWidget {
   WaveformView* view_;
   QScrollBar* scroll_;
   QToolBar* tools_;
+  std::vector<std::pair<QAction*, uint8_t Settings::Viz::*>> displays_;  ///< what each check mark shows or hides
   QTableView* table_;
   MarkerModel* model_;
   LoopSeamView* seam_;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "core/labels.h"
 #include "core/parameter_access.h"
 #include "ui/document_session.h"
 #include "ui/qt_text.h"
@@ -287,8 +288,7 @@ void WaveformView::paintMarkers(QPainter& painter) const {
     colour.setAlpha(i == chosenMarker_ ? 200 : 130);
     painter.fillRect(QRectF(left, 0, std::max(right - left, 4.0), handleHeight), colour);
     painter.setPen(palette().color(QPalette::Text));
-    const QString name = marker.name.empty() ? qt(nameOf(marker.type)) : qt(marker.name);
-    painter.drawText(QPointF(std::max(left, 0.0) + 4, 2 * handleHeight), name);
+    painter.drawText(QPointF(std::max(left, 0.0) + 4, 2 * handleHeight), qt(markerLabel(now, marker)));
   }
 }
 
