@@ -104,6 +104,7 @@ TEST_F(LookCommands, RawDataIsReadAsTheUserSays) {
       {{u"--answer", u"yes"}, 1, 2, 44100, "PCM 16-bit"},
       {{u"--answer", u"raw data=ok"}, 1, 2, 44100, "PCM 16-bit"},
       {{u"--force-raw", u"--raw-format", u"PCM 8-bit", u"--raw-offset", u"1"}, 1, 4, 44100, "PCM 8-bit"},
+      {{u"--force-raw", u"--raw-format", u"PCM 8-bit", u"--raw-length", u"3"}, 1, 3, 44100, "PCM 8-bit"},
       {{u"--force-raw", u"--raw-format", u"mu-law 8-bit", u"--raw-channels", u"2", u"--raw-rate", u"8000.5"},
        2,
        2,

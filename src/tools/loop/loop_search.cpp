@@ -144,10 +144,13 @@ LoopSearch findLoops(std::span<const float> mono, const LoopRange& range, std::s
   LoopSearch result;
   if (range.last <= range.first + range.shortest) return result;
   Search search(mono, range);
-  bool goesOn = search.prepare(partOf(progress, 0, 0.1));
+  // A method that is given up has told how far it came; the next one begins again.
+  double farthest = 0;
+  const SearchProgress ahead = [&](double part) { return progress(farthest = std::max(farthest, part)); };
+  bool goesOn = search.prepare(partOf(ahead, 0, 0.1));
   for (std::size_t found = 0; goesOn && found < most && found == result.loops.size(); ++found) {
     const double part = 0.9 / static_cast<double>(most), from = 0.1 + part * static_cast<double>(found);
-    goesOn = search.addBest(result.loops, method, partOf(progress, from, from + part));
+    goesOn = search.addBest(result.loops, method, partOf(ahead, from, from + part));
   }
   if (!goesOn) return {.stopped = true, .loops = {}};
   return result;
