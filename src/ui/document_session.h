@@ -55,6 +55,8 @@ class DocumentSession final : public QObject {
   /// What is written for the items: parts stand for their instrument or song, and the document for all there is.
   std::vector<ItemId> itemsToWrite(std::span<const ItemId> items) const;
   /// Whether what was opened last was read as raw data.
+  /// What the file read last was taken for.
+  FormatIndex sourceFormat() const { return lastDetection_.index; }
   bool wasReadRaw() const { return lastDetection_.index == 0; }
   /// Several items are saved as a document of their own.
   bool save(std::span<const ItemId> items, FormatIndex row, TextView path, const SaveOptions& options);

@@ -118,6 +118,7 @@ void EditCommands::paste() {
   const auto items = target_().items;
   const auto added = pasteItems(session_, *data, items.empty() ? noItem : items[0]);
   if (added.empty()) return show(qt(LastErrorText()));
+  show(tr("Done: Pasted %1 items").arg(added.size()));
   Q_EMIT made(added);
 }
 

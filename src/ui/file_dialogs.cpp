@@ -154,11 +154,11 @@ std::vector<Text> chooseFilesToOpen(QWidget* parent, const QString& title, Setti
 }
 
 std::optional<SaveChoice> chooseFileToSave(QWidget* parent, const QString& title, ItemKind kind, const QString& name,
-                                           Settings& settings) {
+                                           Settings& settings, FormatIndex source) {
   // What was saved last in this kind comes first.
   int32_t& last = settings.app.lastExp[static_cast<std::size_t>(kind) % settings.app.lastExp.size()];
   SaveDialog dialog(parent, title, qt(settings.app.lastPathOut), rowsToSave(kind));
-  dialog.choose(last - 1, name);
+  dialog.choose(last > 0 ? last - 1 : source, name);
   if (dialog.exec() != QDialog::Accepted) return std::nullopt;
   settings.app.lastPathOut = pathOf(dialog.directory().absolutePath());
   last = dialog.row() + 1;

@@ -20,9 +20,10 @@ struct SaveChoice {
   Text path;
   FormatIndex row = noFormat;
 };
-/// Rows that can hold an item of the kind, the one used last chosen. The dialog asks before replacing a file.
+/// Rows that can hold an item of the kind, the one used last chosen, else that of the source if it is among them. The
+/// dialog asks before replacing a file.
 std::optional<SaveChoice> chooseFileToSave(QWidget* parent, const QString& title, ItemKind kind, const QString& name,
-                                           Settings& settings);
+                                           Settings& settings, FormatIndex source = noFormat);
 
 /// Rows with a writer that hold the kind, songs among those that hold waveforms, as they can be rendered.
 std::vector<FormatIndex> rowsToSave(ItemKind kind);

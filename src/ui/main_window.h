@@ -95,6 +95,7 @@ class MainWindow final : public QMainWindow {
   void process(const Operation* operation);
   void playOrStop();
   /// The page on which the layout of raw data is changed, for the newest waveform.
+  void selectNewest();
   void showSource();
   void importRaw();
   void showPlaying(bool playing);

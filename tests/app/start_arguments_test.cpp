@@ -10,8 +10,8 @@ StartArguments read(const std::vector<Text>& arguments) {
 }
 
 TEST(StartArguments, TellsSwitchesFromFiles) {
-  const StartArguments start = read({u"-nomsg", u"one.wav", u"/home/a/batch", u"/BATCH.wav", u"-unknown", u"/nothing", u"/home/a/gone",
-                                     u"C:\\Studio\\Tervo-Studio.EXE", u"--new-window", u"two.sf2"});
+  const StartArguments start = read({u"-nomsg", u"one.wav", u"/home/a/batch", u"/BATCH.wav", u"-unknown", u"/nothing",
+                                     u"/home/a/gone", u"C:\\Studio\\Tervo-Studio.EXE", u"--new-window", u"two.sf2"});
   EXPECT_EQ(start.files, (std::vector<Text>{u"one.wav", u"/home/a/batch", u"/BATCH.wav", u"/home/a/gone", u"two.sf2"}));
   EXPECT_FALSE(start.showsBoxes);
   EXPECT_FALSE(start.runsBatch);

@@ -146,5 +146,16 @@ TEST(Stress, RandomPlayingWhileInstrumentsComeAndGoLeavesNothingBehind) {
   EXPECT_GT(stress.mostVoices(), 40u);  // it was no easy time
 }
 
+TEST(Stress, EnginesEndWhereverTheirWorkersAre) {
+  Engine::Setup setup;
+  setup.voices = 256;
+  setup.workers = 4;
+  // Going to work, asleep, or between the two.
+  for (int i = 0; i < 400; ++i) {
+    const auto engine = Engine::create(setup);
+    std::this_thread::sleep_for(std::chrono::microseconds(i % 40 * 5));
+  }
+}
+
 }  // namespace
 }  // namespace tervo::test

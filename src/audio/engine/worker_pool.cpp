@@ -70,10 +70,11 @@ void WorkerPool::run(Worker& worker, std::size_t index, Use use) noexcept {
   if (use == Use::device) priority.emplace();
   const FlushDenormals flush;
   for (uint32_t seen = 0;;) {
+    // Read first: whoever calls or ends this changes it last.
     const uint32_t wake = worker.wake;
     const auto isCalled = [&] {
       const uint32_t now = call();
-      return now != seen && (now & mostCalled) > index;
+      return ending_ || (now != seen && (now & mostCalled) > index);
     };
     if (!holdsSoon(isCalled)) platform::waitWhile(worker.wake, wake);
     if (ending_) return;

@@ -16,6 +16,7 @@
 #include <QSortFilterProxyModel>
 #include <QTableView>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "base/last_error.h"
 #include "ui/help_window.h"
@@ -29,7 +30,8 @@ constexpr const char* keys[ReportModel::columns] = {"item", "what", "kind", "fro
 
 /// RFC 4180: quoted where the field holds what separates fields.
 QString csvField(QString field) {
-  if (!field.contains(u',') && !field.contains(u'"') && !field.contains(u'\n')) return field;
+  const auto separates = [](QChar c) { return c == u',' || c == u'"' || c == u'\n' || c == u'\r'; };
+  if (std::none_of(field.begin(), field.end(), separates)) return field;
   return u'"' + field.replace(QStringLiteral("\""), QStringLiteral("\"\"")) + u'"';
 }
 
