@@ -31,8 +31,7 @@ PulledDevice::PulledDevice(const AudioRequest& request, AudioCoding coding) : pa
 
 bool PulledDevice::start(std::shared_ptr<AudioClient> client) {
   client_ = std::move(client);
-  thread_ = std::thread([this] { run(); });
-  return true;
+  return startThread(thread_, [this] { run(); }) || fail(u"Could not start a thread");
 }
 
 void PulledDevice::stop() {

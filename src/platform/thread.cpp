@@ -1,5 +1,6 @@
 #include "platform/thread.h"
 
+#include <atomic>
 #include <thread>
 
 namespace tervo::platform {
@@ -12,6 +13,8 @@ ThreadRole initialRole() {
 }
 thread_local ThreadRole role = initialRole();
 
+std::atomic<int> threadsLeft{-1};
+
 }  // namespace
 
 void setThreadRole(ThreadRole newRole) noexcept {
@@ -19,6 +22,15 @@ void setThreadRole(ThreadRole newRole) noexcept {
 }
 ThreadRole currentThreadRole() noexcept {
   return role;
+}
+
+void limitThreads(int count) noexcept {
+  threadsLeft = count;
+}
+bool mayStartThread() noexcept {
+  if (threadsLeft == 0) return false;
+  if (threadsLeft > 0) --threadsLeft;
+  return true;
 }
 
 }  // namespace tervo::platform

@@ -3,7 +3,9 @@
 
 #include <cassert>
 #include <cstdint>
+#include <exception>
 #include <memory>
+#include <utility>
 
 namespace tervo::platform {
 
@@ -24,6 +26,22 @@ inline void assertThreadRole(ThreadRole role) noexcept {
   assert(currentThreadRole() == role);
 }
 #endif
+
+/// For tests: how many threads startThread() may start from now on, as if the system had no more; below 0 any number.
+void limitThreads(int count) noexcept;
+bool mayStartThread() noexcept;
+
+/// Starts a thread. False where the system has no more of them (a limit of processes, no memory for its stack).
+template <typename Thread, typename Work>
+bool startThread(Thread& thread, Work work) noexcept {
+  if (!mayStartThread()) return false;
+  try {
+    thread = Thread(std::move(work));
+  } catch (const std::exception&) {
+    return false;
+  }
+  return true;
+}
 
 /// Gives the thread that makes it the priority of sound for as long as it lives, where the user may have it: the
 /// multimedia class "Pro Audio" on Windows, or else time-critical priority; first-in-first-out scheduling on Linux, or

@@ -2,6 +2,7 @@
 #include <thread>
 
 #include "base/last_error.h"
+#include "platform/thread.h"
 #include "tests/audio/allocations.h"
 #include "tests/audio/random_playing.h"
 
@@ -41,6 +42,15 @@ TEST(Engine, OutputDependsNeitherOnThreadsNorOnBuffersNorOnInstructions) {
   for (const audio::RenderLanes kernel : audio::availableKernels().kernels) {
     if (!kernel) break;
     EXPECT_EQ(randomPlaying(1, 3, kernel), one);
+  }
+}
+
+TEST(Engine, WhatThreadsTheSystemHasAreEnough) {
+  const Frames one = randomPlaying(1, 1);
+  for (const int more : {0, 2}) {
+    platform::limitThreads(more);
+    EXPECT_EQ(randomPlaying(8, 1), one) << more;
+    platform::limitThreads(-1);
   }
 }
 

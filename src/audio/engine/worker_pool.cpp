@@ -49,10 +49,17 @@ WorkerPool::WorkerPool(int workers, std::size_t voices, RenderLanes kernel, Use 
   // More threads than groups would never have anything to do.
   const auto count = std::clamp<std::size_t>(static_cast<std::size_t>(std::max(workers, 1)), 1, groupsFor(voices));
   for (std::size_t i = 0; i < count; ++i) groups_.push_back(std::make_unique<VoiceGroup>());
-  for (std::size_t i = 1; i < count; ++i) {
-    Worker* worker = threads_.emplace_back(std::make_unique<Worker>()).get();
-    worker->thread = std::jthread([this, worker, i, use] { run(*worker, i, use); });
-  }
+  for (std::size_t i = 1; i < count; ++i) threads_.push_back(std::make_unique<Worker>());
+  // From here on nothing may throw: no destructor would tell the threads to end. Fewer threads do the same.
+  std::size_t threads = 1;
+  while (threads < count && start(threads, use)) ++threads;
+  groups_.resize(std::min(threads, count));
+  threads_.resize(groups_.size() - 1);
+}
+
+bool WorkerPool::start(std::size_t index, Use use) noexcept {
+  Worker& worker = *threads_[index - 1];
+  return platform::startThread(worker.thread, [this, &worker, index, use] { run(worker, index, use); });
 }
 
 WorkerPool::~WorkerPool() {
@@ -72,6 +79,8 @@ void WorkerPool::run(Worker& worker, std::size_t index, Use use) noexcept {
   for (uint32_t seen = 0;;) {
     // Read first: whoever calls or ends this changes it last.
     const uint32_t wake = worker.wake;
+    // The end may have come before this thread did: nobody would wake it again.
+    if (ending_) return;
     const auto isCalled = [&] {
       const uint32_t now = call();
       return ending_ || (now != seen && (now & mostCalled) > index);

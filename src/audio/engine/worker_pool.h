@@ -16,7 +16,8 @@ namespace tervo::audio {
 
 class WorkerPool {
  public:
-  /// `workers` counts the audio thread too. For a device they get the priority of sound; a rendering must not have it.
+  /// `workers` counts the audio thread too; where the system has no more threads there are fewer. For a device they get
+  /// the priority of sound; a rendering must not have it.
   enum class Use : uint8_t { device, rendering };
   WorkerPool(int workers, std::size_t voices, RenderLanes kernel, Use use);
   ~WorkerPool();
@@ -56,6 +57,7 @@ class WorkerPool {
   struct Share {
     uint32_t tasks = 0, voicesEnded = 0;
   };
+  bool start(std::size_t index, Use use) noexcept;
   void run(Worker& worker, std::size_t index, Use use) noexcept;
   Share work(std::size_t index) noexcept;
   uint32_t renderGroup(std::size_t group, VoiceGroup& with) noexcept;

@@ -6,6 +6,7 @@
 #include "audio/output/output_format.h"
 #include "base/last_error.h"
 #include "platform/file.h"
+#include "platform/thread.h"
 
 namespace tervo::audio {
 namespace {
@@ -43,7 +44,10 @@ void AudioOutput::close() {
   if (!device_) return;
   // A system that does not answer would not answer this either; its thread is left behind with what it may still touch.
   if (isStuck()) {
-    std::thread([stuck = std::shared_ptr<platform::AudioDevice>(std::move(device_))] {}).detach();
+    // Where no thread is to be had, it is never given back.
+    std::thread ending;
+    const auto end = [stuck = device_.release()] { std::unique_ptr<platform::AudioDevice>{stuck}; };
+    if (platform::startThread(ending, end)) ending.detach();
   } else {
     device_.reset();
   }

@@ -208,8 +208,7 @@ bool EndpointDevice::prepare(const AudioRequest& request) {
 
 bool EndpointDevice::start(std::shared_ptr<AudioClient> client) {
   client_ = std::move(client);
-  thread_ = std::thread([this] { run(); });
-  return true;
+  return startThread(thread_, [this] { run(); }) || fail(u"Could not start a thread");
 }
 
 /// False when the device is gone.

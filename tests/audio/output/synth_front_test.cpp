@@ -5,6 +5,7 @@
 #include "audio/output/song_sender.h"
 #include "audio/render/song_renderer.h"
 #include "core/sample_data.h"
+#include "platform/thread.h"
 #include "tests/audio/output/output_bench.h"
 #include "tests/audio/sound_lab.h"
 #include "tests/core/song_builder.h"
@@ -66,6 +67,22 @@ TEST(SynthFront, TheFileDeviceGetsWhatIsRendered) {
   const std::size_t header = file.find("data") + 8;
   ASSERT_EQ(file.size() - header, expected.size() * sizeof(float));
   EXPECT_EQ(std::memcmp(file.data() + header, expected.data(), expected.size() * sizeof(float)), 0);
+}
+
+TEST(SynthFront, ADeviceNeedsAThread) {
+  const TestFolder folder;
+  for (const Text& device : {Text(u"null"), Text(platform::fileDevicePrefix) + folder.text(u"played.wav")}) {
+    platform::AudioRequest request;
+    request.device = device;
+    audio::AudioOutput output(request);
+    platform::limitThreads(0);
+    EXPECT_FALSE(startSynth(output, {.voices = 4, .workers = 2}));
+    platform::limitThreads(-1);
+    EXPECT_EQ(LastErrorText(), u"Couldn't open the audio device!");
+    EXPECT_EQ(output.cause(), u"Could not start a thread");
+    EXPECT_TRUE(std::filesystem::is_empty(folder / u""));
+    EXPECT_TRUE(startSynth(output, {.voices = 4, .workers = 2}));
+  }
 }
 
 TEST(SynthFront, BuffersOfAnyLengthSoundTheSame) {
