@@ -24,7 +24,8 @@ bool isOneOf(const NamedFile& file, const std::vector<NamedFile>& files) {
 
 bool reportHidesAFile(const CommandLine& line) {
   if (line.report != ReportOutput::file) return false;
-  if (!isOneOf(line.reportFile, line.files) && !isOneOf(line.reportFile, {line.target})) return false;
+  const bool isRead = isOneOf(line.reportFile, line.files) || isOneOf(line.reportFile, line.rendering.banks);
+  if (!isRead && !isOneOf(line.reportFile, {line.target})) return false;
   setLastErrorText(u"The report would replace a file of this conversion");
   return true;
 }
@@ -84,6 +85,10 @@ bool saveDocument(Run& run, Collection& collection, FormatIndex row, const std::
 }
 
 int openAndSave(const CommandLine& line, FormatIndex row, Console& console, const Settings& settings) {
+  if (isOneOf(line.target, line.rendering.banks)) {
+    setLastErrorText(u"The file would be replaced by what is played from it");
+    return console.failure(line.target.shown), exitFailed;
+  }
   Run run{line, console, settings};
   Collection collection;
   if (!openAll(run, collection)) return run.failureStatus();

@@ -124,6 +124,29 @@ TEST_F(RenderCommand, SaysWhyItCannot) {
   EXPECT_EQ(run({u"render", u"song.mid", u"-o", u"out.wav", u"--bank", u"bank.sf2"}), 130);
 }
 
+TEST_F(RenderCommand, TheBankStaysWhatItIs) {
+  const std::string bank = folder.get(u"bank.sf2");
+  std::filesystem::create_hard_link(folder / u"bank.sf2", folder / u"link.sf2");
+  const struct {
+    std::vector<Text> arguments;
+    int status;
+    const char* message;
+  } cases[] = {
+      {{u"render", u"song.mid", u"-o", u"o.wav", u"--report=bank.sf2"}, 2, "bank.sf2: The report would replace"},
+      {{u"convert", u"song.mid", u"-o", u"o.wav", u"--report=link.sf2"}, 2, "link.sf2: The report would replace"},
+      {{u"play", u"song.mid", u"--device", u"null", u"--report=bank.sf2"}, 2, "bank.sf2: The report would replace"},
+      {{u"render", u"song.mid", u"-o", u"bank.sf2", u"--format", u"wav"}, 1, "bank.sf2: The file would be replaced"},
+      {{u"convert", u"song.mid", u"-o", u"link.sf2", u"--format", u"wav"}, 1, "link.sf2: The file would be replaced"},
+  };
+  for (auto [arguments, status, message] : cases) {
+    arguments.insert(arguments.end(), {u"--bank", u"bank.sf2"});
+    if (arguments[0] != u"play") arguments.push_back(u"--overwrite");
+    EXPECT_EQ(run(arguments), status);
+    EXPECT_THAT(console.error, testing::HasSubstr(message));
+    EXPECT_EQ(folder.get(u"bank.sf2"), bank);
+  }
+}
+
 TEST_F(RenderCommand, AMissingDefaultBankLeavesSilence) {
   for (const bool isTerminal : {false, true}) {
     console.terminal = isTerminal;
