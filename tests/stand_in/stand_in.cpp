@@ -1,5 +1,6 @@
-// Stands in for other programs: for a child process to be started, and for the worker of a batch. What it does is said
-// by the first word of its first argument, or of the file that the second argument names ("convert SOURCE -o TARGET").
+// Stands in for other programs: for a child process to be started, for the worker of a batch, and for an editor. What
+// it does is said by the first word of its first argument, or of the file that the second argument names ("convert
+// SOURCE -o TARGET"); with TERVO_STAND_IN_EDITED it puts the content of that file into the one it is given.
 
 #include <algorithm>
 #include <chrono>
@@ -25,6 +26,14 @@ std::string contentOf(TextView path) {
   std::string content(file ? file->size() : 0, '\0');
   if (file) content.resize(file->readAt(0, std::as_writable_bytes(std::span(content))));
   return content;
+}
+
+/// As most programs save: by another file in the place of the old one.
+int edit(TextView path, const char* edited) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));
+  const std::string content = contentOf(fromPathBytes(edited));
+  const auto target = OutputFile::create(path, Replace::allowed);
+  return target && target->write(std::as_bytes(std::span(content))) && target->commit() ? 0 : 1;
 }
 
 int convert(const std::vector<Text>& arguments) {
@@ -53,6 +62,7 @@ int convert(const std::vector<Text>& arguments) {
 int main(int argc, char** argv) {
   const auto arguments = programArguments(argc, argv);
   if (arguments.empty()) return 9;
+  if (const char* edited = std::getenv("TERVO_STAND_IN_EDITED")) return edit(arguments[0], edited);
   if (arguments[0] == u"convert") return convert(arguments);
   if (arguments[0] == u"crash") std::abort();
   if (arguments[0] == u"hang") hang();

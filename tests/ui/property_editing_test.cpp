@@ -59,7 +59,7 @@ TEST_F(WindowTest, AGestureIsOneStepAndResettingLeavesTheRowToTheLevelAbove) {
 
 TEST_F(WindowTest, OpensWhatIsOnTheSystem) {
   const QString bank = QStringLiteral("/usr/share/sounds/sf2/TimGM6mb.sf2");
-  if (!QFile::exists(bank)) GTEST_SKIP();
+  if (!QFile::exists(bank)) GTEST_SKIP() << "timgm6mb-soundfont is not installed";
   window.openFiles({textOf(bank)}, OpenMode::replace);
   window.resize(1280, 800);
   window.tree().select({session.document().instruments()[0]->id()});

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -20,6 +21,8 @@ namespace tervo::ui {
 class WindowTest : public testing::Test {
  protected:
   WindowTest() { window.show(); }
+  // Opening a file moves to its folder, which Windows then would not delete.
+  ~WindowTest() override { QDir::setCurrent(start); }
 
   Text folder() const { return textOf(dir.path()); }
 
@@ -42,6 +45,7 @@ class WindowTest : public testing::Test {
     return document.add(std::move(instrument));
   }
 
+  const QString start = QDir::currentPath();
   QTemporaryDir dir;
   Settings settings;
   WindowHost host;
