@@ -149,7 +149,8 @@ void MainWindow::buildFileMenu() {
 void MainWindow::buildEditMenu() {
   QMenu* menu = menuBar()->addMenu(tr("&Edit"));
   undo_ = menu->addAction(tr("&Undo"), QKeySequence::Undo, this, [this] { session_.undo(); });
-  redo_ = menu->addAction(tr("&Redo"), QKeySequence::Redo, this, [this] { session_.redo(); });
+  redo_ = menu->addAction(tr("&Redo"), this, [this] { session_.redo(); });
+  redo_->setShortcuts(QKeySequence::Redo);
   undo_->setEnabled(false);
   redo_->setEnabled(false);
   menu->addSeparator();

@@ -220,7 +220,7 @@ void HandleView::paintHandles(QPainter& painter) const {
   for (int i = 0; i < static_cast<int>(all.size()); ++i) {
     const Handle& handle = all[static_cast<std::size_t>(i)];
     const bool isChosen = i == chosen_;
-    const QColor colour = isAvailable(handle) ? palette().color(QPalette::Highlight)
+    const QColor colour = isAvailable(handle) ? palette().color(QPalette::Active, QPalette::Highlight)
                                               : palette().color(QPalette::Disabled, QPalette::Text);
     if (isChosen && hasFocus()) {
       painter.setPen(Qt::NoPen);
@@ -246,7 +246,7 @@ void HandleView::paintEvent(QPaintEvent*) {
   painter.setRenderHint(QPainter::Antialiasing);
   for (std::size_t i = 1; i < std::min(items.size(), mostCurves); ++i)
     paintCurve(painter, items[i], withAlpha(palette().color(QPalette::Text), 60));
-  paintCurve(painter, items.front(), palette().color(QPalette::Highlight));
+  paintCurve(painter, items.front(), palette().color(QPalette::Active, QPalette::Highlight));
   paintHandles(painter);
 }
 

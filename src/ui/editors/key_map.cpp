@@ -19,7 +19,7 @@ namespace {
 constexpr int keysHeight = 26;
 
 QColor colourOfLayer(const QPalette& palette, int layer) {
-  const QColor first = palette.color(QPalette::Highlight);
+  const QColor first = palette.color(QPalette::Active, QPalette::Highlight);
   return QColor::fromHsv((std::max(first.hue(), 0) + layer * 67) % 360, std::max(first.saturation(), 140),
                          std::max(first.value(), 170));
 }
@@ -287,7 +287,7 @@ void KeyMap::paintKeys(QPainter& painter, const MapScale& scale) const {
   for (int key = 0; key < 128; ++key) {
     const bool isDown = down_[static_cast<std::size_t>(key)];
     QColor colour = isBlackKey(key) ? QColor(0x30, 0x30, 0x30) : QColor(0xf4, 0xf4, 0xf0);
-    if (isDown) colour = palette().color(QPalette::Highlight);
+    if (isDown) colour = palette().color(QPalette::Active, QPalette::Highlight);
     const QRectF box(scale.xOf(key), top, width, isBlackKey(key) ? keysHeight * 0.4 : keysHeight * 0.5);
     painter.fillRect(box, colour);
     if (isDown)
@@ -315,12 +315,12 @@ void KeyMap::paintEvent(QPaintEvent*) {
   for (const MapRegion& region : chosenOnMap()) paintRegion(painter, now, region);
   paintKeys(painter, now);
   if (hasFocus()) {
-    painter.setPen(QPen(withAlpha(palette().color(QPalette::Highlight), 140), 1));
+    painter.setPen(QPen(withAlpha(palette().color(QPalette::Active, QPalette::Highlight), 140), 1));
     painter.setBrush(Qt::NoBrush);
     painter.drawRect(now.area());
   }
   if (drag_ == Drag::frame) {
-    painter.setPen(QPen(palette().color(QPalette::Highlight), 1, Qt::DashLine));
+    painter.setPen(QPen(palette().color(QPalette::Active, QPalette::Highlight), 1, Qt::DashLine));
     painter.drawRect(QRectF(pressed_, now_).normalized());
   }
   if (const MapRegion* region = find(told_)) paintBubble(painter, palette(), rect(), now_, describe(*region));

@@ -177,7 +177,7 @@ void KeyboardView::paintEvent(QPaintEvent*) {
       QColor colour = black ? QColor(0x28, 0x28, 0x28) : QColor(0xfa, 0xfa, 0xf6);
       if (!playable_[static_cast<std::size_t>(key)])
         colour = black ? QColor(0x80, 0x80, 0x80) : QColor(0xd0, 0xd0, 0xce);
-      if (down_[static_cast<std::size_t>(key)]) colour = palette().color(QPalette::Highlight);
+      if (down_[static_cast<std::size_t>(key)]) colour = palette().color(QPalette::Active, QPalette::Highlight);
       painter.setPen(QPen(QColor(0x60, 0x60, 0x60), 0));
       painter.setBrush(colour);
       painter.drawRect(rectOf(key));

@@ -41,7 +41,7 @@ void LoopSeamView::paintSide(QPainter& painter, const Waveform& waveform, double
       line << QPointF(middle + (static_cast<double>(first + i) - seam) * step,
                       height() / 2.0 * (1 - static_cast<double>(sample)));
     }
-    painter.setPen(QPen(palette().color(channel == 0 ? QPalette::Highlight : QPalette::Link), 1.5));
+    painter.setPen(QPen(palette().color(QPalette::Active, channel == 0 ? QPalette::Highlight : QPalette::Link), 1.5));
     painter.drawPolyline(line);
   }
 }

@@ -58,7 +58,7 @@ void SpectrumView::paintEvent(QPaintEvent*) {
   painter.fillRect(rect(), palette().color(QPalette::Base));
   if (levels_.empty()) return;
   paintGrid(painter);
-  painter.setPen(QPen(palette().color(QPalette::Highlight), 1));
+  painter.setPen(QPen(palette().color(QPalette::Active, QPalette::Highlight), 1));
   const double spacing = sampleRate_ / 2 / static_cast<double>(levels_.size() - 1);
   // Several bins fall on a pixel at the top: the strongest counts.
   QPolygonF line;

@@ -252,7 +252,7 @@ void WaveformView::paintChannels(QPainter& painter) const {
     const QRectF area(0, isSplit ? channel * height : 0, width(), height);
     painter.setPen(QPen(palette().color(QPalette::Mid), 0));
     painter.drawLine(QPointF(0, area.center().y()), QPointF(width(), area.center().y()));
-    QColor colour = palette().color(QPalette::Highlight);
+    QColor colour = palette().color(QPalette::Active, QPalette::Highlight);
     if (channel == 1 && !isSplit)
       colour = QColor::fromHsv((colour.hue() + 150) % 360, colour.saturation(), colour.value());
     if (channels == 2 && !isSplit) colour.setAlpha(170);
