@@ -74,10 +74,8 @@ bool DocumentSession::open(TextView path, OpenMode mode, RawFallback fallback) {
     settings_.rawio.layout.clear();
     done = openOnce(path, mode, fallback);
   }
-  if (done) {
-    RememberFile(settings_, path);
-    if (mode == OpenMode::replace) path_ = path;
-  }
+  if (done) RememberFile(settings_, path);
+  if (mode == OpenMode::replace && (done || !document_.holdsData())) isFromFile_ = done;
   const Text failure = LastErrorText();
   Q_EMIT replaced();
   setLastErrorText(failure);
@@ -135,7 +133,7 @@ void DocumentSession::tellLosses(const QString& doing, const SavedItems& saved) 
 void DocumentSession::clear() {
   document_.clear();
   history_.startNewDocument();
-  path_.clear();
+  isFromFile_ = false;
   host_.showStatus(u"Done: Collection cleared.");
   Q_EMIT replaced();
 }
@@ -180,7 +178,9 @@ bool DocumentSession::saveState() {
 
 bool DocumentSession::restoreState(int offset) {
   const auto operation = host_.beginOperation();
-  return history_.RestoreState(offset);
+  const bool restored = history_.RestoreState(offset);
+  if (restored) isFromFile_ = false;
+  return restored;
 }
 
 bool DocumentSession::saveSession(TextView name) {
@@ -190,7 +190,7 @@ bool DocumentSession::saveSession(TextView name) {
 }
 
 QString DocumentSession::title() const {
-  const bool isNew = !document_.holdsData() && path_.empty();
+  const bool isNew = !document_.holdsData() && !isFromFile_;
   return (isNew ? QStringLiteral("Unnamed ") : qt(document_.name)) + QStringLiteral(" - Tervo Studio");
 }
 

@@ -43,8 +43,6 @@ class DocumentSession final : public QObject {
   RecoveryKeeper& recovery() { return recovery_; }
   /// Of the last open or save.
   const ConversionReport& report() const { return report_; }
-  /// The file that was opened last in place of the document; empty when there is none.
-  const Text& path() const { return path_; }
 
   /// False with LastErrorText. When the user was asked about raw data and declined, too.
   bool open(TextView path, OpenMode mode, RawFallback fallback = RawFallback::refused);
@@ -105,7 +103,7 @@ class DocumentSession final : public QObject {
   bool isRawDataOffered_ = true;
   bool declinedRawData_ = false;
   Detection lastDetection_;
-  Text path_;
+  bool isFromFile_ = false;  ///< even one that holds nothing
 };
 
 }  // namespace tervo::ui

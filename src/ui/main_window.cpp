@@ -30,6 +30,7 @@
 #include "ui/editors/song_view.h"
 #include "ui/external_editor.h"
 #include "ui/help_window.h"
+#include "ui/progress_window.h"
 #include "ui/property_pane.h"
 #include "ui/qt_text.h"
 #include "ui/sound/keyboard_view.h"
@@ -171,7 +172,7 @@ void MainWindow::connectSession() {
     if (!messageBoxesAllowed_) return;
     auto* report = new ReportWindow(doing, session_.report(), this);
     if (!saved.path.empty()) report->offerSounds(std::make_unique<SavedSounds>(session_, player_, saved));
-    report->show();
+    showReport(report);
   });
   connect(properties_, &PropertyPane::rowChosen, graphics_, &GraphicPane::showRow);
   connect(graphics_, &GraphicPane::itemsChosen, tree_, &CollectionTree::select);
@@ -216,6 +217,15 @@ void MainWindow::connectSession() {
     if (session_.settings().app.autoSelCollItems) tree_->select(regionsThatPlay(session_.document(), chosen_));
     if (chosen_.size() == 1) player_.audition(chosen_[0]);
   });
+}
+
+void MainWindow::showReport(QDialog* report) {
+  // Beside a modal dialog it could not be used: it comes after it.
+  for (QDialog* dialog : findChildren<QDialog*>()) {
+    const bool isInFront = dialog->isModal() && dialog->isVisible() && !qobject_cast<ProgressWindow*>(dialog);
+    if (isInFront) return void(connect(dialog, &QDialog::finished, report, &QWidget::show));
+  }
+  report->show();
 }
 
 void MainWindow::followFocus(const QWidget* focus) {

@@ -6,6 +6,7 @@
 
 #include "ui/document_session.h"
 
+class QDialog;
 class QLabel;
 class QMenu;
 class QSplitter;
@@ -87,6 +88,7 @@ class MainWindow final : public QMainWindow {
   /// The selection that commands work on looks like one; the other is pale.
   void showActiveList();
   /// What is selected in the tree or in the list counts as soon as the focus comes there.
+  void showReport(QDialog* report);
   void followFocus(const QWidget* focus);
   void openChosen(OpenMode mode, const QString& title);
   void save(const std::vector<ItemId>& items);

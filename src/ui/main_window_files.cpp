@@ -20,8 +20,10 @@
 namespace tervo::ui {
 
 bool MainWindow::confirmDiscarding(Confirming when) {
-  if (when == Confirming::asSet && !session_.settings().load.confirm) return true;
   if (!session_.history().hasUnsavedChanges()) return true;
+  // Who wants no questions can still come back; where that fails, one is asked after all.
+  const bool isSilent = when == Confirming::asSet && !session_.settings().load.confirm;
+  if (isSilent && (session_.history().isInSavedState() || session_.saveState())) return true;
   if (!messageBoxesAllowed_) return session_.host().showStatus(u"There are unsaved changes"), false;
   const QString text = QStringLiteral(
       "This will discard any changes made to the loaded data!\n\nAre you sure that you want to proceed?");
@@ -81,7 +83,9 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   // The operation that runs would come back to a window that is gone.
   const bool isBusy = session_.host().isBusy();
   if (isBusy) session_.host().showStatus(u"Cancel what is running first");
-  if (isBusy || !confirmDiscarding()) return event->ignore();
+  const Settings& settings = session_.settings();
+  const bool isKept = settings.app.persistentState && !settings.load.confirm;
+  if (isBusy || (!isKept && !confirmDiscarding())) return event->ignore();
   rememberGeometry();
   event->accept();
 }

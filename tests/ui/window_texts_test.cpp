@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QDropEvent>
+#include <QFile>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMimeData>
@@ -9,6 +10,7 @@
 
 #include "tests/ui/modal_answer.h"
 #include "tests/ui/window_fixture.h"
+#include "ui/dialogs/report_window.h"
 #include "ui/file_dialogs.h"
 
 namespace tervo::ui {
@@ -80,8 +82,39 @@ TEST_F(WindowTextsTest, ClosingAsksAndLosesNothingUnlessTheUserAgrees) {
             "This will discard any changes made to the loaded data!\n\nAre you sure that you want to proceed?");
   EXPECT_TRUE(window.isVisible());
   answering("&Yes", [&] { EXPECT_TRUE(window.close()); });
+}
+
+TEST_F(WindowTextsTest, WhoWantsNoQuestionsHasASavedStateOfWhatIsDiscarded) {
   settings.load.confirm = 0;
-  EXPECT_FALSE(answering({}, [&] { EXPECT_TRUE(window.confirmDiscarding()); }).wasShown);
+  change();
+  const QString before = window.windowTitle();
+  const auto discard = [&] { EXPECT_TRUE(window.confirmDiscarding()); };
+  EXPECT_FALSE(answering({}, discard).wasShown);
+  EXPECT_FALSE(answering({}, discard).wasShown);
+  EXPECT_EQ(session.history().states().newest(), session.history().states().oldest());
+  session.clear();
+  ASSERT_FALSE(session.document().holdsData());
+  ASSERT_TRUE(session.restoreState(0));
+  EXPECT_TRUE(session.document().holdsData());
+  EXPECT_EQ(window.windowTitle(), before);
+  // Where none can be written, the question comes all the same.
+  ASSERT_TRUE(dir.remove());
+  ASSERT_TRUE(QFile(dir.path()).open(QIODevice::WriteOnly));
+  session.edit(std::vector{session.document().id()}, "Rename", [&] { session.document().name = u"Other"; });
+  EXPECT_TRUE(answering("&No", [&] { EXPECT_FALSE(window.confirmDiscarding()); }).wasShown);
+  QFile::remove(dir.path());
+}
+
+TEST_F(WindowTextsTest, AReportComesAfterTheDialogThatWouldBlockIt) {
+  QDialog dialog(&window);
+  dialog.setModal(true);
+  dialog.show();
+  Q_EMIT session.lostSomething("Saving 2 items", {});
+  const auto* report = window.findChild<ReportWindow*>();
+  ASSERT_TRUE(report);
+  EXPECT_FALSE(report->isVisible());
+  dialog.reject();
+  EXPECT_TRUE(report->isVisible());
 }
 
 TEST_F(WindowTextsTest, RestoringAStateAsksWhenNoneHoldsWhatIsThere) {

@@ -1,6 +1,8 @@
 #include "ui/batch/batch_model.h"
 
+#include <QApplication>
 #include <QStringList>
+#include <QStyle>
 #include <algorithm>
 
 #include "ui/qt_text.h"
@@ -12,6 +14,14 @@ QString stateOf(const BatchEntry& entry) {
   const QString name = qt(nameOf(entry.state));
   if (entry.state != BatchState::running) return name;
   return QStringLiteral("%1 %2 %").arg(name).arg(static_cast<int>(100 * entry.progress));
+}
+
+QVariant iconOf(BatchState state) {
+  const auto icon = [](QStyle::StandardPixmap name) { return QApplication::style()->standardIcon(name); };
+  if (state == BatchState::done || state == BatchState::finishedBefore) return icon(QStyle::SP_DialogApplyButton);
+  if (state == BatchState::failed) return icon(QStyle::SP_MessageBoxCritical);
+  if (state == BatchState::unrecognised || state == BatchState::cancelled) return icon(QStyle::SP_MessageBoxWarning);
+  return {};
 }
 
 /// The cause alone fits a line; what the worker asked and answered besides is shown with it when pointed at.
@@ -48,6 +58,7 @@ int BatchModel::columnCount(const QModelIndex& parent) const {
 QVariant BatchModel::data(const QModelIndex& index, int role) const {
   const BatchEntry& entry = (*entries_)[static_cast<std::size_t>(index.row())];
   if (role == Qt::ToolTipRole) return everythingAbout(entry);
+  if (role == Qt::DecorationRole && index.column() == state) return iconOf(entry.state);
   if (role != Qt::DisplayRole) return {};
   switch (index.column()) {
     case source:

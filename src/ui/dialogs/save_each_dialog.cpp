@@ -1,5 +1,6 @@
 #include "ui/dialogs/save_each_dialog.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -11,6 +12,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QStyle>
 #include <QTableWidget>
 #include <QVBoxLayout>
 #include <map>
@@ -21,6 +23,16 @@
 #include "ui/qt_text.h"
 
 namespace tervo::ui {
+namespace {
+
+void showState(QTableWidgetItem& cell, const SavedItem& item) {
+  const bool isSaved = item.failure.empty();
+  cell.setText(isSaved ? SaveEachDialog::tr("saved") : qt(item.failure));
+  cell.setIcon(
+      QApplication::style()->standardIcon(isSaved ? QStyle::SP_DialogApplyButton : QStyle::SP_MessageBoxCritical));
+}
+
+}  // namespace
 
 SaveEachDialog::SaveEachDialog(DocumentSession& session, std::vector<ItemId> items, QWidget* parent)
     : QDialog(parent), session_(session), items_(std::move(items)) {
@@ -127,8 +139,7 @@ void SaveEachDialog::accept() {
   if (session_.saveEach(plan, row(), {})) return QDialog::accept();
   for (const SavedItem& each : plan) {
     if (each.failure.empty()) saved_.insert(each.path);
-    QTableWidgetItem* state = table_->item(lines[each.path], 1);
-    if (state) state->setText(each.failure.empty() ? tr("saved") : qt(each.failure));
+    if (QTableWidgetItem* state = table_->item(lines[each.path], 1)) showState(*state, each);
   }
 }
 
