@@ -95,7 +95,7 @@ class DocumentHistory {
   Running running_;
   uint64_t revision_ = 0;
   uint64_t savedRevision_ = 0;
-  std::optional<uint64_t> stateRevision_;  ///< of the newest saved state, when it was made here and is there still
+  std::optional<uint64_t> stateRevision_;     ///< of the newest saved state, when it was made here and is there still
   std::optional<uint64_t> restoredRevision_;  ///< after a state was restored that is there still
 };
 
