@@ -39,6 +39,21 @@ double LoopContest::limit() const {
   return static_cast<double>(std::max<Score>(2 - 2 * best_->score, 0) + error);
 }
 
+// Products have 48 digits at most and sums 64. So where spans are nearly equal, adding a product of at least 2^-16 of
+// the whole sum is exact, unless it takes the sum to the next power of two: all digits there may be are those of the
+// sum. With n soft samples, and u the last digit of the whole sum, the errors of the product are at most u / 2 for each
+// of them, u / 2 for each that is negative and takes the sum back below a power of two, and u for all powers of two
+// together: (n + 1) u. Those of the energies, which know no negative ones and count by half, are (n / 2 + 1) u.
+// Product, root and quotient add 2.5 / 2 u. On a score that is (1.5 n + 3.25) epsilon, and twice that on the square.
+double LoopContest::limit(std::size_t soft) const {
+  // Up to nearlyEqual samples differ by 2^-18 of the length at most, and what is not soft in one span is not in the
+  // other.
+  const double whole = limit();
+  if (std::numeric_limits<Score>::digits != 64 || whole > nearlyEqual) return whole;
+  const Score error = static_cast<Score>(3 * soft + 7) * std::numeric_limits<Score>::epsilon();
+  return std::min(static_cast<double>(std::max<Score>(2 - 2 * best_->score + error, 0)), whole);
+}
+
 bool LoopContest::isWithinLimit(const float* a, double lengthA, const float* b, double lengthB) const {
   constexpr double roundingFactor = 1 + 1e-12;
   const double most = limit() * roundingFactor;

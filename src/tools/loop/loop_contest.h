@@ -40,6 +40,11 @@ class LoopContest {
   double bar() const { return best_ ? static_cast<double>(best_->score) : 0; }
   /// The square of the distance that the spans of such a pair have at most, when both have length 1.
   double limit() const;
+  /// The same, closer, for a span of which at most so many samples are softer than softSample times its length.
+  double limit(std::size_t soft) const;
+  static constexpr double softSample = 0x1p-8 * (1 + 0x1p-9);
+  /// Where the limit is above this, that is no closer one.
+  static constexpr double nearlyEqual = 0x1p-36;
   const std::optional<LoopPair>& best() const { return best_; }
 
  private:

@@ -43,8 +43,7 @@ class Search {
   }
 
   bool run(LoopContest& contest, SearchMethod method, const SearchProgress& progress) {
-    const bool isOneByOne =
-        method == SearchMethod::oneByOne || (method == SearchMethod::automatic && pairs() <= fewPairs);
+    const bool isOneByOne = method == SearchMethod::oneByOne || (method == SearchMethod::automatic && hasFewPairs());
     if (isOneByOne) return compareOneByOne(contest, Which::all, progress);
     return compareInner(contest, method, partOf(progress, 0, 0.96)) &&
            compareOneByOne(contest, Which::outer, partOf(progress, 0.96, 1));
@@ -119,11 +118,15 @@ class Search {
     return true;
   }
 
-  std::size_t pairs() const {
+  bool hasFewPairs() const {
     std::size_t count = 0;
-    for (const auto& places : crossings_)
-      for (const uint32_t end : places) count += startsFor(places, end, range_).count();
-    return count;
+    for (const auto& places : crossings_) {
+      for (const uint32_t end : places) {
+        count += startsFor(places, end, range_).count();
+        if (count > fewPairs) return false;
+      }
+    }
+    return true;
   }
 
   static constexpr std::size_t fewPairs = 20000;

@@ -29,6 +29,13 @@ double energyOf(const float* frames, std::size_t count) {
   return sum;
 }
 
+/// Where the processor's instruction is not to be relied on, std::popcount calls a function.
+uint64_t bitsIn(uint64_t x) {
+  x -= x >> 1 & 0x5555555555555555;
+  x = (x & 0x3333333333333333) + (x >> 2 & 0x3333333333333333);
+  return ((x + (x >> 4)) & 0x0F0F0F0F0F0F0F0F) * 0x0101010101010101 >> 56;
+}
+
 /// Of the 256 frames from one on, where energies of parts are known. No difference of sums: what is soft beside
 /// something loud stays exact.
 double lengthAt(std::span<const float> x, std::size_t first, std::span<const double> energies) {
@@ -88,7 +95,7 @@ uint64_t ProbeSearch::Spans::from(std::size_t frame) const {
 
 double ProbeSearch::Spans::lengthAt(std::size_t frame) const {
   const uint64_t earlier = bits[frame / 64] & ((uint64_t{1} << frame % 64) - 1);
-  return lengths[before[frame / 64] + static_cast<std::size_t>(std::popcount(earlier))];
+  return lengths[before[frame / 64] + bitsIn(earlier)];
 }
 
 double ProbeSearch::cost(const LoopRange& range) {
@@ -111,6 +118,7 @@ SearchEnd ProbeSearch::run(LoopContest& contest, double seconds, const SearchPro
     Probe probe = probeAt(first);
     if (probe.longest == 0) continue;
     double limit = contest.limit();
+    if (limit < LoopContest::nearlyEqual) probe.soft = softSamples(probe);
     updateFactor(probe, limit);
     for (std::size_t lag = range.shortest - 1; lag <= range.longest && first + lag <= range.last; lag += together) {
       const std::size_t lags = std::min(together, range.longest + 1 - lag);
@@ -129,7 +137,7 @@ SearchEnd ProbeSearch::run(LoopContest& contest, double seconds, const SearchPro
 }
 
 ProbeSearch::Probe ProbeSearch::probeAt(std::size_t first) const {
-  Probe probe{first, energyOf(x_.data() + first + startsOfProbe, probeSize), 0, 0};
+  Probe probe{first, energyOf(x_.data() + first + startsOfProbe, probeSize), 0, 0, spanFrames};
   for (const Spans& spans : directions_) {
     for (std::size_t i = 0; i < startsOfProbe; i += 64) {
       uint64_t left = spans.from(first + i) & ~uint64_t{0} >> (64 - std::min<std::size_t>(64, startsOfProbe - i));
@@ -140,6 +148,19 @@ ProbeSearch::Probe ProbeSearch::probeAt(std::size_t first) const {
     }
   }
   return probe;
+}
+
+std::size_t ProbeSearch::softSamples(const Probe& probe) const {
+  const auto loudest = static_cast<float>(LoopContest::softSample * std::sqrt(probe.longest));
+  const float* frames = x_.data() + probe.first;
+  const auto isSoft = [&](std::size_t i) { return std::size_t{std::abs(frames[i]) < loudest}; };
+  std::size_t count = 0, most = 0;
+  for (std::size_t i = 0; i < startsOfProbe + spanFrames; ++i) {
+    count += isSoft(i);
+    if (i >= spanFrames) count -= isSoft(i - spanFrames);
+    most = std::max(most, count);
+  }
+  return most;
 }
 
 /// Whatever the loudness of the other span, of the difference at least what is at right angles to it remains: of frames
@@ -181,7 +202,7 @@ void ProbeSearch::offerPairs(LoopContest& contest, const Probe& probe, std::size
   double sums[partsOfProbe + 1] = {};
   for (std::size_t i = 0; i < partsOfProbe; ++i) sums[i + 1] = sums[i] + double{squares[i]};
 
-  const double reach = std::sqrt(contest.limit()), margin = ratio == 1 ? 0 : ratioError;
+  const double reach = std::sqrt(contest.limit(probe.soft)), margin = ratio == 1 ? 0 : ratioError;
   for (std::size_t direction = 0; direction < 2; ++direction) {
     const Spans& spans = directions_[direction];
     for (std::size_t i = 0; i < words; ++i) {
@@ -191,8 +212,8 @@ void ProbeSearch::offerPairs(LoopContest& contest, const Probe& probe, std::size
         const double a = scale_ * lengthA, b = scale_ * static_cast<double>(ratio) * lengthB;
         // The whole parts of the spans alone, if the one were ratio times as loud.
         const double square = sums[(offset + spanFrames) / partSize] - sums[(offset + partSize - 1) / partSize];
-        const double distance = std::sqrt(std::max(square, 0.0)) * (1 - squaresError) - std::abs(a - b) - margin * b;
-        if (distance > reach * a) continue;
+        const double farthest = reach * a + std::abs(a - b) + margin * b;
+        if (square * (1 - 2 * squaresError) > farthest * farthest) continue;
         // All of the parts, where no difference in loudness is to be taken away.
         const double most = sums[(offset + spanFrames + partSize - 1) / partSize] - sums[offset / partSize];
         const bool isWithin = ratio == 1 && most * (1 + squaresError) < contest.limit() * a * b;

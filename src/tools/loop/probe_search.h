@@ -39,12 +39,14 @@ class ProbeSearch {
     std::size_t first;       ///< where the first of the spans may begin
     double energy, longest;  ///< of the 32 frames; square of the length of the longest span
     float factor;            ///< that products must reach; 0: frames that say nothing
+    std::size_t soft;        ///< at most so many samples of a span are soft
   };
 
   void addSpans(std::span<const float> x, std::span<const uint32_t> crossings, std::span<const double> energies,
                 Spans& spans) const;
   void prepareLengths();
   Probe probeAt(std::size_t first) const;
+  std::size_t softSamples(const Probe& probe) const;
   void updateFactor(Probe& probe, double limit) const;
   uint64_t hits(const Probe& probe, std::size_t lag) const;
   void offerPairs(LoopContest& contest, const Probe& probe, std::size_t lag);

@@ -1,6 +1,7 @@
 #pragma once
 // Scores of many pairs at once. What takes time in a score is that each sum waits for the one before it, so several are
-// made side by side, and energies are kept for the next pair with the same place.
+// made side by side. And a sound that repeats itself to the last bit, or nearly so, has few different spans: what was
+// found for two of them is kept for the next places with the same frames.
 
 #include <cstdint>
 #include <span>
@@ -19,16 +20,25 @@ class WholeScores {
 
   explicit WholeScores(std::span<const float> x) : x_(x) {}
 
-  /// Makes the scores, each exactly that of spanScore(). All spans are whole: 128 frames before a place and 128 behind.
+  /// Makes the scores, each exactly that of spanScore(). All spans are whole, 128 frames before a place and 128 behind,
+  /// and not silent.
   void make(std::span<Pair> pairs);
 
  private:
-  struct Energy {
-    std::size_t position;
-    Score value;
+  struct Place {
+    uint32_t position = 0;
+    uint32_t hash = 0;    ///< of its frames
+    uint32_t frames = 0;  ///< a number for them: places that have the same one have the same frames; 0: not known yet
+    Score energy = 0;     ///< 0: not known yet
   };
-  struct Sums {
-    Score product = 0, energyA = 0, energyB = 0;
+  struct Known {
+    uint64_t frames = 0;  ///< the numbers of both
+    double below = 0;     ///< by how much the score is below 1, if that can be told exactly
+  };
+  struct Work {
+    Place a, b;
+    Score product;
+    bool isNew;
   };
   struct Chain {
     const float *a, *b;
@@ -36,13 +46,25 @@ class WholeScores {
   };
 
   const float* framesAt(std::size_t position) const { return x_.data() + (position - spanBefore); }
-  Energy& slotOf(std::size_t position) { return energies_[position % energies_.size()]; }
-  void addEnergy(std::size_t position, Score& energy);
+  Place& slotOf(std::size_t position) { return places_[position & (places_.size() - 1)]; }
+  Place& slotOfFrames(uint32_t hash) { return byFrames_[hash & (byFrames_.size() - 1)]; }
+  static uint64_t keyOf(const Work& work) { return uint64_t{work.a.frames} << 32 | work.b.frames; }
+  Known& slotOf(const Work& work) { return known_[(keyOf(work) * 0x9E3779B97F4A7C15 >> 32) & (known_.size() - 1)]; }
+  void prepare();
+  Place placeAt(std::size_t position);
+  void identify(Place& place);
+  void findScore(Work& work, Score& score);
+  Score newScore(const Work& work);
+  void addEnergy(Place& place);
+  void keep(const Place& place);
   void addUp();
 
   std::span<const float> x_;
-  std::vector<Energy> energies_;
-  std::vector<Sums> sums_;
+  // Tables of a power of two of slots; what comes later takes the slot of what is there.
+  std::vector<Place> places_, byFrames_;
+  std::vector<Known> known_;
+  uint32_t numbers_ = 0;
+  std::vector<Work> work_;
   std::vector<Chain> chains_;
 };
 
