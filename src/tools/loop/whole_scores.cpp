@@ -43,6 +43,7 @@ void WholeScores::prepare() {
 }
 
 void WholeScores::make(std::span<Pair> pairs) {
+  if (pairs.empty()) return;
   // Each step asks the memory for what the next one reads.
   if (places_.empty() || numbers_ > 0xFFFF0000) prepare();
   work_.resize(pairs.size());

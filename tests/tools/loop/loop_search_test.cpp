@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tests/dsp/tones.h"
+#include "tools/loop/whole_scores.h"
 #include "tools/loop/zero_crossings.h"
 
 namespace tervo {
@@ -156,6 +157,24 @@ TEST(LoopSearch, findsWhatTheRuleSays) {
         EXPECT_EQ(found.loops[0].score, expected->score);
       }
     }
+  }
+}
+
+// Frames that repeat themselves exactly, nearly and not at all, in whatever order they are asked for.
+TEST(WholeScores, areThoseOfThePairsWhateverWasKept) {
+  Sound x = tones::tone(tones::models[4], 2100, 0.1);
+  std::copy_n(x.begin(), 2000, x.begin() + 2100);
+  for (std::size_t i = 2100; i < 4100; i += 97) x[i] = std::nextafter(x[i], 1.0f);
+  std::mt19937 random(1);
+  WholeScores scores(x);
+  for (int round = 0; round < 300; ++round) {
+    std::vector<WholeScores::Pair> pairs(random() % 40);
+    for (auto& [start, end, score] : pairs) {
+      start = spanBefore + random() % 300 + 21 * (random() % 50);
+      end = start + 21 * (random() % 60 + 50);
+    }
+    scores.make(pairs);
+    for (const auto& [start, end, score] : pairs) ASSERT_EQ(score, spanScore(x, start, end)) << start << ' ' << end;
   }
 }
 
