@@ -127,5 +127,22 @@ TEST(Level, CrossFadesMeetAtTheirEdge) {
   }
 }
 
+TEST(Level, SamplesThatAreNoNumbersAreSilent) {
+  Frames frames(4800, 0.5f);
+  frames[10] = std::numeric_limits<float>::quiet_NaN();
+  frames[20] = std::numeric_limits<float>::infinity();
+  SoundLab lab;
+  Region& region = lab.add(std::move(frames));
+  region.articulation.set(P::filterType, 2);
+  region.articulation.set(P::send1Level, 0.5f);
+  region.articulation.set(P::send3Level, 0.5f);
+  lab.start(Engine::Setup{});
+  lab.press();
+  const auto heard = lab.render(0.3);
+  for (const Frames& side : {heard.left, heard.right})
+    EXPECT_TRUE(std::all_of(side.begin(), side.end(), [](float x) { return std::fabs(x) < 10; }));
+  EXPECT_GT(peak(part(heard.left, 0.02, 0.1)), 0.05);
+}
+
 }  // namespace
 }  // namespace tervo::test

@@ -87,10 +87,10 @@ void Channel::setController(uint8_t controller, uint8_t value, bool immediate) n
   controllers_[controller & 0x7F] = value;
   switch (controller) {
     case Controller::bankMsb:
-      number_ = (number_ & ~(0x7Fu << 14)) | (static_cast<uint32_t>(value) << 14);
+      banks_ = (banks_ & ~(0x7Fu << 14)) | (static_cast<uint32_t>(value) << 14);
       break;
     case Controller::bankLsb:
-      number_ = (number_ & ~(0x7Fu << 7)) | (static_cast<uint32_t>(value) << 7);
+      banks_ = (banks_ & ~(0x7Fu << 7)) | (static_cast<uint32_t>(value) << 7);
       break;
     case Controller::modulation:
     case Controller::modulation + Controller::fine:
@@ -149,6 +149,10 @@ void Channel::setController(uint8_t controller, uint8_t value, bool immediate) n
     default:
       break;
   }
+}
+
+void Channel::setProgram(uint8_t program) noexcept {
+  number_ = (number_ & drumFlag) | banks_ | program;
 }
 
 /// Data entry goes on from what the parameter has.

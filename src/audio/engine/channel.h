@@ -36,7 +36,8 @@ class Channel {
   void setController(uint8_t controller, uint8_t value, bool immediate) noexcept;
   void setBend(int value14, bool immediate) noexcept;
   void setPressure(uint8_t value, bool immediate) noexcept;
-  void setProgram(uint8_t program) noexcept { number_ = (number_ & ~0x7Fu) | program; }
+  /// Of the banks that were selected last: those alone change nothing (MIDI 1.0, "Bank Select").
+  void setProgram(uint8_t program) noexcept;
   void resetControllers(bool immediate) noexcept;
   void advanceRamps() noexcept;
 
@@ -71,6 +72,7 @@ class Channel {
   int runningRamps_ = 0;
   std::array<uint8_t, 128> controllers_{};
   uint32_t number_ = 0;
+  uint32_t banks_ = 0;  ///< for the next program
   Pair volume_{100}, expression_{127}, pan_{64}, modulation_{}, portamento_{};
   Pair data_{};
   bool hasCoarse_ = false, isFineFirst_ = false;  ///< what came since the parameter was selected

@@ -24,7 +24,11 @@ std::shared_ptr<Sound> readSound(const SampleData& samples) {
     if (!frames) return nullptr;
     if (*frames == 0) break;
     for (std::size_t c = 0; c < static_cast<std::size_t>(sound->channels); ++c)
-      for (std::size_t i = 0; i < *frames; ++i) sound->channel[c][done + i] = block[i * channels + c];
+      for (std::size_t i = 0; i < *frames; ++i) {
+        const float x = block[i * channels + c];
+        // What is no number would stay in filters and effects for ever.
+        sound->channel[c][done + i] = std::isfinite(x) ? x : 0.0f;
+      }
     done += *frames;
   }
   return sound;

@@ -80,7 +80,8 @@ void WaveformPlayer::takeFrame(const Stretch& stretch, double u, float* frame) c
   for (std::size_t channel = 0; channel < 2; ++channel) {
     const auto at = [&](int64_t i) {
       const std::size_t sample = static_cast<std::size_t>(i) * channels + (channels > 1 ? channel : 0);
-      return i >= 0 && i < frames_.count ? frames_.interleaved[sample] : 0.0f;
+      const float x = i >= 0 && i < frames_.count ? frames_.interleaved[sample] : 0.0f;
+      return std::isfinite(x) ? x : 0.0f;
     };
     frame[channel] = t == 0 ? at(index) : at(index) + t * (at(index + 1) - at(index));
   }

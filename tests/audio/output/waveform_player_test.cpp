@@ -1,6 +1,7 @@
 #include "audio/output/waveform_player.h"
 
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 #include "base/last_error.h"
@@ -58,6 +59,13 @@ TEST(WaveformPlayer, LoopsAreHeardAsTheyStand) {
     EXPECT_EQ(played(*player, 12), heard) << toUtf8(nameOf(type)) << " count " << int{count} << " from " << start;
     EXPECT_EQ(player->isFinished(), heard.size() < 12 || heard.back() == 7);
   }
+}
+
+TEST(WaveformPlayer, WhatIsNoNumberIsSilent) {
+  const float nan = std::numeric_limits<float>::quiet_NaN(), infinite = std::numeric_limits<float>::infinity();
+  const auto waveform = waveformOf({1, nan, 1, infinite, -infinite, 1}, 48000);
+  EXPECT_EQ(played(*WaveformPlayer::create(*waveform, {0, 1, 48000}), 6), (Frames{1, 0, 1, 0, 0, 1}));
+  for (const float x : played(*WaveformPlayer::create(*waveform, {0, 1, 44100}), 6)) EXPECT_LT(std::fabs(x), 3);
 }
 
 TEST(WaveformPlayer, ReleaseLeavesTheLoopAndStopFadesOut) {
