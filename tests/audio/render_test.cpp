@@ -12,10 +12,11 @@ using audio::RenderOptions;
 
 struct RecordingHost final : Host {
   void showStatus(TextView text) override { status.emplace_back(text); }
-  bool progress(double) override { return ++polls <= allowed; }
+  bool progress(double part) override { return progressed = part, ++polls <= allowed; }
   std::size_t ask(const Question& question) override { return answer.value_or(question.safeButton); }
   std::vector<Text> status;
   int polls = 0, allowed = 1 << 30;
+  double progressed = 0;
   std::optional<std::size_t> answer;
 };
 
@@ -79,6 +80,41 @@ TEST_F(Rendering, NotesStandAtTheirTimesWithHeadroomForTheVoices) {
   const double volume = 100.0 * 100 / (127 * 127);
   EXPECT_NEAR(peak(sound), std::numbers::sqrt2 / 2 * volume / 4, 1e-3);
   EXPECT_NEAR(static_cast<double>(waveform->frames()) / rate, 1.0, 0.02);
+}
+
+TEST_F(Rendering, ABankIsThatOfTheProgramBehindIt) {
+  // Bank 1 has a constant of half the level.
+  SoundLab other;
+  other.addConstant(0.5f);
+  other.instrument->bankMsb = 1;
+  defaults = &other.collection;
+  const std::vector<int> program = {0, 0xC0, 0}, bank = {0, 0xB0, 0, 1};
+  const auto level = [&](const std::vector<std::vector<int>>& before) {
+    TrackBytes track;
+    for (const auto& message : before)
+      for (const int byte : message) track.push_back(static_cast<std::byte>(byte));
+    const TrackBytes note = trackBytes({0, 0x90, 60, 127, 0x83, 0x60, 60, 0, 0, 0xFF, 0x2F, 0});
+    track.insert(track.end(), note.begin(), note.end());
+    const auto waveform = render(*songOf(0, 480, {track}));
+    return waveform ? peak(samplesOf(*waveform)) : 0;
+  };
+  const double usual = level({program});
+  ASSERT_GT(usual, 0.01);
+  EXPECT_DOUBLE_EQ(level({}), usual);
+  EXPECT_DOUBLE_EQ(level({bank}), usual);
+  EXPECT_DOUBLE_EQ(level({program, bank}), usual);
+  EXPECT_NEAR(level({bank, program}), usual / 2, 1e-6);
+  EXPECT_NEAR(level({program, bank, program}), usual / 2, 1e-6);
+}
+
+TEST_F(Rendering, CanBeAbortedAmongEventsOfOneTime) {
+  TrackBytes track;
+  for (int i = 0; i < 5000; ++i) track = std::move(track) + trackBytes({0, 0x90, 20 + i % 80, 100});
+  host.allowed = 3;
+  EXPECT_FALSE(render(*songOf(0, 480, {track + trackBytes({0, 0xFF, 0x2F, 0})})));
+  EXPECT_EQ(LastErrorText(), u"Done: Rendered aborted!");
+  EXPECT_EQ(host.polls, 4);
+  EXPECT_EQ(host.progressed, 0);
 }
 
 TEST_F(Rendering, NormalisesCutsSilenceAndKeepsATail) {

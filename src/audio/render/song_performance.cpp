@@ -34,14 +34,23 @@ bool SongPerformance::isTailOver() const {
   return seconds() >= tailEnd_ || (!tailSeconds_ && (silent_ >= tailWindow || engine_.isSilent()));
 }
 
+/// False when nobody wants to wait for the rest. A single event may start a thousand voices.
+bool SongPerformance::executeDue() noexcept {
+  constexpr int eventsAtOnce = 64;
+  for (int done = 0; next_ < events_.messages.size() && events_.messages[next_].seconds <= seconds(); ++done) {
+    if (done > 0 && done % eventsAtOnce == 0 && mayGoOn_ && !mayGoOn_()) return false;
+    engine_.execute(events_.messages[next_++].message);
+  }
+  return true;
+}
+
 bool SongPerformance::renderBlock(std::span<float, 2 * blockFrames> stereo) noexcept {
   const bool wasPlaying = isPlaying();
   if (!wasPlaying) {
     if (tailEnd_ == 0) endNotes();
     if (isTailOver()) return false;
   }
-  while (next_ < events_.messages.size() && events_.messages[next_].seconds <= seconds())
-    engine_.execute(events_.messages[next_++].message);
+  if (!executeDue()) return false;
   const bool isRendered = engine_.render(stereo) > 0;
   if (!isRendered) std::fill(stereo.begin(), stereo.end(), 0.0f);
   ++block_;

@@ -2,6 +2,7 @@
 // A song on its way through the engine, block by block: what rendering and playing have in common. Its operations but
 // the constructor belong to the thread that renders.
 
+#include <functional>
 #include <optional>
 #include <span>
 
@@ -16,6 +17,9 @@ class SongPerformance {
   /// releases and reverb are 90 dB below the loudest so far, or full scale where that is less, at most 10 s.
   SongPerformance(Engine& engine, const SongEvents& events, std::optional<double> tailSeconds);
 
+  /// Who is asked now and then while many events of one time are executed. False: it is over at once.
+  void askWhileItTakesLong(std::function<bool()> mayGoOn) { mayGoOn_ = std::move(mayGoOn); }
+
   /// Renders the next block. False, with nothing rendered, once it is over.
   bool renderBlock(std::span<float, 2 * blockFrames> stereo) noexcept;
   /// Passes over the blocks in which nothing can sound, instead of rendering them, and returns how many.
@@ -26,11 +30,13 @@ class SongPerformance {
   bool isPlaying() const { return seconds() <= events_.seconds || next_ < events_.messages.size(); }
   bool isTailOver() const;
   void endNotes() noexcept;
+  bool executeDue() noexcept;
 
   Engine& engine_;
   const SongEvents& events_;
   std::optional<double> tailSeconds_;
   double secondsPerBlock_;
+  std::function<bool()> mayGoOn_;
   int64_t block_ = 0;
   int idleBlocks_ = 0;  ///< in which the engine was silent
   float loudest_ = 0;

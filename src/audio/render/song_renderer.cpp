@@ -33,14 +33,19 @@ SampleRef renderEvents(Engine& engine, const SongEvents& events, const RenderJob
   RenderSink sink;
   float stereo[2 * blockFrames];
   const double expected = std::max(events.seconds, 1.0 * blockFrames / job.options.sampleRate);
-  while (performance.renderBlock(stereo)) {
-    if (!job.host.progress(std::min(performance.seconds() / expected, 1.0))) {
-      job.host.showStatus(u"Aborting, please wait...");
-      return fail(u"Done: Rendered aborted!");
-    }
+  bool goesOn = true;
+  const auto mayGoOn = [&] {
+    return goesOn = goesOn && job.host.progress(std::min(performance.seconds() / expected, 1.0));
+  };
+  performance.askWhileItTakesLong(mayGoOn);
+  while (performance.renderBlock(stereo) && mayGoOn()) {
     if (!sink.append(stereo)) return nullptr;
     const int64_t skipped = performance.skipSilence();
     if (skipped > 0 && !sink.appendSilence(skipped * blockFrames)) return nullptr;
+  }
+  if (!goesOn) {
+    job.host.showStatus(u"Aborting, please wait...");
+    return fail(u"Done: Rendered aborted!");
   }
   if (job.options.normalised) job.host.showStatus(u"Normalizing Peak-value...");
   return sink.finish({job.options.normalised, job.options.cutsSilence});
