@@ -166,7 +166,7 @@ class Playing {
   bool wait(Source& source) {
     failedAt_ = asked().device;
     while (output_.isPlaying(source)) {
-      if (output_.state() == audio::AudioOutput::State::lost) return fail(u"The audio device was lost");
+      if (output_.state() == audio::AudioOutput::State::lost) return output_.finish();
       if (run_.host.cancelled()) source.stop();
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }

@@ -27,9 +27,9 @@ class FileDevice final : public PulledDevice {
   ~FileDevice() override { stop(); }
 
   bool finish() override {
-    const bool written = PulledDevice::finish();
+    if (!PulledDevice::finish()) return false;
     writeSizes();
-    return written && writer_.ok() && file_->commit();
+    return writer_.ok() && file_->commit();
   }
 
  private:

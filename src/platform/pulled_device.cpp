@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "base/last_error.h"
+#include "platform/system_error.h"
 
 namespace tervo::platform {
 namespace {
@@ -41,7 +42,7 @@ void PulledDevice::stop() {
 
 bool PulledDevice::finish() {
   stop();
-  return !lost_ || fail(u"Writing to file failed");
+  return !lost_ || failBySystem(u"Writing to file failed", lostBy_);
 }
 
 void PulledDevice::run() {
@@ -56,6 +57,7 @@ void PulledDevice::run() {
   while (!stopping_) {
     const std::size_t frames = client_->fill(buffer);
     if (frames > 0 && !deliver(std::span(buffer).first(frames * format_.bytesPerFrame()))) {
+      lostBy_ = notedSystemError();
       lost_ = true;
       return;
     }

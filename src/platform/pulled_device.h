@@ -29,6 +29,7 @@ class PulledDevice : public AudioDevice {
   std::shared_ptr<AudioClient> client_;
   std::atomic<bool> stopping_{false};
   std::atomic<bool> lost_{false};
+  int lostBy_ = 0;  ///< the system's error number, written before `lost_`
   std::thread thread_;
 };
 

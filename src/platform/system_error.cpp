@@ -14,6 +14,9 @@ void noteSystemError(int code) noexcept {
   lastCode = code;
   lastPlace.clear();
 }
+int notedSystemError() noexcept {
+  return lastCode;
+}
 Text systemErrorCause() {
   if (lastCode == 0) return {};
   return lastPlace.empty() ? systemErrorText(lastCode) : lastPlace + u": " + systemErrorText(lastCode);

@@ -14,6 +14,9 @@ void noteSystemError() noexcept;
 /// Keeps this error number; 0 when the system has nothing to say.
 void noteSystemError(int code) noexcept;
 
+/// What was noted last in this thread, for another thread to say.
+int notedSystemError() noexcept;
+
 /// Notes the current error number and fails with `message`.
 Failure failBySystem(TextView message);
 /// The same for a file that the user has not named: the cause says where it is.

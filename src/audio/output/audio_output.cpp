@@ -103,7 +103,8 @@ bool AudioOutput::isStuck() {
 
 AudioOutput::State AudioOutput::state() {
   if (!device_) return State::closed;
-  return device_->isLost() || isStuck() ? State::lost : State::open;
+  // A file waits however long a buffer takes.
+  return device_->isLost() || (device_->keepsTime() && isStuck()) ? State::lost : State::open;
 }
 
 bool AudioOutput::finish() {
@@ -112,7 +113,10 @@ bool AudioOutput::finish() {
   const uint32_t last = mixer_->buffersFilled() + 2;
   while (state() == State::open && static_cast<int32_t>(mixer_->buffersFilled() - last) < 0)
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  const bool done = state() == State::open ? device_->finish() : fail(u"The audio device was lost");
+  // A device that is gone can say why, one that is stuck would not even answer.
+  const bool wasLost = state() == State::lost, answers = !wasLost || device_->isLost();
+  bool done = answers && device_->finish();
+  if (wasLost && (done || !answers)) done = fail(u"The audio device was lost");
   close();
   return done;
 }

@@ -110,5 +110,15 @@ TEST_F(PosixCommands, AFullDiskLeavesTheTargetAlone) {
   }
 }
 
+/// A sound of four million bytes, more than any buffer on the way holds.
+TEST_F(PosixCommands, AFullDiskIsSaidWhileASoundIsPlayedIntoAFile) {
+  const std::string header("RIFF\x24\0\x40\0WAVEfmt \x10\0\0\0\1\0\1\0\x80\xBB\0\0\0\x77\1\0\2\0\x10\0data\0\0\x40\0",
+                           44);
+  folder.put(u"long.wav", header + std::string(0x400000, '\x20'));
+  EXPECT_EQ(run({u"play", u"long.wav", u"--device", u"file:/dev/full", u"--overwrite"}), 1);
+  EXPECT_NE(console.error.find("/dev/full: Writing to file failed (No space left on device)"), std::string::npos)
+      << console.error;
+}
+
 }  // namespace
 }  // namespace tervo::test
