@@ -61,10 +61,12 @@ BENCHMARK(voiceKernel)->Arg(0)->Arg(1)->Arg(2);
 /// One region that uses filter, envelopes and two LFOs, as many voices as asked for, loops of ordinary length.
 class Choir {
  public:
-  Choir(int voices, int workers, bool hasEffects) {
+  Choir(int voices, int workers, bool hasEffects, float amplitude = 1) {
     auto waveform = std::make_unique<Waveform>();
     waveform->sampleRate = 44100;
-    waveform->samples = makeResident(tone(20000), 1);
+    std::vector<float> frames = tone(20000);
+    for (float& x : frames) x *= amplitude;
+    waveform->samples = makeResident(std::move(frames), 1);
     waveform->markers.push_back({.type = MarkerType::loop, .start = 5000, .end = 20000, .loopType = LoopType::forward});
     auto region = std::make_unique<Region>();
     region->articulation.set(ParameterId::filterType, 2);
@@ -125,6 +127,27 @@ Cost costOf(const Work& work) {
   std::this_thread::sleep_for(std::chrono::milliseconds(1));  // a thread's time counts once it has gone to sleep
   return {wall.count(), processor() - used};
 }
+
+/// What voices and effects take where everything is too small for a normal float, of what they take at full level: 1
+/// where denormals cost nothing. In turns, and the middle of many.
+void denormals(benchmark::State& state) {
+  constexpr int blocks = 100, count = 64;
+  Choir loud(count, 1, true), tiny(count, 1, true, 1e-39f);
+  std::vector<double> ratios;
+  for (auto _ : state) {
+    const auto timeOf = [](Choir& choir) {
+      const auto start = std::clock();
+      for (int i = 0; i < blocks; ++i) choir.render();
+      return static_cast<double>(std::clock() - start);
+    };
+    const double usual = timeOf(loud);
+    ratios.push_back(timeOf(tiny) / std::max(usual, 1.0));
+  }
+  const auto middle = ratios.begin() + static_cast<std::ptrdiff_t>(ratios.size() / 2);
+  std::nth_element(ratios.begin(), middle, ratios.end());
+  state.counters["tiny/loud"] = *middle;
+}
+BENCHMARK(denormals)->MeasureProcessCPUTime()->Iterations(40);
 
 /// What two workers take of what one takes, in turns of some milliseconds and the middle of many turns, because other
 /// guests of the host come and go. `limit`: two threads that never wait for each other, with half of the voices each.
