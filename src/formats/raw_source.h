@@ -11,8 +11,9 @@ namespace tervo {
 /// Whether bytes without a header can be read in this format.
 bool suitsRawData(SampleFormat format);
 
-/// How the waveform's bytes are taken now, every part of it set but the length, which is missing where they reach to
-/// the end of the file. Nothing for a waveform whose frames are no plain samples of a file, or no longer.
+/// How the waveform's bytes are taken now. The length is missing where they reach to the end of the file; for a coding
+/// of headerless files so is what it settles: the sample format, mostly the channels, the order where there is but one.
+/// Nothing for a waveform whose frames are neither, or are not those of a file any more.
 std::optional<RawRequest> rawLayoutOf(const Waveform& waveform);
 
 /// The same bytes taken as `layout` says: frames, rate and stored format of a waveform without a name. Null with

@@ -2,33 +2,12 @@
 
 #include "base/last_error.h"
 #include "formats/codec/compressed_stream.h"
-#include "formats/codec/g722.h"
-#include "formats/codec/g726.h"
-#include "formats/codec/gsm0610.h"
-#include "formats/codec/oki_adpcm.h"
-#include "formats/codec/rockwell_adpcm.h"
-#include "formats/codec/yamaha_adpcm.h"
+#include "formats/named_coding.h"
 #include "formats/wave/pcm_import.h"
 #include "formats/wave/wav_samples.h"
 
 namespace tervo {
 namespace {
-
-/// The codings that headerless files come in.
-std::vector<DecoderFactory> namedDecoders(int channels) {
-  std::vector<DecoderFactory> all = {yamahaAdpcmDecoder(channels)};
-  for (const BitOrder order : {BitOrder::little, BitOrder::big}) {
-    for (int bits = 2; bits <= 5; ++bits) all.push_back(g726Decoder(bits, order, channels));
-    for (int bits = 6; bits <= 8; ++bits) all.push_back(g722Decoder(bits, order, channels));
-  }
-  if (channels > 1) return all;
-  all.push_back(okiAdpcmDecoder());
-  for (int bits = 2; bits <= 4; ++bits) all.push_back(rockwellAdpcmDecoder(bits));
-  for (const GsmPacking packing :
-       {GsmPacking::frames33, GsmPacking::wavPairs65, GsmPacking::modem34, GsmPacking::modem38})
-    all.push_back(gsmDecoder(packing));
-  return all;
-}
 
 /// Whether so many bytes can hold so many frames.
 bool holds(const BlockDecoder& decoder, uint64_t bytes, int64_t frames) {
@@ -36,12 +15,10 @@ bool holds(const BlockDecoder& decoder, uint64_t bytes, int64_t frames) {
 }
 
 SampleRef openNamed(StoredSamples stored, int channels, int64_t frames) {
-  for (DecoderFactory& make : namedDecoders(channels)) {
-    const auto decoder = make ? make() : nullptr;
-    if (!decoder || decoder->coding() != stored.coding || !holds(*decoder, stored.bytes, frames)) continue;
-    return makeCodedSamples(std::move(stored), channels, frames, std::move(make));
-  }
-  return fail(u"Invalid format for generic import function!");
+  auto coding = codingNamed(stored.coding, channels);
+  if (!coding || !holds(*coding->make(), stored.bytes, frames))
+    return fail(u"Invalid format for generic import function!");
+  return makeCodedSamples(std::move(stored), channels, frames, std::move(coding->make));
 }
 
 }  // namespace

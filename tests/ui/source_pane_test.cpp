@@ -91,6 +91,39 @@ TEST_F(SourcePaneTest, ALayoutIsRememberedAndOneThatDoesNotFitIsNotTaken) {
   EXPECT_EQ(waveform().frames(), 2);
 }
 
+// G.726 of 3 bits: 8 code words in 3 bytes. A file of just those bytes is the witness.
+TEST_F(SourcePaneTest, ACodingLeavesOrderRateAndPlaceOpen) {
+  QByteArray bytes;
+  for (int i = 0; i < 30; ++i) bytes.append(static_cast<char>(i * 37 + 11));
+  const auto write = [&](const char* name, const QByteArray& content) {
+    QFile out(dir.filePath(name));
+    EXPECT_TRUE(out.open(QIODevice::WriteOnly) && out.write(content) == content.size());
+    return textOf(out.fileName());
+  };
+  window.openFiles({write("part.g723", bytes.mid(6, 12))}, OpenMode::replace);
+  const std::vector<float> part = frames();
+  window.openFiles({write("whole.g723", bytes)}, OpenMode::replace);
+  window.list().select({waveform().id()});
+  ASSERT_EQ(waveform().frames(), 80);
+  const std::vector<float> whole = frames();
+
+  EXPECT_FALSE(field<QComboBox>(0)->isEnabled());
+  EXPECT_FALSE(field<QComboBox>(2)->isEnabled());
+  field<QDoubleSpinBox>(0)->setValue(6);
+  field<QDoubleSpinBox>(1)->setValue(12);
+  EXPECT_EQ(frames(), part);
+  field<QComboBox>(3)->setCurrentText("16000");
+  EXPECT_EQ(waveform().sampleRate, 16000);
+  field<QComboBox>(1)->setCurrentIndex(0);
+  EXPECT_EQ(waveform().frames(), 32);
+  EXPECT_NE(frames(), part);
+  field<QComboBox>(1)->setCurrentIndex(1);
+  EXPECT_EQ(frames(), part);
+  EXPECT_TRUE(settings.rawio.layout.empty());
+  while (session.undo()) continue;
+  EXPECT_EQ(frames(), whole);
+}
+
 TEST_F(SourcePaneTest, EditedSamplesHaveNoSource) {
   addInstrument(u"Piano");
   Q_EMIT session.replaced();

@@ -32,7 +32,8 @@ RawCoding asTheUserSays(RawCoding coding, const SourceFile& file) {
 }
 
 uint64_t codedBytes(const RawCoding& coding, const SourceFile& file) {
-  return file.bytes->size() - std::min(coding.offset, file.bytes->size());
+  const uint64_t following = file.bytes->size() - std::min(coding.offset, file.bytes->size());
+  return std::min(following, file.raw.bytes.value_or(following));
 }
 
 int64_t wholeCodes(uint64_t bytes, int bits) {

@@ -18,7 +18,7 @@ struct RawCoding {
 /// The coding with the user's rate, and with the user's offset further on, where there are any.
 RawCoding asTheUserSays(RawCoding coding, const SourceFile& file);
 
-/// Bytes from the coding's offset on.
+/// Bytes from the coding's offset on, no more than the user says.
 uint64_t codedBytes(const RawCoding& coding, const SourceFile& file);
 /// How many whole codes of `bits` bits, one behind the other, that many bytes hold.
 int64_t wholeCodes(uint64_t bytes, int bits);

@@ -126,22 +126,29 @@ void SourcePane::refresh() {
   const auto layout = waveform ? rawLayoutOf(*waveform) : std::nullopt;
   fields_->setEnabled(layout.has_value());
   if (!waveform) return info_->clear();
-  if (!layout) return info_->setText(tr("These samples are no plain data of a file, or were edited since."));
+  if (!layout) return info_->setText(tr("These samples are no data without a header, or were edited since."));
   showLayout(*layout);
-  const auto size = waveform->samples->stored()->source->size();
+  const StoredSamples& stored = *waveform->samples->stored();
+  format_->setPlaceholderText(qt(stored.coding));
+  const auto size = stored.source->size();
   const double seconds = static_cast<double>(waveform->frames()) / waveform->sampleRate;
   info_->setText(
       tr("%1 bytes in the file, %2 frames, %3").arg(size).arg(waveform->frames()).arg(durationText(seconds)));
 }
 
 void SourcePane::showLayout(const RawRequest& layout) {
+  format_->setEnabled(layout.format.has_value());
+  unsigned_->setEnabled(layout.format.has_value());
+  split_->setEnabled(layout.format.has_value());
+  order_->setEnabled(layout.byteOrder.has_value());
+  channels_->setEnabled(layout.channels.has_value());
   // What is being typed stays as it is.
   if (layout == layoutOfFields()) return;
   isShowing_ = true;
-  format_->setCurrentText(qt(nameOf(*layout.format)));
-  order_->setCurrentIndex(*layout.byteOrder == ByteOrder::big);
+  format_->setCurrentIndex(layout.format ? format_->findText(qt(nameOf(*layout.format))) : -1);
+  order_->setCurrentIndex(layout.byteOrder == ByteOrder::big);
   unsigned_->setChecked(layout.isUnsigned);
-  channels_->setCurrentIndex(*layout.channels - 1);
+  channels_->setCurrentIndex(layout.channels.value_or(1) - 1);
   split_->setChecked(layout.splitChannels);
   rate_->setCurrentText(QString::number(*layout.sampleRate, 'g', 12));
   offset_->setValue(static_cast<double>(layout.offset));
@@ -151,11 +158,13 @@ void SourcePane::showLayout(const RawRequest& layout) {
 
 RawRequest SourcePane::layoutOfFields() const {
   RawRequest layout;
-  layout.format = formatNamed(format_->currentText());
-  layout.byteOrder = order_->currentIndex() == 1 ? ByteOrder::big : ByteOrder::little;
-  layout.isUnsigned = unsigned_->isChecked();
-  layout.splitChannels = split_->isChecked();
-  layout.channels = channels_->currentIndex() + 1;
+  // A coding settles most of it.
+  const auto isOpen = [this](const QWidget* field) { return field->isEnabledTo(fields_); };
+  if (isOpen(format_)) layout.format = formatNamed(format_->currentText());
+  if (isOpen(order_)) layout.byteOrder = order_->currentIndex() == 1 ? ByteOrder::big : ByteOrder::little;
+  layout.isUnsigned = isOpen(unsigned_) && unsigned_->isChecked();
+  layout.splitChannels = isOpen(split_) && split_->isChecked();
+  if (isOpen(channels_)) layout.channels = channels_->currentIndex() + 1;
   layout.sampleRate = rate_->currentText().toDouble();
   layout.offset = static_cast<uint64_t>(offset_->value());
   if (length_->value() > toTheEnd) layout.bytes = static_cast<uint64_t>(length_->value());
@@ -172,7 +181,7 @@ void SourcePane::apply() {
   if (!read) return info_->setText(qt(LastErrorText()));
   if (lastField_ != sender()) gesture_ = newGesture();
   lastField_ = sender();
-  session_.settings().rawio.layout = rawLayoutText(layout);
+  if (layout.format) session_.settings().rawio.layout = rawLayoutText(layout);
   const auto change = [&] { takeSamples(*read, *waveform); };
   session_.edit(std::vector{waveform_}, tr("Change data format"), change, {gesture_, {}});
   Q_EMIT layoutChanged();
