@@ -127,6 +127,9 @@ PropertyPane::PropertyPane(DocumentSession& session, QWidget* parent) : QWidget(
   });
   heading_ = new QLabel(this);
   heading_->setTextFormat(Qt::PlainText);
+  // A long name is not to widen the pane.
+  heading_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+  heading_->setMinimumWidth(10 * heading_->fontMetrics().averageCharWidth());
   connect(view_->selectionModel(), &QItemSelectionModel::currentChanged, this, [this](const QModelIndex& now) {
     if (const auto row = model_->rowAt(filter_->mapToSource(now))) Q_EMIT rowChosen(row_ = *row);
   });
@@ -174,6 +177,7 @@ void PropertyPane::restoreExpanded() {
 void PropertyPane::setItems(std::vector<ItemId> items) {
   rememberExpanded();
   heading_->setText(headingOf(items));
+  heading_->setToolTip(heading_->text());
   model_->setItems(std::move(items));
   restoreExpanded();
 }
