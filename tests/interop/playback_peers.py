@@ -42,7 +42,7 @@ def late(what):
 
 def attempts():
     """How often something may be tried that a busy machine may spoil."""
-    for number in range(3):
+    for number in range(3 if busy() else 1):
         if number == 0 or time.time() < END:
             yield number
 
@@ -78,13 +78,20 @@ def answers(*command):
 
 
 def pulse():
-    return running("pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
-                   "-L", "module-null-sink sink_name=tervo rate=48000 format=float32le channels=2",
+    # When a stream starts, a null sink goes back over the silence that it has rendered and renders it anew with the
+    # stream's sound. Who records it has that silence already and would miss the first few hundred frames.
+    return running("pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no", "--log-level=debug",
+                   "-L", "module-null-sink sink_name=tervo rate=48000 format=float32le channels=2 norewinds=1",
                    "-L", f"module-native-protocol-unix socket={FOLDER}/socket auth-anonymous=1",
                    ready=answers("pactl", "info"), log="pulse.log")
 
 
-def recorded(*arguments):
+def underruns():
+    """How often the server had nothing to play of a stream."""
+    return open("pulse.log").read().count("Implicit underrun")
+
+
+def recorded(*arguments, **options):
     """Plays and returns what the null sink got, with what tervo said."""
     with open("rec.raw", "wb") as output:
         recorder = subprocess.Popen(["parec", "-d", "tervo.monitor", "--latency-msec=10", "--raw", "--format=float32le",
@@ -93,7 +100,7 @@ def recorded(*arguments):
         time.sleep(0.1)
         if os.path.getsize("rec.raw") > 0:
             break
-    run = tervo("play", *arguments, *LEVEL)
+    run = tervo("play", *arguments, *LEVEL, **options)
     time.sleep(0.5)
     recorder.terminate()
     recorder.wait()
@@ -123,19 +130,23 @@ def only_gaps(got, expected):
     return bool(pieces) and sum(piece in expected or not any(piece) for piece in pieces) >= 0.5 * len(pieces)
 
 
-def compare(what, *arguments, same=lambda got, expected: got == expected, excused=only_gaps):
-    """A machine that is busy otherwise may leave a gap, but not every time."""
+def compare(what, *arguments, same=lambda got, expected: got == expected, excused=only_gaps, **options):
+    """A machine that is busy otherwise may leave a gap, but not every time. What Wine's mixer hands over is its own
+    business."""
     if late(what):
         return
     expected = in_file(*arguments)
     for _ in attempts():
-        got, run = recorded(*arguments)
-        if run.returncode == 0 and expected and same(got, expected):
+        before = underruns()
+        got, run = recorded(*arguments, **options)
+        gaps = 0 if WRAPPER else underruns() - before
+        if run.returncode == 0 and expected and same(got, expected) and gaps == 0:
             return result(what, True)
     starved = run.returncode == 124  # songs of three seconds have been seen to take thirty
     if expected and busy() and (starved or (run.returncode == 0 and excused(got, expected))):
         return skipped(what, busy())
-    result(what, False, f"status {run.returncode} {run.stderr} {len(got) // FRAME} frames of {len(expected) // FRAME}")
+    result(what, False, f"status {run.returncode} {run.stderr} {len(got) // FRAME} frames of {len(expected) // FRAME}, "
+                        f"{gaps} underruns")
 
 
 def mixed_alike(got, expected):
@@ -183,14 +194,16 @@ def in_time():
 
 def with_pulse():
     how = {"same": mixed_alike, "excused": loud} if WRAPPER else {}
+    # A thread with the priority of sound that spins keeps the others from a single processor.
+    alone = how or {"preexec_fn": lambda: os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})}
     with pulse() as server:
         devices = json.loads(tervo("devices", "--json").stdout)["audioOutputs"]
         result("the null sink is listed and the default", [d["mixRate"] for d in devices if d["default"]] == [48000], devices)
-        compare("a waveform: the server records every sample", "tone.wav", **how)
-        compare("a waveform of another rate: the server records every sample", "slow.wav", **how)
+        compare("a waveform: the server records every sample in time", "tone.wav", **alone)
+        compare("a waveform of another rate: the server records every sample in time", "slow.wav", **how)
         if os.path.exists(BANK):
-            compare("a song: the server records every sample", "notes.mid", "--bank", BANK, **how)
-            compare("64 voices: the server records every sample", "chord.mid", "--bank", BANK, "--voices", "64",
+            compare("a song: the server records every sample in time", "notes.mid", "--bank", BANK, **how)
+            compare("64 voices: the server records every sample in time", "chord.mid", "--bank", BANK, "--voices", "64",
                     "--no-effects", **how)
         # The server goes away in the middle of a sound.
         what = "a server that ends is said, soon"

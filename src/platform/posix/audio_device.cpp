@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include "base/last_error.h"
 #include "platform/audio_backends.h"
@@ -20,14 +22,15 @@ struct SoundSystem {
   RtAudio::Api api;
   const char* label;
   bool canBeExclusive;
+  bool hasServersThread;  ///< asks for frames in a thread of the server's, else in one of the library's
 };
 
 // In this order, the first that has a device has the default one. ALSA's come last: where there is a server, it holds
 // them.
 constexpr SoundSystem soundSystems[] = {
-    {RtAudio::LINUX_PULSE, "PulseAudio", false},
-    {RtAudio::UNIX_JACK, "JACK", false},
-    {RtAudio::LINUX_ALSA, "ALSA", true},
+    {RtAudio::LINUX_PULSE, "PulseAudio", false, false},
+    {RtAudio::UNIX_JACK, "JACK", false, true},
+    {RtAudio::LINUX_ALSA, "ALSA", true, false},
 };
 
 constexpr std::size_t longestName = 64;  // what the settings keep
@@ -85,7 +88,7 @@ std::vector<FoundDevice> findDevices() {
 
 class RtDevice final : public AudioDevice {
  public:
-  explicit RtDevice(const SoundSystem& system) : audio_(system.api) { audio_.showWarnings(false); }
+  explicit RtDevice(const SoundSystem& system) : system_(system), audio_(system.api) { audio_.showWarnings(false); }
   ~RtDevice() override { close(); }
 
   bool openStream(const FoundDevice& device, const AudioRequest& request);
@@ -96,14 +99,17 @@ class RtDevice final : public AudioDevice {
  private:
   static int fill(void* out, void*, unsigned frames, double, RtAudioStreamStatus, void* self);
   static void noteError(RtAudioError::Type type, const std::string& text);
+  void drain();
   void close() noexcept;
 
   // The library's error callback knows no stream: it comes in the thread that had the error.
   static thread_local RtDevice* erring_;
   static thread_local std::string cause_;
 
+  const SoundSystem& system_;
   RtAudio audio_;
   std::shared_ptr<AudioClient> client_;
+  std::atomic<bool> draining_{false};
   std::atomic<bool> failed_{false};
   bool started_ = false;
 };
@@ -121,12 +127,12 @@ void RtDevice::noteError(RtAudioError::Type, const std::string& text) {
 
 int RtDevice::fill(void* out, void*, unsigned frames, double, RtAudioStreamStatus, void* self) {
   thread_local const AudioThreadScope scope;
-  constexpr int goOn = 0, abort = 2;
+  constexpr int goOn = 0, drain = 1, abort = 2;
   auto& device = *static_cast<RtDevice*>(self);
   erring_ = &device;
   if (device.failed_) return abort;
   device.client_->fill({static_cast<std::byte*>(out), frames * device.format_.bytesPerFrame()});
-  return goOn;
+  return device.draining_ ? drain : goOn;
 }
 
 uint32_t nearestRate(const AudioDeviceInfo& device, uint32_t wanted) {
@@ -168,11 +174,20 @@ bool RtDevice::start(std::shared_ptr<AudioClient> client) {
   return started_ || fail(fromUtf8(cause_));
 }
 
+/// A library's thread ends its stream itself: while another one does, it spins for a lock of both, with the priority of
+/// sound, and what has been handed over runs dry meanwhile.
+void RtDevice::drain() {
+  if (system_.hasServersThread) return audio_.stopStream();
+  draining_ = true;
+  while (audio_.isStreamRunning()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  audio_.closeStream();  // joins the thread, which plays what it has
+}
+
 bool RtDevice::finish() {
   const QuietLibraries quiet;
   const bool wasLost = isLost();
   try {
-    if (!wasLost) audio_.stopStream();
+    if (!wasLost) drain();
   } catch (const RtAudioError&) {
     failed_ = true;
   }
@@ -186,11 +201,6 @@ bool RtDevice::isLost() const {
 
 void RtDevice::close() noexcept {
   const QuietLibraries quiet;
-  try {
-    if (started_ && audio_.isStreamRunning()) audio_.abortStream();
-  } catch (const RtAudioError&) {
-    // What is lost needs no stopping.
-  }
   if (audio_.isStreamOpen()) audio_.closeStream();
 }
 
