@@ -13,6 +13,7 @@
 #include <QUrl>
 
 #include "platform/program.h"
+#include "platform/thread.h"
 #include "ui/qt_text.h"
 
 namespace tervo::ui {
@@ -82,6 +83,10 @@ TEST_F(BatchWizardTest, LookingForFilesCanBeStoppedAndBegunAgain) {
   wizard.back();
   wizard.next();
   wizard.run().cancel();
+  platform::limitThreads(0);
+  wizard.run().start();
+  platform::limitThreads(-1);
+  EXPECT_FALSE(wizard.run().isPlanning());
   QTest::qWait(100);
   EXPECT_TRUE(wizard.run().entries().empty());
   wizard.run().start();

@@ -7,6 +7,8 @@
 #include <QTableView>
 
 #include "platform/key_place.h"
+#include "platform/system_error.h"
+#include "platform/thread.h"
 #include "tests/ui/window_fixture.h"
 #include "ui/collection_model.h"
 #include "ui/dialogs/report_window.h"
@@ -58,6 +60,10 @@ TEST_F(WindowTest, ASongIsSentToTheMidiOutputWhileItsPlaceShows) {
   EXPECT_FALSE(player.send(song));
   const QString path = dir.filePath("sent.bytes");
   settings.sds.outDev = u"file:" + textOf(path);
+  platform::limitThreads(0);
+  EXPECT_FALSE(player.send(song));
+  platform::limitThreads(-1);
+  EXPECT_EQ(LastErrorText(), u"Could not start a thread");
   ASSERT_TRUE(player.send(song));
   EXPECT_TRUE(player.isPlaying());
   EXPECT_TRUE(player.songSeconds());
@@ -66,6 +72,29 @@ TEST_F(WindowTest, ASongIsSentToTheMidiOutputWhileItsPlaceShows) {
   ASSERT_TRUE(sent.open(QIODevice::ReadOnly));
   const QByteArray bytes = sent.readAll();
   EXPECT_TRUE(bytes.startsWith(QByteArray::fromHex("903c64803c00"))) << bytes.toHex().toStdString();
+}
+
+/// A disk that is full from the start.
+class FullDevice final : public platform::AudioDevice {
+ public:
+  FullDevice() {
+    format_.sampleRate = 48000;
+    bufferFrames_ = 480;
+  }
+  bool start(std::shared_ptr<platform::AudioClient>) override { return true; }
+  bool finish() override { return platform::failBySystem(u"Writing to file failed", 28); }
+  bool isLost() const override { return true; }
+};
+
+TEST_F(WindowTest, WhyADeviceWasLostIsShown) {
+  const Instrument& piano = addInstrument(u"Piano");
+  Player failing{session, [](const platform::AudioRequest&) { return std::make_unique<FullDevice>(); }};
+  QString shown;
+  QObject::connect(&failing, &Player::statusShown, [&](const QString& text) { shown = text; });
+  ASSERT_TRUE(failing.play(piano.id()));
+  ASSERT_TRUE(QTest::qWaitFor([&] { return !shown.isEmpty(); }, 20000));
+  EXPECT_EQ(textOf(shown), u"Writing to file failed (" + platform::systemErrorText(28) + u")");
+  EXPECT_FALSE(failing.isPlaying());
 }
 
 TEST_F(WindowTest, SourceAndResultOfASaveThatLostSomethingAreHeard) {

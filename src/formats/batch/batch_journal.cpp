@@ -121,7 +121,8 @@ bool BatchJournal::hasMade(TextView target) const {
 }
 
 bool BatchJournal::begin() {
-  presence_ = platform::PresenceFile::tryHold(pathOf(Text(fileName) + u".lock"));
+  // A second attempt has it already.
+  if (!presence_) presence_ = platform::PresenceFile::tryHold(pathOf(Text(fileName) + u".lock"));
   if (!presence_) return fail(u"Another batch is writing into this folder");
   const auto file = platform::OutputFile::create(pathOf(fileName), platform::Replace::allowed);
   if (!file) return false;

@@ -37,13 +37,14 @@ bool BatchRun::start() {
   if (order_.empty()) return true;
   if (!platform::createFolders(plan_.request.targetFolder) || !plan_.journal.begin()) return false;
   const std::size_t count = std::min(static_cast<std::size_t>(options_.workers), order_.size());
-  try {
-    while (threads_.size() < count) threads_.emplace_back([this] { work(); });
-  } catch (const std::exception&) {
-    // Those that began do the work of all.
-    if (threads_.empty()) return fail(u"Out of memory");
+  threads_.reserve(count);
+  while (threads_.size() < count) {
+    if (platform::startThread(threads_.emplace_back(), [this] { work(); })) continue;
+    threads_.pop_back();
+    break;
   }
-  return true;
+  // Those that began do the work of all.
+  return !threads_.empty() || fail(u"Could not start a thread");
 }
 
 std::vector<std::size_t> BatchRun::poll(std::chrono::milliseconds timeout) {

@@ -17,6 +17,7 @@
 #include "platform/path.h"
 #include "platform/posix/file_descriptor.h"
 #include "platform/system_error.h"
+#include "platform/thread.h"
 #include "platform/user_folders.h"
 
 namespace tervo::platform {
@@ -104,12 +105,15 @@ class Listener final : public RunningInstance {
         path_(std::move(path)),
         socket_(std::move(socket)),
         wake_(std::move(wake)),
-        receiver_(std::move(receiver)),
-        thread_([this] { listen(); }) {}
+        receiver_(std::move(receiver)) {}
   ~Listener() override {
     eventfd_write(wake_.get(), 1);
-    thread_.join();
+    if (thread_.joinable()) thread_.join();
     unlink(path_.c_str());
+  }
+
+  bool begin() {
+    return startThread(thread_, [this] { listen(); }) || fail(u"Could not start a thread");
   }
 
  private:
@@ -152,7 +156,10 @@ std::unique_ptr<RunningInstance> RunningInstance::announce(TextView, Receiver re
   const bool bound = bind(socket.get(), generic(address), sizeof address) == 0;
   umask(mask);
   if (!bound || listen(socket.get(), 8) != 0) return failBySystem(u"Could not listen for further starts");
-  return std::make_unique<Listener>(std::move(lock), path, std::move(socket), std::move(wake), std::move(receiver));
+  auto listener =
+      std::make_unique<Listener>(std::move(lock), path, std::move(socket), std::move(wake), std::move(receiver));
+  if (!listener->begin()) return nullptr;
+  return listener;
 }
 
 bool handOver(const std::vector<Text>& paths) {

@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "platform/thread.h"
 #include "platform/windows/handle.h"
 
 namespace tervo::platform {
@@ -30,8 +31,7 @@ class RegistryWatch final : public ColourSchemeWatch {
     if (!end_ || !change_ || RegOpenKeyExW(HKEY_CURRENT_USER, personalization, 0, KEY_NOTIFY, &key_) != ERROR_SUCCESS ||
         !arm())
       return false;
-    thread_ = std::thread([this] { run(); });
-    return true;
+    return startThread(thread_, [this] { run(); });
   }
 
  private:

@@ -12,6 +12,7 @@
 #include "base/memory_guard.h"
 #include "platform/file.h"
 #include "platform/program.h"
+#include "platform/thread.h"
 #include "ui/batch/batch_model.h"
 #include "ui/help_window.h"
 #include "ui/qt_text.h"
@@ -69,16 +70,16 @@ BatchRunPage::BatchRunPage(const BatchSourcesPage& sources, const BatchTargetsPa
 
 BatchRunPage::~BatchRunPage() = default;
 
-BatchPlanner::BatchPlanner(BatchRequest request, Done done)
-    : thread_([this, request = std::move(request), done = std::move(done)]() mutable {
-        auto plan =
-            guardMemory([&] { return std::make_unique<BatchPlan>(PlanBatch(std::move(request), &cancelled_)); });
-        done(std::move(plan));
-      }) {}
+bool BatchPlanner::start(BatchRequest request, Done done) {
+  auto make = [this, request = std::move(request), done = std::move(done)]() mutable {
+    done(guardMemory([&] { return std::make_unique<BatchPlan>(PlanBatch(std::move(request), &cancelled_)); }));
+  };
+  return platform::startThread(thread_, std::move(make)) || fail(u"Could not start a thread");
+}
 
 BatchPlanner::~BatchPlanner() {
   cancelled_ = true;
-  thread_.join();
+  if (thread_.joinable()) thread_.join();
 }
 
 void BatchRunPage::initializePage() {
@@ -103,8 +104,11 @@ void BatchRunPage::plan(Then then) {
       if (number == planning_ && planner_) take(plan.get(), then);
     });
   };
-  planner_ = std::make_unique<BatchPlanner>(std::move(request), done);
+  planner_ = std::make_unique<BatchPlanner>();
+  const bool hasStarted = planner_->start(std::move(request), done);
+  if (!hasStarted) planner_.reset();
   show();
+  if (!hasStarted) summary_->setText(qt(LastErrorText()));
 }
 
 void BatchRunPage::take(BatchPlan* plan, Then then) {

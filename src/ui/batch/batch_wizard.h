@@ -72,7 +72,8 @@ class BatchPlanner {
  public:
   /// In that thread; null when memory was too short.
   using Done = std::function<void(std::shared_ptr<BatchPlan>)>;
-  BatchPlanner(BatchRequest request, Done done);
+  /// False with LastErrorText where there are no more threads.
+  bool start(BatchRequest request, Done done);
   /// Gives up and waits for that.
   ~BatchPlanner();
 

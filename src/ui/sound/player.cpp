@@ -6,6 +6,7 @@
 #include "audio/output/waveform_player.h"
 #include "base/last_error.h"
 #include "core/levels.h"
+#include "formats/failure_cause.h"
 #include "ui/document_session.h"
 #include "ui/qt_text.h"
 #include "ui/sound/song_port.h"
@@ -257,10 +258,11 @@ void Player::watch() {
     allKeysUp();
     keys_.reset();
     stop();
-    output_->close();
     // Looked at again when something is to sound; until then it stands there.
     watcher_.stop();
-    return Q_EMIT statusShown(tr("The audio device was lost"));
+    if (output_->finish()) return;
+    const Text cause = failureCause();
+    return Q_EMIT statusShown(qt(LastErrorText()) + (cause.empty() ? QString() : QString(" (%1)").arg(qt(cause))));
   }
   if (wasPlaying_ && !isPlaying()) stop();
   if (wasPlaying_) Q_EMIT positionChanged();

@@ -1,6 +1,7 @@
 #include "ui/sound/song_port.h"
 
 #include "base/last_error.h"
+#include "platform/thread.h"
 
 namespace tervo::ui {
 
@@ -9,13 +10,14 @@ using Clock = std::chrono::steady_clock;
 std::unique_ptr<SongPort> SongPort::send(TextView name, const Song& song, double from) {
   auto port = platform::MidiOutput::open(name);
   if (!port) return nullptr;
-  return std::unique_ptr<SongPort>(new SongPort(std::move(port), song, from));
+  std::unique_ptr<SongPort> sending(new SongPort(std::move(port), song, from));
+  if (!platform::startThread(sending->thread_, [&port = *sending] { port.run(); }))
+    return fail(u"Could not start a thread");
+  return sending;
 }
 
 SongPort::SongPort(std::unique_ptr<platform::MidiOutput> port, const Song& song, double from)
-    : port_(std::move(port)), sender_(*port_, song, from), from_(from), start_(Clock::now()), thread_([this] {
-        run();
-      }) {}
+    : port_(std::move(port)), sender_(*port_, song, from), from_(from), start_(Clock::now()) {}
 
 SongPort::~SongPort() {
   {
@@ -23,7 +25,7 @@ SongPort::~SongPort() {
     isStopped_ = true;
   }
   stopped_.notify_all();
-  thread_.join();
+  if (thread_.joinable()) thread_.join();
 }
 
 double SongPort::seconds() const {

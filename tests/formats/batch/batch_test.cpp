@@ -6,6 +6,7 @@
 #include "formats/batch/batch_run.h"
 #include "platform/path.h"
 #include "platform/program.h"
+#include "platform/thread.h"
 #include "tests/platform/test_folder.h"
 
 namespace tervo {
@@ -191,8 +192,12 @@ TEST_F(Batch, OneBatchAtATimeWritesIntoAFolder) {
 
 TEST_F(Batch, WithoutAWorkerEachEntrySaysSo) {
   put(u"in/1");
-  BatchRun batch(PlanBatch(request()), {1, 60, folder.text(u"no-such-program")});
+  BatchRun batch(PlanBatch(request()), {2, 60, folder.text(u"no-such-program")});
+  platform::limitThreads(0);
+  EXPECT_FALSE(batch.start());
+  platform::limitThreads(1);
   ASSERT_TRUE(batch.start());
+  platform::limitThreads(-1);
   while (!batch.isOver()) batch.poll(100ms);
   EXPECT_THAT(toUtf8(batch.entries()[0].cause), HasSubstr("no-such-program"));
 }

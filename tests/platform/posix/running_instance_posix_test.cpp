@@ -8,6 +8,7 @@
 #include <future>
 
 #include "platform/posix/file_descriptor.h"
+#include "platform/thread.h"
 #include "tests/platform/test_folder.h"
 
 namespace tervo::platform {
@@ -37,6 +38,9 @@ TEST_F(RunningInstanceTest, GetsTheFilesOfAFurtherStartUntilItEnds) {
   // A name that is no UTF-8, and one with a line break, come through.
   const std::vector<Text> paths = {u"/home/a b/\u00fc.wav", fromPathBytes("/odd/\xff\n.sf2"), u"/last"};
   EXPECT_FALSE(handOver(paths));
+  limitThreads(0);
+  EXPECT_FALSE(announce());
+  limitThreads(-1);
   auto first = announce();
   ASSERT_TRUE(first);
   EXPECT_FALSE(announce());
