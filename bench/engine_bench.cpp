@@ -20,6 +20,7 @@ using namespace tervo;
 using namespace tervo::audio;
 
 constexpr float rate = 48000;
+constexpr int bufferFrames = 480;
 
 std::vector<float> tone(std::size_t frames) {
   std::vector<float> result(frames);
@@ -87,19 +88,20 @@ class Choir {
     for (int i = 0; i < voices; ++i)
       engine_->execute({static_cast<uint8_t>(0x90 | (i / 64 % 16)), static_cast<uint8_t>(30 + i % 64), 100});
   }
-  void render() { engine_->render(block_); }
+  /// A buffer of 10 ms.
+  void render() { engine_->render(buffer_); }
 
  private:
   Collection collection_;
   std::unique_ptr<Engine> engine_;
-  std::vector<float> block_ = std::vector<float>(2 * blockFrames);
+  std::vector<float> buffer_ = std::vector<float>(2 * bufferFrames);
 };
 
 void voices(benchmark::State& state) {
   const auto count = static_cast<int>(state.range(0));
   Choir choir(count, static_cast<int>(state.range(1)), state.range(2) != 0);
   for (auto _ : state) choir.render();
-  const double frames = blockFrames * static_cast<double>(state.iterations());
+  const double frames = bufferFrames * static_cast<double>(state.iterations());
   state.counters["ns/voice-frame"] =
       benchmark::Counter(frames * count * 1e-9, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
   state.counters["core"] =  // share of one that playing takes
@@ -131,13 +133,13 @@ Cost costOf(const Work& work) {
 /// What voices and effects take where everything is too small for a normal float, of what they take at full level: 1
 /// where denormals cost nothing. In turns, and the middle of many.
 void denormals(benchmark::State& state) {
-  constexpr int blocks = 100, count = 64;
+  constexpr int buffers = 14, count = 64;
   Choir loud(count, 1, true), tiny(count, 1, true, 1e-39f);
   std::vector<double> ratios;
   for (auto _ : state) {
     const auto timeOf = [](Choir& choir) {
       const auto start = std::clock();
-      for (int i = 0; i < blocks; ++i) choir.render();
+      for (int i = 0; i < buffers; ++i) choir.render();
       return static_cast<double>(std::clock() - start);
     };
     const double usual = timeOf(loud);
@@ -152,11 +154,11 @@ BENCHMARK(denormals)->MeasureProcessCPUTime()->Iterations(40);
 /// What two workers take of what one takes, in turns of some milliseconds and the middle of many turns, because other
 /// guests of the host come and go. `limit`: two threads that never wait for each other, with half of the voices each.
 void twoWorkers(benchmark::State& state) {
-  constexpr int blocks = 200;
+  constexpr int buffers = 27;
   const auto count = static_cast<int>(state.range(0));
   Choir alone(count, 1, true), shared(count, 2, true), first(count / 2, 1, false), second(count / 2, 1, false);
   const auto renderAll = [](Choir& choir) {
-    for (int i = 0; i < blocks; ++i) choir.render();
+    for (int i = 0; i < buffers; ++i) choir.render();
   };
   std::vector<double> wall, processor, limitWall, limitProcessor;
   const auto middleOf = [](std::vector<double>& values) {
@@ -186,14 +188,15 @@ BENCHMARK(twoWorkers)->Arg(130)->Arg(256)->Iterations(200)->UseRealTime();
 /// Both effects for one second of sound.
 void effects(benchmark::State& state) {
   Chorus chorus({}, rate);
-  Reverb reverb({}, rate);
+  Reverb reverb[] = {{{}, rate, Reverb::Side::left}, {{}, rate, Reverb::Side::right}};
   const std::vector<float> in = tone(blockFrames);
   const std::span<const float, blockFrames> block(in.data(), blockFrames);
   std::array<float, blockFrames> left{}, right{};
   for (auto _ : state) {
     for (int i = 0; i < static_cast<int>(rate) / blockFrames; ++i) {
-      chorus.hear(left, right), reverb.hear(left, right);
-      chorus.feed(block), reverb.feed(block);
+      chorus.hear(0, left, right), reverb[0].hear(0, left), reverb[1].hear(0, right);
+      chorus.feed(block), reverb[0].feed(block), reverb[1].feed(block);
+      chorus.settle(), reverb[0].settle(), reverb[1].settle();
       benchmark::DoNotOptimize(left);
       left = right = {};
     }

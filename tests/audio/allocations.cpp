@@ -5,13 +5,13 @@
 #include <new>
 
 namespace {
-thread_local bool countsAllocations = false;
-thread_local int allocations = 0;
+std::atomic<bool> countsAllocations = false;
+std::atomic<int> allocations = 0;
 std::atomic<int64_t> live = 0;
 
 void count(int64_t change) {
   live.fetch_add(change, std::memory_order_relaxed);
-  if (countsAllocations) ++allocations;
+  if (countsAllocations.load(std::memory_order_relaxed)) ++allocations;
 }
 }  // namespace
 

@@ -1,12 +1,12 @@
 #pragma once
-// What the calling thread allocates and frees, and what all threads together have not freed.
+// What threads allocate and free.
 
 #include <cstdint>
 #include <functional>
 
 namespace tervo::test {
 
-/// How often the operation does either.
+/// How often any thread does either while the operation runs.
 int allocationsOf(const std::function<void()>& operation);
 
 /// Of all threads, not freed yet.

@@ -7,6 +7,7 @@
 namespace tervo::audio {
 
 inline constexpr int blockFrames = 64;  ///< everything is computed in blocks of so many frames
+inline constexpr int mostTogether = 4;  ///< blocks that threads render before they wait for each other
 inline constexpr int groupVoices = 64;  ///< voices that one thread renders in a row
 inline constexpr int midiChannels = 16;
 

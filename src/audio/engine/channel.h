@@ -40,6 +40,7 @@ class Channel {
   void setProgram(uint8_t program) noexcept;
   void resetControllers(bool immediate) noexcept;
   void advanceRamps() noexcept;
+  bool isMoving() const { return runningRamps_ > 0; }
 
   float value(ChannelValue which) const { return ramps_[static_cast<std::size_t>(which)].value; }
   /// What the rows of the third send's and the fourth's neighbours hear: controllers 92 and 94, 0..1.

@@ -8,6 +8,7 @@ namespace tervo::audio {
 namespace {
 
 constexpr float noDenormal = 1e-18f;
+constexpr float neighbours = 3;  // frames that the interpolation reads beside the place
 
 /// Bounds what is fed back: straight up to half, then bending over to 1.
 float softClip(float x) noexcept {
@@ -43,11 +44,16 @@ Chorus::Chorus(const ChorusSettings& settings, float sampleRate)
 }
 
 float Chorus::delayAt(float phase) const noexcept {
-  constexpr float shortest = blockFrames + 3;  // a block is read before it is written
+  constexpr float shortest = blockFrames + neighbours;  // a block is read before it is written
   return std::max((settings_.delaySeconds + settings_.depthSeconds * sineOfTurn(phase)) * sampleRate_, shortest);
 }
 
-void Chorus::readTaps(float (&wet)[sides][blockFrames]) noexcept {
+int Chorus::blocksTogether() const noexcept {
+  const float shortest = (settings_.delaySeconds - settings_.depthSeconds) * sampleRate_ - neighbours;
+  return std::clamp(static_cast<int>(shortest) / blockFrames, 1, mostTogether);
+}
+
+void Chorus::readTaps(std::size_t ahead, float (&wet)[sides][blockFrames]) noexcept {
   const float* frames[all];
   Quad position{}, step{};
   for (std::size_t i = 0; i < all; ++i) {
@@ -55,7 +61,7 @@ void Chorus::readTaps(float (&wet)[sides][blockFrames]) noexcept {
     phases_[i] -= std::floor(phases_[i]);
     const float before = std::exchange(delays_[i], delayAt(phases_[i]));
     const float whole = std::ceil(before);
-    frames[i] = lines_[i / taps].read(static_cast<std::size_t>(whole) + 1);
+    frames[i] = lines_[i / taps].read(static_cast<std::size_t>(whole) + 1, ahead);
     position[i] = whole - before;
     step[i] = 1 - (delays_[i] - before) * (1.0f / blockFrames);
   }
@@ -75,13 +81,13 @@ void Chorus::readTaps(float (&wet)[sides][blockFrames]) noexcept {
   }
 }
 
-void Chorus::hear(std::span<float, blockFrames> left, std::span<float, blockFrames> right) noexcept {
+void Chorus::hear(std::size_t ahead, std::span<float, blockFrames> left, std::span<float, blockFrames> right) noexcept {
   if (!isRunning_) return;
   float wet[sides][blockFrames];
-  readTaps(wet);
+  readTaps(ahead, wet);
   for (std::size_t side = 0; side < sides; ++side) {
     const std::span<float, blockFrames> out = side == 0 ? left : right;
-    float* next = lines_[side].next();
+    float* next = lines_[side].next(ahead);
     for (std::size_t n = 0; n < blockFrames; ++n) {
       next[n] = settings_.feedback * wet[side][n];
       out[n] += settings_.level * wet[side][n];
@@ -91,18 +97,18 @@ void Chorus::hear(std::span<float, blockFrames> left, std::span<float, blockFram
 
 void Chorus::feed(std::span<const float, blockFrames> in) noexcept {
   const bool hasInput = std::any_of(in.begin(), in.end(), [](float x) { return x != 0; });
-  const bool wasRunning = isRunning_;
-  isRunning_ = tail_.goesOn(hasInput);
-  if (!isRunning_) {
-    if (wasRunning)
-      for (DelayLine& line : lines_) line.clear();
-    return;
-  }
+  if (!tail_.goesOn(hasInput) && !isRunning_) return;
   for (DelayLine& line : lines_) {
     float* next = line.next();
     for (std::size_t n = 0; n < blockFrames; ++n) next[n] = softClip(next[n] + in[n] + noDenormal) - noDenormal;
     line.written();
   }
+}
+
+void Chorus::settle() noexcept {
+  const bool wasRunning = std::exchange(isRunning_, tail_.isHeard());
+  if (wasRunning && !isRunning_)
+    for (DelayLine& line : lines_) line.clear();
 }
 
 }  // namespace tervo::audio

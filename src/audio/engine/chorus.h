@@ -23,16 +23,20 @@ class Chorus {
   static constexpr std::size_t taps = 2;
 
   Chorus(const ChorusSettings& settings, float sampleRate);
-  /// Adds the wet sound of the next block, which is of earlier ones.
-  void hear(std::span<float, blockFrames> left, std::span<float, blockFrames> right) noexcept;
-  /// The input of the block that was heard last.
+  /// How many blocks may be heard before the first of them is fed: they must not hear it.
+  int blocksTogether() const noexcept;
+  /// Adds the wet sound of a block, which is of earlier ones: of the one that is fed next, or of one so many behind it.
+  /// Each block is heard once, in order, before it is fed.
+  void hear(std::size_t ahead, std::span<float, blockFrames> left, std::span<float, blockFrames> right) noexcept;
   void feed(std::span<const float, blockFrames> in) noexcept;
-  bool isIdle() const { return !isRunning_; }
+  /// With all that was heard fed: from here on it sounds or is idle. Until then it stays what it was.
+  void settle() noexcept;
+  bool isIdle() const { return !isRunning_ && !tail_.isHeard(); }
 
  private:
   static constexpr std::size_t sides = 2, all = sides * taps;
   float delayAt(float phase) const noexcept;
-  void readTaps(float (&wet)[sides][blockFrames]) noexcept;
+  void readTaps(std::size_t ahead, float (&wet)[sides][blockFrames]) noexcept;
 
   ChorusSettings settings_;
   float sampleRate_;

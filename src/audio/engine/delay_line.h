@@ -22,12 +22,14 @@ class DelayLine {
     mask_ = length - 1;
   }
 
-  /// What was written `delay` frames before the block that is written next, and what follows: `inARow` frames, as far
-  /// as they are written. With delays of at least a block, frame n may be read when frame n of the next block is put
-  /// in.
-  const float* read(std::size_t delay) const noexcept { return samples_.data() + ((write_ - delay) & mask_); }
-  /// Where the next block is to be put before written() is called.
-  float* next() noexcept { return samples_.data() + write_; }
+  /// What was written `delay` frames before the block that is written next, or so many blocks behind that one, and
+  /// what follows: `inARow` frames, as far as they are written. With delays of at least a block, frame n may be read
+  /// when frame n of the next block is put in.
+  const float* read(std::size_t delay, std::size_t ahead = 0) const noexcept {
+    return samples_.data() + ((write_ + ahead * blockFrames - delay) & mask_);
+  }
+  /// Where the next block is to be put before written() is called, or so many blocks behind that one.
+  float* next(std::size_t ahead = 0) noexcept { return samples_.data() + ((write_ + ahead * blockFrames) & mask_); }
   void written() noexcept {
     // The first frames stand behind the last ones too, so that none of them is the end of a row.
     if (write_ < inARow) std::copy_n(next(), blockFrames, next() + mask_ + 1);
@@ -52,8 +54,9 @@ class EffectTail {
   /// True while there is something to do: the block has input, or the tail still sounds.
   bool goesOn(bool hasInput) noexcept {
     left_ = hasInput ? length_ : std::max(left_ - 64.0f, 0.0f);
-    return left_ > 0;
+    return isHeard();
   }
+  bool isHeard() const noexcept { return left_ > 0; }
 
  private:
   float length_;

@@ -1,6 +1,6 @@
 #pragma once
-// The effects that all voices share. Both delay what they get by more than a block, so that the wet sound of a block is
-// known before its voices are: any thread can make it while others render them.
+// The effects that all voices share. Both delay what they get by some blocks, so that the wet sound of blocks is known
+// before their voices are: any thread can make it while others render them.
 
 #include <algorithm>
 
@@ -12,45 +12,72 @@ namespace tervo::audio {
 
 class Effects {
  public:
-  explicit Effects(float sampleRate) : chorus_({}, sampleRate), reverb_({}, sampleRate) {}
+  static constexpr std::size_t parts = 3;  ///< that different threads may make
 
-  // Each by any one thread, once a block: make the wet sound that mixInto() adds.
-  void hearChorus() noexcept { hear(chorus_, chorusBlock_); }
-  void hearReverb() noexcept { hear(reverb_, reverbBlock_); }
-  /// The audio thread, once all of the block is made: adds the wet sound and keeps the sends.
-  void mixInto(BusBlock& mix) noexcept {
-    for (std::size_t n = 0; n < blockFrames; ++n) {
-      mix.bus[leftBus][n] += chorusBlock_.left[n] + reverbBlock_.left[n];
-      mix.bus[rightBus][n] += chorusBlock_.right[n] + reverbBlock_.right[n];
-    }
-    std::copy_n(mix.bus[chorusBus], blockFrames, chorusBlock_.send);
-    std::copy_n(mix.bus[reverbBus], blockFrames, reverbBlock_.send);
+  explicit Effects(float sampleRate)
+      : chorus_({}, sampleRate),
+        left_({}, sampleRate, Reverb::Side::left),
+        right_({}, sampleRate, Reverb::Side::right) {}
+
+  /// How many blocks may be rendered together.
+  int blocksTogether() const noexcept { return chorus_.blocksTogether(); }
+  /// Any thread, each part once for the blocks that are rendered together: makes wet sound that mixInto() adds.
+  void hear(std::size_t part, std::size_t blocks) noexcept {
+    if (part == 0)
+      hearAll(chorus_, chorusSend_, blocks, chorusWet_);
+    else if (part == 1)
+      hearAll(left_, reverbSend_, blocks, leftWet_);
+    else
+      hearAll(right_, reverbSend_, blocks, rightWet_);
   }
+  /// The audio thread, block by block once all parts are made: adds the wet sound and keeps the sends.
+  void mixInto(BusBlock& mix, std::size_t block) noexcept {
+    for (std::size_t n = 0; n < blockFrames; ++n) {
+      mix.bus[leftBus][n] += chorusWet_.out[block][0][n] + leftWet_.out[block][0][n];
+      mix.bus[rightBus][n] += chorusWet_.out[block][1][n] + rightWet_.out[block][0][n];
+    }
+    std::copy_n(mix.bus[chorusBus], blockFrames, chorusSend_[block]);
+    std::copy_n(mix.bus[reverbBus], blockFrames, reverbSend_[block]);
+    sent_ = block + 1;
+    isSettling_ = false;
+  }
+  /// The audio thread, behind the last block: here they go idle or begin to sound. Where that is decides about the last
+  /// digits of what is heard, so it must not depend on how many blocks are rendered together.
+  void settle() noexcept { isSettling_ = true; }
   bool isIdle() const noexcept {
-    return chorus_.isIdle() && reverb_.isIdle() && chorusBlock_.isSendZero() && reverbBlock_.isSendZero();
+    return chorus_.isIdle() && left_.isIdle() && right_.isIdle() && isZero(chorusSend_) && isZero(reverbSend_);
   }
 
  private:
-  /// What threads hand to each other.
-  struct alignas(64) Block {
-    float send[blockFrames] = {};  ///< of the last block
-    float left[blockFrames] = {}, right[blockFrames] = {};
-
-    bool isSendZero() const noexcept {
-      return std::all_of(send, send + blockFrames, [](float sample) { return sample == 0; });
-    }
+  using Send = float[mostTogether][blockFrames];  ///< of the last `sent_` blocks, which are not fed yet
+  template <std::size_t channels>
+  struct alignas(64) Wet {
+    float out[mostTogether][channels][blockFrames];
   };
-  template <typename Effect>
-  static void hear(Effect& effect, Block& block) noexcept {
-    std::fill_n(block.left, blockFrames, 0.0f);
-    std::fill_n(block.right, blockFrames, 0.0f);
-    effect.feed(block.send);
-    effect.hear(block.left, block.right);
+
+  template <typename Effect, std::size_t channels>
+  void hearAll(Effect& effect, const Send& send, std::size_t blocks, Wet<channels>& wet) const noexcept {
+    for (std::size_t i = 0; i < sent_; ++i) effect.feed(send[i]);
+    if (isSettling_) effect.settle();
+    for (std::size_t i = 0; i < blocks; ++i) {
+      std::fill_n(wet.out[i][0], channels * blockFrames, 0.0f);
+      if constexpr (channels == 2)
+        effect.hear(i, wet.out[i][0], wet.out[i][1]);
+      else
+        effect.hear(i, wet.out[i][0]);
+    }
+  }
+  bool isZero(const Send& send) const noexcept {
+    return std::all_of(send[0], send[0] + sent_ * blockFrames, [](float sample) { return sample == 0; });
   }
 
   Chorus chorus_;
-  Reverb reverb_;
-  Block chorusBlock_, reverbBlock_;
+  Reverb left_, right_;
+  std::size_t sent_ = 0;
+  bool isSettling_ = false;
+  Send chorusSend_, reverbSend_;
+  Wet<2> chorusWet_;
+  Wet<1> leftWet_, rightWet_;
 };
 
 }  // namespace tervo::audio

@@ -1,6 +1,6 @@
 #pragma once
-// The synthesizer: plays instruments of the document, driven by MIDI messages, in blocks of 64 stereo frames. It holds
-// its own copy of every instrument that is loaded into it.
+// The synthesizer: plays instruments of the document, driven by MIDI messages, in blocks of 64 stereo frames, some of
+// them together where nothing happens between them. It holds its own copy of every instrument that is loaded into it.
 //
 // Document thread: create, load, statusText. Any thread: postEvent. Audio thread: render and everything below it. The
 // audio thread is whoever calls render; nothing on its way allocates, locks or waits for more than its workers.
@@ -65,11 +65,12 @@ class Engine {
   bool postEvent(int64_t time, MidiMessage message) noexcept { return ring_.push({time, message}); }
 
   // Audio thread.
-  /// Fills interleaved stereo frames and returns how many: all, or 0 while the engine is stopped.
+  /// Fills interleaved stereo frames and returns how many: all, or 0 while the engine is stopped. Many at once are
+  /// rendered faster than few; what comes out is the same.
   std::size_t render(std::span<float> stereo) noexcept;
   /// For who renders song by song without a ring: takes effect with the next block. Not while another thread renders.
-  void execute(MidiMessage message) noexcept { performer_.execute(message); }
-  bool stealNote(Stealing stealing) noexcept { return performer_.pool().steal(stealing, context_); }
+  void execute(MidiMessage message) noexcept;
+  bool stealNote(Stealing stealing) noexcept;
   /// Ends notes as a load (time spent by time that the buffer lasts) above 0.8 asks for.
   void shedLoad(double load) noexcept;
 
@@ -92,9 +93,11 @@ class Engine {
   void reclaim();
   void takeInstruments() noexcept;
   void publishGeneration() noexcept;
-  void renderBlock() noexcept;
-  void mixBlock(std::span<const BusBlock> groups) noexcept;
-  void measurePeak() noexcept;
+  void settle() noexcept;
+  std::size_t blocksTogether(std::size_t wanted) const noexcept;
+  void renderBlocks(std::size_t wanted) noexcept;
+  void mixBlock(std::span<const WorkerPool::GroupBlocks> groups, std::size_t block) noexcept;
+  void measurePeak(std::span<float, 2 * blockFrames> block) noexcept;
 
   Setup setup_;
   VoiceContext context_;
@@ -102,6 +105,7 @@ class Engine {
   Performer performer_;
   WorkerPool workers_;
   std::unique_ptr<Effects> effects_;  ///< null: everything stays dry
+  std::size_t mostTogether_;          ///< blocks
   SoundCopies sounds_;
 
   std::unique_ptr<Loaded> current_;               ///< what was loaded last; document thread
@@ -118,8 +122,10 @@ class Engine {
   std::atomic<float> peak_{0};
 
   int64_t time_ = 0;
-  alignas(32) float block_[2 * blockFrames] = {};
-  std::size_t blockUsed_ = blockFrames;  ///< frames of the block that were handed out
+  std::size_t unsettled_ = 0;    ///< blocks since the last time that everything was settled
+  uint32_t endedUnsettled_ = 0;  ///< voices that have come to their end since then
+  alignas(32) float rendered_[mostTogether][2 * blockFrames] = {};
+  std::size_t framesRendered_ = 0, framesUsed_ = 0;  ///< of these; handed out of them
 };
 
 /// For callers that may have no engine yet: "Synth not initialized!".

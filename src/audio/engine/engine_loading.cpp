@@ -43,7 +43,7 @@ bool Engine::change(Loading loading, std::unique_ptr<Loaded> next) {
   performer_.setInstruments(&current_->table);
   performer_.generation = playedGeneration_ = oldestGeneration_ = current_->generation;
   retired_.clear();
-  activeVoices_ = 0;
+  activeVoices_ = endedUnsettled_ = 0;
   return true;
 }
 

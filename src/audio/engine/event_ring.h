@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cassert>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 namespace tervo::audio {
@@ -42,6 +43,11 @@ class EventRing {
     return hasRoom;
   }
 
+  /// Audio thread. Of the oldest event; later than anything when there is none.
+  int64_t nextTime() const noexcept {
+    const std::size_t read = read_.load();
+    return read == write_.load() ? std::numeric_limits<int64_t>::max() : slots_[read].time;
+  }
   /// Audio thread. Takes the oldest event unless its time is later than `now`.
   bool popUntil(int64_t now, MidiMessage& message) noexcept {
     const std::size_t read = read_.load();

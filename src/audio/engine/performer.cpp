@@ -35,6 +35,10 @@ void Performer::advanceRamps() noexcept {
   for (Channel& channel : channels_) channel.advanceRamps();
 }
 
+bool Performer::isMoving() const noexcept {
+  return std::any_of(channels_.begin(), channels_.end(), [](const Channel& channel) { return channel.isMoving(); });
+}
+
 /// Whether no note of the channel could hear a controller jump.
 bool Performer::isQuiet(uint8_t channel) noexcept {
   return !findNote([&](const Note& note) { return note.channel == channel; });

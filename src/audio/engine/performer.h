@@ -18,6 +18,8 @@ class Performer {
   void setInstruments(const InstrumentTable* table) noexcept { instruments_ = table; }
   void execute(MidiMessage message) noexcept;
   void advanceRamps() noexcept;
+  /// Whether a controller is still on its way.
+  bool isMoving() const noexcept;
   /// Everything as it was at the start: no notes, controllers at their defaults.
   void reset();
 

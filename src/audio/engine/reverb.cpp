@@ -1,6 +1,7 @@
 #include "audio/engine/reverb.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tervo::audio {
 namespace {
@@ -14,9 +15,9 @@ constexpr float perLengthRate = 2.2675737e-5f;  // 1 / 44100
 constexpr float inputGain = 0.045f;             // eight combs add up
 constexpr float allPassGain = 0.5f;
 
-std::size_t scaledLength(int length, std::size_t channel, float sampleRate) {
-  const float frames =
-      static_cast<float>(length + stereoSpread * static_cast<int>(channel)) * sampleRate * perLengthRate;
+std::size_t scaledLength(int length, Reverb::Side side, float sampleRate) {
+  const int atPerLengthRate = side == Reverb::Side::left ? length : length + stereoSpread;
+  const float frames = static_cast<float>(atPerLengthRate) * sampleRate * perLengthRate;
   // A block is read before it is written.
   return std::max(static_cast<std::size_t>(frames), static_cast<std::size_t>(blockFrames));
 }
@@ -32,37 +33,27 @@ void passBlock(const float* delayed, float* kept, float (&wet)[blockFrames]) noe
 
 }  // namespace
 
-Reverb::Reverb(const ReverbSettings& settings, float sampleRate)
+Reverb::Reverb(const ReverbSettings& settings, float sampleRate, Side side)
     : feedback_(settings.room * 0.28f + 0.7f),
       damping_(settings.damp * 0.4f),
       level_(settings.level),
       tail_(EffectTail::delaysUntilSilent(feedback_) *
-            static_cast<float>(scaledLength(combLengths[combCount - 1], channels - 1, sampleRate))) {
-  for (std::size_t c = 0; c < channels; ++c) {
-    for (const int frames : combLengths) channels_[c].combs.emplace_back(scaledLength(frames, c, sampleRate));
-    for (const int frames : allPassLengths) channels_[c].allPasses.emplace_back(scaledLength(frames, c, sampleRate));
-  }
+            static_cast<float>(scaledLength(combLengths[combCount - 1], Side::right, sampleRate))) {
+  for (const int frames : combLengths) combs_.emplace_back(scaledLength(frames, side, sampleRate));
+  for (const int frames : allPassLengths) allPasses_.emplace_back(scaledLength(frames, side, sampleRate));
 }
 
-void Reverb::clear() noexcept {
-  for (Channel& channel : channels_) {
-    for (Delay& comb : channel.combs) comb.line.clear();
-    for (Delay& allPass : channel.allPasses) allPass.line.clear();
-    channel.damped[0] = channel.damped[1] = Quad{};
-  }
-}
-
-/// All combs of a channel side by side, because the damping of each goes from frame to frame. What they feed back waits
+/// All combs side by side, because the damping of each goes from frame to frame. What they feed back waits
 /// in their lines for the input.
-void Reverb::combBlock(Channel& channel, float (&wet)[blockFrames]) const noexcept {
+void Reverb::combBlock(std::size_t ahead, float (&wet)[blockFrames]) noexcept {
   const Quad keep = quadOf(damping_), pass = quadOf(1 - damping_), feedback = quadOf(feedback_);
   const float* from[combCount];
   float* to[combCount];
   for (std::size_t i = 0; i < combCount; ++i) {
-    from[i] = channel.combs[i].read();
-    to[i] = channel.combs[i].line.next();
+    from[i] = combs_[i].read(ahead);
+    to[i] = combs_[i].line.next(ahead);
   }
-  Quad low = channel.damped[0], high = channel.damped[1];
+  Quad low = damped_[0], high = damped_[1];
   for (std::size_t n = 0; n < blockFrames; n += 4) {
     Quad first[4], second[4], sum[4];
     for (std::size_t i = 0; i < 4; ++i) {
@@ -84,40 +75,38 @@ void Reverb::combBlock(Channel& channel, float (&wet)[blockFrames]) const noexce
     }
     store((sum[0] + sum[1]) + (sum[2] + sum[3]), wet + n);
   }
-  channel.damped[0] = low;
-  channel.damped[1] = high;
+  damped_[0] = low;
+  damped_[1] = high;
 }
 
-void Reverb::hear(std::span<float, blockFrames> left, std::span<float, blockFrames> right) noexcept {
+void Reverb::hear(std::size_t ahead, std::span<float, blockFrames> out) noexcept {
   if (!isRunning_) return;
-  for (std::size_t c = 0; c < channels; ++c) {
-    alignas(16) float wet[blockFrames];
-    combBlock(channels_[c], wet);
-    for (Delay& allPass : channels_[c].allPasses) {
-      passBlock(allPass.read(), allPass.line.next(), wet);
-      allPass.line.written();
-    }
-    const std::span<float, blockFrames> out = c == 0 ? left : right;
-    for (std::size_t n = 0; n < blockFrames; ++n) out[n] += level_ * wet[n];
+  alignas(16) float wet[blockFrames];
+  combBlock(ahead, wet);
+  for (Delay& allPass : allPasses_) {
+    passBlock(allPass.read(), allPass.line.next(), wet);
+    allPass.line.written();
   }
+  for (std::size_t n = 0; n < blockFrames; ++n) out[n] += level_ * wet[n];
 }
 
 void Reverb::feed(std::span<const float, blockFrames> in) noexcept {
   const bool hasInput = std::any_of(in.begin(), in.end(), [](float x) { return x != 0; });
-  const bool wasRunning = isRunning_;
-  isRunning_ = tail_.goesOn(hasInput);
-  if (!isRunning_) {
-    if (wasRunning) clear();
-    return;
+  if (!tail_.goesOn(hasInput) && !isRunning_) return;
+  for (Delay& comb : combs_) {
+    float* const fedBack = comb.line.next();
+    if (hasInput)
+      for (std::size_t n = 0; n < blockFrames; ++n) fedBack[n] += in[n] * inputGain;
+    comb.line.written();
   }
-  for (Channel& channel : channels_) {
-    for (Delay& comb : channel.combs) {
-      float* const fedBack = comb.line.next();
-      if (hasInput)
-        for (std::size_t n = 0; n < blockFrames; ++n) fedBack[n] += in[n] * inputGain;
-      comb.line.written();
-    }
-  }
+}
+
+void Reverb::settle() noexcept {
+  const bool wasRunning = std::exchange(isRunning_, tail_.isHeard());
+  if (!wasRunning || isRunning_) return;
+  for (Delay& comb : combs_) comb.line.clear();
+  for (Delay& allPass : allPasses_) allPass.line.clear();
+  damped_[0] = damped_[1] = Quad{};
 }
 
 }  // namespace tervo::audio

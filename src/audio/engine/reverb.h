@@ -1,8 +1,7 @@
 #pragma once
-// The reverb that all voices share: eight damped comb filters side by side and four all-pass filters in a row for each
-// channel, after Schroeder and Moorer, with the delays of the Freeverb structure.
+// The reverb that all voices share: for each channel eight damped comb filters side by side and four all-pass filters
+// in a row, after Schroeder and Moorer, with the delays of the Freeverb structure.
 
-#include <array>
 #include <span>
 #include <vector>
 
@@ -17,34 +16,33 @@ struct ReverbSettings {
   float level = 0.8f;
 };
 
+/// One channel of it.
 class Reverb {
  public:
-  Reverb(const ReverbSettings& settings, float sampleRate);
-  /// Adds the wet sound of the next block, which is of earlier ones.
-  void hear(std::span<float, blockFrames> left, std::span<float, blockFrames> right) noexcept;
-  /// The input of the block that was heard last.
+  enum class Side : uint8_t { left, right };
+  Reverb(const ReverbSettings& settings, float sampleRate, Side side);
+  /// Adds the wet sound of a block, which is of earlier ones: of the one that is fed next, or of one so many behind it.
+  /// Each block is heard once, in order, before it is fed.
+  void hear(std::size_t ahead, std::span<float, blockFrames> out) noexcept;
   void feed(std::span<const float, blockFrames> in) noexcept;
-  bool isIdle() const { return !isRunning_; }
+  /// With all that was heard fed: from here on it sounds or is idle. Until then it stays what it was.
+  void settle() noexcept;
+  bool isIdle() const { return !isRunning_ && !tail_.isHeard(); }
 
  private:
-  static constexpr std::size_t channels = 2;
   /// A delay line with the place it is read from.
   struct Delay {
     explicit Delay(std::size_t need) : line(need), frames(need) {}
-    const float* read() const noexcept { return line.read(frames); }
+    const float* read(std::size_t ahead = 0) const noexcept { return line.read(frames, ahead); }
 
     DelayLine line;
     std::size_t frames;
   };
-  struct Channel {
-    std::vector<Delay> combs, allPasses;
-    Quad damped[2] = {};  ///< of the first four combs and of the others
-  };
-  void combBlock(Channel& channel, float (&wet)[blockFrames]) const noexcept;
-  void clear() noexcept;
+  void combBlock(std::size_t ahead, float (&wet)[blockFrames]) noexcept;
 
   float feedback_, damping_, level_;
-  std::array<Channel, channels> channels_;
+  std::vector<Delay> combs_, allPasses_;
+  Quad damped_[2] = {};  ///< of the first four combs and of the others
   EffectTail tail_;
   bool isRunning_ = false;
 };

@@ -19,7 +19,7 @@ std::size_t VoiceGroup::collectLanes(std::span<Voice* const> voices, const Voice
   std::array<Voice*, groupVoices> sounding;
   std::size_t count = 0;
   for (Voice* voice : voices)
-    if (voice->prepareBlock(context)) sounding[count++] = voice;
+    if (!voice->isDone() && voice->prepareBlock(context)) sounding[count++] = voice;
   std::size_t laneCount = 0;
   for (int stages = 0; stages <= maxStages; ++stages) {
     for (Voice* voice : std::span(sounding).first(count)) {
@@ -111,6 +111,10 @@ void VoiceGroup::renderBundle(std::span<const Lane> part, RenderLanes kernel, co
 
 uint32_t VoiceGroup::render(std::span<Voice* const> voices, const VoiceContext& context, RenderLanes kernel,
                             BusBlock& out) noexcept {
+  const auto countDone = [&] {
+    return std::count_if(voices.begin(), voices.end(), [](const Voice* voice) { return voice->isDone(); });
+  };
+  const auto before = countDone();
   sums_ = {};
   const std::size_t count = collectLanes(voices, context);
   for (std::size_t i = 0; i < count; i += lanes)
@@ -125,8 +129,7 @@ uint32_t VoiceGroup::render(std::span<Voice* const> voices, const VoiceContext& 
       transpose(sums);
       store((sums[0] + sums[2]) + (sums[1] + sums[3]), out.bus[bus] + n);
     }
-  return static_cast<uint32_t>(
-      std::count_if(voices.begin(), voices.end(), [](const Voice* voice) { return voice->isDone(); }));
+  return static_cast<uint32_t>(countDone() - before);
 }
 
 }  // namespace tervo::audio

@@ -18,7 +18,8 @@ class VoiceGroup {
  public:
   VoiceGroup();
 
-  /// Advances the voices by a block and puts their sums into `out`. How many of them are done then.
+  /// Advances the voices by a block and puts their sums into `out`; those that are done are passed over. How many have
+  /// come to their end in it.
   uint32_t render(std::span<Voice* const> voices, const VoiceContext& context, RenderLanes kernel,
                   BusBlock& out) noexcept;
 

@@ -9,7 +9,6 @@
 namespace tervo::audio {
 namespace {
 
-constexpr uint32_t effectCount = 2;
 constexpr uint32_t mostCalled = 0xFF;
 
 /// Several groups are an even number of them, so that two threads have the same to do.
@@ -88,7 +87,7 @@ void WorkerPool::run(Worker& worker, std::size_t index, Use use) noexcept {
     if (!holdsSoon(isCalled)) platform::waitWhile(worker.wake, wake);
     if (ending_) return;
     seen = call();
-    const Share share = work(index);
+    const Share share = takeTasks(index);
     done_.voicesEnded += share.voicesEnded;
     done_.tasks += share.tasks;
   }
@@ -97,60 +96,59 @@ void WorkerPool::run(Worker& worker, std::size_t index, Use use) noexcept {
 /// The audio thread takes the first and others take the last, so that voices mostly stay with the thread whose cache
 /// they are in. The effects, which take the least time, are in the middle and so the last to be taken.
 std::optional<uint32_t> WorkerPool::takeTask(bool fromEnd) noexcept {
-  uint64_t seen = block_.waiting;
+  uint64_t seen = shared_.waiting;
   for (;;) {
     const auto first = static_cast<uint32_t>(seen & 0xFFFF), end = static_cast<uint32_t>(seen >> 16 & 0xFFFF);
     if (first == end) return std::nullopt;
     const uint64_t left = fromEnd ? seen - 0x10000 : seen + 1;
-    if (block_.waiting.compare_exchange_weak(seen, left)) return fromEnd ? end - 1 : first;
+    if (shared_.waiting.compare_exchange_weak(seen, left)) return fromEnd ? end - 1 : first;
   }
 }
 
 uint32_t WorkerPool::renderGroup(std::size_t group, VoiceGroup& with) noexcept {
-  const std::size_t count = block_.voices.size(), first = beginOf(group, block_.groups, count);
-  const auto part = block_.voices.subspan(first, beginOf(group + 1, block_.groups, count) - first);
-  return with.render(part, *block_.context, kernel_, blocks_[group]);
+  const Work& work = shared_.work;
+  const std::size_t count = work.voices.size(), first = beginOf(group, shared_.groups, count);
+  const auto part = work.voices.subspan(first, beginOf(group + 1, shared_.groups, count) - first);
+  uint32_t ended = 0;
+  for (std::size_t i = 0; i < work.blocks; ++i) ended += with.render(part, *work.context, kernel_, blocks_[group][i]);
+  return ended;
 }
 
-WorkerPool::Share WorkerPool::work(std::size_t index) noexcept {
+WorkerPool::Share WorkerPool::takeTasks(std::size_t index) noexcept {
+  const Work& work = shared_.work;
   Share share;
   while (const auto task = takeTask(index > 0)) {
     ++share.tasks;
-    const uint32_t effect = *task - block_.effectsAt;
-    if (!block_.effects || *task < block_.effectsAt)
+    const uint32_t effect = *task - shared_.effectsAt;
+    if (!work.effects || *task < shared_.effectsAt)
       share.voicesEnded += renderGroup(*task, *groups_[index]);
-    else if (effect >= effectCount)
-      share.voicesEnded += renderGroup(*task - effectCount, *groups_[index]);
-    else if (effect == 0)
-      block_.effects->hearChorus();
+    else if (effect >= Effects::parts)
+      share.voicesEnded += renderGroup(*task - Effects::parts, *groups_[index]);
     else
-      block_.effects->hearReverb();
+      work.effects->hear(effect, work.blocks);
   }
   return share;
 }
 
-std::span<const BusBlock> WorkerPool::render(std::span<Voice* const> voices, const VoiceContext& context,
-                                             Effects* effects) noexcept {
-  const std::size_t groups = groupsFor(voices.size());
-  block_.voices = voices;
-  block_.context = &context;
-  block_.effects = effects;
-  block_.groups = static_cast<uint16_t>(groups);
-  block_.effectsAt = static_cast<uint16_t>((groups + 1) / 2);
-  const auto tasks = static_cast<uint32_t>(groups + (effects ? effectCount : 0));
+std::span<const WorkerPool::GroupBlocks> WorkerPool::render(const Work& work) noexcept {
+  const std::size_t groups = groupsFor(work.voices.size());
+  shared_.work = work;
+  shared_.groups = static_cast<uint16_t>(groups);
+  shared_.effectsAt = static_cast<uint16_t>((groups + 1) / 2);
+  const auto tasks = static_cast<uint32_t>(groups + (work.effects ? Effects::parts : 0));
   const std::size_t sharers = std::clamp<std::size_t>(groups, 1, groups_.size());
   uint32_t called = call();
   if (sharers > 1)
     called = (called & ~mostCalled) + mostCalled + 1 + std::min(static_cast<uint32_t>(sharers), mostCalled);
-  block_.waiting = uint64_t{called} << 32 | tasks << 16;
+  shared_.waiting = uint64_t{called} << 32 | tasks << 16;
   for (std::size_t i = 1; i < sharers; ++i) {
     ++threads_[i - 1]->wake;
     platform::wakeOne(threads_[i - 1]->wake);
   }
-  const Share share = work(0);
+  const Share share = takeTasks(0);
   tasksDone_ += tasks - share.tasks;
   while (!holdsSoon([&] { return done_.tasks == tasksDone_; })) std::this_thread::yield();
-  hasEnded_ = share.voicesEnded + (done_.voicesEnded - voicesEnded_) != 0;
+  ended_ = share.voicesEnded + (done_.voicesEnded - voicesEnded_);
   voicesEnded_ = done_.voicesEnded;
   return {blocks_.data(), groups};
 }

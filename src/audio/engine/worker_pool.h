@@ -1,7 +1,8 @@
 #pragma once
-// Renders the groups of a block on several threads. Which thread has which group never changes what comes out: each
+// Renders groups of voices on several threads. Which thread has which group never changes what comes out: each
 // group has sums of its own.
 
+#include <array>
 #include <atomic>
 #include <memory>
 #include <optional>
@@ -22,13 +23,22 @@ class WorkerPool {
   WorkerPool(int workers, std::size_t voices, RenderLanes kernel, Use use);
   ~WorkerPool();
 
-  /// Audio thread. Renders all voices and what is heard of the effects, if there are any: a block of sums for each
-  /// group, in the order of the groups.
-  std::span<const BusBlock> render(std::span<Voice* const> voices, const VoiceContext& context,
-                                   Effects* effects) noexcept;
-  /// Whether voices of the last block are done. Only then does the audio thread look at all of them: what another
-  /// thread has written takes long to read.
-  bool hasEndedVoices() const { return hasEnded_; }
+  /// What to render: all of it is one cache line, on which idle workers keep their eye. What threads hand to each other
+  /// takes a quarter of a microsecond a line.
+  struct Work {
+    std::span<Voice* const> voices;
+    const VoiceContext* context = nullptr;
+    Effects* effects = nullptr;  ///< null: none
+    uint16_t blocks = 1;         ///< of each voice and effect in a row, up to `mostTogether`
+  };
+  /// Sums of the groups, in their order.
+  using GroupBlocks = std::array<BusBlock, mostTogether>;
+
+  /// Audio thread. Renders blocks of all voices and of what is heard of the effects.
+  std::span<const GroupBlocks> render(const Work& work) noexcept;
+  /// How many voices have come to their end in what was rendered last. Only then does the audio thread look at all of
+  /// them: what another thread has written takes long to read.
+  uint32_t endedVoices() const { return ended_; }
   int workers() const { return static_cast<int>(groups_.size()); }
 
  private:
@@ -37,15 +47,12 @@ class WorkerPool {
     std::atomic<uint32_t> wake{0};
     std::jthread thread;
   };
-  /// The block being rendered, written before it is given out. All of it is one cache line, on which idle workers keep
-  /// their eye: what threads hand to each other takes a quarter of a microsecond a line.
-  struct alignas(64) Block {
+  /// What is being rendered, written before it is given out.
+  struct alignas(64) Shared {
     /// Tasks that nobody has taken: the first and 2^16 times their end. In the upper half the call: how many threads
-    /// are to share the block, 255 at most, and 2^8 times the number of such blocks.
+    /// are to share the work, 255 at most, and 2^8 times the number of such calls.
     std::atomic<uint64_t> waiting{0};
-    std::span<Voice* const> voices;
-    const VoiceContext* context = nullptr;
-    Effects* effects = nullptr;
+    Work work;
     uint16_t groups = 0;
     uint16_t effectsAt = 0;  ///< the task that is the first effect; groups are the others
   };
@@ -59,18 +66,18 @@ class WorkerPool {
   };
   bool start(std::size_t index, Use use) noexcept;
   void run(Worker& worker, std::size_t index, Use use) noexcept;
-  Share work(std::size_t index) noexcept;
+  Share takeTasks(std::size_t index) noexcept;
   uint32_t renderGroup(std::size_t group, VoiceGroup& with) noexcept;
   std::optional<uint32_t> takeTask(bool fromEnd) noexcept;
-  uint32_t call() const noexcept { return static_cast<uint32_t>(block_.waiting >> 32); }
+  uint32_t call() const noexcept { return static_cast<uint32_t>(shared_.waiting >> 32); }
 
   RenderLanes kernel_;
   std::vector<std::unique_ptr<VoiceGroup>> groups_;  ///< by thread
-  std::vector<BusBlock> blocks_;                     ///< by group
+  std::vector<GroupBlocks> blocks_;                  ///< by group
   std::vector<std::unique_ptr<Worker>> threads_;
-  bool hasEnded_ = false;
-  uint32_t tasksDone_ = 0, voicesEnded_ = 0;  ///< what `done_` was after the last block
-  Block block_;
+  uint32_t ended_ = 0;
+  uint32_t tasksDone_ = 0, voicesEnded_ = 0;  ///< what `done_` was after the last work
+  Shared shared_;
   Done done_;
   std::atomic<bool> ending_{false};
 };

@@ -63,16 +63,16 @@ std::size_t SynthFront::renderPerformance(std::span<float> stereo) noexcept {
   const std::size_t frames = stereo.size() / 2;
   std::size_t done = 0;
   while (done < frames && !finished_) {
-    if (blockUsed_ == blockFrames) {
-      if (!performance_->renderBlock(block_)) {
-        finished_ = true;
-        break;
-      }
-      blockUsed_ = 0;
+    if (framesUsed_ == framesRendered_) {
+      const std::size_t wanted = (frames - done + blockFrames - 1) / blockFrames;
+      const auto room = std::span(rendered_).first(2 * blockFrames * std::min<std::size_t>(wanted, mostTogether));
+      framesUsed_ = 0;
+      framesRendered_ = performance_->renderBlocks(room);
+      finished_ = framesRendered_ == 0;
     }
-    const std::size_t part = std::min(frames - done, blockFrames - blockUsed_);
-    std::copy_n(block_ + 2 * blockUsed_, 2 * part, stereo.data() + 2 * done);
-    blockUsed_ += part;
+    const std::size_t part = std::min(frames - done, framesRendered_ - framesUsed_);
+    std::copy_n(rendered_ + 2 * framesUsed_, 2 * part, stereo.data() + 2 * done);
+    framesUsed_ += part;
     done += part;
   }
   seconds_ = performance_->seconds();

@@ -61,8 +61,8 @@ class SynthFront final : public AudioSource {
 
   // Audio thread.
   FadeOut end_;
-  float block_[2 * blockFrames] = {};
-  std::size_t blockUsed_ = blockFrames;
+  float rendered_[2 * blockFrames * mostTogether] = {};
+  std::size_t framesRendered_ = 0, framesUsed_ = 0;  ///< of these; handed out of them
 
   std::atomic<bool> finished_{false};
   std::atomic<float> load_{0};

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/midi_events.h"
+#include "dsp/frame_kernels.h"
 
 namespace tervo::audio {
 namespace {
@@ -44,25 +45,35 @@ bool SongPerformance::executeDue() noexcept {
   return true;
 }
 
-bool SongPerformance::renderBlock(std::span<float, 2 * blockFrames> stereo) noexcept {
+/// How many blocks from here on nothing is due in but in the first. The tail is looked at block by block.
+std::size_t SongPerformance::blocksUntilEvent(std::size_t most) const noexcept {
+  if (tailEnd_ > 0) return 1;
+  const double end = next_ < events_.messages.size() ? events_.messages[next_].seconds : events_.seconds;
+  std::size_t blocks = 1;
+  while (blocks < most && static_cast<double>(block_ + static_cast<int64_t>(blocks)) * secondsPerBlock_ < end) ++blocks;
+  return blocks;
+}
+
+std::size_t SongPerformance::renderBlocks(std::span<float> stereo) noexcept {
   const bool wasPlaying = isPlaying();
   if (!wasPlaying) {
     if (tailEnd_ == 0) endNotes();
-    if (isTailOver()) return false;
+    if (isTailOver()) return 0;
   }
-  if (!executeDue()) return false;
-  const bool isRendered = engine_.render(stereo) > 0;
-  if (!isRendered) std::fill(stereo.begin(), stereo.end(), 0.0f);
-  ++block_;
-  idleBlocks_ = engine_.isSilent() ? idleBlocks_ + 1 : 0;
-  const float peak = isRendered ? engine_.outputPeak() : 0;
+  if (!executeDue()) return 0;
+  const std::size_t blocks = blocksUntilEvent(stereo.size() / (2 * blockFrames));
+  stereo = stereo.first(blocks * 2 * blockFrames);
+  if (engine_.render(stereo) == 0) std::fill(stereo.begin(), stereo.end(), 0.0f);
+  block_ += static_cast<int64_t>(blocks);
+  idleBlocks_ = engine_.isSilent() ? idleBlocks_ + static_cast<int>(blocks) : 0;
+  const float peak = dsp::peakOf(stereo);
   loudest_ = std::max(loudest_, peak);
   if (!wasPlaying) silent_ = peak <= std::min(loudest_, 1.0f) * tailSilence ? silent_ + secondsPerBlock_ : 0.0;
-  return true;
+  return stereo.size() / 2;
 }
 
 int64_t SongPerformance::skipSilence() noexcept {
-  constexpr int longestRamp = 100;  // blocks that the slowest controller moves for
+  constexpr int longestRamp = 96 + mostTogether;  // blocks that the slowest controller moves for
   if (idleBlocks_ < longestRamp) return 0;
   const double until = next_ < events_.messages.size() ? events_.messages[next_].seconds : events_.seconds;
   const int64_t blocks = std::max<int64_t>(static_cast<int64_t>(until / secondsPerBlock_) - block_, 0);

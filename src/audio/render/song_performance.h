@@ -1,5 +1,5 @@
 #pragma once
-// A song on its way through the engine, block by block: what rendering and playing have in common. Its operations but
+// A song on its way through the engine: what rendering and playing have in common. Its operations but
 // the constructor belong to the thread that renders.
 
 #include <functional>
@@ -17,11 +17,11 @@ class SongPerformance {
   /// releases and reverb are 90 dB below the loudest so far, or full scale where that is less, at most 10 s.
   SongPerformance(Engine& engine, const SongEvents& events, std::optional<double> tailSeconds);
 
-  /// Who is asked now and then while many events of one time are executed. False: it is over at once.
+  /// Who is asked now and then while many events of one time are executed. False: it is over at once. Must not throw.
   void askWhileItTakesLong(std::function<bool()> mayGoOn) { mayGoOn_ = std::move(mayGoOn); }
 
-  /// Renders the next block. False, with nothing rendered, once it is over.
-  bool renderBlock(std::span<float, 2 * blockFrames> stereo) noexcept;
+  /// Renders the next blocks, up to so many as there is room for, and returns how many frames: 0 once it is over.
+  std::size_t renderBlocks(std::span<float> stereo) noexcept;
   /// Passes over the blocks in which nothing can sound, instead of rendering them, and returns how many.
   int64_t skipSilence() noexcept;
   double seconds() const { return static_cast<double>(block_) * secondsPerBlock_; }
@@ -31,6 +31,7 @@ class SongPerformance {
   bool isTailOver() const;
   void endNotes() noexcept;
   bool executeDue() noexcept;
+  std::size_t blocksUntilEvent(std::size_t most) const noexcept;
 
   Engine& engine_;
   const SongEvents& events_;

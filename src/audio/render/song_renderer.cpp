@@ -31,15 +31,15 @@ std::unique_ptr<Engine> makeEngine(const SongEvents& events, const RenderJob& jo
 SampleRef renderEvents(Engine& engine, const SongEvents& events, const RenderJob& job) {
   SongPerformance performance(engine, events, job.options.tailSeconds);
   RenderSink sink;
-  float stereo[2 * blockFrames];
+  float room[2 * blockFrames * mostTogether];
   const double expected = std::max(events.seconds, 1.0 * blockFrames / job.options.sampleRate);
   bool goesOn = true;
   const auto mayGoOn = [&] {
     return goesOn = goesOn && job.host.progress(std::min(performance.seconds() / expected, 1.0));
   };
   performance.askWhileItTakesLong(mayGoOn);
-  while (performance.renderBlock(stereo) && mayGoOn()) {
-    if (!sink.append(stereo)) return nullptr;
+  for (std::size_t frames; (frames = performance.renderBlocks(room)) > 0 && mayGoOn();) {
+    if (!sink.append(std::span(room).first(2 * frames))) return nullptr;
     const int64_t skipped = performance.skipSilence();
     if (skipped > 0 && !sink.appendSilence(skipped * blockFrames)) return nullptr;
   }
