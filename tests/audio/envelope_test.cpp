@@ -59,15 +59,25 @@ TEST(AmplitudeEnvelope, AttackAndReleaseAreNeverClicks) {
 }
 
 TEST(AmplitudeEnvelope, KeyAndVelocityScaleTheTimes) {
-  Envelope envelope;
-  envelope.stages.attack = {0.2f, 4, 0.5f};
-  const auto attack = [&](int key, int velocity) {
-    envelope.key = key, envelope.velocity = velocity;
-    return timeOfLevel(played(envelope), 0.5, true) * 2;
+  const double sixDown = std::pow(10, -6 / 20.0);
+  const auto times = [&](int key, int velocity) {
+    Envelope envelope{{{0.08f, 2, 0.5f}, {0.2f, 4, 0.5f}, {0.08f, 2, 1}, {1.6f, 2, 0.5f}, 0.5f, {1.6f, 2, 0.5f}}};
+    envelope.key = key, envelope.velocity = velocity, envelope.liftAt = 2.5;
+    const Frames sound = played(envelope);
+    const double begin = timeOfLevel(sound, 1e-3, true), full = timeOfLevel(sound, 0.999, true);
+    const double fall = timeOfLevel(sound, 0.99, false, full);
+    const double sustained = peak(part(sound, 2.4, 2.5)) * std::numbers::sqrt2;
+    return std::array{begin, full - begin, fall - full, timeOfLevel(sound, sixDown, false, full) - fall,
+                      timeOfLevel(sound, sustained * sixDown, false, 2.5) - 2.5};
   };
-  EXPECT_NEAR(attack(60, 127) / attack(60, 1), 4, 0.1);
-  EXPECT_NEAR(attack(72, 64) / attack(60, 64), 0.5, 0.02);
-  EXPECT_NEAR(attack(60, 64), 0.2, 0.005);
+  const auto usual = times(60, 64), soft = times(60, 1), hard = times(60, 127), high = times(72, 64);
+  constexpr std::array seconds{0.08, 0.2, 0.08, 0.1, 0.1}, byVelocity{2.0, 4.0, 2.0, 2.0, 2.0},
+      byOctave{0.5, 0.5, 1.0, 0.5, 0.5};
+  for (std::size_t i = 0; i < usual.size(); ++i) {
+    EXPECT_NEAR(usual[i], seconds[i], 0.005) << i;
+    EXPECT_NEAR(hard[i] / soft[i], byVelocity[i], 0.12) << i;
+    EXPECT_NEAR(high[i] / usual[i], byOctave[i], 0.05) << i;
+  }
 }
 
 TEST(AmplitudeEnvelope, OneShotsIgnoreTheEndOfTheKey) {

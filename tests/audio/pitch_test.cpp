@@ -69,11 +69,21 @@ TEST(Pitch, BendReachesItsRangeAtBothEnds) {
 }
 
 TEST(Pitch, RegisteredTuning) {
-  SoundLab lab;
-  lab.addSine(440);
-  lab.start();
-  lab.control(101, 0), lab.control(100, 1), lab.control(6, 96), lab.control(38, 0);
-  EXPECT_NEAR(centsBetween(playedHertz(lab), 440), 50, 0.3);
+  const auto tuned = [](int parameter, int coarse, int fine, int controller, int steps) {
+    SoundLab lab;
+    lab.addSine(440);
+    lab.start();
+    lab.control(101, 0), lab.control(100, parameter), lab.control(6, coarse), lab.control(38, fine);
+    for (int i = 0; i < steps; ++i) lab.control(controller, 0);
+    if (parameter == 0) lab.send(0xE0, 127, 127);
+    return centsBetween(playedHertz(lab), 440);
+  };
+  constexpr int up = 96, down = 97;
+  EXPECT_NEAR(tuned(1, 96, 0, up, 0), 50, 0.3);
+  EXPECT_NEAR(tuned(1, 63, 64, up, 2000), -0.78 + 100 * 2000 / 8192.0, 0.3);
+  EXPECT_NEAR(tuned(2, 66, 0, up, 0), 200, 0.3);
+  EXPECT_NEAR(tuned(2, 66, 0, down, 5), -300, 0.3);
+  EXPECT_NEAR(tuned(0, 1, 90, up, 20), 210, 0.3);
 }
 
 TEST(Pitch, PhaseGroupsShareWhatIsRandom) {
