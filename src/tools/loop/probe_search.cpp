@@ -17,7 +17,7 @@ using dsp::probeSize;
 constexpr std::size_t startsOfProbe = spanFrames - probeSize;
 constexpr std::size_t partsOfProbe = (startsOfProbe + spanFrames) / partSize;
 constexpr std::size_t padding = startsOfProbe + spanFrames + 2 * dsp::mostLags;  // that kernels may read
-constexpr double secondsToProbe = 70e-9, secondsToCompare = 200e-9, secondsToOffer = 150e-9;
+constexpr double secondsToProbe = 70e-9, secondsToCompare = 200e-9, secondsToLook = 10e-9, secondsToOffer = 150e-9;
 
 // Bounds of what single precision gets wrong, as parts of the lengths of what is compared.
 constexpr double productError = 4e-6, squaresError = 1e-5, ratioError = 1.2e-7;
@@ -129,7 +129,7 @@ SearchEnd ProbeSearch::run(LoopContest& contest, double seconds, const SearchPro
       if (++times % timesBetween != 0) continue;
       const double part = static_cast<double>(first - begin) / static_cast<double>(end - begin);
       if (!progress(part)) return SearchEnd::stopped;
-      if (seconds_ > seconds / 4 && seconds_ > seconds * part) return SearchEnd::tooSlow;
+      if (seconds_ > seconds / 16 && seconds_ > seconds * part) return SearchEnd::tooSlow;
     }
   }
   contest.settle();
@@ -206,6 +206,7 @@ void ProbeSearch::offerPairs(LoopContest& contest, const Probe& probe, std::size
   for (std::size_t direction = 0; direction < 2; ++direction) {
     const Spans& spans = directions_[direction];
     for (std::size_t i = 0; i < words; ++i) {
+      seconds_ += secondsToLook * static_cast<double>(bitsIn(pairs[direction][i]));
       for (uint64_t left = pairs[direction][i]; left != 0; left &= left - 1) {
         const std::size_t offset = 64 * i + static_cast<std::size_t>(std::countr_zero(left));
         const double lengthA = spans.lengthAt(first + offset), lengthB = spans.lengthAt(first + offset + lag);
