@@ -46,6 +46,8 @@ struct SpanKernels {
   double (*exactDistance)(const float* a, double scaleA, const float* b, double scaleB, double limit) noexcept;
   /// out[k] is the product of x · scale and span k of the basis.
   void (*project)(const float* x, float scale, const float* basis, float* out) noexcept;
+  /// out[i] is a[i] · b[i], exactly.
+  void (*products)(const float* a, const float* b, double* out) noexcept;
 };
 
 /// For one instruction set, and those of the best one here.

@@ -115,8 +115,12 @@ struct SpanKernelsOf {
     for (std::size_t k = 0; k < basisSize; ++k) out[k] = Vector::sum(sums[k]);
   }
 
-  static constexpr SpanKernels table = {vectors * Vector::lanes, productsByLag, probe, squares, distance,
-                                        exactDistance,           project};
+  static void products(const float* a, const float* b, double* out) noexcept {
+    for (std::size_t i = 0; i < spanSize; ++i) out[i] = double{a[i]} * double{b[i]};
+  }
+
+  static constexpr SpanKernels table = {vectors * Vector::lanes, productsByLag, probe,   squares, distance,
+                                        exactDistance,           project,       products};
 };
 
 }  // namespace tervo::dsp

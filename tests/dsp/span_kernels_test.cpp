@@ -77,12 +77,16 @@ TEST(SpanKernels, areAsExactAsPromisedForEveryInstructionSet) {
     EXPECT_EQ(kernels.distance(span(1), 2, span(1), 2, 0.5f), 0);
     EXPECT_NEAR(kernels.exactDistance(span(1), 2, span(2), 3, 1e9),
                 4 * product(span(1), span(1)) + 9 * product(span(2), span(2)) - 12 * product(span(1), span(2)), 1e-13);
+    double products[spanSize];
+    kernels.products(span(1), span(2), products);
     float squares[spanSize / partSize];
     kernels.squares(span(1), span(2), 3, std::size(squares), squares);
     for (std::size_t i = 0; i < std::size(squares); ++i) {
       double sum = 0;
-      for (std::size_t k = i * partSize; k < (i + 1) * partSize; ++k)
+      for (std::size_t k = i * partSize; k < (i + 1) * partSize; ++k) {
         sum += std::pow(double{span(1)[k]} - 3 * double{span(2)[k]}, 2);
+        EXPECT_EQ(products[k], double{span(1)[k]} * double{span(2)[k]});
+      }
       EXPECT_NEAR(squares[i], sum, 1e-6);
     }
   }

@@ -82,11 +82,12 @@ bool LoopContest::areAllowed(const LoopSpan& a, const LoopSpan& b) const {
 }
 
 void LoopContest::offer(const Place& start, const Place& end, Distance distance) {
-  constexpr std::size_t enough = 32;
+  constexpr std::size_t enough = 128;
   if (!allows(start.position, end.position) || !isNew(start.position, end.position)) return;
   if (distance == Distance::unknown &&
       !isWithinLimit(framesAt(start.position), start.length, framesAt(end.position), end.length))
     return;
+  scores_.expect(start.position, end.position);
   waiting_.push_back({start.position, end.position});
   if (waiting_.size() >= enough) settle();
 }

@@ -5,18 +5,12 @@
 #include <cmath>
 #include <cstring>
 
+#include "dsp/span_kernels.h"
+
 namespace tervo {
 namespace {
 
-constexpr std::size_t together = 4;  // sums that fit into the processor's registers
-
-template <std::size_t Count, typename Chain>
-void addUp(const Chain* chains) {
-  Score sums[Count] = {};
-  for (std::size_t i = 0; i < spanFrames; ++i)
-    for (std::size_t k = 0; k < Count; ++k) sums[k] += Score{chains[k].a[i]} * Score{chains[k].b[i]};
-  for (std::size_t k = 0; k < Count; ++k) *chains[k].sum = sums[k];
-}
+constexpr std::size_t together = 6;  // sums that fit into the processor's registers
 
 /// Quick rather than good: what has the same one is compared.
 uint32_t hashOf(const float* frames) {
@@ -24,10 +18,10 @@ uint32_t hashOf(const float* frames) {
   uint32_t words[lanes], hashes[lanes] = {};
   for (std::size_t i = 0; i < spanFrames; i += lanes) {
     std::memcpy(words, frames + i, sizeof words);
-    for (std::size_t k = 0; k < lanes; ++k) hashes[k] = (std::rotl(hashes[k], 5) ^ words[k]) + 0x9E3779B9;
+    for (std::size_t k = 0; k < lanes; ++k) hashes[k] = (hashes[k] ^ hashes[k] >> 7) + words[k];
   }
   uint64_t hash = 0;
-  for (const uint32_t each : hashes) hash = (hash ^ each) * 0x9E3779B97F4A7C15;
+  for (std::size_t k = 0; k < lanes; ++k) hash += hashes[k] * (0x9E3779B97F4A7C15 * (2 * k + 1));
   return static_cast<uint32_t>(hash >> 32);
 }
 
@@ -47,61 +41,64 @@ void WholeScores::make(std::span<Pair> pairs) {
   // Each step asks the memory for what the next one reads.
   if (places_.empty() || numbers_ > 0xFFFF0000) prepare();
   work_.resize(pairs.size());
-  for (std::size_t i = 0; i < pairs.size(); ++i) work_[i] = {placeAt(pairs[i].start), placeAt(pairs[i].end), 0, false};
+  for (std::size_t i = 0; i < pairs.size(); ++i) {
+    find(work_[i].a, pairs[i].start);
+    find(work_[i].b, pairs[i].end);
+    work_[i].score = &pairs[i].score;
+  }
   for (Work& work : work_) {
     identify(work.a);
     identify(work.b);
-    // What follows is the same either way round.
-    if (work.a.frames > work.b.frames) std::swap(work.a, work.b);
+    // The score is the same either way round.
+    const auto [low, high] = std::minmax(work.a.frames, work.b.frames);
+    work.frames = uint64_t{low} << 32 | high;
     __builtin_prefetch(&slotOf(work));
   }
   chains_.clear();
-  for (std::size_t i = 0; i < pairs.size(); ++i) findScore(work_[i], pairs[i].score);
+  new_.clear();
+  for (Work& work : work_) findScore(work);
   addUp();
-  for (std::size_t i = 0; i < pairs.size(); ++i)
-    if (work_[i].isNew) pairs[i].score = newScore(work_[i]);
+  for (const Work* work : new_) makeScore(*work);
 }
 
-WholeScores::Place WholeScores::placeAt(std::size_t position) {
-  const Place& kept = slotOf(position);
-  if (kept.frames != 0 && kept.position == position) return kept;
-  const uint32_t hash = hashOf(framesAt(position));
-  __builtin_prefetch(&slotOfFrames(hash));
-  return {static_cast<uint32_t>(position), hash, 0, 0};
+void WholeScores::find(Place& place, std::size_t position) {
+  place = slotOf(position);
+  if (place.frames != 0 && place.position == position) return;
+  place = {static_cast<uint32_t>(position), hashOf(framesAt(position)), 0, 0};
+  __builtin_prefetch(&slotOfFrames(place.hash));
 }
 
 void WholeScores::identify(Place& place) {
   if (place.frames != 0) return;
-  Place& alike = slotOfFrames(place.hash);
+  const Place& alike = slotOfFrames(place.hash);
   const bool isAlike = alike.frames != 0 && alike.hash == place.hash &&
                        std::memcmp(framesAt(alike.position), framesAt(place.position), spanFrames * sizeof(float)) == 0;
   place.frames = isAlike ? alike.frames : ++numbers_;
   if (!isAlike) return;
   place.energy = alike.energy;
-  keep(place);
+  slotOf(place.position) = place;
 }
 
-void WholeScores::findScore(Work& work, Score& score) {
+void WholeScores::findScore(Work& work) {
   const Known& known = slotOf(work);
-  if (known.frames == keyOf(work)) {
-    score = 1 - Score{known.below};
+  if (known.frames == work.frames) {
+    *work.score = 1 - Score{known.below};
   } else if (work.a.frames == work.b.frames) {
-    score = 1;  // of a square the root is exact
+    *work.score = 1;  // of a square the root is exact
   } else {
-    work.isNew = true;
+    new_.push_back(&work);
     chains_.push_back({framesAt(work.a.position), framesAt(work.b.position), &work.product});
     addEnergy(work.a);
     addEnergy(work.b);
   }
 }
 
-Score WholeScores::newScore(const Work& work) {
-  const Score score = work.product / std::sqrt(work.a.energy * work.b.energy);
+void WholeScores::makeScore(const Work& work) {
+  const Score score = *work.score = work.product / std::sqrt(work.a.energy * work.b.energy);
   const auto below = static_cast<double>(1 - score);
-  if (1 - Score{below} == score) slotOf(work) = {keyOf(work), below};
+  if (1 - Score{below} == score) slotOf(work) = {work.frames, below};
   keep(work.a);
   keep(work.b);
-  return score;
 }
 
 void WholeScores::addEnergy(Place& place) {
@@ -109,14 +106,22 @@ void WholeScores::addEnergy(Place& place) {
 }
 
 void WholeScores::keep(const Place& place) {
-  slotOf(place.position) = place;
-  slotOfFrames(place.hash) = place;
+  Place& kept = slotOf(place.position);
+  if (kept.frames != 0 && kept.position == place.position) return;
+  kept = slotOfFrames(place.hash) = place;
 }
 
 void WholeScores::addUp() {
-  std::size_t i = 0;
-  for (; i + together <= chains_.size(); i += together) tervo::addUp<together>(&chains_[i]);
-  for (; i < chains_.size(); ++i) tervo::addUp<1>(&chains_[i]);
+  while (chains_.size() % together != 0) chains_.push_back(chains_.back());
+  double products[together][spanFrames];
+  for (std::size_t i = 0; i < chains_.size(); i += together) {
+    const Chain* chains = &chains_[i];
+    for (std::size_t k = 0; k < together; ++k) dsp::spanKernels().products(chains[k].a, chains[k].b, products[k]);
+    Score sums[together] = {};
+    for (std::size_t n = 0; n < spanFrames; ++n)
+      for (std::size_t k = 0; k < together; ++k) sums[k] += Score{products[k][n]};
+    for (std::size_t k = 0; k < together; ++k) *chains[k].sum = sums[k];
+  }
 }
 
 }  // namespace tervo

@@ -20,6 +20,12 @@ class WholeScores {
 
   explicit WholeScores(std::span<const float> x) : x_(x) {}
 
+  /// Says which pair make() will be asked for soon: its places come into reach meanwhile.
+  void expect(std::size_t start, std::size_t end) const {
+    if (places_.empty()) return;
+    __builtin_prefetch(&places_[start & (places_.size() - 1)]);
+    __builtin_prefetch(&places_[end & (places_.size() - 1)]);
+  }
   /// Makes the scores, each exactly that of spanScore(). All spans are whole, 128 frames before a place and 128 behind,
   /// and not silent.
   void make(std::span<Pair> pairs);
@@ -37,8 +43,9 @@ class WholeScores {
   };
   struct Work {
     Place a, b;
+    uint64_t frames;  ///< the numbers of both
     Score product;
-    bool isNew;
+    Score* score;
   };
   struct Chain {
     const float *a, *b;
@@ -48,13 +55,12 @@ class WholeScores {
   const float* framesAt(std::size_t position) const { return x_.data() + (position - spanBefore); }
   Place& slotOf(std::size_t position) { return places_[position & (places_.size() - 1)]; }
   Place& slotOfFrames(uint32_t hash) { return byFrames_[hash & (byFrames_.size() - 1)]; }
-  static uint64_t keyOf(const Work& work) { return uint64_t{work.a.frames} << 32 | work.b.frames; }
-  Known& slotOf(const Work& work) { return known_[(keyOf(work) * 0x9E3779B97F4A7C15 >> 32) & (known_.size() - 1)]; }
+  Known& slotOf(const Work& work) { return known_[(work.frames * 0x9E3779B97F4A7C15 >> 32) & (known_.size() - 1)]; }
   void prepare();
-  Place placeAt(std::size_t position);
+  void find(Place& place, std::size_t position);
   void identify(Place& place);
-  void findScore(Work& work, Score& score);
-  Score newScore(const Work& work);
+  void findScore(Work& work);
+  void makeScore(const Work& work);
   void addEnergy(Place& place);
   void keep(const Place& place);
   void addUp();
@@ -65,6 +71,7 @@ class WholeScores {
   std::vector<Known> known_;
   uint32_t numbers_ = 0;
   std::vector<Work> work_;
+  std::vector<const Work*> new_;
   std::vector<Chain> chains_;
 };
 
