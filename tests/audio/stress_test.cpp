@@ -9,7 +9,7 @@ namespace tervo::test {
 namespace {
 
 constexpr int programs = 4;
-constexpr int blocksPerTurn = 15, turnsPerSecond = 750 / blocksPerTurn;
+constexpr int blocksPerBuffer = 5, blocksPerTurn = 3 * blocksPerBuffer, turnsPerSecond = 750 / blocksPerTurn;
 
 /// Seconds of sound: TERVO_STRESS_SECONDS in the environment, or some.
 int stressSeconds() {
@@ -37,7 +37,7 @@ class Playing {
 
  private:
   void run() {
-    float stereo[128];
+    float stereo[128 * blocksPerBuffer];
     while (!ending_) {
       if (done_ == allowed_) {
         std::this_thread::yield();
@@ -45,7 +45,7 @@ class Playing {
       }
       if (engine_.render(stereo) == 0) continue;  // an instrument is being loaded
       peak_ = static_cast<float>(test::peak(stereo));
-      ++done_;
+      done_ += blocksPerBuffer;
     }
   }
 

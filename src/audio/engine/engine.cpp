@@ -102,7 +102,7 @@ void Engine::settle() noexcept {
 /// Blocks in which no message is due and no controller moves.
 std::size_t Engine::blocksTogether(std::size_t wanted) const noexcept {
   if (performer_.isMoving()) return 1;
-  const int64_t untilMessage = std::max<int64_t>(ring_.nextTime() - time_, 1);
+  const int64_t untilMessage = std::max(ring_.nextTime(), time_ + 1) - time_;
   return std::min({wanted, mostTogether_ - unsettled_, static_cast<std::size_t>(untilMessage - 1) / blockFrames + 1});
 }
 

@@ -79,6 +79,8 @@ class Engine {
   float outputPeak() const { return peak_; }
   /// Neither a voice nor an effect sounds.
   bool isSilent() const { return activeVoices_ == 0 && (!effects_ || effects_->isIdle()); }
+  /// Nor does a controller move: without a message all blocks to come are the same.
+  bool isAtRest() const { return isSilent() && !performer_.isMoving(); }
   uint32_t sampleRate() const { return setup_.sampleRate; }
 
  private:

@@ -65,7 +65,6 @@ std::size_t SongPerformance::renderBlocks(std::span<float> stereo) noexcept {
   stereo = stereo.first(blocks * 2 * blockFrames);
   if (engine_.render(stereo) == 0) std::fill(stereo.begin(), stereo.end(), 0.0f);
   block_ += static_cast<int64_t>(blocks);
-  idleBlocks_ = engine_.isSilent() ? idleBlocks_ + static_cast<int>(blocks) : 0;
   const float peak = dsp::peakOf(stereo);
   loudest_ = std::max(loudest_, peak);
   if (!wasPlaying) silent_ = peak <= std::min(loudest_, 1.0f) * tailSilence ? silent_ + secondsPerBlock_ : 0.0;
@@ -73,8 +72,7 @@ std::size_t SongPerformance::renderBlocks(std::span<float> stereo) noexcept {
 }
 
 int64_t SongPerformance::skipSilence() noexcept {
-  constexpr int longestRamp = 96 + mostTogether;  // blocks that the slowest controller moves for
-  if (idleBlocks_ < longestRamp) return 0;
+  if (!engine_.isAtRest()) return 0;
   const double until = next_ < events_.messages.size() ? events_.messages[next_].seconds : events_.seconds;
   const int64_t blocks = std::max<int64_t>(static_cast<int64_t>(until / secondsPerBlock_) - block_, 0);
   block_ += blocks;

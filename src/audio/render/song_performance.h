@@ -39,7 +39,6 @@ class SongPerformance {
   double secondsPerBlock_;
   std::function<bool()> mayGoOn_;
   int64_t block_ = 0;
-  int idleBlocks_ = 0;  ///< in which the engine was silent
   float loudest_ = 0;
   std::size_t next_ = 0;
   double tailEnd_ = 0;  ///< 0 while the song plays

@@ -16,9 +16,14 @@ namespace {
 
 using audio::SynthFront;
 
+/// Notes with rests. The first one ends while its tuning is on the way through 126 semitones, and leaves no reverb.
 std::unique_ptr<Song> someNotes() {
-  return songOf(0, 480, {trackBytes({0,    0x90, 60, 127, 0x60, 67, 100, 0x83, 0x60, 60,   0, 0x60, 0x90, 64, 80,  //
-                                     0x83, 0x60, 64, 0,   0x10, 67, 0,   0,    0xFF, 0x2F, 0})});
+  const TrackBytes tuned =
+      trackBytes({0, 0xB0, 91, 0, 0, 101, 0, 0, 100, 2, 0, 6, 127, 0, 0x90, 60, 127, 0, 0xB0, 6, 1, 1, 0x90, 60, 0});
+  const TrackBytes later = trackBytes({0x84, 0, 0x90, 100, 127, 0x60, 100, 0, 0, 0xB0, 91, 40, 0, 6, 64});
+  return songOf(0, 480, {tuned + later + trackBytes({0x86, 0,    0x90, 60, 127,  0x60, 67, 100, 0x83, 0x60, 60,
+                                                     0,    0x60, 0x90, 64, 80,  //
+                                                     0x83, 0x60, 64,   0,  0x10, 67,   0,  0,   0xFF, 0x2F, 0})});
 }
 
 /// Everything that a device with buffers of this length gets.
