@@ -2,8 +2,12 @@
 
 #include <QTabWidget>
 #include <QTableView>
+#include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <memory>
 #include <new>
+#include <semaphore>
 
 #include "tests/ui/window_fixture.h"
 
@@ -44,6 +48,34 @@ TEST_F(WaveformPaneTest, APictureForWhichThereIsNoMemoryEndsNothing) {
   peaks.setSamples(std::make_shared<TooLarge>());
   peaks.wait();
   EXPECT_FALSE(peaks.peak(0, 0, 1000));
+}
+
+TEST_F(WaveformPaneTest, AnotherWaveformDoesNotWaitForOneThatIsStillRead) {
+  static std::counting_semaphore<> begun{0}, mayEnd{0};
+  struct Slow final : SampleData, SampleStream {
+    Slow() : SampleData(1, 1000) {}
+    std::unique_ptr<SampleStream> open(int64_t) const override { return std::make_unique<Slow>(); }
+    std::optional<std::size_t> read(std::span<float> out) override {
+      begun.release();
+      if (!mayEnd.try_acquire_for(std::chrono::seconds(20))) return std::nullopt;
+      std::fill(out.begin(), out.end(), 0.75f);
+      return out.size();
+    }
+  };
+  PeakCache peaks;
+  auto slow = std::make_shared<Slow>();
+  const std::weak_ptr<Slow> read = slow;
+  peaks.setSamples(std::move(slow));
+  begun.acquire();
+  peaks.setSamples(makeResident(std::vector<float>(1000, 0.5f), 1));
+  peaks.wait();
+  EXPECT_FALSE(read.expired()) << "it would have been waited for";
+  mayEnd.release();
+  EXPECT_TRUE(QTest::qWaitFor([&] { return read.expired(); }, 20000)) << "it ends by itself";
+  EXPECT_TRUE(peaks.isComplete());
+  const auto peak = peaks.peak(0, 0, 1000);
+  ASSERT_TRUE(peak);
+  EXPECT_EQ(peak->high, 0.5f);
 }
 
 TEST_F(WaveformPaneTest, DraggingALoopEndIsOneUndoStep) {

@@ -3,10 +3,8 @@
 // it. Made once, by a thread in the background, and drawn as far as it has got.
 
 #include <QObject>
-#include <atomic>
-#include <mutex>
+#include <memory>
 #include <optional>
-#include <span>
 #include <thread>
 #include <vector>
 
@@ -25,16 +23,17 @@ class PeakCache final : public QObject {
   /// Frames of one stretch at the finest level; each level above has stretches 16 times as long.
   static constexpr int64_t finest = 256, ratio = 16;
 
-  PeakCache() = default;
-  ~PeakCache() override { stop(); }
+  PeakCache();
+  /// Waits for everything that is still being read.
+  ~PeakCache() override;
 
-  /// Starts reading, and forgets what was before.
+  /// Starts reading, and forgets what was before without waiting for it.
   void setSamples(SampleRef samples);
   const SampleRef& samples() const { return samples_; }
 
   /// How many frames have been read, from the first on. Any thread.
-  int64_t framesDone() const { return framesDone_; }
-  bool isComplete() const { return samples_ && framesDone_ == samples_->frames(); }
+  int64_t framesDone() const;
+  bool isComplete() const { return samples_ && framesDone() == samples_->frames(); }
   /// The extremes of a channel over [first, end), to the precision of the stretches of the level that fits so many
   /// frames; nothing where nothing has been read yet.
   std::optional<Peak> peak(int channel, double first, double end) const;
@@ -49,18 +48,19 @@ class PeakCache final : public QObject {
   void grown();
 
  private:
+  class Reading;
+  /// One whose frames are not wanted any more. Its thread alone keeps them.
+  struct Abandoned {
+    std::weak_ptr<Reading> reading;
+    std::thread thread;
+  };
   void start();
-  void stop();
-  void read(const std::atomic<bool>& stopping);
-  void finish(std::span<const float> frames, int64_t stretch);
-  void raise(int64_t stretch);
+  void abandon();
 
   SampleRef samples_;
-  std::vector<std::vector<Peak>> levels_;  ///< by level, interleaved channels
-  mutable std::mutex filling_;             ///< held while a stretch is filled in or looked at
-  std::atomic<int64_t> framesDone_{0};
-  std::atomic<bool> stopping_{false};
+  std::shared_ptr<Reading> reading_;
   std::thread reader_;
+  std::vector<Abandoned> abandoned_;  ///< until they have ended
 };
 
 }  // namespace tervo::ui
