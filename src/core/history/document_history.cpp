@@ -210,4 +210,8 @@ bool DocumentHistory::LoadState(TextView path) {
   return true;
 }
 
+std::optional<Text> DocumentHistory::nameInState(TextView path) const {
+  return documentNameIn(path, openStored_);
+}
+
 }  // namespace tervo

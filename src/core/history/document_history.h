@@ -54,6 +54,8 @@ class DocumentHistory {
   bool RestoreState(int offset, StateRing::AfterLoading afterLoading = StateRing::AfterLoading::keepFile);
   /// Loads a state that is not of this ring: the last session, one that was recovered. No undo step leads back.
   bool LoadState(TextView path);
+  /// The name of the document that LoadState() would load, if it is sound.
+  std::optional<Text> nameInState(TextView path) const;
 
   /// Grows with every change of the document that is made here.
   uint64_t revision() const { return revision_; }

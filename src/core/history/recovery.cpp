@@ -1,10 +1,14 @@
 #include "core/history/recovery.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <system_error>
 
 #include "base/last_error.h"
 #include "base/memory_guard.h"
+#include "platform/file_time.h"
+#include "platform/local_time.h"
 #include "platform/path.h"
 
 namespace tervo {
@@ -104,12 +108,29 @@ bool isRecoveryState(TextView fileName) {
   return fileName.starts_with(prefix) && fileName.ends_with(stateExtension);
 }
 
+namespace {
+
+/// "Piano, 2026-03-04 05:06", or what of it is known.
+Text whatIsIn(TextView path, const DocumentHistory& history) {
+  const SilentFailures silent;
+  Text what = history.nameInState(path).value_or(Text());
+  if (const auto written = platform::writtenAt(path)) {
+    const platform::ClockTime at = platform::localTime(*written);
+    const auto time = fmt::format("{}-{:02}-{:02} {:02}:{:02}", at.year, at.month, at.day, at.hours, at.minutes);
+    what += (what.empty() ? u"" : u", ") + fromUtf8(time);
+  }
+  return what;
+}
+
+}  // namespace
+
 std::optional<Text> offerLostStates(DocumentHistory& history, Host& host, TextView folder) {
   static constexpr TextView buttons[] = {u"Restore", u"Later", u"Discard"};
   static constexpr std::size_t restore = 0, later = 1, discard = 2;
   for (const Text& path : lostStates(folder)) {
-    const std::size_t answer =
-        host.ask({u"The program ended without saving what was loaded. Do you want to restore it?", buttons, later});
+    const Text text =
+        u"The program ended without saving what was loaded. Do you want to restore it?\n\n" + whatIsIn(path, history);
+    const std::size_t answer = host.ask({text, buttons, later});
     if (answer == discard) discardLostState(path);
     if (answer != restore) continue;
     if (history.LoadState(path)) return path;

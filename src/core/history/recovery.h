@@ -54,9 +54,9 @@ class RecoveryKeeper {
 std::vector<Text> lostStates(TextView folder);
 /// Whether a file of this name is a recovery state.
 bool isRecoveryState(TextView fileName);
-/// At the start of the program: asks about each lost state until one is taken, which then is the document, with unsaved
-/// changes. One that cannot be loaded, or is not wanted now, is asked about next time. The path of the one that was
-/// taken, whose file is still there: a RecoveryKeeper replaces it.
+/// At the start of the program: asks about each lost state, with its name and time, until one is taken, which then is
+/// the document, with unsaved changes. One that cannot be loaded, or is not wanted now, is asked about next time. The
+/// path of the one that was taken, whose file is still there: a RecoveryKeeper replaces it.
 std::optional<Text> offerLostStates(DocumentHistory& history, Host& host, TextView folder);
 /// Removes a recovery state that the user does not want.
 void discardLostState(TextView path);

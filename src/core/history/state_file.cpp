@@ -21,23 +21,46 @@ bool checkHeader(const StateHeader& header, bool isWhole) {
   return header.version == stateVersion || fail(u"Wrong state version");
 }
 
+class StateReader {
+ public:
+  StateReader(const std::shared_ptr<const LoadedBytes>& bytes, OpenStored openStored)
+      : head_(bytes->span()), attachments_(bytes, openStored), body_(bytes->span(), attachments_) {}
+
+  /// Into an empty collection.
+  bool read(Collection& loaded) {
+    const auto header = head_.record<StateHeader>();
+    if (!checkHeader(header, head_.ok())) return false;
+    // Positions count from the beginning of the file, as its floats are aligned to it.
+    body_.skip(sizeof header);
+    bodies::readDocument(body_, loaded);
+    if (attachments_.openingFailed()) return false;
+    return body_.atEnd() || fail(u"The program state file is damaged");
+  }
+  /// Once those that had them are gone.
+  void takeIdentities() { body_.takeIdentities(); }
+
+ private:
+  ByteReader head_;
+  FileAttachments attachments_;
+  BodyReader body_;
+};
+
 bool read(Collection& document, const std::shared_ptr<const LoadedBytes>& bytes, OpenStored openStored) {
-  ByteReader head(bytes->span());
-  const auto header = head.record<StateHeader>();
-  if (!checkHeader(header, head.ok())) return false;
-  FileAttachments attachments(bytes, openStored);
-  // Positions count from the beginning of the file, as its floats are aligned to it.
-  BodyReader reader(bytes->span(), attachments);
-  reader.skip(sizeof header);
+  StateReader reader(bytes, openStored);
   {
     Collection loaded;
-    bodies::readDocument(reader, loaded);
-    if (attachments.openingFailed()) return false;
-    if (!reader.atEnd()) return fail(u"The program state file is damaged");
+    if (!reader.read(loaded)) return false;
     document.swapContent(loaded);
   }
   reader.takeIdentities();
   return true;
+}
+
+std::shared_ptr<const LoadedBytes> load(TextView path) {
+  const auto file = platform::InputFile::open(path);
+  if (!file) return nullptr;
+  file->expectSequentialReads();
+  return LoadedBytes::load(*file);
 }
 
 }  // namespace
@@ -68,11 +91,21 @@ bool readState(Collection& document, std::shared_ptr<const LoadedBytes> bytes, O
 }
 
 bool readStateFile(Collection& document, TextView path, OpenStored openStored) {
-  const auto file = platform::InputFile::open(path);
-  if (!file) return false;
-  file->expectSequentialReads();
-  auto bytes = LoadedBytes::load(*file);
+  auto bytes = load(path);
   return bytes && readState(document, std::move(bytes), openStored);
+}
+
+std::optional<Text> documentNameIn(TextView path, OpenStored openStored) {
+  const auto bytes = load(path);
+  std::optional<Text> name;
+  const auto readName = [&] {
+    Collection loaded;
+    if (!StateReader(bytes, openStored).read(loaded)) return false;
+    name = loaded.name;
+    return true;
+  };
+  if (bytes) guardMemory(readName);
+  return name;
 }
 
 std::optional<StateSummary> stateSummary(const ByteSource& file) {

@@ -26,6 +26,8 @@ bool writeStateFile(TextView path, const ItemImage& document, OpenStored openSto
 /// was. Document thread.
 bool readState(Collection& document, std::shared_ptr<const LoadedBytes> bytes, OpenStored openStored);
 bool readStateFile(Collection& document, TextView path, OpenStored openStored);
+/// The name of the document that a state file holds; nothing, with LastErrorText, unless all of it is sound.
+std::optional<Text> documentNameIn(TextView path, OpenStored openStored);
 
 /// What a state file holds without loading it into the document.
 struct StateSummary {

@@ -33,6 +33,12 @@ int64_t modificationTime(TextView path) {
   return status ? int64_t{status->st_mtim.tv_sec} * 1'000'000'000 + status->st_mtim.tv_nsec : 0;
 }
 
+std::optional<std::chrono::system_clock::time_point> writtenAt(TextView path) {
+  const auto status = statusOf(path);
+  if (!status) return std::nullopt;
+  return std::chrono::system_clock::from_time_t(status->st_mtim.tv_sec);
+}
+
 bool fileExists(TextView path) {
   const auto status = statusOf(path);
   return status && !S_ISDIR(status->st_mode);

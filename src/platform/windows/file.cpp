@@ -45,6 +45,14 @@ int64_t modificationTime(TextView path) {
                               data.ftLastWriteTime.dwLowDateTime);
 }
 
+std::optional<std::chrono::system_clock::time_point> writtenAt(TextView path) {
+  // FILETIME counts 100 ns since 1601.
+  constexpr int64_t ticksPerSecond = 10'000'000, secondsTo1970 = 11'644'473'600;
+  const int64_t ticks = modificationTime(path);
+  if (ticks == 0) return std::nullopt;
+  return std::chrono::system_clock::from_time_t(ticks / ticksPerSecond - secondsTo1970);
+}
+
 bool fileExists(TextView path) {
   const auto attributes = attributesOf(path);
   return attributes && !(*attributes & FILE_ATTRIBUTE_DIRECTORY);

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <ctime>
+
 #include "platform/path.h"
 #include "tests/core/history/sample_document.h"
 #include "tests/platform/test_folder.h"
@@ -82,7 +85,9 @@ TEST(Recovery, AFailedWriteIsTriedAgainAfterTheInterval) {
 struct AnsweringHost final : Host {
   std::vector<std::size_t> answers;
   std::size_t asked = 0;
+  std::vector<Text> texts;
   std::size_t ask(const Question& question) override {
+    texts.emplace_back(question.text);
     return asked < answers.size() ? answers[asked++] : question.safeButton;
   }
 };
@@ -104,12 +109,22 @@ TEST(Recovery, OffersWhatADeadProgramLeft) {
   const Text damaged = platform::join(test.states, u"Recovery 0.tvs");
   ASSERT_EQ(lostStates(test.states), (std::vector<Text>{damaged, first, second, third}));
 
+  // By the system's own calendar, so that the clock on the wall reads it back.
+  std::tm written{};
+  written.tm_year = 126, written.tm_mon = 2, written.tm_mday = 4, written.tm_hour = 5, written.tm_min = 6;
+  written.tm_isdst = -1;
+  const auto at = std::chrono::system_clock::from_time_t(std::mktime(&written));
+  std::filesystem::last_write_time(std::filesystem::path(first), std::chrono::file_clock::from_sys(at));
+
   Collection document;
   AnsweringHost host;
   host.answers = {restore, later, discard, restore};
   DocumentHistory history(document, host, test.states, nullptr);
   const auto taken = offerLostStates(history, host, test.states);
   EXPECT_EQ(taken, third);
+  ASSERT_EQ(host.texts.size(), 4u);
+  EXPECT_TRUE(host.texts[1].ends_with(u"restore it?\n\nlost, 2026-03-04 05:06"));
+  EXPECT_EQ(host.texts[0].find(u"lost"), Text::npos) << "it is damaged";
   EXPECT_EQ(document.name, u"lost");
   EXPECT_TRUE(history.hasUnsavedChanges());
   EXPECT_FALSE(history.Undo());
