@@ -5,6 +5,7 @@
 #include "cli/commands.h"
 #include "cli/saving.h"
 #include "cli/selection.h"
+#include "cli/song_rendering.h"
 #include "cli/worker_options.h"
 #include "formats/batch/batch_run.h"
 
@@ -81,10 +82,10 @@ int finish(const BatchRun& run, BatchPrinter& printer, const CommandLine& line, 
   return status == exitDone ? exitFailed : status;
 }
 
-/// The report must not take the place of a source or a target.
-bool reportIsInTheWay(const CommandLine& line, const std::vector<BatchEntry>& entries) {
+/// The report must not take the place of a source, a bank or a target.
+bool reportIsInTheWay(const CommandLine& line, const Settings& settings, const std::vector<BatchEntry>& entries) {
   if (line.report != ReportOutput::file) return false;
-  std::vector<NamedFile> files;
+  std::vector<NamedFile> files = banksFor(line, settings);
   for (const BatchEntry& entry : entries) {
     files.push_back({entry.source, entry.source});
     files.push_back({entry.target, entry.target});
@@ -96,11 +97,11 @@ bool reportIsInTheWay(const CommandLine& line, const std::vector<BatchEntry>& en
 
 }  // namespace
 
-int runBatch(const CommandLine& line, Console& console) {
+int runBatch(const CommandLine& line, Console& console, const Settings& settings) {
   auto rows = chosenRows(line.batch.rows, console);
   if (rows.empty()) return exitWrongUsage;
   BatchPlan plan = PlanBatch(requestOf(line, std::move(rows)));
-  if (reportIsInTheWay(line, plan.entries)) return console.failure(line.reportFile.shown), exitWrongUsage;
+  if (reportIsInTheWay(line, settings, plan.entries)) return console.failure(line.reportFile.shown), exitWrongUsage;
   BatchPrinter printer(line, console);
   if (line.batch.dryRun) return printer.plan(plan.entries), statusOf(plan.entries);
   for (const BatchEntry& entry : plan.entries) printer.ended(entry);

@@ -16,7 +16,7 @@ int runDevices(const CommandLine& line, Console& console);
 int runRender(const CommandLine& line, Console& console, const Settings& settings);
 int runProcess(const CommandLine& line, Console& console, const Settings& settings);
 int runProcessList(const CommandLine& line, Console& console);
-int runBatch(const CommandLine& line, Console& console);
+int runBatch(const CommandLine& line, Console& console, const Settings& settings);
 int runFormats(const CommandLine& line, Console& console);
 int runSettings(const CommandLine& line, Console& console, Settings settings);
 int runState(const CommandLine& line, Console& console, const Settings& settings);

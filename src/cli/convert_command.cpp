@@ -5,7 +5,7 @@
 namespace tervo::cli {
 
 int runConvert(const CommandLine& line, Console& console, const Settings& settings) {
-  if (reportHidesAFile(line)) return console.failure(line.reportFile.shown), exitWrongUsage;
+  if (reportHidesAFile(line, settings)) return console.failure(line.reportFile.shown), exitWrongUsage;
   Text hint;
   const FormatIndex row = chosenRow(line, hint);
   if (row == noFormat) return console.failure(line.target.shown, hint), exitFailed;

@@ -204,7 +204,7 @@ bool mayWrite(const CommandLine& line, const std::optional<Text>& device, Text& 
 }  // namespace
 
 int runPlay(const CommandLine& line, Console& console, const Settings& settings) {
-  if (reportHidesAFile(line)) return console.failure(line.reportFile.shown), exitWrongUsage;
+  if (reportHidesAFile(line, settings)) return console.failure(line.reportFile.shown), exitWrongUsage;
   Text hint;
   for (const auto& target : {line.playing.device, line.playing.midiOut})
     if (!mayWrite(line, target, hint)) return console.failure(*target, hint), exitFailed;

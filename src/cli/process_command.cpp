@@ -120,7 +120,7 @@ std::vector<Text> namesToSave(const CommandLine& line, FormatIndex row) {
 }  // namespace
 
 int runProcess(const CommandLine& line, Console& console, const Settings& settings) {
-  if (reportHidesAFile(line)) return console.failure(line.reportFile.shown), exitWrongUsage;
+  if (reportHidesAFile(line, settings)) return console.failure(line.reportFile.shown), exitWrongUsage;
   Text hint;
   const FormatIndex row = chosenRow(line, hint);
   if (row == noFormat) return console.failure(line.target.shown, hint), exitFailed;

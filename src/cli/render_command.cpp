@@ -20,7 +20,7 @@ FormatIndex waveformRow(const CommandLine& line, Text& hint) {
 }  // namespace
 
 int runRender(const CommandLine& line, Console& console, const Settings& settings) {
-  if (reportHidesAFile(line)) return console.failure(line.reportFile.shown), exitWrongUsage;
+  if (reportHidesAFile(line, settings)) return console.failure(line.reportFile.shown), exitWrongUsage;
   Text hint;
   const FormatIndex row = waveformRow(line, hint);
   if (row == noFormat) return console.failure(line.target.shown, hint), exitFailed;

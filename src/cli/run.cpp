@@ -39,7 +39,7 @@ int runCommand(const CommandLine& line, Console& console) {
     case Command::processList:
       return runProcessList(line, console);
     case Command::batch:
-      return runBatch(line, console);
+      return runBatch(line, console, *settings);
     case Command::formats:
       return runFormats(line, console);
     case Command::stateSave:

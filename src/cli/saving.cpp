@@ -22,9 +22,9 @@ bool isOneOf(const NamedFile& file, const std::vector<NamedFile>& files) {
   });
 }
 
-bool reportHidesAFile(const CommandLine& line) {
+bool reportHidesAFile(const CommandLine& line, const Settings& settings) {
   if (line.report != ReportOutput::file) return false;
-  const bool isRead = isOneOf(line.reportFile, line.files) || isOneOf(line.reportFile, line.rendering.banks);
+  const bool isRead = isOneOf(line.reportFile, line.files) || isOneOf(line.reportFile, banksFor(line, settings));
   if (!isRead && !isOneOf(line.reportFile, {line.target})) return false;
   setLastErrorText(u"The report would replace a file of this conversion");
   return true;

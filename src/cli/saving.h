@@ -8,7 +8,7 @@ namespace tervo::cli {
 
 bool isOneOf(const NamedFile& file, const std::vector<NamedFile>& files);
 /// Whether the report would take the place of what it tells about; LastErrorText says so.
-bool reportHidesAFile(const CommandLine& line);
+bool reportHidesAFile(const CommandLine& line, const Settings& settings);
 
 /// Forgets what other items of the document lost when they were opened: nobody hears them.
 void keepReportOf(const std::vector<const Item*>& items, const Collection& collection, ConversionReport& report);

@@ -41,6 +41,12 @@ Text notesText(std::size_t notes) {
 
 }  // namespace
 
+std::vector<NamedFile> banksFor(const CommandLine& line, const Settings& settings) {
+  if (!line.rendering.banks.empty()) return line.rendering.banks;
+  const Text& usual = settings.mid2wav.gmBank;
+  return {{usual, platform::absolute(usual)}};
+}
+
 audio::RenderOptions renderOptions(const Run& run) {
   const CommandLine& line = run.line;
   audio::RenderOptions options = audio::renderOptionsOf(run.settings);
@@ -69,9 +75,7 @@ bool SongRendering::openBank(const NamedFile& file) {
 
 bool SongRendering::openBanks() {
   bank_.emplace();
-  const Text& usual = run_.settings.mid2wav.gmBank;
-  if (run_.line.rendering.banks.empty()) return openBank({usual, platform::absolute(usual)});
-  const auto& banks = run_.line.rendering.banks;
+  const auto banks = banksFor(run_.line, run_.settings);
   return std::all_of(banks.begin(), banks.end(), [&](const NamedFile& file) { return openBank(file); });
 }
 

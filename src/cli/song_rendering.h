@@ -13,6 +13,8 @@ namespace tervo::cli {
 
 /// What settings and command line say.
 audio::RenderOptions renderOptions(const Run& run);
+/// What songs are played with: the banks that the command line names, or else the default one of the settings.
+std::vector<NamedFile> banksFor(const CommandLine& line, const Settings& settings);
 
 class SongRendering {
  public:

@@ -59,7 +59,7 @@ bool setsLoadSettings(const CommandLine& line, Console& console) {
 
 int load(const CommandLine& line, Console& console, const Settings& settings) {
   if (setsLoadSettings(line, console)) return exitWrongUsage;
-  if (reportHidesAFile(line)) return console.failure(line.reportFile.shown), exitWrongUsage;
+  if (reportHidesAFile(line, settings)) return console.failure(line.reportFile.shown), exitWrongUsage;
   Text hint;
   const FormatIndex row = line.target.shown.empty() ? noFormat : chosenRow(line, hint);
   if (row == noFormat && !line.target.shown.empty()) return console.failure(line.target.shown, hint), exitFailed;

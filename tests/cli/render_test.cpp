@@ -135,15 +135,23 @@ TEST_F(RenderCommand, TheBankStaysWhatItIs) {
       {{u"render", u"song.mid", u"-o", u"o.wav", u"--report=bank.sf2"}, 2, "bank.sf2: The report would replace"},
       {{u"convert", u"song.mid", u"-o", u"o.wav", u"--report=link.sf2"}, 2, "link.sf2: The report would replace"},
       {{u"play", u"song.mid", u"--device", u"null", u"--report=bank.sf2"}, 2, "bank.sf2: The report would replace"},
+      {{u"batch", u"song.mid", u"--to", u"wav", u"-d", u"o", u"--report=bank.sf2"},
+       2,
+       "bank.sf2: The report would replace"},
       {{u"render", u"song.mid", u"-o", u"bank.sf2", u"--format", u"wav"}, 1, "bank.sf2: The file would be replaced"},
       {{u"convert", u"song.mid", u"-o", u"link.sf2", u"--format", u"wav"}, 1, "link.sf2: The file would be replaced"},
   };
-  for (auto [arguments, status, message] : cases) {
-    arguments.insert(arguments.end(), {u"--bank", u"bank.sf2"});
-    if (arguments[0] != u"play") arguments.push_back(u"--overwrite");
-    EXPECT_EQ(run(arguments), status);
-    EXPECT_THAT(console.error, testing::HasSubstr(message));
-    EXPECT_EQ(folder.get(u"bank.sf2"), bank);
+  const std::vector<Text> named = {u"--bank", u"bank.sf2"}, usual = {u"--set", u"mid2wav.wszGMBank=bank.sf2"};
+  for (const auto& [arguments, status, message] : cases) {
+    for (const auto& naming : {named, usual}) {
+      if (status != 2 && naming == usual) continue;  // what nobody named may be replaced by what is named
+      std::vector<Text> all = arguments;
+      all.insert(all.end(), naming.begin(), naming.end());
+      if (all[0] != u"play") all.push_back(u"--overwrite");
+      EXPECT_EQ(run(all), status);
+      EXPECT_THAT(console.error, testing::HasSubstr(message));
+      EXPECT_EQ(folder.get(u"bank.sf2"), bank);
+    }
   }
 }
 
