@@ -14,6 +14,7 @@
 
 #include "platform/program.h"
 #include "platform/thread.h"
+#include "ui/batch/batch_model.h"
 #include "ui/qt_text.h"
 
 namespace tervo::ui {
@@ -75,6 +76,23 @@ TEST_F(BatchWizardTest, ShowsThePlanThenConvertsAndSaysWhatFailed) {
     wizard.grab().save(shots + QStringLiteral("/batch.png"));
   const auto* model = wizard.run().findChild<QTableView*>()->model();
   EXPECT_EQ(model->index(2, 4).data().toString().toStdString(), "It is broken (so it is)");
+}
+
+TEST_F(BatchWizardTest, SaysWhyWithoutOptionsThatAWindowDoesNotHave) {
+  std::vector<BatchEntry> entries(1);
+  BatchModel model;
+  model.setEntries(&entries);
+  for (const auto& [cause, shown] :
+       {std::pair(u"Not detected as any supported file type (--force-raw reads it as raw data)",
+                  "Not detected as any supported file type"),
+        std::pair(u"No item selected (2 songs, 1 waveform; choose one with --item KIND:N)",
+                  "No item selected (2 songs, 1 waveform)"),
+        std::pair(u"Could not open file (a--b; no such file)", "Could not open file (a--b; no such file)")}) {
+    entries[0].cause = cause;
+    const auto cell = model.index(0, BatchModel::cause);
+    EXPECT_EQ(cell.data().toString().toStdString(), shown);
+    EXPECT_TRUE(cell.data(Qt::ToolTipRole).toString().endsWith(shown));
+  }
 }
 
 TEST_F(BatchWizardTest, LookingForFilesCanBeStoppedAndBegunAgain) {

@@ -1,6 +1,7 @@
 #include "ui/batch/batch_model.h"
 
 #include <QApplication>
+#include <QRegularExpression>
 #include <QStringList>
 #include <QStyle>
 #include <algorithm>
@@ -24,11 +25,18 @@ QVariant iconOf(BatchState state) {
   return {};
 }
 
+/// Without what the worker advises people at a command line: "Not detected (--force-raw reads it as raw data)".
+QString causeOf(const BatchEntry& entry) {
+  static const QRegularExpression advice(QStringLiteral(R"( \(--[^()]*\)$)")),
+      furtherAdvice(QStringLiteral(R"(; [^;()]* --[^;()]*\)$)"));
+  return qt(entry.cause).remove(advice).replace(furtherAdvice, QStringLiteral(")"));
+}
+
 /// The cause alone fits a line; what the worker asked and answered besides is shown with it when pointed at.
 QString everythingAbout(const BatchEntry& entry) {
   QStringList parts = {qt(entry.source)};
   if (!entry.target.empty()) parts << qt(entry.target);
-  if (!entry.cause.empty()) parts << qt(entry.cause);
+  if (!entry.cause.empty()) parts << causeOf(entry);
   if (!entry.messages.empty()) parts << qt(entry.messages);
   return parts.join(u'\n');
 }
@@ -70,7 +78,7 @@ QVariant BatchModel::data(const QModelIndex& index, int role) const {
     case state:
       return stateOf(entry);
     default:
-      return qt(entry.cause);
+      return causeOf(entry);
   }
 }
 
