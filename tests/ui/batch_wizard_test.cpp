@@ -5,7 +5,9 @@
 #include <QAbstractButton>
 #include <QDropEvent>
 #include <QFile>
+#include <QLabel>
 #include <QMimeData>
+#include <QProgressBar>
 #include <QSignalSpy>
 #include <QTableView>
 #include <QTemporaryDir>
@@ -113,19 +115,26 @@ TEST_F(BatchWizardTest, LookingForFilesCanBeStoppedAndBegunAgain) {
 }
 
 TEST_F(BatchWizardTest, EscapeStopsTheWorkAndItCanGoOn) {
-  put(QStringLiteral("in/a"), "hang"), put(QStringLiteral("in/b"), "hang");
+  put(QStringLiteral("in/a"), "copy"), put(QStringLiteral("in/b"), "hang");
   toLastPage();
   wizard.run().start();
-  ASSERT_TRUE(QTest::qWaitFor([&] { return countsOf(wizard.run().entries()).running > 0; }, 20000));
+  const auto isHanging = [&] {
+    const BatchCounts counts = countsOf(wizard.run().entries());
+    return counts.done == 2 && counts.running > 0;
+  };
+  ASSERT_TRUE(QTest::qWaitFor(isHanging, 20000));
   EXPECT_FALSE(wizard.button(QWizard::BackButton)->isEnabled());
   QTest::keyClick(&wizard, Qt::Key_Escape);
   EXPECT_TRUE(wizard.isVisible());
   ASSERT_TRUE(QTest::qWaitFor([&] { return !wizard.run().isRunning(); }, 20000));
-  EXPECT_THAT(states(), ElementsAre("cancelled", "cancelled", "cancelled", "cancelled"));
-  put(QStringLiteral("in/a"), "copy"), put(QStringLiteral("in/b"), "copy");
+  EXPECT_THAT(states(), ElementsAre("done", "done", "cancelled", "cancelled"));
+  EXPECT_EQ(wizard.run().findChild<QLabel*>()->text().toStdString(), "Stopped: 2 converted, 2 cancelled");
+  EXPECT_EQ(wizard.run().findChild<QProgressBar*>()->value(), 500);
+  put(QStringLiteral("in/b"), "copy");
   wizard.run().start();
   ASSERT_TRUE(QTest::qWaitFor([&] { return wizard.run().isComplete(); }, 20000));
-  EXPECT_THAT(states(), ElementsAre("done", "done", "done", "done"));
+  EXPECT_THAT(states(), ElementsAre("finished before", "finished before", "done", "done"));
+  EXPECT_EQ(wizard.run().findChild<QProgressBar*>()->value(), 1000);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <QTableView>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "base/last_error.h"
 #include "base/memory_guard.h"
@@ -26,7 +27,8 @@ double shareDone(const std::vector<BatchEntry>& entries) {
   double done = 0;
   for (const BatchEntry& entry : entries) {
     if (entry.state == BatchState::running) done += entry.progress;
-    if (entry.state != BatchState::running && entry.state != BatchState::waiting) done += 1;
+    const bool isUndone = entry.state == BatchState::waiting || entry.state == BatchState::cancelled;
+    if (entry.state != BatchState::running && !isUndone) done += 1;
   }
   return entries.empty() ? 1 : done / static_cast<double>(entries.size());
 }
@@ -166,7 +168,8 @@ void BatchRunPage::show() {
   start_->setText(!run_ ? tr("&Look for files") : isStarted_ ? tr("&Go on") : tr("&Start"));
   cancel_->setEnabled(isRunning() || isPlanning());
   bar_->setRange(0, isPlanning() ? 0 : 1000);
-  bar_->setValue(static_cast<int>(1000 * (isStarted_ ? shareDone(entries()) : 0)));
+  // What was stopped in the middle does not take it back.
+  bar_->setValue(isStarted_ ? std::max(bar_->value(), static_cast<int>(1000 * shareDone(entries()))) : 0);
   summary_->setText(summary());
   setSubTitle(isStarted_ ? tr("One process converts each file, so that a bad one harms no other.")
                          : tr("This is what will be done. Nothing has been written yet."));
@@ -179,7 +182,7 @@ QString BatchRunPage::summary() const {
   if (isPlanning()) return tr("Looking for files...");
   if (!run_) return tr("Stopped while looking for files.");
   QString text = summaryOf(entries());
-  if (isStarted_ && run_->isOver()) text.prepend(tr("Done: "));
+  if (isStarted_ && run_->isOver()) text.prepend(countsOf(entries()).cancelled > 0 ? tr("Stopped: ") : tr("Done: "));
   if (!run_->journalProblem().empty()) text += u'\n' + qt(run_->journalProblem());
   return text;
 }
