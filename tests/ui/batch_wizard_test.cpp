@@ -13,6 +13,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
+#include <set>
 
 #include "platform/program.h"
 #include "platform/thread.h"
@@ -94,6 +95,24 @@ TEST_F(BatchWizardTest, SaysWhyWithoutOptionsThatAWindowDoesNotHave) {
     const auto cell = model.index(0, BatchModel::cause);
     EXPECT_EQ(cell.data().toString().toStdString(), shown);
     EXPECT_TRUE(cell.data(Qt::ToolTipRole).toString().endsWith(shown));
+  }
+}
+
+TEST_F(BatchWizardTest, PagesHaveLettersOfTheirOwn) {
+  toLastPage();
+  for (;; wizard.back()) {
+    std::vector<QString> texts;
+    for (const auto* button : wizard.findChildren<QAbstractButton*>())
+      if (button->isVisible()) texts.push_back(button->text());
+    for (const auto* label : wizard.findChildren<QLabel*>())
+      if (label->isVisible() && label->buddy()) texts.push_back(label->text());
+    std::set<QKeySequence> letters;
+    for (const QString& text : texts) {
+      const QKeySequence letter = QKeySequence::mnemonic(text);
+      EXPECT_TRUE(letter.isEmpty() || letters.insert(letter).second) << text.toStdString();
+    }
+    EXPECT_GE(letters.size(), 3u);
+    if (wizard.currentPage() == &wizard.sources()) break;
   }
 }
 

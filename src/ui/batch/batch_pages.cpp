@@ -109,7 +109,7 @@ BatchTargetsPage::BatchTargetsPage(const QString& folder) {
     form->addRow(i == 0 ? tr("&Format:") : tr("Format &%1:").arg(i + 1), rows_[i]);
   }
   folder_ = new QLineEdit(folder);
-  auto* browse = new QPushButton(tr("&Browse..."));
+  auto* browse = new QPushButton(tr("Bro&wse..."));
   auto* place = new QHBoxLayout;
   place->addWidget(folder_, 1);
   place->addWidget(browse);
@@ -137,7 +137,7 @@ BatchTargetsPage::BatchTargetsPage(const QString& folder) {
   workers_ = new QSpinBox;
   workers_->setRange(1, 256);
   workers_->setValue(QThread::idealThreadCount());
-  form->addRow(tr("Files at &once:"), workers_);
+  form->addRow(tr("Files &at once:"), workers_);
   connect(browse, &QPushButton::clicked, this, &BatchTargetsPage::chooseFolder);
   connect(folder_, &QLineEdit::textChanged, this, &BatchTargetsPage::completeChanged);
   connect(rate_, &QLineEdit::textChanged, this, &BatchTargetsPage::completeChanged);
