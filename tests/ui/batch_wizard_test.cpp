@@ -17,6 +17,7 @@
 
 #include "platform/program.h"
 #include "platform/thread.h"
+#include "tests/ui/waiting.h"
 #include "ui/batch/batch_model.h"
 #include "ui/qt_text.h"
 
@@ -51,7 +52,7 @@ class BatchWizardTest : public testing::Test {
     wizard.next();
     ASSERT_EQ(wizard.currentPage(), &wizard.run());
     EXPECT_TRUE(wizard.run().isPlanning()) << "the window waits for no folder";
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !wizard.run().isPlanning(); }, 20000));
+    ASSERT_TRUE(waitUntil([&] { return !wizard.run().isPlanning(); }));
   }
 
   std::vector<std::string> states() {
@@ -71,7 +72,7 @@ TEST_F(BatchWizardTest, ShowsThePlanThenConvertsAndSaysWhatFailed) {
   EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("out")))) << "it has not been told to start";
   EXPECT_FALSE(wizard.button(QWizard::FinishButton)->isEnabled());
   wizard.run().start();
-  ASSERT_TRUE(QTest::qWaitFor([&] { return wizard.run().isComplete(); }, 20000));
+  ASSERT_TRUE(waitUntil([&] { return wizard.run().isComplete(); }));
   EXPECT_THAT(states(), ElementsAre("done", "done", "failed", "failed"));
   EXPECT_TRUE(QFile::exists(dir.filePath(QStringLiteral("out/a.wav"))));
   EXPECT_TRUE(wizard.button(QWizard::FinishButton)->isEnabled());
@@ -129,7 +130,7 @@ TEST_F(BatchWizardTest, LookingForFilesCanBeStoppedAndBegunAgain) {
   QTest::qWait(100);
   EXPECT_TRUE(wizard.run().entries().empty());
   wizard.run().start();
-  ASSERT_TRUE(QTest::qWaitFor([&] { return wizard.run().entries().size() == 2; }, 20000));
+  ASSERT_TRUE(waitUntil([&] { return wizard.run().entries().size() == 2; }));
   EXPECT_FALSE(wizard.run().isRunning());
 }
 
@@ -141,17 +142,17 @@ TEST_F(BatchWizardTest, EscapeStopsTheWorkAndItCanGoOn) {
     const BatchCounts counts = countsOf(wizard.run().entries());
     return counts.done == 2 && counts.running > 0;
   };
-  ASSERT_TRUE(QTest::qWaitFor(isHanging, 20000));
+  ASSERT_TRUE(waitUntil(isHanging));
   EXPECT_FALSE(wizard.button(QWizard::BackButton)->isEnabled());
   QTest::keyClick(&wizard, Qt::Key_Escape);
   EXPECT_TRUE(wizard.isVisible());
-  ASSERT_TRUE(QTest::qWaitFor([&] { return !wizard.run().isRunning(); }, 20000));
+  ASSERT_TRUE(waitUntil([&] { return !wizard.run().isRunning(); }));
   EXPECT_THAT(states(), ElementsAre("done", "done", "cancelled", "cancelled"));
   EXPECT_EQ(wizard.run().findChild<QLabel*>()->text().toStdString(), "Stopped: 2 converted, 2 cancelled");
   EXPECT_EQ(wizard.run().findChild<QProgressBar*>()->value(), 500);
   put(QStringLiteral("in/b"), "copy");
   wizard.run().start();
-  ASSERT_TRUE(QTest::qWaitFor([&] { return wizard.run().isComplete(); }, 20000));
+  ASSERT_TRUE(waitUntil([&] { return wizard.run().isComplete(); }));
   EXPECT_THAT(states(), ElementsAre("finished before", "finished before", "done", "done"));
   EXPECT_EQ(wizard.run().findChild<QProgressBar*>()->value(), 1000);
 }

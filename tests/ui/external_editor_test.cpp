@@ -3,6 +3,7 @@
 #include "base/last_error.h"
 #include "formats/save_flow.h"
 #include "platform/program.h"
+#include "tests/ui/waiting.h"
 #include "tests/ui/window_fixture.h"
 
 namespace tervo::ui {
@@ -35,7 +36,7 @@ TEST_F(ExternalEditorTest, WhatTheProgramSavesIsTakenBackAsAnUndoStep) {
   other.samples = makeResident(std::vector<float>(300, 0.5f), 1);
   settings.app.wave = programThatPuts(fileOf(other, "wav"));
   ASSERT_TRUE(editor.open(session.document().instruments()[0]->layers()[0]->regions()[0]->id()));
-  ASSERT_TRUE(QTest::qWaitFor([&] { return sine.frames() == 300; }, 20000));
+  ASSERT_TRUE(waitUntil([&] { return sine.frames() == 300; }));
   EXPECT_EQ(sine.sampleRate, 8000);
   EXPECT_EQ(sine.name, u"Sine");
   EXPECT_EQ(sine.rootKey, 50);
@@ -61,7 +62,7 @@ TEST_F(ExternalEditorTest, TakesSongsBackAndSaysWhatIsMissing) {
   settings.app.midi = programThatPuts(fileOf(*songWith(72), "mid"));
   ASSERT_TRUE(editor.open(song.id()));
   const auto key = [&] { return static_cast<int>(song.tracks()[0]->data.at(2)); };
-  EXPECT_TRUE(QTest::qWaitFor([&] { return key() == 72; }, 20000));
+  EXPECT_TRUE(waitUntil([&] { return key() == 72; }));
   EXPECT_EQ(song.name, u"Tune/1");
 }
 

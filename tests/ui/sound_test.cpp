@@ -9,6 +9,7 @@
 #include "platform/key_place.h"
 #include "platform/system_error.h"
 #include "platform/thread.h"
+#include "tests/ui/waiting.h"
 #include "tests/ui/window_fixture.h"
 #include "ui/collection_model.h"
 #include "ui/dialogs/report_window.h"
@@ -67,7 +68,7 @@ TEST_F(WindowTest, ASongIsSentToTheMidiOutputWhileItsPlaceShows) {
   ASSERT_TRUE(player.send(song));
   EXPECT_TRUE(player.isPlaying());
   EXPECT_TRUE(player.songSeconds());
-  ASSERT_TRUE(QTest::qWaitFor([&] { return !player.isPlaying(); }, 20000));
+  ASSERT_TRUE(waitUntil([&] { return !player.isPlaying(); }));
   QFile sent(path);
   ASSERT_TRUE(sent.open(QIODevice::ReadOnly));
   const QByteArray bytes = sent.readAll();
@@ -92,7 +93,7 @@ TEST_F(WindowTest, WhyADeviceWasLostIsShown) {
   QString shown;
   QObject::connect(&failing, &Player::statusShown, [&](const QString& text) { shown = text; });
   ASSERT_TRUE(failing.play(piano.id()));
-  ASSERT_TRUE(QTest::qWaitFor([&] { return !shown.isEmpty(); }, 20000));
+  ASSERT_TRUE(waitUntil([&] { return !shown.isEmpty(); }));
   EXPECT_EQ(textOf(shown), u"Writing to file failed (" + platform::systemErrorText(28) + u")");
   EXPECT_FALSE(failing.isPlaying());
 }

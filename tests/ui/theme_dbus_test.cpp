@@ -1,5 +1,6 @@
 // The desktop's choice of dark and light, as a portal on a message bus of the test's own tells it.
 
+#include "tests/ui/waiting.h"
 #include "ui/theme/theme.h"
 
 #include <gtest/gtest.h>
@@ -93,12 +94,12 @@ TEST_F(ThemeTest, IsWhatThePortalSaysFromTheStartAndFollowsIt) {
   const Theme theme(address);
   EXPECT_TRUE(isDark());
   portal.change(bus, 2);
-  EXPECT_TRUE(QTest::qWaitFor([] { return !isDark(); }));
+  EXPECT_TRUE(waitUntil([] { return !isDark(); }));
   portal.change(bus, 1);
-  EXPECT_TRUE(QTest::qWaitFor([] { return isDark(); }));
+  EXPECT_TRUE(waitUntil([] { return isDark(); }));
   portal.change(bus, 0, QStringLiteral("contrast"));
   portal.change(bus, 0);
-  EXPECT_TRUE(QTest::qWaitFor([&] { return QApplication::palette() == own; }));
+  EXPECT_TRUE(waitUntil([&] { return QApplication::palette() == own; }));
 }
 
 // Where nobody answers on the bus.

@@ -9,6 +9,7 @@
 #include <new>
 #include <semaphore>
 
+#include "tests/ui/waiting.h"
 #include "tests/ui/window_fixture.h"
 
 namespace tervo::ui {
@@ -57,7 +58,10 @@ TEST_F(WaveformPaneTest, AnotherWaveformDoesNotWaitForOneThatIsStillRead) {
     std::unique_ptr<SampleStream> open(int64_t) const override { return std::make_unique<Slow>(); }
     std::optional<std::size_t> read(std::span<float> out) override {
       begun.release();
-      if (!mayEnd.try_acquire_for(std::chrono::seconds(20))) return std::nullopt;
+      bool isLetGo = false;
+      for (int left = 2000; left > 0 && !isLetGo; --left)
+        isLetGo = mayEnd.try_acquire_for(std::chrono::milliseconds(10));
+      if (!isLetGo) return std::nullopt;
       std::fill(out.begin(), out.end(), 0.75f);
       return out.size();
     }
@@ -71,7 +75,7 @@ TEST_F(WaveformPaneTest, AnotherWaveformDoesNotWaitForOneThatIsStillRead) {
   peaks.wait();
   EXPECT_FALSE(read.expired()) << "it would have been waited for";
   mayEnd.release();
-  EXPECT_TRUE(QTest::qWaitFor([&] { return read.expired(); }, 20000)) << "it ends by itself";
+  EXPECT_TRUE(waitUntil([&] { return read.expired(); })) << "it ends by itself";
   EXPECT_TRUE(peaks.isComplete());
   const auto peak = peaks.peak(0, 0, 1000);
   ASSERT_TRUE(peak);
