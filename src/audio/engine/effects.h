@@ -3,6 +3,7 @@
 // before their voices are: any thread can make it while others render them.
 
 #include <algorithm>
+#include <array>
 
 #include "audio/engine/chorus.h"
 #include "audio/engine/reverb.h"
@@ -36,8 +37,8 @@ class Effects {
       mix.bus[leftBus][n] += chorusWet_.out[block][0][n] + leftWet_.out[block][0][n];
       mix.bus[rightBus][n] += chorusWet_.out[block][1][n] + rightWet_.out[block][0][n];
     }
-    std::copy_n(mix.bus[chorusBus], blockFrames, chorusSend_[block]);
-    std::copy_n(mix.bus[reverbBus], blockFrames, reverbSend_[block]);
+    std::copy_n(mix.bus[chorusBus], blockFrames, chorusSend_[block].begin());
+    std::copy_n(mix.bus[reverbBus], blockFrames, reverbSend_[block].begin());
     sent_ = block + 1;
     isSettling_ = false;
   }
@@ -49,7 +50,8 @@ class Effects {
   }
 
  private:
-  using Send = float[mostTogether][blockFrames];  ///< of the last `sent_` blocks, which are not fed yet
+  /// Of the last `sent_` blocks, which are not fed yet.
+  using Send = std::array<std::array<float, blockFrames>, mostTogether>;
   template <std::size_t channels>
   struct alignas(64) Wet {
     float out[mostTogether][channels][blockFrames];
@@ -60,7 +62,7 @@ class Effects {
     for (std::size_t i = 0; i < sent_; ++i) effect.feed(send[i]);
     if (isSettling_) effect.settle();
     for (std::size_t i = 0; i < blocks; ++i) {
-      std::fill_n(wet.out[i][0], channels * blockFrames, 0.0f);
+      for (auto& channel : wet.out[i]) std::fill_n(channel, blockFrames, 0.0f);
       if constexpr (channels == 2)
         effect.hear(i, wet.out[i][0], wet.out[i][1]);
       else
@@ -68,7 +70,10 @@ class Effects {
     }
   }
   bool isZero(const Send& send) const noexcept {
-    return std::all_of(send[0], send[0] + sent_ * blockFrames, [](float sample) { return sample == 0; });
+    const auto isSilent = [](const auto& block) {
+      return std::all_of(block.begin(), block.end(), [](float sample) { return sample == 0; });
+    };
+    return std::all_of(send.begin(), send.begin() + static_cast<std::ptrdiff_t>(sent_), isSilent);
   }
 
   Chorus chorus_;

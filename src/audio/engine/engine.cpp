@@ -47,7 +47,7 @@ std::size_t Engine::render(std::span<float> stereo) noexcept {
   for (std::size_t done = 0; done < frames;) {
     if (framesUsed_ == framesRendered_) renderBlocks((frames - done + blockFrames - 1) / blockFrames);
     const std::size_t part = std::min(frames - done, framesRendered_ - framesUsed_);
-    std::copy_n(rendered_[0] + 2 * framesUsed_, 2 * part, stereo.data() + 2 * done);
+    std::copy_n(rendered_ + 2 * framesUsed_, 2 * part, stereo.data() + 2 * done);
     framesUsed_ += part;
     done += part;
   }
@@ -116,8 +116,9 @@ void Engine::renderBlocks(std::size_t wanted) noexcept {
   const auto voices = performer_.pool().voices();
   const auto groups = workers_.render({voices, &context_, effects_.get(), static_cast<uint16_t>(blocks)});
   for (std::size_t i = 0; i < blocks; ++i) {
-    mixBlock(groups, i);
-    measurePeak(rendered_[i]);
+    const StereoBlock block = std::span(rendered_).subspan(2 * blockFrames * i).first<2 * blockFrames>();
+    mixBlock(groups, i, block);
+    measurePeak(block);
   }
   unsettled_ += blocks;
   endedUnsettled_ += workers_.endedVoices();
@@ -129,7 +130,7 @@ void Engine::renderBlocks(std::size_t wanted) noexcept {
   framesUsed_ = 0;
 }
 
-void Engine::mixBlock(std::span<const WorkerPool::GroupBlocks> groups, std::size_t block) noexcept {
+void Engine::mixBlock(std::span<const WorkerPool::GroupBlocks> groups, std::size_t block, StereoBlock out) noexcept {
   BusBlock mix;
   for (std::size_t bus = 0; bus < busCount; ++bus)
     for (std::size_t n = 0; n < blockFrames; n += 4) {
@@ -139,12 +140,12 @@ void Engine::mixBlock(std::span<const WorkerPool::GroupBlocks> groups, std::size
     }
   if (effects_) effects_->mixInto(mix, block);
   for (std::size_t n = 0; n < blockFrames; ++n) {
-    rendered_[block][2 * n] = mix.bus[leftBus][n];
-    rendered_[block][2 * n + 1] = mix.bus[rightBus][n];
+    out[2 * n] = mix.bus[leftBus][n];
+    out[2 * n + 1] = mix.bus[rightBus][n];
   }
 }
 
-void Engine::measurePeak(std::span<float, 2 * blockFrames> block) noexcept {
+void Engine::measurePeak(StereoBlock block) noexcept {
   const float peak = dsp::peakOf(block);
   peak_ = peak;
   if (peak <= 1) return;

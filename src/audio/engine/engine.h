@@ -98,8 +98,9 @@ class Engine {
   void settle() noexcept;
   std::size_t blocksTogether(std::size_t wanted) const noexcept;
   void renderBlocks(std::size_t wanted) noexcept;
-  void mixBlock(std::span<const WorkerPool::GroupBlocks> groups, std::size_t block) noexcept;
-  void measurePeak(std::span<float, 2 * blockFrames> block) noexcept;
+  using StereoBlock = std::span<float, 2 * blockFrames>;
+  void mixBlock(std::span<const WorkerPool::GroupBlocks> groups, std::size_t block, StereoBlock out) noexcept;
+  void measurePeak(StereoBlock block) noexcept;
 
   Setup setup_;
   VoiceContext context_;
@@ -126,7 +127,7 @@ class Engine {
   int64_t time_ = 0;
   std::size_t unsettled_ = 0;    ///< blocks since the last time that everything was settled
   uint32_t endedUnsettled_ = 0;  ///< voices that have come to their end since then
-  alignas(32) float rendered_[mostTogether][2 * blockFrames] = {};
+  alignas(32) float rendered_[2 * blockFrames * mostTogether] = {};
   std::size_t framesRendered_ = 0, framesUsed_ = 0;  ///< of these; handed out of them
 };
 
