@@ -76,7 +76,6 @@ class Engine {
 
   int64_t time() const { return time_; }  ///< frames rendered
   uint32_t activeVoices() const { return activeVoices_; }
-  float outputPeak() const { return peak_; }
   /// Neither a voice nor an effect sounds.
   bool isSilent() const { return activeVoices_ == 0 && (!effects_ || effects_->isIdle()); }
   /// Nor does a controller move: without a message all blocks to come are the same.
