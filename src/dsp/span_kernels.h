@@ -13,6 +13,7 @@ inline constexpr std::size_t spanSize = 256;
 inline constexpr std::size_t mostLags = 64;
 inline constexpr std::size_t basisSize = 8;
 inline constexpr std::size_t probeSize = 32;
+inline constexpr std::size_t glanceSize = 4;
 inline constexpr std::size_t partSize = 16;
 
 struct LagStart {
@@ -38,6 +39,8 @@ struct SpanKernels {
   /// Bit b: the product of 32 frames with those that begin `b` frames behind `other` is at least factor · lengths[b].
   /// Of `lagsTogether` of them.
   uint64_t (*probe)(const float* frames, const float* other, const float* lengths, float factor) noexcept;
+  /// The same for glanceSize frames.
+  uint64_t (*glance)(const float* frames, const float* other, const float* lengths, float factor) noexcept;
   /// sums[k] is the sum of the squares of a - ratio · b in the k-th 16 frames.
   void (*squares)(const float* a, const float* b, float ratio, std::size_t parts, float* sums) noexcept;
   /// The square of the distance between a · scaleA and b · scaleB; more than `limit` as soon as it is more.
@@ -46,8 +49,8 @@ struct SpanKernels {
   double (*exactDistance)(const float* a, double scaleA, const float* b, double scaleB, double limit) noexcept;
   /// out[k] is the product of x · scale and span k of the basis.
   void (*project)(const float* x, float scale, const float* basis, float* out) noexcept;
-  /// out[i] is a[i] · b[i], exactly.
-  void (*products)(const float* a, const float* b, double* out) noexcept;
+  /// out[i] is a[i] · b[i], exactly. `count` is a multiple of 8.
+  void (*products)(const float* a, const float* b, std::size_t count, double* out) noexcept;
 };
 
 /// For one instruction set, and those of the best one here.

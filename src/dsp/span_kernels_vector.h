@@ -42,10 +42,11 @@ struct SpanKernelsOf {
     }
   }
 
+  template <std::size_t size>
   static uint64_t probe(const float* frames, const float* other, const float* lengths, float factor) noexcept {
     Float sums[vectors];
     for (Float& sum : sums) sum = Vector::zero();
-    for (std::size_t i = 0; i < probeSize; ++i) {
+    for (std::size_t i = 0; i < size; ++i) {
       const Float here = Vector::all(frames[i]);
       for (std::size_t v = 0; v < vectors; ++v)
         sums[v] = Vector::multiplyAdd(here, Vector::load(other + i + v * Vector::lanes), sums[v]);
@@ -115,11 +116,14 @@ struct SpanKernelsOf {
     for (std::size_t k = 0; k < basisSize; ++k) out[k] = Vector::sum(sums[k]);
   }
 
-  static void products(const float* a, const float* b, double* out) noexcept {
-    for (std::size_t i = 0; i < spanSize; ++i) out[i] = double{a[i]} * double{b[i]};
+  static void products(const float* a, const float* b, std::size_t count, double* out) noexcept {
+    constexpr std::size_t lanes = 8;  // for the compiler to make vectors of
+    for (std::size_t i = 0; i < count; i += lanes)
+      for (std::size_t k = i; k < i + lanes; ++k) out[k] = double{a[k]} * double{b[k]};
   }
 
-  static constexpr SpanKernels table = {vectors * Vector::lanes, productsByLag, probe,   squares, distance,
+  static constexpr SpanKernels table = {vectors * Vector::lanes, productsByLag, probe<probeSize>,
+                                        probe<glanceSize>,       squares,       distance,
                                         exactDistance,           project,       products};
 };
 

@@ -48,12 +48,16 @@ TEST(SpanKernels, probeAllLagsForEveryInstructionSet) {
   for (std::size_t i = 0; i < lengths.size(); ++i) lengths[i] = static_cast<float>(1 + i % 5);
   for (const auto set : {InstructionSet::scalar, InstructionSet::sse2, InstructionSet::avx2}) {
     if (!isAvailable(set)) continue;
-    const uint64_t hits = spanKernels(set).probe(x.data() + 3, x.data() + 101, lengths.data() + 101, 0.1f);
-    for (std::size_t b = 0; b < spanKernels(set).lagsTogether; ++b) {
-      double sum = 0;
-      for (std::size_t i = 0; i < probeSize; ++i) sum += double{x[3 + i]} * double{x[101 + b + i]};
-      EXPECT_EQ(hits >> b & 1, sum >= 0.1 * double{lengths[101 + b]}) << b;
-    }
+    const auto expectHits = [&](auto kernel, std::size_t size) {
+      const uint64_t hits = kernel(x.data() + 3, x.data() + 101, lengths.data() + 101, 0.1f);
+      for (std::size_t b = 0; b < spanKernels(set).lagsTogether; ++b) {
+        double sum = 0;
+        for (std::size_t i = 0; i < size; ++i) sum += double{x[3 + i]} * double{x[101 + b + i]};
+        EXPECT_EQ(hits >> b & 1, sum >= 0.1 * double{lengths[101 + b]}) << b;
+      }
+    };
+    expectHits(spanKernels(set).probe, probeSize);
+    expectHits(spanKernels(set).glance, glanceSize);
   }
 }
 
@@ -78,7 +82,7 @@ TEST(SpanKernels, areAsExactAsPromisedForEveryInstructionSet) {
     EXPECT_NEAR(kernels.exactDistance(span(1), 2, span(2), 3, 1e9),
                 4 * product(span(1), span(1)) + 9 * product(span(2), span(2)) - 12 * product(span(1), span(2)), 1e-13);
     double products[spanSize];
-    kernels.products(span(1), span(2), products);
+    kernels.products(span(1), span(2), spanSize, products);
     float squares[spanSize / partSize];
     kernels.squares(span(1), span(2), 3, std::size(squares), squares);
     for (std::size_t i = 0; i < std::size(squares); ++i) {

@@ -10,6 +10,7 @@
 namespace tervo {
 namespace {
 
+using dsp::glanceSize;
 using dsp::partSize;
 using dsp::probeSize;
 
@@ -21,7 +22,8 @@ constexpr double secondsToProbe = 70e-9, secondsToCompare = 200e-9, secondsToLoo
 
 // Bounds of what single precision gets wrong, as parts of the lengths of what is compared.
 constexpr double productError = 4e-6, squaresError = 1e-5, ratioError = 1.2e-7;
-constexpr double softest = 1e-15;  // length whose products are far from the end of single precision
+constexpr double mostToGlance = 1e-3;  // square of a distance, as a part of the energy of four frames
+constexpr double softest = 1e-15;      // length whose products are far from the end of single precision
 
 double energyOf(const float* frames, std::size_t count) {
   double sum = 0;
@@ -78,14 +80,20 @@ void ProbeSearch::addSpans(std::span<const float> x, std::span<const uint32_t> c
 }
 
 void ProbeSearch::prepareLengths() {
+  const auto toLengths = [](std::vector<float>& energies) {
+    for (float& each : energies) {
+      each = std::sqrt(each);
+      if (each < static_cast<float>(softest)) each = -std::numeric_limits<float>::infinity();
+    }
+  };
   lengths_.resize(x_.size());
   for (std::size_t i = 0; i < x_.size(); ++i) lengths_[i] = x_[i] * x_[i];
-  for (std::size_t frames = 1; frames < probeSize; frames *= 2)
+  for (std::size_t frames = 1; frames < probeSize; frames *= 2) {
+    if (frames == glanceSize) glances_ = lengths_;
     for (std::size_t i = 0; i + frames < lengths_.size(); ++i) lengths_[i] += lengths_[i + frames];
-  for (float& each : lengths_) {
-    each = std::sqrt(each);
-    if (each < static_cast<float>(softest)) each = -std::numeric_limits<float>::infinity();
   }
+  toLengths(glances_);
+  toLengths(lengths_);
 }
 
 uint64_t ProbeSearch::Spans::from(std::size_t frame) const {
@@ -137,7 +145,8 @@ SearchEnd ProbeSearch::run(LoopContest& contest, double seconds, const SearchPro
 }
 
 ProbeSearch::Probe ProbeSearch::probeAt(std::size_t first) const {
-  Probe probe{first, energyOf(x_.data() + first + startsOfProbe, probeSize), 0, 0, spanFrames};
+  const float* frames = x_.data() + first + startsOfProbe;
+  Probe probe{first, energyOf(frames, probeSize), energyOf(frames, glanceSize), 0, 0, 0, spanFrames};
   for (const Spans& spans : directions_) {
     for (std::size_t i = 0; i < startsOfProbe; i += 64) {
       uint64_t left = spans.from(first + i) & ~uint64_t{0} >> (64 - std::min<std::size_t>(64, startsOfProbe - i));
@@ -166,15 +175,24 @@ std::size_t ProbeSearch::softSamples(const Probe& probe) const {
 /// Whatever the loudness of the other span, of the difference at least what is at right angles to it remains: of frames
 /// a and b with a product p that is aa - pp / bb.
 void ProbeSearch::updateFactor(Probe& probe, double limit) const {
-  const double enough = probe.energy - limit * probe.longest, length = std::sqrt(probe.energy);
-  const double factor = enough > 0 && length > softest ? std::sqrt(enough) - productError * length : 0;
-  probe.factor = static_cast<float>(std::max(factor, 0.0));
+  const auto factorOf = [&](double energy) {
+    const double enough = energy - limit * probe.longest, length = std::sqrt(energy);
+    const double factor = enough > 0 && length > softest ? std::sqrt(enough) - productError * length : 0;
+    return static_cast<float>(std::max(factor, 0.0));
+  };
+  probe.factor = factorOf(probe.energy);
+  // Few frames of many spans are nearly alike, but not of many as nearly as that.
+  const bool isEnough = limit * probe.longest < mostToGlance * probe.glance;
+  probe.glanceFactor = isEnough ? factorOf(probe.glance) : 0;
 }
 
 /// Lags behind this one at which spans may fit. All where the probe says nothing.
 uint64_t ProbeSearch::hits(const Probe& probe, std::size_t lag) const {
   if (!(probe.factor > 0)) return ~uint64_t{0};
   const std::size_t at = probe.first + startsOfProbe;
+  if (probe.glanceFactor > 0 && dsp::spanKernels().glance(x_.data() + at, x_.data() + at + lag,
+                                                          glances_.data() + at + lag, probe.glanceFactor) == 0)
+    return 0;
   return dsp::spanKernels().probe(x_.data() + at, x_.data() + at + lag, lengths_.data() + at + lag, probe.factor);
 }
 
@@ -198,16 +216,16 @@ void ProbeSearch::offerPairs(LoopContest& contest, const Probe& probe, std::size
   const float ratio = quotient > 0 ? std::clamp(std::round(quotient * 0x1p10f) * 0x1p-10f, 0x1p-10f, 0x1p10f) : 1.0f;
   float squares[partsOfProbe];
   dsp::spanKernels().squares(x_.data() + first, x_.data() + first + lag, ratio, partsOfProbe, squares);
-  seconds_ += secondsToCompare;
   double sums[partsOfProbe + 1] = {};
   for (std::size_t i = 0; i < partsOfProbe; ++i) sums[i + 1] = sums[i] + double{squares[i]};
 
+  std::size_t looked = 0, offered = 0;
   const double reach = std::sqrt(contest.limit(probe.soft)), margin = ratio == 1 ? 0 : ratioError;
   for (std::size_t direction = 0; direction < 2; ++direction) {
     const Spans& spans = directions_[direction];
     for (std::size_t i = 0; i < words; ++i) {
-      seconds_ += secondsToLook * static_cast<double>(bitsIn(pairs[direction][i]));
       for (uint64_t left = pairs[direction][i]; left != 0; left &= left - 1) {
+        ++looked;
         const std::size_t offset = 64 * i + static_cast<std::size_t>(std::countr_zero(left));
         const double lengthA = spans.lengthAt(first + offset), lengthB = spans.lengthAt(first + offset + lag);
         const double a = scale_ * lengthA, b = scale_ * static_cast<double>(ratio) * lengthB;
@@ -219,12 +237,14 @@ void ProbeSearch::offerPairs(LoopContest& contest, const Probe& probe, std::size
         const double most = sums[(offset + spanFrames + partSize - 1) / partSize] - sums[offset / partSize];
         const bool isWithin = ratio == 1 && most * (1 + squaresError) < contest.limit() * a * b;
         const std::size_t start = first + offset + spanBefore;
-        seconds_ += secondsToOffer;
+        ++offered;
         contest.offer({start, lengthA}, {start + lag, lengthB},
                       isWithin ? LoopContest::Distance::withinLimit : LoopContest::Distance::unknown);
       }
     }
   }
+  seconds_ +=
+      secondsToCompare + secondsToLook * static_cast<double>(looked) + secondsToOffer * static_cast<double>(offered);
 }
 
 }  // namespace tervo

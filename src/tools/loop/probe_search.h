@@ -10,10 +10,10 @@
 
 namespace tervo {
 
-/// Goes through lengths of loops, not through pairs of crossings: 32 frames of a sound and those so much later mostly
-/// tell that no span around the ones fits any around the others. Where they do not, sixteen frames at a time are
-/// compared, and what is left pair by pair. Good where loops may have some thousand lengths and the best ones are much
-/// better than the others, however many of them there are.
+/// Goes through lengths of loops, not through pairs of crossings: 32 frames of a sound and those so much later, or four
+/// of them already, mostly tell that no span around the ones fits any around the others. Where they do not, sixteen
+/// frames at a time are compared, and what is left pair by pair. Good where loops may have some thousand lengths and
+/// the best ones are much better than the others, however many of them there are.
 class ProbeSearch {
  public:
   /// Crossings of either direction, in ascending order. The sound must outlive the search.
@@ -36,10 +36,12 @@ class ProbeSearch {
   };
   /// Some starts, and 32 frames that all their spans have in common.
   struct Probe {
-    std::size_t first;       ///< where the first of the spans may begin
-    double energy, longest;  ///< of the 32 frames; square of the length of the longest span
-    float factor;            ///< that products must reach; 0: frames that say nothing
-    std::size_t soft;        ///< at most so many samples of a span are soft
+    std::size_t first;      ///< where the first of the spans may begin
+    double energy, glance;  ///< of the 32 frames, and of the first four of them
+    double longest;         ///< square of the length of the longest span
+    float factor;           ///< that products must reach; 0: frames that say nothing
+    float glanceFactor;     ///< the same for the first four
+    std::size_t soft;       ///< at most so many samples of a span are soft
   };
 
   void addSpans(std::span<const float> x, std::span<const uint32_t> crossings, std::span<const double> energies,
@@ -54,6 +56,7 @@ class ProbeSearch {
   double scale_ = 1;            ///< a power of two that the sound was multiplied with
   std::vector<float> x_;        ///< its peak is 1..2; silence behind it
   std::vector<float> lengths_;  ///< of 32 frames from each one on; minus infinity where it is too soft to tell
+  std::vector<float> glances_;  ///< the same, of four frames
   std::array<Spans, 2> directions_;
   double seconds_ = 0;  ///< that run() has taken
 };

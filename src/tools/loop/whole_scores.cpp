@@ -57,6 +57,8 @@ void WholeScores::make(std::span<Pair> pairs) {
   chains_.clear();
   new_.clear();
   for (Work& work : work_) findScore(work);
+  for (Work* work : new_) addEnergy(work->a);
+  for (Work* work : new_) addEnergy(work->b);
   addUp();
   for (const Work* work : new_) makeScore(*work);
 }
@@ -88,8 +90,6 @@ void WholeScores::findScore(Work& work) {
   } else {
     new_.push_back(&work);
     chains_.push_back({framesAt(work.a.position), framesAt(work.b.position), &work.product});
-    addEnergy(work.a);
-    addEnergy(work.b);
   }
 }
 
@@ -112,14 +112,26 @@ void WholeScores::keep(const Place& place) {
 }
 
 void WholeScores::addUp() {
+  constexpr std::size_t step = 8;  // of products that are made
   while (chains_.size() % together != 0) chains_.push_back(chains_.back());
-  double products[together][spanFrames];
+  double products[together * spanFrames];
   for (std::size_t i = 0; i < chains_.size(); i += together) {
     const Chain* chains = &chains_[i];
-    for (std::size_t k = 0; k < together; ++k) dsp::spanKernels().products(chains[k].a, chains[k].b, products[k]);
+    const double* ofChain[together];
+    double* end = products;
+    for (std::size_t k = 0; k < together; ++k) {
+      const auto [a, b, sum] = chains[k];
+      // What the pair before has, as pairs of neighbours as far apart do, is there already.
+      const std::ptrdiff_t ahead = k > 0 ? a - chains[k - 1].a : -1;
+      const bool overlaps = ahead >= 0 && ahead < std::ptrdiff_t{spanFrames} && b - chains[k - 1].b == ahead;
+      const std::size_t missing = overlaps ? (static_cast<std::size_t>(ahead) + step - 1) / step * step : spanFrames;
+      ofChain[k] = overlaps ? ofChain[k - 1] + ahead : end;
+      end += overlaps ? ahead : std::ptrdiff_t{spanFrames};
+      dsp::spanKernels().products(a + spanFrames - missing, b + spanFrames - missing, missing, end - missing);
+    }
     Score sums[together] = {};
     for (std::size_t n = 0; n < spanFrames; ++n)
-      for (std::size_t k = 0; k < together; ++k) sums[k] += Score{products[k][n]};
+      for (std::size_t k = 0; k < together; ++k) sums[k] += Score{ofChain[k][n]};
     for (std::size_t k = 0; k < together; ++k) *chains[k].sum = sums[k];
   }
 }

@@ -71,7 +71,7 @@ class WholeScores {
   std::vector<Known> known_;
   uint32_t numbers_ = 0;
   std::vector<Work> work_;
-  std::vector<const Work*> new_;
+  std::vector<Work*> new_;
   std::vector<Chain> chains_;
 };
 
