@@ -128,8 +128,8 @@ std::optional<Text> offerLostStates(DocumentHistory& history, Host& host, TextVi
   static constexpr TextView buttons[] = {u"Restore", u"Later", u"Discard"};
   static constexpr std::size_t restore = 0, later = 1, discard = 2;
   for (const Text& path : lostStates(folder)) {
-    const Text text =
-        u"The program ended without saving what was loaded. Do you want to restore it?\n\n" + whatIsIn(path, history);
+    Text text = u"The program ended without saving what was loaded. Do you want to restore it?";
+    if (const Text what = whatIsIn(path, history); !what.empty()) text += u"\n\n" + what;
     const std::size_t answer = host.ask({text, buttons, later});
     if (answer == discard) discardLostState(path);
     if (answer != restore) continue;

@@ -28,6 +28,7 @@ class BankLoader {
     ChunkWalker walker(*bank_.source, formHeaderBytes, bank_.source->size());
     if (formSize != unknownSize) walker.setDeclaredEnd(uint64_t{formSize} + 8);
     if (!walk(walker, 0)) return false;
+    if (bank_.lowBytes > 0 && bank_.lowBytes < bank_.words) noteFewLowBytes();
     if (walker.strayBytes() > 0) losses_.dropped(u"data behind the bank", u"it is no part of it");
     finishPresets();
     finishInstruments();
@@ -120,10 +121,11 @@ class BankLoader {
 
   void onLowBytes(const Chunk& chunk) {
     const bool isAccepted = bank_.words == 0 || bank_.majorVersion == 3 || chunk.bytes >= bank_.words;
-    if (!isAccepted) return losses_.dropped(u"lower bytes of 24-bit samples", u"there are fewer than samples");
+    if (!isAccepted) return noteFewLowBytes();
     bank_.lowBytesAt = chunk.body;
     bank_.lowBytes = chunk.bytes;
   }
+  void noteFewLowBytes() { losses_.dropped(u"lower bytes of 24-bit samples", u"there are fewer than samples"); }
 
   /// The records up to the one that is named as the end; without one the last counts as the end if it has no zones.
   template <typename Record>

@@ -117,6 +117,9 @@ TEST(Sf2Reader, readsBothWidthsOfSamples) {
   EXPECT_EQ(narrow.collection.waveforms()[0]->storedBits, 16);
   EXPECT_EQ(framesOf(*narrow.collection.waveforms()[0])[0], -16000 / 32768.0f);
   EXPECT_TRUE(says(narrow, u"lower bytes"));
+
+  bank.version = 3;
+  EXPECT_TRUE(says(ReadBank(bank.build()), u"lower bytes"));
 }
 
 // One lie each. What is sound is read; -1 regions: the file is refused.
