@@ -28,87 +28,84 @@ uint32_t hashOf(const float* frames) {
 }  // namespace
 
 void WholeScores::prepare() {
-  constexpr std::size_t fewest = 1 << 10, most = 1 << 18;
+  constexpr std::size_t fewest = 1 << 10, most = 1 << 19;
   const std::size_t slots = std::clamp(std::bit_ceil(x_.size() / 8), fewest, most);
-  places_.assign(slots, {});
-  byFrames_.assign(slots, {});
+  numbers_.assign(x_.size(), 0);
+  frames_.assign(1, {});
+  alike_.assign(slots, {});
   known_.assign(slots, {});
-  numbers_ = 0;
 }
 
 void WholeScores::make(std::span<Pair> pairs) {
   if (pairs.empty()) return;
-  // Each step asks the memory for what the next one reads.
-  if (places_.empty() || numbers_ > 0xFFFF0000) prepare();
+  if (numbers_.empty()) prepare();
+  numberPlaces(pairs);
   work_.resize(pairs.size());
   for (std::size_t i = 0; i < pairs.size(); ++i) {
-    find(work_[i].a, pairs[i].start);
-    find(work_[i].b, pairs[i].end);
-    work_[i].score = &pairs[i].score;
-  }
-  for (Work& work : work_) {
-    identify(work.a);
-    identify(work.b);
     // The score is the same either way round.
-    const auto [low, high] = std::minmax(work.a.frames, work.b.frames);
-    work.frames = uint64_t{low} << 32 | high;
-    __builtin_prefetch(&slotOf(work));
+    const auto [low, high] = std::minmax({numbers_[pairs[i].start], numbers_[pairs[i].end]});
+    const uint64_t key = uint64_t{low} << 32 | high;
+    Known* known = &known_[(key * 0x9E3779B97F4A7C15 >> 32) & (known_.size() - 1)];
+    __builtin_prefetch(known);
+    work_[i] = {low, high, known, 0, &pairs[i]};
   }
   chains_.clear();
   new_.clear();
   for (Work& work : work_) findScore(work);
-  for (Work* work : new_) addEnergy(work->a);
-  for (Work* work : new_) addEnergy(work->b);
+  for (const Work* work : new_) addEnergy(work->a);
+  for (const Work* work : new_) addEnergy(work->b);
   addUp();
   for (const Work* work : new_) makeScore(*work);
 }
 
-void WholeScores::find(Place& place, std::size_t position) {
-  place = slotOf(position);
-  if (place.frames != 0 && place.position == position) return;
-  place = {static_cast<uint32_t>(position), hashOf(framesAt(position)), 0, 0};
-  __builtin_prefetch(&slotOfFrames(place.hash));
+// Each step asks the memory for what the next one reads.
+void WholeScores::numberPlaces(std::span<const Pair> pairs) {
+  places_.clear();
+  const auto add = [&](std::size_t position) {
+    if (numbers_[position] != 0) return;
+    places_.push_back({position, hashOf(framesAt(position))});
+    __builtin_prefetch(&slotOf(places_.back()));
+  };
+  for (const Pair& pair : pairs) {
+    add(pair.start);
+    add(pair.end);
+  }
+  for (const Place& place : places_) __builtin_prefetch(&frames_[slotOf(place).number]);
+  for (const Place& place : places_) __builtin_prefetch(frames_[slotOf(place).number].x);
+  for (const Place& place : places_) numbers_[place.position] = numberOf(place);
 }
 
-void WholeScores::identify(Place& place) {
-  if (place.frames != 0) return;
-  const Place& alike = slotOfFrames(place.hash);
-  const bool isAlike = alike.frames != 0 && alike.hash == place.hash &&
-                       std::memcmp(framesAt(alike.position), framesAt(place.position), spanFrames * sizeof(float)) == 0;
-  place.frames = isAlike ? alike.frames : ++numbers_;
-  if (!isAlike) return;
-  place.energy = alike.energy;
-  slotOf(place.position) = place;
+uint32_t WholeScores::numberOf(const Place& place) {
+  Alike& alike = slotOf(place);
+  const float* x = framesAt(place.position);
+  const bool isAlike = alike.number != 0 && alike.hash == place.hash &&
+                       std::memcmp(frames_[alike.number].x, x, spanFrames * sizeof(float)) == 0;
+  if (isAlike) return alike.number;
+  alike = {place.hash, static_cast<uint32_t>(frames_.size())};
+  frames_.push_back({x});
+  return alike.number;
 }
 
 void WholeScores::findScore(Work& work) {
-  const Known& known = slotOf(work);
-  if (known.frames == work.frames) {
-    *work.score = 1 - Score{known.below};
-  } else if (work.a.frames == work.b.frames) {
-    *work.score = 1;  // of a square the root is exact
+  if (work.known->numbers == (uint64_t{work.a} << 32 | work.b)) {
+    work.pair->score = 1 - Score{work.known->below};
+  } else if (work.a == work.b) {
+    work.pair->score = 1;  // of a square the root is exact
   } else {
     new_.push_back(&work);
-    chains_.push_back({framesAt(work.a.position), framesAt(work.b.position), &work.product});
+    chains_.push_back({framesAt(work.pair->start), framesAt(work.pair->end), &work.product});
   }
 }
 
 void WholeScores::makeScore(const Work& work) {
-  const Score score = *work.score = work.product / std::sqrt(work.a.energy * work.b.energy);
+  const Score score = work.pair->score = work.product / std::sqrt(frames_[work.a].energy * frames_[work.b].energy);
   const auto below = static_cast<double>(1 - score);
-  if (1 - Score{below} == score) slotOf(work) = {work.frames, below};
-  keep(work.a);
-  keep(work.b);
+  if (1 - Score{below} == score) *work.known = {uint64_t{work.a} << 32 | work.b, below};
 }
 
-void WholeScores::addEnergy(Place& place) {
-  if (place.energy == 0) chains_.push_back({framesAt(place.position), framesAt(place.position), &place.energy});
-}
-
-void WholeScores::keep(const Place& place) {
-  Place& kept = slotOf(place.position);
-  if (kept.frames != 0 && kept.position == place.position) return;
-  kept = slotOfFrames(place.hash) = place;
+void WholeScores::addEnergy(uint32_t number) {
+  Frames& frames = frames_[number];
+  if (frames.energy == 0) chains_.push_back({frames.x, frames.x, &frames.energy});
 }
 
 void WholeScores::addUp() {

@@ -20,32 +20,38 @@ class WholeScores {
 
   explicit WholeScores(std::span<const float> x) : x_(x) {}
 
-  /// Says which pair make() will be asked for soon: its places come into reach meanwhile.
+  /// Says which pair make() will be asked for soon: what is known of its places comes into reach meanwhile.
   void expect(std::size_t start, std::size_t end) const {
-    if (places_.empty()) return;
-    __builtin_prefetch(&places_[start & (places_.size() - 1)]);
-    __builtin_prefetch(&places_[end & (places_.size() - 1)]);
+    if (numbers_.empty()) return;
+    __builtin_prefetch(&numbers_[start]);
+    __builtin_prefetch(&numbers_[end]);
   }
   /// Makes the scores, each exactly that of spanScore(). All spans are whole, 128 frames before a place and 128 behind,
   /// and not silent.
   void make(std::span<Pair> pairs);
 
  private:
+  /// 256 frames that differ from all others that were looked at, or nearly all.
+  struct Frames {
+    const float* x;
+    Score energy = 0;  ///< 0: not known yet
+  };
   struct Place {
-    uint32_t position = 0;
-    uint32_t hash = 0;    ///< of its frames
-    uint32_t frames = 0;  ///< a number for them: places that have the same one have the same frames; 0: not known yet
-    Score energy = 0;     ///< 0: not known yet
+    std::size_t position;
+    uint32_t hash;  ///< of its frames
+  };
+  struct Alike {
+    uint32_t hash = 0, number = 0;
   };
   struct Known {
-    uint64_t frames = 0;  ///< the numbers of both
-    double below = 0;     ///< by how much the score is below 1, if that can be told exactly
+    uint64_t numbers = 0;  ///< of both
+    double below = 0;      ///< by how much the score is below 1, if that can be told exactly
   };
   struct Work {
-    Place a, b;
-    uint64_t frames;  ///< the numbers of both
+    uint32_t a, b;  ///< numbers of frames
+    Known* known;
     Score product;
-    Score* score;
+    Pair* pair;
   };
   struct Chain {
     const float *a, *b;
@@ -53,23 +59,22 @@ class WholeScores {
   };
 
   const float* framesAt(std::size_t position) const { return x_.data() + (position - spanBefore); }
-  Place& slotOf(std::size_t position) { return places_[position & (places_.size() - 1)]; }
-  Place& slotOfFrames(uint32_t hash) { return byFrames_[hash & (byFrames_.size() - 1)]; }
-  Known& slotOf(const Work& work) { return known_[(work.frames * 0x9E3779B97F4A7C15 >> 32) & (known_.size() - 1)]; }
   void prepare();
-  void find(Place& place, std::size_t position);
-  void identify(Place& place);
+  void numberPlaces(std::span<const Pair> pairs);
+  uint32_t numberOf(const Place& place);
+  Alike& slotOf(const Place& place) { return alike_[place.hash & (alike_.size() - 1)]; }
   void findScore(Work& work);
   void makeScore(const Work& work);
-  void addEnergy(Place& place);
-  void keep(const Place& place);
+  void addEnergy(uint32_t number);
   void addUp();
 
   std::span<const float> x_;
+  std::vector<uint32_t> numbers_;  ///< of the frames around each place; 0: not known yet
+  std::vector<Frames> frames_;     ///< by number
   // Tables of a power of two of slots; what comes later takes the slot of what is there.
-  std::vector<Place> places_, byFrames_;
+  std::vector<Alike> alike_;
   std::vector<Known> known_;
-  uint32_t numbers_ = 0;
+  std::vector<Place> places_;
   std::vector<Work> work_;
   std::vector<Work*> new_;
   std::vector<Chain> chains_;
