@@ -38,8 +38,10 @@ constexpr Operation operations[] = {
     {u"convert-loops",      u"Convert loop types",   wave, {},                 runConvertLoops,      u"makes alternating and reverse loops forward ones that sound the same"},
     {u"append-after-loop",  u"Append after loop",    wave, appendOptions,      runAppendAfterLoop,   u"lets what a loop goes on to play follow its end"},
 
-    {u"find-loop",          u"Auto loop finder",     wave, findLoopOptions,      runFindLoop,      u"finds loop points automatically"},
-    {u"crossfade-loop",     u"Cross-fade loop",      wave, crossfadeLoopOptions, runCrossfadeLoop, u"smooths the seam of the default loop"},
+    {u"find-loop",          u"Auto loop finder",     wave, findLoopOptions,      runFindLoop,      u"finds loop points automatically",
+     u"Find loop points automatically:"},
+    {u"crossfade-loop",     u"Cross-fade loop",      wave, crossfadeLoopOptions, runCrossfadeLoop, u"smooths the seam of the default loop",
+     u"Cross-fade the default loop (i.e. fade out the wavesamples prior to the loop end point while simultaneously fading in wavesamples from just prior to the loop start point)."},
     {u"snap-loops",         u"Move the loop points to the nearest zero-crossing",
                                                      wave, {},                   runSnapLoops,     u"moves loop points to the nearest zero crossings of one direction"},
 };

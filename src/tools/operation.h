@@ -34,6 +34,7 @@ struct OptionInfo {
   std::span<const TextView> choices;
   TextView text;                    ///< one sentence that says what it does, without a full stop
   bool isAnsweredByReport = false;  ///< what it asks for stands in the report, which the user then wants to see
+  TextView unit = {};               ///< behind the field of a dialog
 };
 
 /// Values for the options of one operation; all are set.
@@ -62,8 +63,12 @@ class OptionValues {
 
 /// The value that a text gives to an option; nothing with LastErrorText.
 std::optional<double> parseOption(const OptionInfo& option, TextView text);
+/// A value as text, as it is given.
+Text valueText(const OptionInfo& option, double value);
 /// What `usual` is as text.
-Text usualText(const OptionInfo& option);
+inline Text usualText(const OptionInfo& option) {
+  return valueText(option, option.usual);
+}
 /// What an option takes: "-127..127", "seconds|quarters|ticks".
 Text rangeText(const OptionInfo& option);
 
@@ -89,7 +94,8 @@ struct Operation {
   /// Changes a copy of an item. Items without data are not given to it. What it leaves behind when it does not return
   /// `changed` does not matter.
   Outcome (*run)(Item& copy, const OptionValues& values, const OperationContext& context);
-  TextView text;  ///< one sentence that says what it does, without a full stop
+  TextView text;          ///< one sentence that says what it does, without a full stop
+  TextView heading = {};  ///< what the wizard says instead, with its punctuation
 };
 
 std::span<const Operation> Operations();

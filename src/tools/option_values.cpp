@@ -98,13 +98,13 @@ Text rangeText(const OptionInfo& option) {
   }
 }
 
-Text usualText(const OptionInfo& option) {
-  if (option.type == OptionType::flag) return option.usual != 0 ? u"on" : u"off";
-  if (option.type == OptionType::choice) return Text(option.choices[static_cast<std::size_t>(option.usual)]);
-  if (option.type != OptionType::choices) return fromUtf8(fmt::format("{}", option.usual));
+Text valueText(const OptionInfo& option, double value) {
+  if (option.type == OptionType::flag) return value != 0 ? u"on" : u"off";
+  if (option.type == OptionType::choice) return Text(option.choices[static_cast<std::size_t>(value)]);
+  if (option.type != OptionType::choices) return fromUtf8(fmt::format("{}", value));
   std::vector<TextView> words;
   for (std::size_t i = 0; i < option.choices.size(); ++i) {
-    if (static_cast<uint32_t>(option.usual) >> i & 1) words.push_back(option.choices[i]);
+    if (static_cast<uint32_t>(value) >> i & 1) words.push_back(option.choices[i]);
   }
   return joined(words, u",");
 }

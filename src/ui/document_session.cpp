@@ -1,5 +1,6 @@
 #include "ui/document_session.h"
 
+#include <QGuiApplication>
 #include <algorithm>
 
 #include "base/last_error.h"
@@ -28,6 +29,19 @@ ItemId commonOwner(std::span<const ItemId> items, const Collection& document) {
     while (owner && !holds(owner, id)) owner = owner->parent();
   }
   return owner ? owner->id() : document.id();
+}
+
+struct WaitCursor {
+  WaitCursor() { QGuiApplication::setOverrideCursor(Qt::WaitCursor); }
+  ~WaitCursor() { QGuiApplication::restoreOverrideCursor(); }
+  WaitCursor(const WaitCursor&) = delete;
+};
+
+/// Whether an option is set whose answer stands in the report.
+bool asksForReport(const Operation& operation, const OptionValues& values) {
+  return std::any_of(operation.options.begin(), operation.options.end(), [&](const OptionInfo& option) {
+    return option.isAnsweredByReport && values.number(option.name) != option.usual;
+  });
 }
 
 }  // namespace
@@ -153,10 +167,19 @@ bool DocumentSession::process(const Operation& operation, std::span<const ItemId
   }
   if (chosen.empty()) return fail(u"There is no " + Text(nameOf(operation.kind)) + u" to process");
   const auto running = host_.beginOperation();
-  if (RunOperation(operation, chosen, values, {host_, report_}, &history_) == Outcome::failed) return false;
+  {
+    const WaitCursor waiting;
+    if (RunOperation(operation, chosen, values, {host_, report_}, &history_) == Outcome::failed) return false;
+  }
+  options_.insert_or_assign(&operation, values);
   Q_EMIT changed();
-  tellLosses(qt(operation.title));
+  if (report_.lostSomething() || asksForReport(operation, values)) Q_EMIT lostSomething(qt(operation.title), {});
   return true;
+}
+
+OptionValues DocumentSession::optionsFor(const Operation& operation) const {
+  const auto kept = options_.find(&operation);
+  return kept == options_.end() ? OptionValues(operation.options) : kept->second;
 }
 
 void DocumentSession::announceChange() {

@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QTimer>
+#include <map>
 #include <span>
 #include <vector>
 
@@ -67,6 +68,8 @@ class DocumentSession final : public QObject {
             const Gesture& gesture = {});
   /// Runs an operation on items of its kind, as one undo step. False with LastErrorText.
   bool process(const Operation& operation, std::span<const ItemId> items, const OptionValues& values);
+  /// Those that the operation succeeded with last, else the usual ones.
+  OptionValues optionsFor(const Operation& operation) const;
   /// After something else has changed the document through history().
   void announceChange();
 
@@ -85,7 +88,8 @@ class DocumentSession final : public QObject {
   void changed();
   /// The whole document is another one.
   void replaced();
-  /// Something was lost; report() tells what. `saved` is empty where nothing was saved into one file.
+  /// Something was lost, or the user asked for a report; report() tells. `saved` is empty where nothing was saved into
+  /// one file.
   void lostSomething(const QString& doing, const SavedItems& saved);
 
  private:
@@ -99,6 +103,7 @@ class DocumentSession final : public QObject {
   RecoveryKeeper recovery_;
   QTimer recoveryTimer_;
   ConversionReport report_;
+  std::map<const Operation*, OptionValues> options_;  ///< as they were given last
   RawChoice rawChoice_ = RawChoice::askEachTime;
   bool isRawDataOffered_ = true;
   bool declinedRawData_ = false;

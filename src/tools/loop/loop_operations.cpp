@@ -6,7 +6,6 @@
 #include <cmath>
 
 #include "base/last_error.h"
-#include "tools/loop/loop_crossfade.h"
 #include "tools/loop/loop_frames.h"
 #include "tools/loop/loop_regions.h"
 #include "tools/loop/zero_crossings.h"
@@ -141,6 +140,11 @@ TextView reasonToPass(const Waveform& waveform, const OptionValues& values, cons
 
 }  // namespace
 
+uint32_t maximumCrossfade(const Waveform& waveform) {
+  const Marker* loop = mainLoop(waveform);
+  return loop && fixup::isActiveLoop(*loop) ? maximumCrossfade(wholeStart(*loop), wholeEnd(*loop)) : 0;
+}
+
 Outcome runFindLoop(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
   if (values.number(u"from") >= values.number(u"to"))
@@ -173,7 +177,7 @@ Outcome runCrossfadeLoop(Item& copy, const OptionValues& values, const Operation
   const Marker* loop = mainLoop(waveform);
   if (!loop || !fixup::isActiveLoop(*loop)) return noLoop(waveform, u"there is none", context);
   LoopCrossfade fade{wholeStart(*loop), wholeEnd(*loop), 0, values.flag(u"reverse"), values.flag(u"exponential")};
-  const uint32_t most = maximumCrossfade(fade.loopStart, fade.loopEnd);
+  const uint32_t most = maximumCrossfade(waveform);
   if (context.items == 1 && most > 0 && length > most) {
     constexpr const char* text =
         "The maximum crossfade length is {} wavesamples (minimum of the loop length and the number of wavesamples "

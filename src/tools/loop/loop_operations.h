@@ -1,6 +1,7 @@
 #pragma once
 // The rows of the table of operations that make and change loops.
 
+#include "tools/loop/loop_crossfade.h"
 #include "tools/loop/loop_regions.h"
 #include "tools/operation.h"
 
@@ -12,8 +13,8 @@ using enum OptionType;
 inline constexpr OptionInfo findLoopOptions[] = {
     // name             title                                               type     lowest highest usual choices text
     {u"from",           u"Loop search range:",                              number,  0, 100, 10, {}, u"where loops may start, in percent of the frames"},
-    {u"to",             u"..",                                              number,  0, 100, 95, {}, u"where they must have ended, in percent of the frames"},
-    {u"shortest",       u"Minimum loop length:",                            number,  0, 100, 5,  {}, u"the shortest loop, in percent of the frames"},
+    {u"to",             u"..",                                              number,  0, 100, 95, {}, u"where they must have ended, in percent of the frames", false, u"%"},
+    {u"shortest",       u"Minimum loop length:",                            number,  0, 100, 5,  {}, u"the shortest loop, in percent of the frames", false, u"%"},
     {u"until-release",  u"Break loop on Key-Release",                       flag,    0, 1,   0,  {}, u"the loop ends when the key is released, and what follows it is heard"},
     {u"high-pass",      u"High-pass-filter the entire wave below F0",       flag,    0, 1,   0,  {}, u"takes away what is below the fundamental"},
     {u"crossfade",      u"Crossfade the looped samples",                    flag,    0, 1,   1,  {}, u"fades the frames before the end into those before the start"},
@@ -34,6 +35,9 @@ inline constexpr OptionInfo crossfadeLoopOptions[] = {
                                                                             flag,    0, 1,   0,  {}, u"fades by the logarithm, which keeps both sounds louder in the middle"},
 };
 // clang-format on
+
+/// How long the crossfade of the waveform's default loop may be; 0 where nothing would be done.
+uint32_t maximumCrossfade(const Waveform& waveform);
 
 Outcome runFindLoop(Item& copy, const OptionValues& values, const OperationContext& context);
 Outcome runCrossfadeLoop(Item& copy, const OptionValues& values, const OperationContext& context);

@@ -3,12 +3,14 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QVBoxLayout>
 #include <algorithm>
 
 #include "base/last_error.h"
+#include "tools/loop/loop_operations.h"
 #include "ui/dialogs/option_form.h"
 #include "ui/document_session.h"
 #include "ui/help_window.h"
@@ -48,7 +50,7 @@ OperationDialog::OperationDialog(DocumentSession& session, std::vector<ItemId> i
   layout->addWidget(area_, 1);
   layout->addWidget(failure_);
   layout->addWidget(buttons);
-  resize(460, 380);
+  resize(540, 420);
   const auto found = std::find(operations_.begin(), operations_.end(), first);
   const int index = found == operations_.end() ? 0 : static_cast<int>(found - operations_.begin());
   list_->setCurrentIndex(index);
@@ -76,15 +78,25 @@ std::vector<ItemId> OperationDialog::itemsOf(const Operation& operation) const {
 
 void OperationDialog::choose(int index) {
   const Operation& operation = *operations_[static_cast<std::size_t>(index)];
-  const auto count = itemsOf(operation).size();
+  const auto items = itemsOf(operation);
+  const auto count = items.size();
   const QString kind = qt(nameOf(operation.kind));
-  text_->setText(tr("%1.\nWorks on %2 %3%4.")
-                     .arg(qt(operation.text))
+  text_->setText(tr("%1\nWorks on %2 %3%4.")
+                     .arg(operation.heading.empty() ? qt(operation.text) + u'.' : qt(operation.heading))
                      .arg(count)
                      .arg(kind, count == 1 ? QString() : QStringLiteral("s")));
-  form_ = new OptionForm(operation, area_);
+  form_ = new OptionForm(operation, session_.optionsFor(operation), area_);
+  if (operation.name == u"crossfade-loop") showCrossfadeLength(items);
   area_->setWidget(form_);
   failure_->clear();
+}
+
+/// One loop may be faded by less than it allows, of several each is faded as far as it goes.
+void OperationDialog::showCrossfadeLength(std::span<const ItemId> items) {
+  QLineEdit& length = form_->line(u"length");
+  const auto* waveform = items.size() == 1 ? findItem<Waveform>(items[0]) : nullptr;
+  length.setEnabled(waveform);
+  length.setText(waveform ? QString::number(maximumCrossfade(*waveform)) : QStringLiteral("whole loop"));
 }
 
 void OperationDialog::accept() {

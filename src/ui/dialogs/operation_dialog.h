@@ -28,6 +28,7 @@ class OperationDialog final : public QDialog {
 
  private:
   void choose(int index);
+  void showCrossfadeLength(std::span<const ItemId> items);
   /// Of the operation's kind: those that are selected, or all.
   std::vector<ItemId> itemsOf(const Operation& operation) const;
 

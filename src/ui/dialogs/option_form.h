@@ -6,22 +6,27 @@
 
 #include "tools/operation.h"
 
+class QLineEdit;
+
 namespace tervo::ui {
 
 class OptionForm final : public QWidget {
   Q_OBJECT
  public:
-  explicit OptionForm(const Operation& operation, QWidget* parent = nullptr);
+  OptionForm(const Operation& operation, const OptionValues& shown, QWidget* parent = nullptr);
 
-  /// Nothing with LastErrorText when a field holds what its option does not take; that field gets the focus.
+  /// Nothing with LastErrorText when a field holds what its option does not take; that field gets the focus. A field
+  /// that is disabled stands for the usual value.
   std::optional<OptionValues> values() const;
+  /// The field of an option that is a number.
+  QLineEdit& line(TextView name) const;
 
  private:
   struct Field {
     const OptionInfo* option;
     QWidget* widget;
   };
-  QWidget* makeField(const OptionInfo& option);
+  QWidget* makeField(const OptionInfo& option, double value);
   static Text textOfField(const Field& field);
 
   const Operation& operation_;
