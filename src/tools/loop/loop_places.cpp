@@ -8,8 +8,8 @@
 namespace tervo {
 namespace {
 
-constexpr double softest = 1e-36;  // length whose inverse is a float
-constexpr double liftedTimes = 0x1p100;
+constexpr double softest = 1e-36, loudest = 1e36;  // lengths whose inverse is a float of all digits
+constexpr double times = 0x1p100;
 
 uint32_t hashOf(const float* frames) {
   // Four side by side, because each waits for the one before it.
@@ -74,19 +74,24 @@ double lengthOfSpan(const float* frames) {
   return std::sqrt((sums[0] + sums[1]) + (sums[2] + sums[3]));
 }
 
-std::vector<float> liftedSound(std::span<const float> x, std::span<const std::vector<uint32_t>> crossings) {
+ScaledSounds scaledSounds(std::span<const float> x, std::span<const std::vector<uint32_t>> crossings) {
   const auto isSoft = [&](uint32_t position) {
     return std::abs(x[position]) < softest && hasSpan(x, position) && lengthOfSpan(framesAt(x, position)) < softest;
   };
-  const bool isNeeded = std::any_of(crossings.begin(), crossings.end(), [&](const std::vector<uint32_t>& each) {
+  const bool hasSoft = std::any_of(crossings.begin(), crossings.end(), [&](const std::vector<uint32_t>& each) {
     return std::any_of(each.begin(), each.end(), isSoft);
   });
-  std::vector<float> lifted(isNeeded ? x.size() : 0);
-  for (std::size_t i = 0; i < lifted.size(); ++i) lifted[i] = x[i] * static_cast<float>(liftedTimes);
-  return lifted;
+  constexpr double loudSample = loudest / spanFrames;  // no louder one, no loud span
+  const bool hasLoud = std::any_of(x.begin(), x.end(), [](float sample) { return std::abs(sample) > loudSample; });
+  const auto scaled = [x](double factor) {
+    std::vector<float> result(x.begin(), x.end());
+    for (float& sample : result) sample *= static_cast<float>(factor);
+    return result;
+  };
+  return {hasSoft ? scaled(times) : std::vector<float>(), hasLoud ? scaled(1 / times) : std::vector<float>()};
 }
 
-bool findLoopPlaces(std::span<const float> x, std::span<const float> lifted, std::span<const uint32_t> crossings,
+bool findLoopPlaces(std::span<const float> x, const ScaledSounds& scaled, std::span<const uint32_t> crossings,
                     std::size_t many, const SearchProgress& progress, LoopPlaces& places) {
   constexpr std::size_t crossingsBetween = 1 << 14;  // two asks for progress
   std::vector<HashedPlace> hashed;
@@ -105,7 +110,8 @@ bool findLoopPlaces(std::span<const float> x, std::span<const float> lifted, std
     const uint32_t position = places.positions[first];
     LoopSpan span{framesAt(x, position), lengthOfSpan(framesAt(x, position)),
                   std::span(places.positions).subspan(first, size)};
-    if (span.length < softest) span = {framesAt(lifted, position), span.length * liftedTimes, span.positions};
+    if (span.length < softest) span = {framesAt(scaled.lifted, position), span.length * times, span.positions};
+    if (span.length > loudest) span = {framesAt(scaled.lowered, position), span.length / times, span.positions};
     places.spans.push_back(span);
     first += size;
   }

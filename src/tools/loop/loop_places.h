@@ -30,12 +30,16 @@ struct LoopPlaces {
 /// Of 256 frames.
 double lengthOfSpan(const float* frames);
 
-/// The sound times 2^100, if some spans are too soft to be given length 1 in single precision; else empty.
-std::vector<float> liftedSound(std::span<const float> x, std::span<const std::vector<uint32_t>> crossings);
+/// A sound multiplied with 2^100, and divided by it, where some spans are too soft or too loud to be given length 1 in
+/// single precision; else empty.
+struct ScaledSounds {
+  std::vector<float> lifted, lowered;
+};
+ScaledSounds scaledSounds(std::span<const float> x, std::span<const std::vector<uint32_t>> crossings);
 
 /// Spans that are silent, or hold what is no finite number, have no score and are left out of `spans`. `x` and
-/// `lifted` must outlive `places`. `many` is how many crossings share a span, at least. False when stopped.
-bool findLoopPlaces(std::span<const float> x, std::span<const float> lifted, std::span<const uint32_t> crossings,
+/// `scaled` must outlive `places`. `many` is how many crossings share a span, at least. False when stopped.
+bool findLoopPlaces(std::span<const float> x, const ScaledSounds& scaled, std::span<const uint32_t> crossings,
                     std::size_t many, const SearchProgress& progress, LoopPlaces& places);
 
 /// Of crossings in ascending order those that may be the start of a loop to `end`: indices first to before last.

@@ -68,10 +68,10 @@ class Search {
 
   bool preparePlaces(const SearchProgress& progress) {
     if (!directions_[0].positions.empty() || !directions_[1].positions.empty()) return true;
-    lifted_ = liftedSound(x_, crossings_);
+    scaled_ = scaledSounds(x_, crossings_);
     for (std::size_t i = 0; i < 2; ++i) {
       const double from = 0.5 * static_cast<double>(i);
-      if (!findLoopPlaces(x_, lifted_, crossings_[i], manyTwins(), partOf(progress, from, from + 0.5), directions_[i]))
+      if (!findLoopPlaces(x_, scaled_, crossings_[i], manyTwins(), partOf(progress, from, from + 0.5), directions_[i]))
         return false;
     }
     return true;
@@ -136,7 +136,7 @@ class Search {
   LoopRange range_;
   std::array<std::vector<uint32_t>, 2> crossings_;  // of either direction
   std::optional<ProbeSearch> probes_;               // prepared when they are needed, as the rest is
-  std::vector<float> lifted_;
+  ScaledSounds scaled_;
   std::array<LoopPlaces, 2> directions_;
 };
 

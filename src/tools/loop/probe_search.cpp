@@ -22,8 +22,10 @@ constexpr double secondsToProbe = 70e-9, secondsToCompare = 200e-9, secondsToLoo
 
 // Bounds of what single precision gets wrong, as parts of the lengths of what is compared.
 constexpr double productError = 4e-6, squaresError = 1e-5, ratioError = 1.2e-7;
-constexpr double mostToGlance = 1e-3;  // square of a distance, as a part of the energy of four frames
-constexpr double softest = 1e-15;      // length whose products are far from the end of single precision
+constexpr double sumError = partsOfProbe * 0x1p-53;  // of the difference of two sums, as a part of the longest one
+constexpr double squareError = 0x1p-149;             // of the square of a sample at the end of single precision
+constexpr double mostToGlance = 1e-3;                // square of a distance, as a part of the energy of four frames
+constexpr double softest = 1e-15;                    // length whose products are far from the end of single precision
 
 double energyOf(const float* frames, std::size_t count) {
   double sum = 0;
@@ -218,6 +220,8 @@ void ProbeSearch::offerPairs(LoopContest& contest, const Probe& probe, std::size
   dsp::spanKernels().squares(x_.data() + first, x_.data() + first + lag, ratio, partsOfProbe, squares);
   double sums[partsOfProbe + 1] = {};
   for (std::size_t i = 0; i < partsOfProbe; ++i) sums[i + 1] = sums[i] + double{squares[i]};
+  // More than nothing for what is soft beside something loud.
+  const double mostWrong = sums[partsOfProbe] * sumError + squareError * spanFrames;
 
   std::size_t looked = 0, offered = 0;
   const double reach = std::sqrt(contest.limit(probe.soft)), margin = ratio == 1 ? 0 : ratioError;
@@ -230,7 +234,8 @@ void ProbeSearch::offerPairs(LoopContest& contest, const Probe& probe, std::size
         const double lengthA = spans.lengthAt(first + offset), lengthB = spans.lengthAt(first + offset + lag);
         const double a = scale_ * lengthA, b = scale_ * static_cast<double>(ratio) * lengthB;
         // The whole parts of the spans alone, if the one were ratio times as loud.
-        const double square = sums[(offset + spanFrames) / partSize] - sums[(offset + partSize - 1) / partSize];
+        const double square =
+            sums[(offset + spanFrames) / partSize] - sums[(offset + partSize - 1) / partSize] - mostWrong;
         const double farthest = reach * a + std::abs(a - b) + margin * b;
         if (square * (1 - 2 * squaresError) > farthest * farthest) continue;
         // All of the parts, where no difference in loudness is to be taken away.
