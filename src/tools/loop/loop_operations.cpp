@@ -110,6 +110,19 @@ bool finishLoop(Waveform& waveform, LoopFrames& frames, const OptionValues& valu
   return faded.frames > 0 || cuts;
 }
 
+std::size_t notFinite(const LoopFrames& frames) {
+  return static_cast<std::size_t>(std::count_if(frames.interleaved.begin(), frames.interleaved.end(),
+                                                [](float sample) { return !std::isfinite(sample); }));
+}
+
+/// What is no finite number is silent afterwards.
+void reportFilter(const Waveform& waveform, double cutoff, std::size_t silenced, ConversionReport& report) {
+  fixup::reportSamples(report, waveform, u"high-pass below F0", u"", fromUtf8(fmt::format("{:.1f} Hz", cutoff)));
+  if (silenced == 0) return;
+  const Text samples = fromUtf8(fmt::format("{}", silenced));
+  report.approximated(waveform.name, u"samples that are no finite numbers", samples, u"silent");
+}
+
 void takeFrames(Waveform& waveform, LoopFrames&& frames) {
   waveform.samples = makeResident(std::move(frames.interleaved), static_cast<int>(frames.channels));
 }
@@ -155,6 +168,7 @@ Outcome runFindLoop(Item& copy, const OptionValues& values, const OperationConte
   PartHost reading(context.host, 0, 0.1), searching(context.host, 0.1, 1);
   auto frames = readLoopFrames(waveform, reading);
   if (!frames) return Outcome::failed;
+  const std::size_t silenced = notFinite(*frames);
   const LoopFinding found = findLoop(frames->interleaved, frames->channels, waveform.sampleRate, finderOptions(values),
                                      [&](double fraction) { return searching.progress(fraction); });
   if (found.stopped) return fail(u"Cancelled"), Outcome::failed;
@@ -162,9 +176,7 @@ Outcome runFindLoop(Item& copy, const OptionValues& values, const OperationConte
   reportCandidates(waveform, found, static_cast<std::size_t>(values.integer(u"take")), context.report);
   setMainLoop(waveform, *found.loop, values.flag(u"until-release"));
   playFoundLoop(waveform, regionsToLoop(values), context);
-  if (found.cutoff > 0)
-    fixup::reportSamples(context.report, waveform, u"high-pass below F0", u"",
-                         fromUtf8(fmt::format("{:.1f} Hz", found.cutoff)));
+  if (found.cutoff > 0) reportFilter(waveform, found.cutoff, silenced, context.report);
   if (finishLoop(waveform, *frames, values, context) || found.cutoff > 0) takeFrames(waveform, std::move(*frames));
   return Outcome::changed;
 }

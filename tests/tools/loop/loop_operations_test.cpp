@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <numbers>
 
 #include "tests/dsp/tones.h"
@@ -31,6 +33,17 @@ TEST_F(LoopOperations, FindALoopAndSayForWhat) {
   EXPECT_GE(found.length(), 0.05 * 8820);
   EXPECT_EQ(waveform.frames(), 8820) << "a loop that ends at the release needs what follows";
   EXPECT_GE(document.report.entries().size(), 3u);
+}
+
+TEST_F(LoopOperations, SayWhatTheFilterSilences) {
+  auto frames = tones::tone(tones::models[1], 220, 0.4, 22050);
+  frames[100] = std::numeric_limits<float>::infinity();
+  wave(makeResident(std::move(frames), 1));
+  EXPECT_EQ(run(u"find-loop", {{u"high-pass", u"on"}}), Outcome::changed);
+  const auto& entries = document.report.entries();
+  EXPECT_EQ(std::count_if(entries.begin(), entries.end(),
+                          [](const ReportEntry& each) { return each.from == u"1" && each.to == u"silent"; }),
+            1);
 }
 
 TEST_F(LoopOperations, KeepOrReplaceTheLoopThatIsThere) {
