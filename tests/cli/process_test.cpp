@@ -67,7 +67,6 @@ TEST_F(Process, SaysWhatIsWrong) {
       {{u"gain", u"--by", u"3", u"--item", u"waveform:2"}, 1, "there is no waveform:2; in the document"},
       {{u"transpose", u"--item", u"instrument:0"}, 1, "There is no song to process"},
       {{u"crop", u"--start", u"0.5", u"--end", u"0.2", u"--item", u"waveform:0"}, 1, "it ends before it begins"},
-      {{u"find-loop", u"--from", u"90", u"--to", u"10"}, 1, "The loop search range ends before it begins"},
       {{u"crossfade-loop", u"--length", u"10"}, 1, "always the whole loop"},
       {{u"gain", u"--by", u"97"}, 2, "is no number from -96 to 96"},
       {{u"gain", u"--by", u"1", u"--by", u"2"}, 2, "--by may be given only once"},

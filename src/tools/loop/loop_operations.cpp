@@ -160,8 +160,6 @@ uint32_t maximumCrossfade(const Waveform& waveform) {
 
 Outcome runFindLoop(Item& copy, const OptionValues& values, const OperationContext& context) {
   Waveform& waveform = waveformIn(copy);
-  if (values.number(u"from") >= values.number(u"to"))
-    return fail(u"The loop search range ends before it begins"), Outcome::failed;
   const TextView reason = reasonToPass(waveform, values, context);
   if (!reason.empty()) return noLoop(waveform, reason, context);
   context.host.showStatus(u"Finding loop for: \"" + waveform.name + u"\"");

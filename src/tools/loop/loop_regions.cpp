@@ -39,9 +39,9 @@ void report(const Waveform& waveform, std::size_t regions, TextView from, TextVi
 }  // namespace
 
 bool isLooped(const Waveform& waveform, const OperationContext& context) {
-  const Regions& regions = regionsOf(context);
   const Marker* own = mainLoop(waveform);
-  if (regions.empty()) return own && fixup::isActiveLoop(*own);
+  if (own && fixup::isActiveLoop(*own)) return true;
+  const Regions& regions = regionsOf(context);
   return std::any_of(regions.begin(), regions.end(), [](const Region* each) { return playedLoop(*each).has_value(); });
 }
 

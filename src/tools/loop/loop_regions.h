@@ -11,7 +11,7 @@ namespace tervo {
 enum class RegionsToLoop : uint8_t { notDrums, all, asTheyAre };
 inline constexpr TextView regionsToLoopChoices[] = {u"not-drums", u"all", u"as-they-are"};
 
-/// Whether a loop is heard: where regions play the waveform, one of theirs, else its own.
+/// Whether the waveform has a loop of its own, heard or not, or a region plays another one of it.
 bool isLooped(const Waveform& waveform, const OperationContext& context);
 
 /// Whether regions, where there are some, would play a loop that is found.

@@ -64,16 +64,18 @@ TEST_F(LoopOperations, KeepOrReplaceTheLoopThatIsThere) {
 TEST_F(LoopOperations, RegionsPlayWhatIsFound) {
   using P = ParameterId;
   enum Which { silent, drum, oneShot, other, own, count };
+  const OptionTexts::value_type skipNone = {u"skip-looped", u"off"};
   const struct {
     OptionTexts options;
     bool hasOther;      ///< a region that plays another loop than the own one
     std::string loops;  ///< of each region afterwards: none, the own one, the other one; empty where nothing is done
   } cases[] = {
-      {{}, false, "onn-o"},
+      {{}, false, ""},
       {{}, true, ""},
-      {{{u"skip-looped", u"off"}}, true, "onnoo"},
-      {{{u"regions", u"all"}}, false, "ooo-o"},
-      {{{u"regions", u"as-they-are"}, {u"skip-looped", u"off"}}, true, "nnn2o"},
+      {{skipNone}, false, "onn-o"},
+      {{skipNone}, true, "onnoo"},
+      {{{u"regions", u"all"}, skipNone}, false, "ooo-o"},
+      {{{u"regions", u"as-they-are"}, skipNone}, true, "nnn2o"},
   };
   for (const auto& each : cases) {
     document.collection.clear();

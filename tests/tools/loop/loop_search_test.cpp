@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "tests/dsp/tones.h"
@@ -119,6 +122,27 @@ Sound hugeTwice() {
   return joined(joined(tones::noise(300, 3e38), Sound(120, 0.0f)), tones::noise(300, 1.6e38));
 }
 
+void expectWhatTheRuleSays(const std::string& name, const Sound& x) {
+  const std::size_t n = x.size();
+  for (const LoopRange range :
+       {LoopRange{0, n, 32, n}, LoopRange{n / 4, n, 60, n / 2}, LoopRange{n / 3, n * 3 / 4, 32, 200},
+        LoopRange{0, n, 130, 136}, LoopRange{0, n, 350, 500}, LoopRange{n / 2, n / 2 + 20, 32, 50}}) {
+    const auto expected = Transcription(x).best(range);
+    for (const auto method : {SearchMethod::automatic, SearchMethod::oneByOne, SearchMethod::probes,
+                              SearchMethod::cells, SearchMethod::lags}) {
+      SCOPED_TRACE(name + " from " + std::to_string(range.first) + ", method " +
+                   std::to_string(static_cast<int>(method)));
+      const auto found = findLoops(
+          x, range, 1, [](double) { return true; }, method);
+      ASSERT_EQ(!found.loops.empty(), expected.has_value());
+      if (!expected) continue;
+      EXPECT_EQ(found.loops[0].start, expected->start);
+      EXPECT_EQ(found.loops[0].end, expected->end);
+      EXPECT_EQ(found.loops[0].score, expected->score);
+    }
+  }
+}
+
 TEST(LoopSearch, findsWhatTheRuleSays) {
   const auto& string = tones::models[1];
   const struct {
@@ -153,25 +177,20 @@ TEST(LoopSearch, findsWhatTheRuleSays) {
       {"1 frame", Sound(1, 0.5f)},
       {"nothing", {}},
   };
-  for (const auto& [name, x] : sounds) {
-    const std::size_t n = x.size();
-    for (const LoopRange range :
-         {LoopRange{0, n, 32, n}, LoopRange{n / 4, n, 60, n / 2}, LoopRange{n / 3, n * 3 / 4, 32, 200},
-          LoopRange{0, n, 130, 136}, LoopRange{0, n, 350, 500}, LoopRange{n / 2, n / 2 + 20, 32, 50}}) {
-      const auto expected = Transcription(x).best(range);
-      for (const auto method : {SearchMethod::automatic, SearchMethod::oneByOne, SearchMethod::probes,
-                                SearchMethod::cells, SearchMethod::lags}) {
-        SCOPED_TRACE(name + " from " + std::to_string(range.first) + ", method " +
-                     std::to_string(static_cast<int>(method)));
-        const auto found = findLoops(
-            x, range, 1, [](double) { return true; }, method);
-        ASSERT_EQ(!found.loops.empty(), expected.has_value());
-        if (!expected) continue;
-        EXPECT_EQ(found.loops[0].start, expected->start);
-        EXPECT_EQ(found.loops[0].end, expected->end);
-        EXPECT_EQ(found.loops[0].score, expected->score);
-      }
-    }
+  for (const auto& [name, x] : sounds) expectWhatTheRuleSays(name, x);
+}
+
+// Stretches of recorded instruments, from all over a bank.
+TEST(LoopSearch, findsWhatTheRuleSaysInRecordings) {
+  std::ifstream file("/usr/share/sounds/sf2/TimGM6mb.sf2", std::ios::binary);
+  const std::vector<char> bank(std::istreambuf_iterator<char>(file), {});
+  if (bank.empty()) GTEST_SKIP() << "there is no bank with recordings";
+  constexpr std::size_t stretches = 10, bytes = 2400;
+  for (std::size_t i = 0; i < stretches; ++i) {
+    const std::size_t at = bank.size() / 10 + i * bank.size() / 12;
+    int16_t words[bytes / 2];
+    std::memcpy(words, &bank[at / 2 * 2], bytes);
+    expectWhatTheRuleSays("recording at " + std::to_string(at), Sound(std::begin(words), std::end(words)));
   }
 }
 
