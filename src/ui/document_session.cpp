@@ -37,13 +37,6 @@ struct WaitCursor {
   WaitCursor(const WaitCursor&) = delete;
 };
 
-/// Whether an option is set whose answer stands in the report.
-bool asksForReport(const Operation& operation, const OptionValues& values) {
-  return std::any_of(operation.options.begin(), operation.options.end(), [&](const OptionInfo& option) {
-    return option.isAnsweredByReport && values.number(option.name) != option.usual;
-  });
-}
-
 }  // namespace
 
 uint64_t newGesture() {
@@ -171,15 +164,22 @@ bool DocumentSession::process(const Operation& operation, std::span<const ItemId
     const WaitCursor waiting;
     if (RunOperation(operation, chosen, values, {host_, report_}, &history_) == Outcome::failed) return false;
   }
-  options_.insert_or_assign(&operation, values);
   Q_EMIT changed();
-  if (report_.lostSomething() || asksForReport(operation, values)) Q_EMIT lostSomething(qt(operation.title), {});
+  tellLosses(qt(operation.title));
   return true;
 }
 
 OptionValues DocumentSession::optionsFor(const Operation& operation) const {
   const auto kept = options_.find(&operation);
   return kept == options_.end() ? OptionValues(operation.options) : kept->second;
+}
+
+void DocumentSession::keepOptions(const Operation& operation, const OptionValues& values) {
+  options_.insert_or_assign(&operation, values);
+}
+
+void DocumentSession::tellReport(const Operation& operation) {
+  Q_EMIT lostSomething(qt(operation.title), {});
 }
 
 void DocumentSession::announceChange() {

@@ -42,7 +42,7 @@ class DocumentSession final : public QObject {
   WindowHost& host() { return host_; }
   DocumentHistory& history() { return history_; }
   RecoveryKeeper& recovery() { return recovery_; }
-  /// Of the last open or save.
+  /// Of the last open, save or operation.
   const ConversionReport& report() const { return report_; }
 
   /// False with LastErrorText. When the user was asked about raw data and declined, too.
@@ -53,9 +53,9 @@ class DocumentSession final : public QObject {
   void setRawDataOffered(bool offered) { isRawDataOffered_ = offered; }
   /// What is written for the items: parts stand for their instrument or song, and the document for all there is.
   std::vector<ItemId> itemsToWrite(std::span<const ItemId> items) const;
-  /// Whether what was opened last was read as raw data.
   /// What the file read last was taken for.
   FormatIndex sourceFormat() const { return lastDetection_.index; }
+  /// Whether what was opened last was read as raw data.
   bool wasReadRaw() const { return lastDetection_.index == 0; }
   /// Several items are saved as a document of their own.
   bool save(std::span<const ItemId> items, FormatIndex row, TextView path, const SaveOptions& options);
@@ -68,8 +68,11 @@ class DocumentSession final : public QObject {
             const Gesture& gesture = {});
   /// Runs an operation on items of its kind, as one undo step. False with LastErrorText.
   bool process(const Operation& operation, std::span<const ItemId> items, const OptionValues& values);
-  /// Those that the operation succeeded with last, else the usual ones.
+  /// Those that were kept last, else the usual ones.
   OptionValues optionsFor(const Operation& operation) const;
+  void keepOptions(const Operation& operation, const OptionValues& values);
+  /// What the last operation reported, to a user who asked for it.
+  void tellReport(const Operation& operation);
   /// After something else has changed the document through history().
   void announceChange();
 
@@ -103,7 +106,7 @@ class DocumentSession final : public QObject {
   RecoveryKeeper recovery_;
   QTimer recoveryTimer_;
   ConversionReport report_;
-  std::map<const Operation*, OptionValues> options_;  ///< as they were given last
+  std::map<const Operation*, OptionValues> options_;  ///< that were kept
   RawChoice rawChoice_ = RawChoice::askEachTime;
   bool isRawDataOffered_ = true;
   bool declinedRawData_ = false;

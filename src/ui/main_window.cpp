@@ -20,6 +20,7 @@
 #include "base/last_error.h"
 #include "core/levels.h"
 #include "ui/collection_tree.h"
+#include "ui/dialogs/loop_chooser.h"
 #include "ui/dialogs/operation_dialog.h"
 #include "ui/dialogs/preferences_dialog.h"
 #include "ui/dialogs/report_window.h"
@@ -328,7 +329,9 @@ void MainWindow::process(const Operation* operation) {
   // Of what plays waveforms, those are meant.
   std::vector<ItemId> items = chosen_;
   for (const ItemId id : waveformsPlayedBy(chosen_)) items.push_back(id);
-  OperationDialog(session_, std::move(items), operation, this).exec();
+  OperationDialog dialog(session_, std::move(items), operation, this);
+  dialog.exec();
+  if (dialog.withLoops() != noItem) LoopChooser(session_, player_, dialog.withLoops(), this).exec();
 }
 
 void MainWindow::editPreferences() {

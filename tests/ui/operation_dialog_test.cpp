@@ -3,9 +3,11 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <cmath>
 
 #include "tests/ui/window_fixture.h"
+#include "ui/dialogs/loop_chooser.h"
 #include "ui/dialogs/option_form.h"
 #include "ui/dialogs/report_window.h"
 
@@ -86,9 +88,31 @@ TEST_F(OperationDialogTest, LoopsAreFoundAndListedWhereThatIsAsked) {
   EXPECT_TRUE(waited);
   EXPECT_FALSE(QGuiApplication::overrideCursor());
   EXPECT_NE(findItem<Waveform>(one)->markers[0].start, 1000);
-  EXPECT_TRUE(window.findChild<ReportWindow*>());
+  EXPECT_FALSE(window.findChild<ReportWindow*>());
   EXPECT_EQ(open(u"find-loop", {one})->form()->line(u"to").text(), "80");
   EXPECT_EQ(open(u"gain", {one})->form()->line(u"by").text(), "0");
+
+  // They are chosen from, in the same undo step.
+  ASSERT_EQ(dialog->withLoops(), one);
+  LoopChooser chooser(session, player, one, &window);
+  ASSERT_EQ(chooser.list().count(), 3);
+  const Marker best = findItem<Waveform>(one)->markers[0];
+  chooser.list().setCurrentRow(2);
+  const Marker third = findItem<Waveform>(one)->markers[0];
+  EXPECT_NE(third.start, best.start);
+  EXPECT_TRUE(chooser.list().item(2)->text().startsWith(QString::number(third.start))) << "the one that is shown";
+  EXPECT_FALSE(window.findChild<ReportWindow*>());
+  chooser.list().setCurrentRow(0);
+  EXPECT_EQ(findItem<Waveform>(one)->markers[0], best);
+  ASSERT_TRUE(session.undo());
+  EXPECT_EQ(findItem<Waveform>(one)->markers[0].start, 1000);
+  EXPECT_EQ(open(u"find-loop", {one})->form()->line(u"take").text(), "1");
+
+  // Of several waveforms a report has them.
+  dialog = open(u"find-loop", {one, addLooped(300, 5000)});
+  dialog->accept();
+  EXPECT_EQ(dialog->withLoops(), noItem);
+  EXPECT_TRUE(window.findChild<ReportWindow*>());
 }
 
 }  // namespace

@@ -11,12 +11,23 @@
 
 #include "base/last_error.h"
 #include "tools/loop/loop_operations.h"
+#include "ui/dialogs/loop_chooser.h"
 #include "ui/dialogs/option_form.h"
 #include "ui/document_session.h"
 #include "ui/help_window.h"
 #include "ui/qt_text.h"
 
 namespace tervo::ui {
+namespace {
+
+/// Whether an option is set whose answer stands in the report.
+bool asksForReport(const Operation& operation, const OptionValues& values) {
+  return std::any_of(operation.options.begin(), operation.options.end(), [&](const OptionInfo& option) {
+    return option.isAnsweredByReport && values.number(option.name) != option.usual;
+  });
+}
+
+}  // namespace
 
 OperationDialog::OperationDialog(DocumentSession& session, std::vector<ItemId> items, const Operation* first,
                                  QWidget* parent)
@@ -50,7 +61,7 @@ OperationDialog::OperationDialog(DocumentSession& session, std::vector<ItemId> i
   layout->addWidget(area_, 1);
   layout->addWidget(failure_);
   layout->addWidget(buttons);
-  resize(540, 420);
+  resize(540, 520);
   const auto found = std::find(operations_.begin(), operations_.end(), first);
   const int index = found == operations_.end() ? 0 : static_cast<int>(found - operations_.begin());
   list_->setCurrentIndex(index);
@@ -102,8 +113,14 @@ void OperationDialog::showCrossfadeLength(std::span<const ItemId> items) {
 void OperationDialog::accept() {
   const Operation& operation = *operations_[static_cast<std::size_t>(list_->currentIndex())];
   const auto values = form_->values();
-  if (values && session_.process(operation, itemsOf(operation), *values)) return QDialog::accept();
-  failure_->setText(qt(LastErrorText()));
+  const auto items = itemsOf(operation);
+  if (!values || !session_.process(operation, items, *values)) return failure_->setText(qt(LastErrorText()));
+  session_.keepOptions(operation, *values);
+  if (items.size() == 1 && LoopChooser::loopsIn(session_.report()).size() > 1)
+    withLoops_ = items[0];
+  else if (asksForReport(operation, *values) && !session_.report().lostSomething())
+    session_.tellReport(operation);
+  QDialog::accept();
 }
 
 }  // namespace tervo::ui

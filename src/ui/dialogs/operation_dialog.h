@@ -25,6 +25,8 @@ class OperationDialog final : public QDialog {
   /// Runs what is chosen; stays open when that fails.
   void accept() override;
   OptionForm* form() { return form_; }
+  /// After it was accepted: the waveform for which several loops were found.
+  ItemId withLoops() const { return withLoops_; }
 
  private:
   void choose(int index);
@@ -40,6 +42,7 @@ class OperationDialog final : public QDialog {
   QLabel* failure_;
   QScrollArea* area_;
   OptionForm* form_ = nullptr;
+  ItemId withLoops_ = noItem;
 };
 
 }  // namespace tervo::ui
