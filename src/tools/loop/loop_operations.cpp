@@ -49,7 +49,7 @@ void reportCandidates(const Waveform& waveform, const LoopFinding& found, std::s
     std::string score = fmt::format("score {:.6f}", static_cast<double>(each.pair.score));
     if (each.channelScores.size() == 2)
       score += fmt::format(" (left {:.6f}, right {:.6f})", each.channelScores[0], each.channelScores[1]);
-    const Text what = fromUtf8(fmt::format("loop candidate {}{}", i + 1, i == found.taken ? ", taken" : ""));
+    const Text what = Text(loopCandidate) + text(i + 1) + (i == found.taken ? u", taken" : u"");
     report.add({waveform.name, what, ReportKind::kept,
                 rangeOf(static_cast<double>(each.pair.start), static_cast<double>(each.pair.end)), fromUtf8(score)});
   }

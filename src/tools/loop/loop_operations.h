@@ -36,6 +36,9 @@ inline constexpr OptionInfo crossfadeLoopOptions[] = {
 };
 // clang-format on
 
+/// What the report's entries begin with that list the loops to choose from, the best one first.
+inline constexpr TextView loopCandidate = u"loop candidate ";
+
 /// How long the crossfade of the waveform's default loop may be; 0 where nothing would be done.
 uint32_t maximumCrossfade(const Waveform& waveform);
 

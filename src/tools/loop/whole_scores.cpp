@@ -44,10 +44,9 @@ void WholeScores::make(std::span<Pair> pairs) {
   for (std::size_t i = 0; i < pairs.size(); ++i) {
     // The score is the same either way round.
     const auto [low, high] = std::minmax({numbers_[pairs[i].start], numbers_[pairs[i].end]});
-    const uint64_t key = uint64_t{low} << 32 | high;
-    Known* known = &known_[(key * 0x9E3779B97F4A7C15 >> 32) & (known_.size() - 1)];
-    __builtin_prefetch(known);
-    work_[i] = {low, high, known, 0, &pairs[i]};
+    Work& work = work_[i] = {low, high, nullptr, 0, &pairs[i]};
+    work.known = &known_[(work.numbers() * 0x9E3779B97F4A7C15 >> 32) & (known_.size() - 1)];
+    __builtin_prefetch(work.known);
   }
   chains_.clear();
   new_.clear();
@@ -87,7 +86,7 @@ uint32_t WholeScores::numberOf(const Place& place) {
 }
 
 void WholeScores::findScore(Work& work) {
-  if (work.known->numbers == (uint64_t{work.a} << 32 | work.b)) {
+  if (work.known->numbers == work.numbers()) {
     work.pair->score = 1 - Score{work.known->below};
   } else if (work.a == work.b) {
     work.pair->score = 1;  // of a square the root is exact
@@ -100,7 +99,7 @@ void WholeScores::findScore(Work& work) {
 void WholeScores::makeScore(const Work& work) {
   const Score score = work.pair->score = work.product / std::sqrt(frames_[work.a].energy * frames_[work.b].energy);
   const auto below = static_cast<double>(1 - score);
-  if (1 - Score{below} == score) *work.known = {uint64_t{work.a} << 32 | work.b, below};
+  if (1 - Score{below} == score) *work.known = {work.numbers(), below};
 }
 
 void WholeScores::addEnergy(uint32_t number) {

@@ -48,7 +48,8 @@ class WholeScores {
     double below = 0;      ///< by how much the score is below 1, if that can be told exactly
   };
   struct Work {
-    uint32_t a, b;  ///< numbers of frames
+    uint32_t a, b;  ///< numbers of frames, the lower one first
+    uint64_t numbers() const { return uint64_t{a} << 32 | b; }
     Known* known;
     Score product;
     Pair* pair;

@@ -10,7 +10,7 @@
 #include <algorithm>
 
 #include "base/last_error.h"
-#include "tools/operation.h"
+#include "tools/loop/loop_operations.h"
 #include "ui/document_session.h"
 #include "ui/help_window.h"
 #include "ui/qt_text.h"
@@ -21,7 +21,7 @@ namespace tervo::ui {
 QStringList LoopChooser::loopsIn(const ConversionReport& report) {
   QStringList loops;
   for (const ReportEntry& entry : report.entries())
-    if (entry.what.starts_with(u"loop candidate") && entry.kind == ReportKind::kept)
+    if (entry.what.starts_with(loopCandidate) && entry.kind == ReportKind::kept)
       loops += qt(entry.from + u"   " + entry.to);
   return loops;
 }
